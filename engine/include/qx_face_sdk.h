@@ -1,0 +1,99 @@
+/*
+ * libQX_FaceSDK: face detection, landmarks and per-face analysis behind sixteen plain functions.
+ *
+ * All images are grey, one byte a pixel, rows top to bottom with no gap; `channels` is 1. All points are int32
+ * (x, y) pairs in pixels of the image. Left and right are those of the image, with the face upright.
+ *
+ * Instances are independent of each other and each serves one call at a time. A function that is handed a null
+ * instance or an empty image answers with nothing found. The header is valid C99 and C++.
+ */
+#ifndef QX_FACE_SDK_H
+#define QX_FACE_SDK_H
+
+#include <stdint.h>
+
+#if defined(QX_FACE_SDK_BUILD) && defined(__GNUC__)
+#define QX_FACE_SDK_API __attribute__((visibility("default")))
+#else
+#define QX_FACE_SDK_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define QX_FACE_BLOCK_INTS 1024     /* int32 in each of FaceAlign's three blocks */
+#define QX_FACE_KEY_POINTS 11       /* points that FaceAlign writes to keyPoints */
+#define QX_FACE_LANDMARKS 38        /* points that FaceAlign writes to landmarks */
+#define QX_FACE_ATTRIBUTE_POINTS 88 /* points that FaceAttr writes to attributes */
+
+/* A face as FaceDetect gives it. */
+typedef struct FaceEntry {
+  int32_t corners[8]; /* top-left, top-right, bottom-left, bottom-right of the face's own upright frame, (x, y)
+                         each; may lie outside the image */
+  int32_t unread;     /* score in thousandths */
+  int32_t tag;        /* fine roll in hundredths of a degree; goes back to FaceAlign as it is */
+} FaceEntry;
+
+/* The face that FaceAlign is to describe. */
+typedef struct FaceArgument {
+  int32_t corners[8]; /* as in FaceEntry, clamped to the image or not */
+  int32_t tag;        /* FaceEntry's tag */
+} FaceArgument;
+
+/* Creates the detector, the landmarker or the third analysis. Null when memory is short or a model cannot be
+ * loaded. The caller frees each with its release function; null is allowed there. */
+QX_FACE_SDK_API void* FaceDetectorCreate(void);
+QX_FACE_SDK_API void FaceDetectorRelease(void* detector);
+QX_FACE_SDK_API void* LandmarkerCreate(void);
+QX_FACE_SDK_API void LandmarkerRelease(void* landmarker);
+QX_FACE_SDK_API void* FaceAttrCreate(void);
+QX_FACE_SDK_API void FaceAttrRelease(void* analyser);
+
+/* Settings of the detector; they stay until they are set again. */
+/* 1 (default): look for faces in all four quarter turns; 0: upright faces only. */
+QX_FACE_SDK_API void SetDetectFlagA(void* detector, int32_t value);
+/* Percentage of overlap above which two detections are the same face; 15 is the default. */
+QX_FACE_SDK_API void SetDetectParamB(void* detector, int32_t value);
+/* 1 (default): confirm each face with the landmark model; 0: believe the detector's score alone. */
+QX_FACE_SDK_API void SetDetectFlagC(void* detector, int32_t value);
+/* Lowest score of a face, in thousandths; default 550. */
+QX_FACE_SDK_API void SetDetectThreshold(void* detector, int32_t value);
+/* Range of face sizes in pixels for which the search is laid out. The upper bound limits what is reported; the
+ * lower bound does not (smaller faces that are found anyway are reported). */
+QX_FACE_SDK_API void SetDetectSizeRange(void* detector, int32_t lower, int32_t upper);
+/* Side of the smallest face worth reporting; a smaller number finds more. */
+QX_FACE_SDK_API void SetDetectMinFace(void* detector, int32_t value);
+
+/* Finds faces. Writes the number of faces to *count and an array of that many entries to *faces (null for none),
+ * best score first. The caller frees the array with FaceListFree. */
+QX_FACE_SDK_API void FaceDetect(void* detector, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
+                                FaceEntry** faces, int32_t* count);
+/* Frees an array of FaceDetect. Null is allowed. */
+QX_FACE_SDK_API void FaceListFree(FaceEntry* faces);
+
+/* Describes one face.
+ * outD, outE          presence of the face by the landmark model in thousandths; fine roll in hundredths of a degree
+ * scratchBlock1, 2    QX_FACE_BLOCK_INTS int32 each, free for the engine's use
+ * landmarks           38 points: 0 to 7 left eye, 8 to 15 right eye, 16 to 20 mouth, 21 to 30 brows, 31 to 37 nose
+ * keyPoints           11 points: eye centres, nose tip, mouth corners, brows, nose root, nose base, mouth, chin
+ * attrBlock           QX_FACE_BLOCK_INTS int32, to be handed to FaceAttr of the same face
+ * outF, outG, outH    openness of the left eye, the right eye and the mouth; below 100 an eye counts as closed
+ * scratch1 to 3       free for the engine's use
+ * infoA to infoC      to be handed to FaceAttr of the same face */
+QX_FACE_SDK_API void FaceAlign(void* landmarker, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
+                               const FaceArgument* face, int32_t* outD, int32_t* outE, int32_t* scratchBlock1,
+                               int32_t* landmarks, int32_t* scratchBlock2, int32_t* keyPoints, int32_t* attrBlock,
+                               int32_t* outF, int32_t* outG, int32_t* outH, int32_t* scratch1, int32_t* scratch2,
+                               int32_t* scratch3, int32_t* infoA, int32_t* infoB, int32_t* infoC);
+
+/* Writes the 88 points of the dense description: eyes, brows, nose, mouth and the outline of the face. */
+QX_FACE_SDK_API void FaceAttr(void* analyser, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
+                              const int32_t* keyPoints, const int32_t* attrBlock, int32_t infoA, int32_t infoB,
+                              int32_t infoC, int32_t* attributes);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* QX_FACE_SDK_H */

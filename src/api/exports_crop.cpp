@@ -1,0 +1,76 @@
+// Exports: the crop run and what is read from its crops.
+#include <cstring>
+
+#include "api/crop_run.h"
+#include "api/handle.h"
+#include "api/result.h"
+
+extern "C" {
+
+int32_t QX_IDP_RoughCrop(IdpHandle* handle, const IdpImage* image, int32_t mode, IDPResult* result) {
+  if (handle == nullptr || result == nullptr) return IDP_ERR_HANDLE;
+  if (image == nullptr || image->pixels == nullptr) return IDP_ERR_PARAM;
+  if (image->channels != 1 && image->channels != 3) return IDP_ERR_PARAM;
+  if (mode != IDP_CROP_SINGLE && mode != IDP_CROP_PAIR) return IDP_ERR_PARAM;
+  result->ReleaseContents();
+  result->srcChannels = image->channels;
+  result->srcHeight = image->height;
+  result->cropMode = mode;
+  result->srcWidth = image->width;
+  result->settings = handle->settings;
+  return qx::RunCrop({image->pixels, image->width, image->height, image->channels}, &handle->engine, result);
+}
+
+int32_t QX_IDP_GetFaceNumber(IDPResult* result, int32_t* count) {
+  if (result == nullptr) return IDP_ERR_HANDLE;
+  if (count == nullptr) return IDP_ERR_PARAM;
+  *count = result->faceCount;
+  return IDP_OK;
+}
+
+int32_t QX_IDP_GetRCSize(IDPResult* result, int32_t index, int32_t* height, int32_t* width) {
+  if (result == nullptr) return IDP_ERR_HANDLE;
+  if (index >= result->faceCount || width == nullptr || height == nullptr) return IDP_ERR_PARAM;
+  const qx::CropView crop = qx::ViewCrop(*result, index);
+  *height = crop.height;
+  *width = crop.width;
+  return IDP_OK;
+}
+
+int32_t QX_IDP_GetRCImage(IDPResult* result, int32_t index, uint8_t* image, uint8_t* mask) {
+  if (result == nullptr) return IDP_ERR_HANDLE;
+  if (index >= result->faceCount || image == nullptr || mask == nullptr) return IDP_ERR_PARAM;
+  const qx::CropView crop = qx::ViewCrop(*result, index);
+  if (crop.image == nullptr || crop.mask == nullptr) return IDP_ERR_PARAM;
+  std::memcpy(image, crop.image, qx::ImageBytes(crop.width, crop.height, 3));
+  std::memcpy(mask, crop.mask, qx::ImageBytes(crop.width, crop.height, 1));
+  return IDP_OK;
+}
+
+int32_t QX_IDP_CheckQuality(IdpHandle* handle, IDPResult* result, int32_t index, QualityScores* scores) {
+  static_cast<void>(scores);
+  if (handle == nullptr || result == nullptr) return IDP_ERR_HANDLE;
+  if (index >= result->faceCount) return IDP_ERR_PARAM;
+  if (result->cropMode != 0 && !result->HasModeCrop(index)) return IDP_ERR_PARAM;
+  if (result->cropMode != IDP_CROP_SINGLE) return IDP_OK;
+  return IDP_ERR_PARAM;
+}
+
+int32_t QX_IDP_FineCrop(IDPResult* result, int32_t index, const FineCropParams* params, CropRect* rect) {
+  if (result == nullptr) return IDP_ERR_HANDLE;
+  if (index >= result->faceCount || !result->HasFaceCrop(index)) return IDP_ERR_PARAM;
+  if (!result->Face(index)->fgMask) return IDP_ERR_NO_MASK;
+  if (params == nullptr || rect == nullptr) return IDP_ERR_PARAM;
+  if (result->cropMode == IDP_CROP_SINGLE) {
+    if (params->height < 1 || params->width < 1) return IDP_ERR_PARAM;
+    if (params->headMin > params->headMax || params->eyeMin > params->eyeMax || params->topMin > params->topMax) {
+      return IDP_ERR_PARAM;
+    }
+  } else {
+    const qx::CropView pair = qx::ViewCrop(*result, index);
+    if (pair.fgMask == nullptr || pair.fgColour == nullptr) return IDP_ERR_PARAM;
+  }
+  return IDP_ERR_PARAM;
+}
+
+}  // extern "C"

@@ -1,0 +1,67 @@
+// The adapter over the face engine: the only code that calls it.
+#ifndef QX_FACE_FACE_ENGINE_H
+#define QX_FACE_FACE_ENGINE_H
+
+#include <cstdint>
+
+#include "face/face_record.h"
+#include "qx_face_sdk.h"
+
+namespace qx {
+
+// Faces as the detector found them, given back to the engine when the list ends.
+class FaceList {
+ public:
+  FaceList() = default;
+  FaceList(const FaceList&) = delete;
+  FaceList& operator=(const FaceList&) = delete;
+  ~FaceList();
+
+  int32_t Count() const { return entries_ == nullptr || count_ < 0 ? 0 : count_; }
+  FaceEntry& operator[](int32_t i) { return entries_[i]; }
+
+ private:
+  friend class FaceEngine;
+  void Free();
+
+  FaceEntry* entries_ = nullptr;
+  int32_t count_ = 0;
+  bool held_ = false;  // a detection has run, so the engine waits for its list, even for a null one
+};
+
+// A grey image: width * height bytes.
+struct GreyImage {
+  const uint8_t* pixels;
+  int32_t width;
+  int32_t height;
+};
+
+// The three instances of the engine. Each call changes their state: one call at a time.
+class FaceEngine {
+ public:
+  FaceEngine() = default;
+  FaceEngine(const FaceEngine&) = delete;
+  FaceEngine& operator=(const FaceEngine&) = delete;
+  ~FaceEngine();
+
+  // Creates the instances; false when the engine refuses one of them, and none is kept then.
+  bool Create();
+
+  // Finds the faces, with one more permissive try when there are none at first.
+  void Detect(const GreyImage& grey, FaceList* faces);
+
+  // Clamps the entry to the image and fills the record's landmarks, attributes and face box from it.
+  void Describe(const GreyImage& grey, FaceEntry* entry, FaceRecord* face);
+
+ private:
+  void Release();
+  void RunDetector(const GreyImage& grey, FaceList* faces);
+
+  void* detector_ = nullptr;
+  void* aligner_ = nullptr;
+  void* attributeEngine_ = nullptr;
+};
+
+}  // namespace qx
+
+#endif  // QX_FACE_FACE_ENGINE_H
