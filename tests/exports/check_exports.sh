@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# usage: check_exports.sh SOURCE_DIR LIBQX_IDP LIBQX_FACESDK
+# Holds the dynamic symbols, dependencies and load-time work of the libraries against the public headers.
+set -euo pipefail
+export LC_ALL=C
+source_dir=$1 library=$2 engine=$3
+outcome=0
+
+# expect WHAT EXPECTED ACTUAL: two lists, one word a line.
+expect() {
+  local difference
+  if ! difference=$(diff <(echo "$2") <(echo "$3")); then
+    printf '%s (< expected, > found):\n%s\n' "$1" "$(grep '^[<>]' <<<"$difference")"
+    outcome=1
+  fi
+}
+
+# The functions that a header declares, and the names that a library defines for others or wants from them.
+functions() { sed -nE "s/^$2 [^(]*[ *](\w+)\(.*/\1/p" "$1" | sort; }
+defined() { nm -D --without-symbol-versions --defined-only "$1" | awk '{ print $NF }' | sort; }
+wanted() { nm -D --without-symbol-versions --undefined-only "$1" | awk '{ print $NF }' | sort; }
+dynamic() { readelf -dW "$1" | sed -nE "s/.*\($2\).*\[(.*)\]/\1/p" | sort; }
+
+api=$(functions "$source_dir/include/qx_idp.h" QX_IDP_API)
+engine_api=$(functions "$source_dir/engine/include/qx_face_sdk.h" QX_FACE_SDK_API)
+expect "number of functions" $'22\n16' "$(wc -l <<<"$api"; wc -l <<<"$engine_api")"
+
+expect "exports of the library" "$(sort <<<"$api"$'\n'NvOptimusEnablementCuda)" "$(defined "$library")"
+expect "exports of the engine" "$engine_api" "$(defined "$engine")"
+# Another engine can stand in front only when the library leaves every one of these to the dynamic linker.
+expect "engine functions that the library wants" "$engine_api" "$(comm -12 <(echo "$engine_api") <(wanted "$library"))"
+
+expect "soname of the library" libqx_idp.so.0 "$(dynamic "$library" SONAME)"
+expect "soname of the engine" libQX_FaceSDK.so.0 "$(dynamic "$engine" SONAME)"
+allowed=$'libQX_FaceSDK.so.0\nlibc.so.6\nlibgcc_s.so.1\nlibm.so.6\nlibstdc++.so.6'
+expect "libraries beyond what is allowed" "" "$(comm -13 <(echo "$allowed") <(dynamic "$library" NEEDED))"
+expect "engine among the needed libraries" libQX_FaceSDK.so.0 "$(dynamic "$library" NEEDED | grep FaceSDK)"
+
+# The toolchain itself leaves one initialiser and one finaliser; a second would be a static object of ours.
+sections=$(readelf -SW "$library" | sed -nE 's/^ *\[ *[0-9]+\] (\.(init|fini)_array|\.ctors|\.dtors) +\S+ +\S+ +\S+ +(\S+) .*/\1 \3/p')
+expect "sizes of the load-time work" $'.init_array 000008\n.fini_array 000008' "$sections"
+
+exit $outcome

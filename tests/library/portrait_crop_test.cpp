@@ -1,0 +1,164 @@
+// Geometry and pixels of the single-portrait crop.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "api/result.h"
+#include "library/scripted_engine.h"
+
+namespace qx::test {
+namespace {
+
+class PortraitCrop : public ::testing::Test {
+ protected:
+  const FaceRecord& Run(Photo photo, const ScriptedFace& face) {
+    Script().detections = {{face}};
+    const IdpImage image = photo.Image();
+    EXPECT_EQ(QX_IDP_RoughCrop(handle.get(), &image, IDP_CROP_SINGLE, result.get()), IDP_OK);
+    return *result->Face(0);
+  }
+  Crop Read() { return ReadCrop(result.get(), 0); }
+
+  HandlePtr handle = FreshHandle();
+  ResultPtr result{QX_IDP_CreateIDPResult()};
+};
+
+void ExpectPixel(const Crop& crop, int32_t x, int32_t y, const uint8_t* bgr, uint8_t mask) {
+  const auto at = static_cast<size_t>(y * crop.width + x);
+  ASSERT_EQ(crop.mask[at], mask) << x << "," << y;
+  ASSERT_EQ(std::memcmp(&crop.image[at * 3], bgr, 3), 0) << x << "," << y;
+}
+
+TEST_F(PortraitCrop, ALevelFaceAtScaleOneIsACopyOfSourcePixels) {
+  // 480 x 610 with the face's centre at (240, 278): the frame starts at (300 - 240, 200 - 278).
+  const Photo photo(500, 500);
+  const FaceRecord& face = Run(photo, LevelFace(300, 200, 100));
+  EXPECT_EQ(face.originX, 60);
+  EXPECT_EQ(face.originY, -78);
+  EXPECT_EQ(face.offsetX, 240);
+  EXPECT_EQ(face.offsetY, 278);
+  const Crop crop = Read();
+  ASSERT_EQ(std::pair(crop.width, crop.height), std::pair(480, 610));
+  const uint8_t white[] = {255, 255, 255};
+  for (int32_t y = 0; y < crop.height; ++y) {
+    for (int32_t x = 0; x < crop.width; ++x) {
+      const int32_t sx = x + 60, sy = y - 78;
+      const bool inside = sx < 500 && sy >= 0 && sy < 500;
+      ExpectPixel(crop, x, y, inside ? photo.At(sx, sy) : white, inside ? 1 : 0);
+      if (HasFatalFailure()) return;
+    }
+  }
+  EXPECT_EQ(face.crop.landmarks[0].x, 190);
+  EXPECT_EQ(face.crop.landmarks[0].y, 228);
+  EXPECT_EQ(face.crop.attributes[87].x, face.source.attributes[87].x - 60);
+  EXPECT_EQ(face.crop.faceBox[3].y, face.source.faceBox[3].y + 78);
+}
+
+TEST_F(PortraitCrop, FourQuarterTurnsGiveTheSameCrop) {
+  Photo photo(520, 430);
+  ScriptedFace face = LevelFace(250, 200, 100);
+  Run(photo, face);
+  const Crop upright = Read();
+  const FacePoints points = result->Face(0)->crop;
+  const std::pair<double, double> turns[] = {{0, -1}, {-1, 0}, {0, 1}, {1, 0}};
+  for (const auto& turn : turns) {
+    face = TurnClockwise(face, photo.height);
+    photo = photo.TurnedClockwise();
+    const FaceRecord& record = Run(photo, face);
+    EXPECT_EQ(std::pair(record.rotCos, record.rotSin), turn);
+    const Crop crop = Read();
+    EXPECT_EQ(crop.image, upright.image);
+    EXPECT_EQ(crop.mask, upright.mask);
+    if (record.rotSin == 0) {
+      EXPECT_EQ(std::memcmp(record.crop.landmarks, points.landmarks, sizeof points.landmarks), 0);
+      EXPECT_EQ(std::memcmp(record.crop.attributes, points.attributes, sizeof points.attributes), 0);
+    } else if (record.rotSin < 0) {
+      // The offsets are distances along the source's axes, 278 and 240, also where the crop's axes are swapped:
+      // the eye corner at (50, -50) from the centre comes to (50 + 278, 50 + 240).
+      EXPECT_EQ(std::pair(record.crop.landmarks[0].x, record.crop.landmarks[0].y), std::pair(328, 290));
+    }
+  }
+}
+
+TEST_F(PortraitCrop, TheWidthBoundScalesDown) {
+  const FaceRecord& face = Run(Photo(900, 900), LevelFace(450, 450, 200));
+  EXPECT_EQ(face.cropWidth, 800);
+  EXPECT_EQ(face.cropHeight, 1017);
+  EXPECT_EQ(face.originX, 450 - 480);
+  EXPECT_EQ(face.originY, 450 - 556);
+  EXPECT_EQ(face.offsetX, 480 / 1.2);
+  EXPECT_EQ(face.offsetY, 556 / 1.2);
+  // 100 source pixels left of the centre: 400 - 83.33 + 0.5, truncated.
+  EXPECT_EQ(face.crop.landmarks[0].x, 317);
+  EXPECT_EQ(face.crop.landmarks[0].y, 380);
+}
+
+TEST_F(PortraitCrop, ScaledPixelsAreBilinearRoundedHalfUp) {
+  // 1,000 / 800 = 1.25: crop pixel (1, 1) lies at a quarter between source pixels on both axes.
+  QX_IDP_SetRCLRRatio(handle.get(), 0.8333333333333333);
+  Photo photo(1300, 1700);
+  const FaceRecord& face = Run(photo, LevelFace(650, 800, 200));
+  ASSERT_EQ(face.cropWidth, 800);
+  ASSERT_EQ(face.naturalWidth, 0) << "the two-face crop's field";
+  const Crop crop = Read();
+  const auto ox = static_cast<int32_t>(face.originX), oy = static_cast<int32_t>(face.originY);
+  ASSERT_GE(ox, 0);
+  ASSERT_GE(oy, 0);
+  for (int32_t i = 0; i < 9; ++i) {
+    for (int32_t j = 0; j < 9; ++j) {
+      const int32_t x = ox + j * 5 / 4, y = oy + i * 5 / 4;
+      const int32_t fx = j * 5 % 4, fy = i * 5 % 4;  // quarters, so that whole numbers suffice
+      for (int32_t c = 0; c < 3; ++c) {
+        const int32_t sum = photo.At(x, y)[c] * (4 - fx) * (4 - fy) + photo.At(x, y + 1)[c] * (4 - fx) * fy +
+                            photo.At(x + 1, y)[c] * fx * (4 - fy) + photo.At(x + 1, y + 1)[c] * fx * fy;
+        ASSERT_EQ(crop.image[static_cast<size_t>((i * crop.width + j) * 3 + c)], (sum + 8) / 16);
+      }
+    }
+  }
+}
+
+TEST_F(PortraitCrop, AGreyPhotographGivesThreeEqualBytes) {
+  const Photo photo(300, 300, 1);
+  Run(photo, LevelFace(150, 150, 40));
+  const Crop crop = Read();
+  const FaceRecord& face = *result->Face(0);
+  for (int32_t y = 0; y < crop.height; ++y) {
+    for (int32_t x = 0; x < crop.width; ++x) {
+      const int32_t sx = x + static_cast<int32_t>(face.originX), sy = y + static_cast<int32_t>(face.originY);
+      ASSERT_TRUE(sx >= 0 && sy >= 0 && sx < 300 && sy < 300);
+      const uint8_t g = *photo.At(sx, sy);
+      const uint8_t bgr[] = {g, g, g};
+      ExpectPixel(crop, x, y, bgr, 1);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST_F(PortraitCrop, CoincidingEyesGiveAnEmptyCrop) {
+  Run(Photo(50, 50), LevelFace(25, 25, 0));
+  const Crop crop = Read();
+  EXPECT_EQ(std::pair(crop.width, crop.height), std::pair(0, 0));
+}
+
+TEST_F(PortraitCrop, ACropOfOverTwoGigabytesIsLeftWithoutImages) {
+  QX_IDP_SetSrcSame(handle.get(), 1);
+  ScriptedFace face = LevelFace(25, 25, 10);
+  face.landmarks[9].x = 40020;  // 40,000 from the other eye
+  const FaceRecord& record = Run(Photo(50, 50), face);
+  uint8_t byte = 0;
+  EXPECT_EQ(std::pair(record.cropWidth, record.cropHeight), std::pair(192000, 244000));
+  EXPECT_EQ(QX_IDP_GetRCImage(result.get(), 0, &byte, &byte), IDP_ERR_PARAM);
+}
+
+TEST_F(PortraitCrop, PointsAnywhereNeitherOverflowNorCrash) {
+  for (const int32_t far : {46341, 1000000000, 2147483647, -2147483647}) {
+    ScriptedFace face = LevelFace(25, 25, 10);
+    face.landmarks[9] = {far, -far};
+    face.landmarks[16] = {far, far};
+    face.keyPoints[1] = {far, -far};
+    Run(Photo(50, 50), face);
+  }
+}
+
+}  // namespace
+}  // namespace qx::test
