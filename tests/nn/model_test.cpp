@@ -1,0 +1,302 @@
+#include "nn/model.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+
+#include "nn/runtime.h"
+#include "tests/nn/model_writer.h"
+#include "tests/nn/real_models.h"
+
+namespace qx::nn {
+namespace {
+
+using tflite::BuiltinOperator;
+using tflite::Padding;
+
+// Parses bytes and, when they still are a network, runs what can be run. True when they were accepted.
+bool Survives(const std::vector<uint8_t>& bytes) {
+  std::string error;
+  const std::unique_ptr<Model> model = Model::Parse(bytes.data(), bytes.size(), &error);
+  if (model == nullptr) {
+    EXPECT_NE(error, "");
+    return false;
+  }
+  for (const int output : model->Outputs()) {
+    const std::unique_ptr<Runtime> runtime = Runtime::Create(*model, model->Inputs(), {output}, &error);
+    EXPECT_TRUE(runtime == nullptr || runtime->Run());
+  }
+  return true;
+}
+
+TEST(ModelTest, ReadsSmallModel) {
+  const std::vector<uint8_t> bytes = WriteSmallModel();
+  std::string error;
+  const std::unique_ptr<Model> model = Model::Parse(bytes.data(), bytes.size(), &error);
+  ASSERT_NE(model, nullptr) << error;
+  EXPECT_EQ(model->Tensors()[static_cast<size_t>(model->Inputs()[0])].shape, (std::vector<int>{1, 7, 6, 3}));
+  const Operator* stem = &model->Operators()[0];  // the operator that widens its filter is gone
+  EXPECT_EQ(stem->kind, OperatorKind::kConvolution);
+  EXPECT_EQ(stem->padding, qx::nn::Padding::kSame);
+  EXPECT_EQ(stem->strideHeight, 2);
+  const Tensor& filter = model->Tensors()[static_cast<size_t>(stem->inputs[1])];
+  ASSERT_EQ(filter.constant.size(), 108u);
+  EXPECT_EQ(filter.constant[0], 0.25f);                       // 0x3400
+  EXPECT_EQ(filter.constant[1], -(0.25f + 0x111 / 4096.0f));  // 0xb511
+  const Operator* joined = model->Producer(model->Outputs()[1]);
+  ASSERT_NE(joined, nullptr);
+  EXPECT_EQ(joined->kind, OperatorKind::kConcatenation);
+  EXPECT_EQ(joined->axis, 1);
+  const Operator* other = model->Producer(model->Outputs()[2]);
+  ASSERT_NE(other, nullptr);
+  EXPECT_EQ(other->name, "Other");
+  EXPECT_EQ(other->options, (std::vector<uint8_t>{7, 0, 0, 0}));
+  EXPECT_EQ(model->Producer(-1), nullptr);
+  EXPECT_EQ(model->Producer(1 << 20), nullptr);
+}
+
+TEST(ModelTest, ReadsFromAnyAddress) {
+  std::vector<uint8_t> bytes = WriteSmallModel();
+  bytes.insert(bytes.begin(), 3, 0);
+  std::string error;
+  EXPECT_NE(Model::Parse(bytes.data() + 3, bytes.size() - 3, &error), nullptr) << error;
+  EXPECT_EQ(Model::Parse(nullptr, 0, &error), nullptr);
+  EXPECT_EQ(Model::Parse(bytes.data(), 0, &error), nullptr);
+}
+
+TEST(ModelTest, EveryTruncationIsRefused) {
+  const std::vector<uint8_t> small = WriteSmallModel();
+  for (size_t size = 0; size < small.size(); size += 3) {
+    EXPECT_FALSE(Survives(std::vector<uint8_t>(small.data(), small.data() + size))) << size;
+  }
+  const std::vector<uint8_t> real = ShortRangeBytes();
+  for (size_t size = 0; size < real.size(); size += 1501) {
+    EXPECT_FALSE(Survives(std::vector<uint8_t>(real.data(), real.data() + size))) << size;
+  }
+}
+
+TEST(ModelTest, FlippedBytesDoNoHarm) {
+  const std::vector<uint8_t> small = WriteSmallModel();
+  int refused = 0;
+  for (size_t at = 0; at < small.size(); ++at) {
+    for (const int flip : {0x01, 0x80, 0xff}) {
+      std::vector<uint8_t> bytes = small;
+      bytes[at] = static_cast<uint8_t>(bytes[at] ^ flip);
+      if (!Survives(bytes)) ++refused;
+    }
+  }
+  EXPECT_GT(refused, 1000);
+
+  std::mt19937 random(11);
+  const std::vector<uint8_t> real = ShortRangeBytes();
+  for (int round = 0; round < 300; ++round) {
+    std::vector<uint8_t> bytes = real;
+    for (int flips = 0; flips < 1 + round % 8; ++flips) {
+      // The tables stand at both ends of the file, the weights between them.
+      const size_t at = random() % 30000;
+      bytes[round % 2 == 0 ? at : bytes.size() - 1 - at] = static_cast<uint8_t>(random());
+    }
+    Survives(bytes);
+  }
+}
+
+// One network with one fault each; the base without a fault is accepted.
+struct Fault {
+  const char* name;
+  std::function<std::vector<int>(ModelWriter*, int input)> write;  // input is [1,8,8,4]; returns the outputs
+  bool isAccepted = false;
+};
+
+void PrintTo(const Fault& fault, std::ostream* stream) {
+  *stream << fault.name;
+}
+
+class FaultTest : public testing::TestWithParam<Fault> {};
+
+TEST_P(FaultTest, IsSeenBeforeItReachesTheRuntime) {
+  ModelWriter writer;
+  const int input = writer.Value({1, 8, 8, 4});
+  const std::vector<int> outputs = GetParam().write(&writer, input);
+  const std::vector<uint8_t> bytes = writer.Finish({input}, outputs);
+  EXPECT_EQ(Survives(bytes), GetParam().isAccepted);
+}
+
+std::vector<int> Convolve(ModelWriter* w, int input, const std::vector<int>& filter, const std::vector<int>& bias,
+                          int stride, Padding padding, const std::vector<int>& out) {
+  return {w->Convolution(input, w->Constant(filter), w->Constant(bias), stride, padding, out)};
+}
+
+std::vector<int> Transpose(ModelWriter* w, int input, const std::vector<int32_t>& options,
+                           const std::vector<int>& filter, const std::vector<int>& out) {
+  const std::vector<int> inputs = {input, w->Constant(filter), w->Constant({out[3]})};
+  return {w->Custom("Convolution2DTransposeBias", options, inputs, out)};
+}
+
+const Fault kFaults[] = {
+    {"None",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
+     },
+     true},
+    {"FilterInputs",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 5}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
+     }},
+    {"FilterOutputs",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {1, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
+     }},
+    {"Bias",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 4}, {1}, 2, Padding::SAME, {1, 4, 4, 2});
+     }},
+    {"OutputTooLarge",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 5, 4, 2});
+     }},
+    {"OutputTooSmall",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::VALID, {1, 3, 2, 2});
+     }},
+    {"WindowTooLarge",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 9, 9, 4}, {2}, 1, Padding::VALID, {1, 1, 1, 2});
+     }},
+    {"NoStride",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 4}, {2}, 0, Padding::SAME, {1, 8, 8, 2});
+     }},
+    {"NegativeStride",
+     [](ModelWriter* w, int in) {
+       return Convolve(w, in, {2, 3, 3, 4}, {2}, -1, Padding::SAME, {1, 8, 8, 2});
+     }},
+    {"ComputedFilter",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{
+           w->Convolution(in, w->Value({2, 3, 3, 4}), w->Constant({2}), 1, Padding::SAME, {1, 8, 8, 2})};
+     }},
+    {"DepthwiseFilter",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{
+           w->DepthwiseConvolution(in, w->Constant({1, 3, 3, 3}), w->Constant({4}), 1, Padding::SAME, {1, 8, 8, 4})};
+     }},
+    {"TransposedOutput",
+     [](ModelWriter* w, int in) {
+       return Transpose(w, in, {1, 2, 2}, {2, 2, 2, 4}, {1, 16, 15, 2});
+     }},
+    {"TransposedFilter",
+     [](ModelWriter* w, int in) {
+       return Transpose(w, in, {1, 2, 2}, {2, 2, 2, 3}, {1, 16, 16, 2});
+     }},
+    {"TransposedStride",
+     [](ModelWriter* w, int in) {
+       return Transpose(w, in, {1, -2, -2}, {2, 2, 2, 4}, {1, 16, 16, 2});
+     }},
+    {"PoolOutput",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Pool(BuiltinOperator::MAX_POOL_2D, in, 2, 2, Padding::VALID, {1, 4, 4, 5})};
+     }},
+    {"MeanOutput",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Plain(BuiltinOperator::MEAN, {in, w->Integers({2}, {1, 2})}, {1, 1, 1, 3})};
+     }},
+    {"SlopeCount",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Plain(BuiltinOperator::PRELU, {in, w->Constant({1, 1, 3})}, {1, 8, 8, 4})};
+     }},
+    {"AddShapes",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Plain(BuiltinOperator::ADD, {in, w->Constant({3})}, {1, 8, 8, 4})};
+     }},
+    {"ClampOutput",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {in}, {1, 8, 8, 5})};
+     }},
+    {"ReshapeCount",
+     [](ModelWriter* w, int in) { return std::vector<int>{w->Plain(BuiltinOperator::RESHAPE, {in}, {255})}; }},
+    {"NegativePad",
+     [](ModelWriter* w, int in) {
+       const int pads = w->Integers({4, 2}, {0, 0, -1, 1, 0, 0, 0, 0});
+       return std::vector<int>{w->Plain(BuiltinOperator::PAD, {in, pads}, {1, 8, 8, 4})};
+     }},
+    {"ShortPads",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Plain(BuiltinOperator::PAD, {in, w->Integers({2}, {0, 0})}, {1, 8, 8, 4})};
+     }},
+    {"ResizeSize",
+     [](ModelWriter* w, int in) {
+       return std::vector<int>{w->Resize(in, w->Integers({2}, {4, 5}), {1, 4, 4, 4})};
+     }},
+    {"InputLeftOut",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {-1}, {1, 8, 8, 4})};
+     }},
+    {"InputOutOfRange",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {99}, {1, 8, 8, 4})};
+     }},
+    {"NoInput",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {}, {1, 8, 8, 4})};
+     }},
+    {"OutputOutOfRange", [](ModelWriter*, int) { return std::vector<int>{99}; }},
+    {"ComputedTwice",
+     [](ModelWriter* w, int in) {
+       const int out = w->Plain(BuiltinOperator::RELU, {in}, {1, 8, 8, 4});
+       w->AddOperator(BuiltinOperator::RELU, "", {in}, {out}, tflite::BuiltinOptions::NONE, 0, {});
+       return std::vector<int>{out};
+     }},
+    {"Ring",
+     [](ModelWriter* w, int) {
+       const int a = w->Value({1, 8, 8, 4});
+       const int b = w->Plain(BuiltinOperator::RELU, {a}, {1, 8, 8, 4});
+       w->AddOperator(BuiltinOperator::RELU, "", {b}, {a}, tflite::BuiltinOptions::NONE, 0, {});
+       return std::vector<int>{b};
+     }},
+    {"ConstantSize",
+     [](ModelWriter* w, int in) {
+       w->AddTensor({5}, tflite::TensorType::FLOAT32, {0, 0, 0, 0});
+       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
+     }},
+    {"NegativeExtent",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Value({1, -8})};
+     }},
+    {"NoExtent",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Value({1, 0})};
+     }},
+    {"ExtentsThatWrap",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Value({65536, 65536, 65536, 65536})};
+     }},
+    {"TooManyDimensions",
+     [](ModelWriter* w, int) {
+       return std::vector<int>{w->Value({1, 1, 1, 1, 1, 1, 1})};
+     }},
+    {"ManyLargeTensors",
+     [](ModelWriter* w, int) {
+       for (int i = 0; i < 8; ++i) w->Value({4096, 4096});
+       return std::vector<int>{};
+     }},
+    {"TooManyTaps",
+     [](ModelWriter* w, int) {
+       return Convolve(w, w->Value({1, 1000, 1000, 1}), {1, 5, 5, 1}, {1}, 1, Padding::SAME, {1, 1000, 1000, 1});
+     }},
+    {"LargeResize",
+     [](ModelWriter* w, int) {
+       const int size = w->Integers({2}, {4000, 4000});
+       return std::vector<int>{w->Resize(w->Value({1, 2, 2, 1}), size, {1, 4000, 4000, 1})};
+     }},
+    {"TooManyMultiplications",
+     [](ModelWriter* w, int) {
+       return Convolve(w, w->Value({1, 200, 200, 400}), {400, 1, 1, 400}, {400}, 1, Padding::SAME, {1, 200, 200, 400});
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Faults, FaultTest, testing::ValuesIn(kFaults),
+                         [](const auto& info) { return info.param.name; });
+
+}  // namespace
+}  // namespace qx::nn
