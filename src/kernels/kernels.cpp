@@ -1,20 +1,60 @@
 #include "kernels/kernels.h"
 
-namespace qx {
-namespace {
+#if defined(QX_KERNELS_AVX2)
+#include <cpuid.h>
 
-void GreyRow(const uint8_t* bgr, size_t count, uint8_t* grey) {
-  for (size_t i = 0; i < count; ++i, bgr += 3) {
-    grey[i] = static_cast<uint8_t>((299u * bgr[2] + 587u * bgr[1] + 114u * bgr[0] + 500u) / 1000u);
-  }
+#include <atomic>
+#endif
+
+namespace qx {
+
+namespace generic {
+extern const Kernels kKernels;
 }
 
-constexpr Kernels kGeneric = {GreyRow};
+const Kernels& GenericKernels() {
+  return generic::kKernels;
+}
+
+#if defined(QX_KERNELS_AVX2)
+
+namespace avx2 {
+extern const Kernels kKernels;
+}
+
+namespace {
+
+// The processor has AVX2 and the system keeps its registers. Asked of the processor itself: the compiler's own query
+// would bring a constructor that runs when the library is loaded.
+bool HasAvx2() {
+  constexpr unsigned kVectorStates = 0x6;  // of the register that says what the system saves: 128 and 256 bits
+  unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+  if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & bit_OSXSAVE) == 0 || (ecx & bit_AVX) == 0) return false;
+  unsigned low = 0, high = 0;
+  __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+  if ((low & kVectorStates) != kVectorStates) return false;
+  return __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & bit_AVX2) != 0;
+}
 
 }  // namespace
 
 const Kernels& ActiveKernels() {
-  return kGeneric;
+  // Threads that come here at once find the same answer, and what it points to is constant: no order is needed.
+  static std::atomic<const Kernels*> active{nullptr};
+  const Kernels* kernels = active.load(std::memory_order_relaxed);
+  if (kernels == nullptr) {
+    kernels = HasAvx2() ? &avx2::kKernels : &generic::kKernels;
+    active.store(kernels, std::memory_order_relaxed);
+  }
+  return *kernels;
 }
+
+#else
+
+const Kernels& ActiveKernels() {
+  return generic::kKernels;
+}
+
+#endif
 
 }  // namespace qx

@@ -1,0 +1,20 @@
+// The groups of cases that one run of the benchmarks times.
+#ifndef QX_BENCH_CASES_H
+#define QX_BENCH_CASES_H
+
+#include <string>
+
+#include "bench/table.h"
+
+namespace qx::bench {
+
+// Grey conversion and crop resampling beside OpenCV's and beside plain copies.
+void AddKernelCases(Table* table);
+
+// Detection and landmarks on a photograph of one face or more, scaled to 12 megapixels. False, after a line on standard
+// error, when the photograph cannot be read or has no face.
+bool AddEngineCases(const std::string& photo, Table* table);
+
+}  // namespace qx::bench
+
+#endif  // QX_BENCH_CASES_H
