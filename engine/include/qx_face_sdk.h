@@ -53,16 +53,20 @@ QX_FACE_SDK_API void FaceAttrRelease(void* analyser);
 /* Settings of the detector; they stay until they are set again. */
 /* 1 (default): look for faces in all four quarter turns; 0: upright faces only. */
 QX_FACE_SDK_API void SetDetectFlagA(void* detector, int32_t value);
-/* Percentage of overlap above which two detections are the same face; 15 is the default. */
+/* Overlap (intersection over union) above which two detections are the same face, in fiftieths; 15, the default, is
+ * 0.30. */
 QX_FACE_SDK_API void SetDetectParamB(void* detector, int32_t value);
-/* 1 (default): confirm each face with the landmark model; 0: believe the detector's score alone. */
+/* 1 (default): report a face when the landmark model confirms it or its score is 0.75 or more; 0: believe every
+ * score. */
 QX_FACE_SDK_API void SetDetectFlagC(void* detector, int32_t value);
 /* Lowest score of a face, in thousandths; default 550. */
 QX_FACE_SDK_API void SetDetectThreshold(void* detector, int32_t value);
-/* Range of face sizes in pixels for which the search is laid out. The upper bound limits what is reported; the
- * lower bound does not (smaller faces that are found anyway are reported). */
+/* Range of face sizes in pixels for which the search is laid out; default 80 and no limit. The upper bound limits what
+ * is reported, by the smaller side of the face's part inside of the image; the lower bound does not (smaller faces that
+ * are found anyway are reported) but says down to which size a large image is worth a close search. */
 QX_FACE_SDK_API void SetDetectSizeRange(void* detector, int32_t lower, int32_t upper);
-/* Side of the smallest face worth reporting; a smaller number finds more. */
+/* Side in pixels of the smallest face to report; default 25. A smaller number finds more: below 15 an image in which
+ * nothing was found is searched once more, closely. */
 QX_FACE_SDK_API void SetDetectMinFace(void* detector, int32_t value);
 
 /* Finds faces. Writes the number of faces to *count and an array of that many entries to *faces (null for none),
@@ -74,20 +78,24 @@ QX_FACE_SDK_API void FaceListFree(FaceEntry* faces);
 
 /* Describes one face.
  * outD, outE          presence of the face by the landmark model in thousandths; fine roll in hundredths of a degree
- * scratchBlock1, 2    QX_FACE_BLOCK_INTS int32 each, free for the engine's use
+ * scratchBlock1, 2    QX_FACE_BLOCK_INTS int32 each, free for the engine's use, now not written
  * landmarks           38 points: 0 to 7 left eye, 8 to 15 right eye, 16 to 20 mouth, 21 to 30 brows, 31 to 37 nose
  * keyPoints           11 points: eye centres, nose tip, mouth corners, brows, nose root, nose base, mouth, chin
  * attrBlock           QX_FACE_BLOCK_INTS int32, to be handed to FaceAttr of the same face
  * outF, outG, outH    openness of the left eye, the right eye and the mouth; below 100 an eye counts as closed
  * scratch1 to 3       free for the engine's use
- * infoA to infoC      to be handed to FaceAttr of the same face */
+ * infoA to infoC      quarter turns clockwise, 0 to 3; outE and outD again; to be handed to FaceAttr of the same face
+ * Any of the outputs may be null. All are zero when there is nothing to describe, and points that lie outside of the
+ * image are at most one image size away from it. */
 QX_FACE_SDK_API void FaceAlign(void* landmarker, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
                                const FaceArgument* face, int32_t* outD, int32_t* outE, int32_t* scratchBlock1,
                                int32_t* landmarks, int32_t* scratchBlock2, int32_t* keyPoints, int32_t* attrBlock,
                                int32_t* outF, int32_t* outG, int32_t* outH, int32_t* scratch1, int32_t* scratch2,
                                int32_t* scratch3, int32_t* infoA, int32_t* infoB, int32_t* infoC);
 
-/* Writes the 88 points of the dense description: eyes, brows, nose, mouth and the outline of the face. */
+/* Writes the 88 points of the dense description: 0 to 7 left eye, 8 to 15 left brow, 16 to 23 right eye, 24 to 31
+ * right brow, 32 to 44 nose, 45 to 66 mouth, 67 to 87 outline of the face. Reads the image's size and attrBlock; all
+ * points are zero for a block that FaceAlign left zero. */
 QX_FACE_SDK_API void FaceAttr(void* analyser, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
                               const int32_t* keyPoints, const int32_t* attrBlock, int32_t infoA, int32_t infoB,
                               int32_t infoC, int32_t* attributes);

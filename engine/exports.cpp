@@ -1,0 +1,228 @@
+// The sixteen functions of the engine: checks of the arguments, then one call. No exception leaves them.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "engine/detector.h"
+#include "engine/landmarker.h"
+#include "qx_face_sdk.h"
+
+namespace qx::face {
+namespace {
+
+struct DetectorInstance {
+  std::unique_ptr<Detector> detector;
+  DetectorSettings settings;
+};
+
+// The third analysis reads the mesh that the alignment found; it needs no network of its own.
+struct Analyser {};
+
+// What the alignment hands to the third analysis: the mark, then x and y of the mesh as the bits of floats.
+constexpr int32_t kBlockMark = 0x4853454d;
+static_assert(sizeof(float) == sizeof(int32_t) && 1 + 2 * kMeshPoints <= QX_FACE_BLOCK_INTS,
+              "the mesh must fit the block");
+
+void WriteBlock(const FaceDescription* description, int32_t* block) {
+  if (block == nullptr) return;
+  std::fill_n(block, QX_FACE_BLOCK_INTS, 0);
+  if (description == nullptr) return;
+  *block++ = kBlockMark;
+  for (const Point& p : description->mesh) {
+    const float values[2] = {static_cast<float>(p.x), static_cast<float>(p.y)};
+    std::memcpy(block, values, sizeof values);
+    block += 2;
+  }
+}
+
+bool ReadBlock(const int32_t* block, MeshPoints* mesh) {
+  if (block == nullptr || *block++ != kBlockMark) return false;
+  for (Point& p : *mesh) {
+    float values[2];
+    std::memcpy(values, block, sizeof values);
+    p = {values[0], values[1]};
+    block += 2;
+  }
+  return true;
+}
+
+bool IsImage(const uint8_t* grey, int32_t width, int32_t height, int32_t channels) {
+  return grey != nullptr && width > 0 && height > 0 && channels == 1;
+}
+
+FaceEntry EntryOf(const FoundFace& face, const GreyView& image) {
+  FaceEntry entry{};
+  const auto corners = CornersOf(face.square.centre, face.square.side, face.turn, image.width, image.height);
+  std::copy(corners.begin(), corners.end(), entry.corners);
+  entry.unread = FloorTo(1000 * face.score + 0.5, 0, 1000);
+  entry.tag = FloorTo(100 * Degrees(face.roll) + 0.5, -4500, 4500);
+  return entry;
+}
+
+FaceEntry* NewEntries(const std::vector<FoundFace>& faces, const GreyView& image) {
+  if (faces.empty()) return nullptr;
+  auto* entries = static_cast<FaceEntry*>(std::calloc(faces.size(), sizeof(FaceEntry)));
+  if (entries == nullptr) return nullptr;
+  for (size_t i = 0; i < faces.size(); ++i) entries[i] = EntryOf(faces[i], image);
+  return entries;
+}
+
+void Write(int32_t value, int32_t* out) {
+  if (out != nullptr) *out = value;
+}
+
+template <size_t n>
+void Write(const std::array<Pixel, n>& points, int32_t* out) {
+  if (out == nullptr) return;
+  for (const Pixel& p : points) {
+    *out++ = p.x;
+    *out++ = p.y;
+  }
+}
+
+// Runs `call` and answers what it answers, or `failed` when memory is short.
+template <typename Result, typename Call>
+Result Guarded(Result failed, Call call) noexcept {
+  try {
+    return call();
+  } catch (...) {
+    return failed;
+  }
+}
+
+void Change(void* detector, double DetectorSettings::*setting, double value) {
+  if (detector != nullptr) static_cast<DetectorInstance*>(detector)->settings.*setting = value;
+}
+
+void Change(void* detector, bool DetectorSettings::*setting, int32_t value) {
+  if (detector != nullptr) static_cast<DetectorInstance*>(detector)->settings.*setting = value != 0;
+}
+
+void Change(void* detector, int DetectorSettings::*setting, int32_t value) {
+  if (detector != nullptr) static_cast<DetectorInstance*>(detector)->settings.*setting = value;
+}
+
+}  // namespace
+}  // namespace qx::face
+
+using qx::face::Change;
+using qx::face::DetectorSettings;
+using qx::face::GreyView;
+
+void* FaceDetectorCreate(void) {
+  using Instance = qx::face::DetectorInstance;
+  return qx::face::Guarded(static_cast<void*>(nullptr), []() -> void* {
+    auto detector = qx::face::Detector::Create();
+    return detector ? new Instance{std::move(detector), {}} : nullptr;
+  });
+}
+
+void FaceDetectorRelease(void* detector) {
+  delete static_cast<qx::face::DetectorInstance*>(detector);
+}
+
+void* LandmarkerCreate(void) {
+  return qx::face::Guarded(static_cast<void*>(nullptr),
+                           []() -> void* { return qx::face::Landmarker::Create().release(); });
+}
+
+void LandmarkerRelease(void* landmarker) {
+  delete static_cast<qx::face::Landmarker*>(landmarker);
+}
+
+void* FaceAttrCreate(void) {
+  return new (std::nothrow) qx::face::Analyser;
+}
+
+void FaceAttrRelease(void* analyser) {
+  delete static_cast<qx::face::Analyser*>(analyser);
+}
+
+void SetDetectFlagA(void* detector, int32_t value) {
+  Change(detector, &DetectorSettings::allTurns, value);
+}
+
+void SetDetectParamB(void* detector, int32_t value) {
+  Change(detector, &DetectorSettings::overlap, value / 50.0);
+}
+
+void SetDetectFlagC(void* detector, int32_t value) {
+  Change(detector, &DetectorSettings::confirm, value);
+}
+
+void SetDetectThreshold(void* detector, int32_t value) {
+  Change(detector, &DetectorSettings::threshold, value / 1000.0);
+}
+
+void SetDetectSizeRange(void* detector, int32_t lower, int32_t upper) {
+  Change(detector, &DetectorSettings::smallestExpected, lower);
+  Change(detector, &DetectorSettings::largest, upper);
+}
+
+void SetDetectMinFace(void* detector, int32_t value) {
+  Change(detector, &DetectorSettings::smallest, value);
+}
+
+void FaceDetect(void* detector, const uint8_t* grey, int32_t width, int32_t height, int32_t channels, FaceEntry** faces,
+                int32_t* count) {
+  if (faces != nullptr) *faces = nullptr;
+  if (count != nullptr) *count = 0;
+  if (detector == nullptr || faces == nullptr || count == nullptr) return;
+  if (!qx::face::IsImage(grey, width, height, channels)) return;
+  qx::face::Guarded(false, [=] {
+    auto* instance = static_cast<qx::face::DetectorInstance*>(detector);
+    const GreyView image{grey, width, height};
+    const auto found = instance->detector->Find(image, instance->settings);
+    *faces = qx::face::NewEntries(found, image);
+    if (*faces != nullptr) *count = static_cast<int32_t>(found.size());
+    return true;
+  });
+}
+
+void FaceListFree(FaceEntry* faces) {
+  std::free(faces);
+}
+
+void FaceAlign(void* landmarker, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
+               const FaceArgument* face, int32_t* outD, int32_t* outE, int32_t* /*scratchBlock1*/, int32_t* landmarks,
+               int32_t* /*scratchBlock2*/, int32_t* keyPoints, int32_t* attrBlock, int32_t* outF, int32_t* outG,
+               int32_t* outH, int32_t* /*scratch1*/, int32_t* /*scratch2*/, int32_t* /*scratch3*/, int32_t* infoA,
+               int32_t* infoB, int32_t* infoC) {
+  using qx::face::Write;
+  qx::face::FaceDescription d;
+  const bool found = landmarker != nullptr && face != nullptr && qx::face::IsImage(grey, width, height, channels) &&
+                     qx::face::Guarded(false, [&] {
+                       return static_cast<qx::face::Landmarker*>(landmarker)
+                           ->Describe({grey, width, height}, face->corners, face->tag, &d);
+                     });
+  if (!found) d = {};
+  Write(d.presence, outD);
+  Write(d.roll, outE);
+  Write(d.landmarks, landmarks);
+  Write(d.keyPoints, keyPoints);
+  qx::face::WriteBlock(found ? &d : nullptr, attrBlock);
+  Write(d.leftEyeOpen, outF);
+  Write(d.rightEyeOpen, outG);
+  Write(d.mouthOpen, outH);
+  Write(d.turn, infoA);
+  Write(d.roll, infoB);
+  Write(d.presence, infoC);
+}
+
+void FaceAttr(void* analyser, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
+              const int32_t* /*keyPoints*/, const int32_t* attrBlock, int32_t /*infoA*/, int32_t /*infoB*/,
+              int32_t /*infoC*/, int32_t* attributes) {
+  std::array<qx::face::Pixel, QX_FACE_ATTRIBUTE_POINTS> points{};
+  qx::face::MeshPoints mesh;
+  if (analyser != nullptr && qx::face::IsImage(grey, width, height, channels) &&
+      qx::face::ReadBlock(attrBlock, &mesh)) {
+    points = qx::face::AttributePoints({grey, width, height}, mesh);
+  }
+  qx::face::Write(points, attributes);
+}

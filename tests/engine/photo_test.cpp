@@ -1,0 +1,165 @@
+// The engine on a photograph: a portrait whose face is upright, about 110 of 512 pixels wide, and open-eyed.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <vips/vips8>
+
+#include "engine_instance.h"
+
+namespace qx::face {
+namespace {
+
+class Photograph : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    if (VIPS_INIT("engine_test") != 0) vips_error_exit(nullptr);
+    const vips::VImage photo = vips::VImage::new_from_file(QX_SAMPLE_PHOTO).colourspace(VIPS_INTERPRETATION_B_W);
+    upright_ = new vips::VImage(photo.extract_band(0).cast(VIPS_FORMAT_UCHAR).copy_memory());
+    reference_ = new FaceEntry(Engine().Detect(Read(*upright_)).at(0));
+  }
+  static void TearDownTestSuite() {
+    delete reference_;
+    delete upright_;
+    vips_shutdown();
+  }
+
+  static Grey Read(const vips::VImage& image) {
+    size_t size = 0;
+    uint8_t* bytes = static_cast<uint8_t*>(image.write_to_memory(&size));
+    Grey grey{image.width(), image.height(), std::vector<uint8_t>(bytes, bytes + size)};
+    g_free(bytes);
+    return grey;
+  }
+
+  static double Side(const FaceEntry& face) {
+    return std::max(std::abs(face.corners[6] - face.corners[0]), std::abs(face.corners[7] - face.corners[1]));
+  }
+
+  // Exactly one face, whose box has its corners where those of the reference come to lie, within `tolerance` sides.
+  static FaceEntry ExpectOne(Engine* engine, const Grey& image, const std::array<double, 8>& corners,
+                             double tolerance) {
+    const std::vector<FaceEntry> faces = engine->Detect(image);
+    EXPECT_EQ(faces.size(), 1U);
+    if (faces.size() != 1) return *reference_;
+    const double side = std::max(std::abs(corners[6] - corners[0]), std::abs(corners[7] - corners[1]));
+    for (size_t i = 0; i < 8; ++i) EXPECT_NEAR(faces[0].corners[i], corners[i], tolerance * side) << "corner " << i;
+    return faces[0];
+  }
+
+  // The reference's corners under x -> xx * x + xy * y + x0 and y -> yx * x + yy * y + y0.
+  static std::array<double, 8> Moved(double xx, double xy, double x0, double yx, double yy, double y0) {
+    std::array<double, 8> moved;
+    for (size_t i = 0; i < 8; i += 2) {
+      const double x = reference_->corners[i], y = reference_->corners[i + 1];
+      moved[i] = xx * x + xy * y + x0;
+      moved[i + 1] = yx * x + yy * y + y0;
+    }
+    return moved;
+  }
+
+  static vips::VImage* upright_;
+  static FaceEntry* reference_;
+};
+
+vips::VImage* Photograph::upright_ = nullptr;
+FaceEntry* Photograph::reference_ = nullptr;
+
+TEST_F(Photograph, PointsLieWhereTheyShouldOnTheFace) {
+  Engine engine;
+  const Grey image = Read(*upright_);
+  const Description d = engine.Align(image, *reference_);
+  EXPECT_GE(d.presence, 990);
+  EXPECT_GE(reference_->unread, 750);
+  const auto* k = d.keyPoints.data();
+  const auto x = [k](int i) { return k[2 * i]; };
+  const auto y = [k](int i) { return k[2 * i + 1]; };
+  const int32_t eyes = x(1) - x(0);
+  EXPECT_NEAR(eyes, Side(*reference_) / 2.6, Side(*reference_) * 0.08);
+  EXPECT_NEAR(y(0), y(1), eyes * 0.15);
+  EXPECT_TRUE(x(0) < x(2) && x(2) < x(1) && y(2) > y(0));                  // nose tip below and between the eyes
+  EXPECT_TRUE(x(3) < x(9) && x(9) < x(4) && y(9) > y(8) && y(8) > y(2));   // mouth below the nose
+  EXPECT_TRUE(y(5) < y(0) && y(6) < y(1) && y(10) > y(9) && y(7) < y(2));  // brows, chin, nose root
+  EXPECT_TRUE(d.leftEye >= 120 && d.rightEye >= 120 && d.mouth > 50) << d.leftEye << ' ' << d.rightEye;
+  // Points that several tables share are the same.
+  for (const auto& [landmark, attribute] : {std::pair{0, 0}, {8, 16}, {18 - 2, 45}, {17, 46}, {21, 8}, {31, 32}}) {
+    EXPECT_EQ(d.landmarks[2 * static_cast<size_t>(landmark)], d.attributes[2 * static_cast<size_t>(attribute)]);
+    EXPECT_EQ(d.landmarks[2 * static_cast<size_t>(landmark) + 1], d.attributes[2 * static_cast<size_t>(attribute) + 1]);
+  }
+}
+
+TEST_F(Photograph, FourQuarterTurnsAreOneFace) {
+  Engine engine;
+  const double w = upright_->width() - 1, h = upright_->height() - 1;
+  const vips::VImage turned[] = {*upright_, upright_->rot90(), upright_->rot180(), upright_->rot270()};
+  const std::array<double, 8> corners[] = {Moved(1, 0, 0, 0, 1, 0), Moved(0, -1, h, 1, 0, 0), Moved(-1, 0, w, 0, -1, h),
+                                           Moved(0, 1, 0, -1, 0, w)};
+  const Description upright = engine.Align(Read(*upright_), *reference_);
+  for (int turn = 0; turn < 4; ++turn) {
+    const Grey image = Read(turned[turn]);
+    const FaceEntry face = ExpectOne(&engine, image, corners[turn], 0.02);
+    EXPECT_NEAR(face.tag, reference_->tag, 50);
+    const Description d = engine.Align(image, face);
+    EXPECT_EQ(d.info[0], turn);
+    EXPECT_NEAR(d.leftEye, upright.leftEye, 12);
+    // The eyes stand side by side in the face's own frame, left one first.
+    const double angle = std::atan2(d.keyPoints[3] - d.keyPoints[1], d.keyPoints[2] - d.keyPoints[0]);
+    EXPECT_NEAR(std::remainder(angle * 180 / M_PI - 90 * turn - reference_->tag / 100.0, 360), 0, 4) << turn;
+  }
+}
+
+TEST_F(Photograph, FoundAtEverySize) {
+  Engine engine;
+  for (const double side : {40.0, 70.0, 400.0, 1500.0}) {
+    const double scale = side / Side(*reference_);
+    const Grey image = Read(upright_->resize(scale));
+    const FaceEntry face = ExpectOne(&engine, image, Moved(scale, 0, 0, 0, scale, 0), 0.06);
+    const Description d = engine.Align(image, face);
+    EXPECT_GE(d.presence, 900) << side;
+    EXPECT_GE(d.leftEye, 100) << side;
+  }
+}
+
+TEST_F(Photograph, FoundWhenPartlyOutside) {
+  Engine engine;
+  const double cut = 0.2 * Side(*reference_);
+  const auto* c = reference_->corners;
+  const int left = static_cast<int>(c[0] + cut), top = static_cast<int>(c[1] + cut);
+  const int right = static_cast<int>(c[6] - cut), bottom = static_cast<int>(c[7] - cut);
+  const int w = upright_->width(), h = upright_->height();
+  const struct {
+    int x, y, width, height;
+  } parts[] = {{left, 0, w - left, h}, {0, top, w, h - top}, {0, 0, right, h}, {0, 0, w, bottom}};
+  const Description whole = engine.Align(Read(*upright_), *reference_);
+  for (const auto& part : parts) {
+    const Grey image = Read(upright_->extract_area(part.x, part.y, part.width, part.height));
+    const FaceEntry face = ExpectOne(&engine, image, Moved(1, 0, -part.x, 0, 1, -part.y), 0.12);
+    const Description d = engine.Align(image, face);
+    for (size_t i = 0; i < 4; ++i) {
+      EXPECT_NEAR(d.keyPoints[i] + (i % 2 == 0 ? part.x : part.y), whole.keyPoints[i], 0.06 * Side(*reference_));
+    }
+  }
+}
+
+TEST_F(Photograph, SettingsNarrowWhatIsFound) {
+  Engine engine;
+  const Grey upright = Read(*upright_), turned = Read(upright_->rot90());
+  SetDetectThreshold(engine.detector, reference_->unread + 20);
+  EXPECT_TRUE(engine.Detect(upright).empty());
+  SetDetectThreshold(engine.detector, 550);
+  const int side = static_cast<int>(Side(*reference_));
+  SetDetectMinFace(engine.detector, side + 20);
+  EXPECT_TRUE(engine.Detect(upright).empty());
+  SetDetectMinFace(engine.detector, 25);
+  SetDetectSizeRange(engine.detector, 2 * side, 4 * side);
+  EXPECT_EQ(engine.Detect(upright).size(), 1U);
+  SetDetectSizeRange(engine.detector, 10, side - 20);
+  EXPECT_TRUE(engine.Detect(upright).empty());
+  SetDetectSizeRange(engine.detector, 80, 512);
+  SetDetectFlagA(engine.detector, 0);
+  const auto faces = engine.Detect(turned);
+  EXPECT_TRUE(faces.empty() || faces[0].unread < reference_->unread);
+}
+
+}  // namespace
+}  // namespace qx::face
