@@ -1,0 +1,30 @@
+// The program's subcommands and what they share.
+#ifndef QX_HOST_COMMANDS_COMMANDS_H
+#define QX_HOST_COMMANDS_COMMANDS_H
+
+#include <CLI/App.hpp>
+#include <cstdint>
+#include <string>
+
+namespace qx::host {
+
+// How the program ends.
+enum ExitStatus : int {
+  kDone = 0,        // every photograph was worked on
+  kSomeFailed = 1,  // at least one was not, for the reason on standard error
+  kNotStarted = 2,  // wrong arguments, or an output that cannot be written: nothing was tried
+};
+
+// Each adds a subcommand whose callback does the work and stores how it went in *status.
+void AddCropCommand(CLI::App& app, int* status);
+void AddInspectCommand(CLI::App& app, int* status);
+
+// --max-megapixels, stored as a number of pixels.
+void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);
+
+// What an exception says, as one line for the user; also for those that were not meant for one.
+std::string ReasonOf(const std::exception& exception);
+
+}  // namespace qx::host
+
+#endif  // QX_HOST_COMMANDS_COMMANDS_H

@@ -1,0 +1,151 @@
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/commands/commands.h"
+#include "host/failure.h"
+#include "host/image_file.h"
+#include "host/library.h"
+#include "host/output_file.h"
+#include "host/progress.h"
+#include "host/text.h"
+
+namespace qx::host {
+namespace fs = std::filesystem;
+namespace {
+
+struct CropOptions {
+  std::vector<std::string> photographs;
+  std::string folder;
+  CropSettings settings;
+  ImageFormat format = ImageFormat::kPng;
+  int64_t maxPixels = kDefaultMaxPixels;
+};
+
+// Gives each photograph a name of its own for its crops: its file name without the ending, and for those that would
+// fall on an earlier one with -2, -3, ... behind.
+std::vector<std::string> OutputStems(const std::vector<std::string>& photographs) {
+  std::set<std::string> wanted, used;
+  for (const std::string& photograph : photographs) wanted.insert(fs::path(photograph).stem().native());
+  std::vector<std::string> stems;
+  for (const std::string& photograph : photographs) {
+    const std::string plain = fs::path(photograph).stem().native();
+    std::string stem = plain;
+    // A number that another photograph has by nature is left to that one.
+    for (int i = 2; used.count(stem) != 0 || (stem != plain && wanted.count(stem) != 0); ++i) {
+      stem = plain + "-" + std::to_string(i);
+    }
+    used.insert(stem);
+    stems.push_back(stem);
+  }
+  return stems;
+}
+
+class CropRun {
+ public:
+  explicit CropRun(const CropOptions& options) : options_(options) { engine_.Configure(options.settings); }
+
+  // Returns the names of the files written.
+  std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
+    const CropResult result = engine_.CropFaces(ReadImage(photograph, options_.maxPixels));
+    std::vector<fs::path> written;
+    for (int32_t i = 0; i < result.FaceCount(); ++i) {
+      const char* const ending = options_.format == ImageFormat::kJpeg ? ".jpg" : ".png";
+      const fs::path target = fs::path(options_.folder) / (stem + "_face" + std::to_string(i + 1) + ending);
+      for (const std::string& input : options_.photographs) {
+        if (SameFile(target, input)) {
+          throw Failure("its crop would replace the photograph " + Printable(target.native()) +
+                        "; choose another folder");
+        }
+      }
+      WriteImage(target, result.Crop(i), options_.format);
+      written.push_back(target);
+    }
+    return written;
+  }
+
+ private:
+  const CropOptions& options_;
+  CropEngine engine_;
+};
+
+int RunCrop(const CropOptions& options) {
+  PrepareOutputFolder(options.folder);
+  const std::vector<std::string> stems = OutputStems(options.photographs);
+  CropRun run(options);
+  Progress progress(options.photographs.size());
+  size_t failed = 0, crops = 0;
+  for (size_t i = 0; i < options.photographs.size(); ++i) {
+    const std::string name = Printable(options.photographs[i]);
+    progress.Begin(i, name);
+    try {
+      const std::vector<fs::path> written = run.CropOne(options.photographs[i], stems[i]);
+      std::string line = name + ": " + Count(written.size(), "face") + ":";
+      for (const fs::path& file : written) line += " " + Printable(file.native());
+      progress.Outcome(line);
+      crops += written.size();
+    } catch (const std::exception& exception) {
+      progress.Error(name + ": " + ReasonOf(exception));
+      ++failed;
+    }
+  }
+  std::string summary = Count(options.photographs.size() - failed, "photograph") + ", " + Count(crops, "crop") +
+                        " in " + Printable(options.folder);
+  if (failed > 0) summary += "; " + std::to_string(failed) + " failed";
+  progress.Summary(summary);
+  return failed == 0 ? kDone : kSomeFailed;
+}
+
+}  // namespace
+
+void AddCropCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<CropOptions>();
+  CLI::App* command = app.add_subcommand("crop", "Cut an upright, framed picture of every face out of photographs");
+  command->add_option("PHOTO", options->photographs, "JPEG, PNG, WebP, HEIF or TIFF files")->type_name("")->required();
+  command->add_option("-o,--output", options->folder, "Folder for the pictures; created if missing")
+      ->type_name("DIR")
+      ->required();
+  command->add_option("--ratio", options->settings.ratio, "Width of the frame, 0 (close) to 1 (wide); default 0.667")
+      ->type_name("R")
+      ->check(CLI::Validator(
+          [](std::string& text) {
+            double value = 0;
+            // Written so that "nan" fails too.
+            return CLI::detail::lexical_cast(text, value) && value >= 0 && value <= 1
+                       ? std::string()
+                       : "must be between 0 and 1, not " + text;
+          },
+          ""));
+  CLI::Option* bound = command
+                           ->add_option("--bound", options->settings.bound,
+                                        "Largest width of a picture in pixels, 600 or above; default 800")
+                           ->type_name("N")
+                           ->check(CLI::Range(kLowestBound, INT32_MAX).description(""));
+  command->add_flag("--src-same", options->settings.sourceScale, "Keep the photograph's own scale, however large")
+      ->excludes(bound);
+  command
+      ->add_option_function<std::string>(
+          "--format",
+          [options](const std::string& name) {
+            options->format = name == "png" ? ImageFormat::kPng : ImageFormat::kJpeg;
+          },
+          "Without loss (png, default) or smaller (jpg, quality 95)")
+      ->type_name("FORMAT")
+      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "The pictures are DIR/NAME_face1.png, DIR/NAME_face2.png and so on, best face first; existing files of these\n"
+      "names are replaced, the photographs never. Photographs of the same name from different folders become NAME,\n"
+      "NAME-2, NAME-3. Places outside the photograph are white.\n\n"
+      "Exit status: 0 all done, 1 some photograph failed (its reason is on standard error), 2 nothing was tried.\n\n"
+      "Examples:\n"
+      "  idphoto crop holiday.jpg -o faces\n"
+      "  idphoto crop *.jpg -o faces --ratio 1 --format jpg\n"
+      "  idphoto crop scan.tiff -o faces --src-same");
+  command->callback([options, status] { *status = RunCrop(*options); });
+}
+
+}  // namespace qx::host

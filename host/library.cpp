@@ -1,0 +1,83 @@
+#include "host/library.h"
+
+#include <new>
+
+#include "host/failure.h"
+
+namespace qx::host {
+namespace {
+
+void Check(int32_t status) {
+  if (status != IDP_OK) throw Failure(StatusText(status));
+}
+
+}  // namespace
+
+std::string StatusText(int32_t status) {
+  switch (status) {
+    case IDP_OK: return "done";
+    case IDP_ERR_NO_FACE:
+      return "no face found; try a photograph that shows the face from the front, sharp, well lit and at least "
+             "40 pixels wide";
+    case IDP_ERR_TOO_MANY_FACES:
+      return "more than two faces found; cut the photograph so that only the two persons remain";
+    case IDP_ERR_TOO_FEW_FACES: return "only one face found where two are needed; try a photograph that shows both";
+    case IDP_ERR_PAIR_CROP: return "the two faces do not stand the same way up; turn the photograph upright";
+    case IDP_ERR_NO_FIT: return "no cut meets all bounds; try a wider crop or wider bounds";
+    case IDP_ERR_NO_MASK: return "a person mask is needed first";
+    default:
+      return std::string("the library refused the photograph (") + QX_IDP_StatusName(status) +
+             "); it may be too large for the memory of this machine";
+  }
+}
+
+CropResult::CropResult() : result_(QX_IDP_CreateIDPResult()) {
+  if (!result_) throw std::bad_alloc();
+}
+
+int32_t CropResult::FaceCount() const {
+  int32_t count = 0;
+  Check(QX_IDP_GetFaceNumber(result_.get(), &count));
+  return count;
+}
+
+Image CropResult::Crop(int32_t face) const {
+  Image image;
+  Check(QX_IDP_GetRCSize(result_.get(), face, &image.height, &image.width));
+  if (image.width <= 0 || image.height <= 0) throw Failure("the crop is empty; the face is too small to be framed");
+  const size_t pixels = static_cast<size_t>(image.width) * static_cast<size_t>(image.height);
+  const char* const tooLarge = "the crop is too large for the memory; leave out --src-same or choose a lower --ratio";
+  if (pixels > INT32_MAX / 3) throw Failure(tooLarge);  // kept without pixels
+  image.bgr.resize(pixels * 3);
+  std::vector<uint8_t> mask(pixels);
+  if (QX_IDP_GetRCImage(result_.get(), face, image.bgr.data(), mask.data()) != IDP_OK) throw Failure(tooLarge);
+  return image;
+}
+
+CropEngine::CropEngine() : handle_(QX_IDP_CreateHandle()) {
+  if (!handle_) throw Failure("the face engine cannot load; install the program again or free some memory");
+}
+
+void CropEngine::Configure(const CropSettings& settings) {
+  if (QX_IDP_SetRCLRRatio(handle_.get(), settings.ratio) != IDP_OK || !(settings.ratio >= 0)) {
+    throw Failure("the ratio must be between 0 and 1");
+  }
+  // A negative bound would be taken, and gives empty crops.
+  if (settings.bound < 0 || QX_IDP_SetRCLRBound(handle_.get(), settings.bound) != IDP_OK) {
+    throw Failure("the bound must be " + std::to_string(kLowestBound) + " or above");
+  }
+  Check(QX_IDP_SetSrcSame(handle_.get(), settings.sourceScale ? 1 : 0));
+}
+
+CropResult CropEngine::CropFaces(const Image& photograph) {
+  IdpImage image;
+  image.pixels = const_cast<uint8_t*>(photograph.bgr.data());  // the library only reads
+  image.channels = 3;
+  image.height = photograph.height;
+  image.width = photograph.width;
+  CropResult result;
+  Check(QX_IDP_RoughCrop(handle_.get(), &image, IDP_CROP_SINGLE, result.result_.get()));
+  return result;
+}
+
+}  // namespace qx::host

@@ -1,0 +1,60 @@
+// The library's C interface with owners and exceptions.
+#ifndef QX_HOST_LIBRARY_H
+#define QX_HOST_LIBRARY_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "host/image_file.h"
+#include "qx_idp.h"
+
+namespace qx::host {
+
+// What went wrong, by the library's status code, and what to do about it, in one line.
+std::string StatusText(int32_t status);
+
+inline constexpr int32_t kLowestBound = 600;
+
+struct CropSettings {
+  double ratio = 2.0 / 3;    // 0 (close) to 1 (wide)
+  int32_t bound = 800;       // largest width of a crop in pixels, kLowestBound or above
+  bool sourceScale = false;  // keep the photograph's scale; the bound is then not applied
+};
+
+// What a crop run found in one photograph. Independent of the engine that made it.
+class CropResult {
+ public:
+  int32_t FaceCount() const;
+  // The rough crop of a face, counted from 0; white outside the photograph. Throws Failure when it is empty or did
+  // not fit into memory.
+  Image Crop(int32_t face) const;
+
+ private:
+  friend class CropEngine;
+  CropResult();
+  struct Delete {
+    void operator()(IDPResult* result) const { QX_IDP_DeleteIDPResult(result); }
+  };
+  std::unique_ptr<IDPResult, Delete> result_;
+};
+
+// Finds and crops faces, one photograph at a time. Costly to make: keep one for many photographs.
+class CropEngine {
+ public:
+  CropEngine();  // throws Failure when the face engine cannot load
+  // Throws Failure when a setting is out of its range.
+  void Configure(const CropSettings& settings);
+  // One crop for each face. Throws Failure when there is no face.
+  CropResult CropFaces(const Image& photograph);
+
+ private:
+  struct Delete {
+    void operator()(IdpHandle* handle) const { QX_IDP_DeleteHandle(handle); }
+  };
+  std::unique_ptr<IdpHandle, Delete> handle_;
+};
+
+}  // namespace qx::host
+
+#endif  // QX_HOST_LIBRARY_H
