@@ -1,0 +1,18 @@
+# The Debian 12 packages that the commands need, one list for each purpose. npm is left out: it is installed only
+# when it is missing and the networks are still to be fetched.
+
+build_packages=(
+  build-essential cmake ninja-build pkgconf ca-certificates
+  libxnnpack-dev libpthreadpool-dev libflatbuffers-dev flatbuffers-compiler # engine and nn
+  libvips-dev libcli11-dev nlohmann-json3-dev                               # host
+)
+
+bench_packages=(libbenchmark-dev libopencv-dev)
+
+# The benchmarks are compiled, not run, with the tests.
+test_packages=(
+  libgtest-dev libgmock-dev
+  clang-14 libclang-rt-14-dev # second compiler, libFuzzer
+  libvips-tools               # converts photographs for the example program
+  "${bench_packages[@]}"
+)

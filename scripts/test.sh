@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# usage: scripts/test.sh
+# Builds and runs all tests and ends with one line that says which steps passed. Installs what is missing first.
+# Logs of the steps: build/logs.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
+
+fuzz_seconds=${FUZZ_SECONDS:-25} # for each target
+logs=$root/build/logs
+passed=() failed=()
+
+# step TITLE FUNCTION: runs the function, notes whether it passed, and shows the end of its log when it did not.
+step() {
+  local log=$logs/$2.log start=$SECONDS outcome=passed
+  if "$2" >"$log" 2>&1; then
+    passed+=("$1")
+  else
+    failed+=("$1") outcome=FAILED
+  fi
+  printf '%-24s %s  %3d s\n' "$1" "$outcome" $((SECONDS - start))
+  [[ $outcome == passed ]] || tail -n 60 "$log" | sed 's/^/    /'
+}
+
+# run_tests PRESET [OPTION...]: fails also when no test answers the description.
+run_tests() {
+  local launcher=()
+  # Sanitizers need their fixed address ranges free, which strong address randomisation does not grant.
+  [[ $1 == *san* ]] && setarch -R true 2>/dev/null && launcher=(setarch -R)
+  "${launcher[@]}" ctest --test-dir "$root/build/$1" --output-on-failure --no-tests=error -j "$(nproc)" "${@:2}"
+}
+
+gcc_build() { configure release -DQX_BUILD_TESTS=ON -DQX_BUILD_BENCH=ON && build release; }
+unit_tests() { run_tests release -LE 'exports|install'; }
+exports() { run_tests release -L exports; }
+installed() { run_tests release -L install; }
+address_undefined() { configure asan+ubsan && build asan+ubsan && run_tests asan+ubsan; }
+# The tests that start threads say so in their names.
+threads() { configure tsan -DQX_BUILD_HOST=OFF && build tsan && run_tests tsan -R '[Tt]hread'; }
+
+# Compiled for its warnings only, so without the optimiser.
+clang_build() {
+  configure release -B "$root/build/clang" -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
+    -DCMAKE_BUILD_TYPE=None -DQX_BUILD_BENCH=ON && build clang
+}
+
+# run_fuzzer TARGET: lets it run for a while from its seeds and from what earlier runs found; its log and findings
+# have its name.
+run_fuzzer() {
+  local name=${1##*/}
+  local corpus=$fuzz_dir/corpus/$name seeds=$fuzz_dir/fuzz/${name%_fuzz}_seeds
+  mkdir -p "$corpus" "$seeds" "$fuzz_dir/findings"
+  "$1" -max_total_time="$fuzz_seconds" -timeout=20 -print_final_stats=1 \
+    -artifact_prefix="$fuzz_dir/findings/$name-" "$corpus" "$seeds" >"$logs/fuzzing_$name.log" 2>&1 && return
+  echo "$name:" && tail -n 40 "$logs/fuzzing_$name.log"
+  return 1
+}
+
+fuzzing() {
+  configure fuzz && build fuzz || return
+  export fuzz_dir=$root/build/fuzz fuzz_seconds logs
+  export -f run_fuzzer
+  local targets=("$fuzz_dir"/bin/*_fuzz)
+  [[ -x ${targets[0]} ]] && printf '%s\0' "${targets[@]}" | xargs -0 -P "$(nproc)" -I{} bash -c 'run_fuzzer "$1"' - {}
+}
+
+prepare "${build_packages[@]}" "${test_packages[@]}"
+fetch_sample
+mkdir -p "$logs"
+say "Testing"
+step "GCC build" gcc_build
+step "unit tests" unit_tests
+step "exports" exports
+step "installed package" installed
+step "address and UB" address_undefined
+step "threads" threads
+step "Clang build" clang_build
+step "fuzzing" fuzzing
+
+list() { (($#)) && printf '%s, ' "$@" | sed 's/, $//' || printf none; }
+verdict=PASSED
+((${#failed[@]} == 0)) || verdict=FAILED
+echo "$verdict in $SECONDS s; passed: $(list "${passed[@]}"); failed: $(list "${failed[@]}")"
+[[ $verdict == PASSED ]]
