@@ -4,6 +4,7 @@
 #include <new>
 
 #include "api/result.h"
+#include "crop/pair_crop.h"
 #include "crop/portrait_crop.h"
 #include "face/grey_convert.h"
 
@@ -30,6 +31,18 @@ int32_t CheckFaceCount(int32_t cropMode, int32_t count) {
   return IDP_OK;
 }
 
+int32_t RunPairCrop(const ImageView& photograph, IDPResult* result) {
+  result->pairCrop.reset(new (std::nothrow) PairCrop);
+  int32_t status = IDP_OK;
+  if (result->pairCrop == nullptr) {
+    status = IDP_ERR_PARAM;
+  } else if (!CropPair(photograph, result->settings, result->faces.get(), result->pairCrop.get())) {
+    status = IDP_ERR_PAIR_CROP;
+  }
+  if (status != IDP_OK) result->ReleaseContents();
+  return status;
+}
+
 }  // namespace
 
 int32_t RunCrop(const ImageView& photograph, FaceEngine* engine, IDPResult* result) {
@@ -48,10 +61,7 @@ int32_t RunCrop(const ImageView& photograph, FaceEngine* engine, IDPResult* resu
   result->faceCount = count;
   for (int32_t i = 0; i < count; ++i) engine->Describe(grey, &found[i], result->Face(i));
 
-  if (result->cropMode == IDP_CROP_PAIR) {
-    result->ReleaseContents();
-    return IDP_ERR_PARAM;
-  }
+  if (result->cropMode == IDP_CROP_PAIR) return RunPairCrop(photograph, result);
   for (int32_t i = 0; i < count; ++i) CropPortrait(photograph, result->settings, result->Face(i));
   return IDP_OK;
 }

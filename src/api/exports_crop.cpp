@@ -4,6 +4,8 @@
 #include "api/crop_run.h"
 #include "api/handle.h"
 #include "api/result.h"
+#include "crop/fine_crop.h"
+#include "quality/quality_check.h"
 
 extern "C" {
 
@@ -48,29 +50,31 @@ int32_t QX_IDP_GetRCImage(IDPResult* result, int32_t index, uint8_t* image, uint
 }
 
 int32_t QX_IDP_CheckQuality(IdpHandle* handle, IDPResult* result, int32_t index, QualityScores* scores) {
-  static_cast<void>(scores);
   if (handle == nullptr || result == nullptr) return IDP_ERR_HANDLE;
   if (index >= result->faceCount) return IDP_ERR_PARAM;
   if (result->cropMode != 0 && !result->HasModeCrop(index)) return IDP_ERR_PARAM;
   if (result->cropMode != IDP_CROP_SINGLE) return IDP_OK;
-  return IDP_ERR_PARAM;
+  if (scores == nullptr) return IDP_ERR_PARAM;
+  *scores = qx::CheckQuality(*result->Face(index));
+  return IDP_OK;
 }
 
 int32_t QX_IDP_FineCrop(IDPResult* result, int32_t index, const FineCropParams* params, CropRect* rect) {
   if (result == nullptr) return IDP_ERR_HANDLE;
   if (index >= result->faceCount || !result->HasFaceCrop(index)) return IDP_ERR_PARAM;
-  if (!result->Face(index)->fgMask) return IDP_ERR_NO_MASK;
+  const qx::FaceRecord& face = *result->Face(index);
+  if (!face.fgMask) return IDP_ERR_NO_MASK;
   if (params == nullptr || rect == nullptr) return IDP_ERR_PARAM;
   if (result->cropMode == IDP_CROP_SINGLE) {
     if (params->height < 1 || params->width < 1) return IDP_ERR_PARAM;
     if (params->headMin > params->headMax || params->eyeMin > params->eyeMax || params->topMin > params->topMax) {
       return IDP_ERR_PARAM;
     }
-  } else {
-    const qx::CropView pair = qx::ViewCrop(*result, index);
-    if (pair.fgMask == nullptr || pair.fgColour == nullptr) return IDP_ERR_PARAM;
+    return qx::FineCropSingle(face, *params, rect) ? IDP_OK : IDP_ERR_NO_FIT;
   }
-  return IDP_ERR_PARAM;
+  const qx::CropView pair = qx::ViewCrop(*result, index);
+  if (pair.fgMask == nullptr || pair.fgColour == nullptr) return IDP_ERR_PARAM;
+  return qx::FineCropPair(result->faces.get(), *result->pairCrop, rect) ? IDP_OK : IDP_ERR_NO_FIT;
 }
 
 }  // extern "C"

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "api/result.h"
+#include "mask/mask_transfer.h"
 
 extern "C" {
 
@@ -24,14 +25,16 @@ int32_t QX_IDP_GetRCMaskFg(IDPResult* result, int32_t index, uint8_t* mask, uint
 }
 
 int32_t QX_IDP_GetSrcMaskFg(IDPResult* result, int32_t index, uint8_t* mask, uint8_t* colour) {
-  static_cast<void>(mask);
-  static_cast<void>(colour);
   if (result == nullptr) return IDP_ERR_HANDLE;
   if (index >= result->faceCount) return IDP_ERR_PARAM;
   if (!result->HasFaceCrop(index)) return IDP_ERR_PARAM;
-  if (!result->Face(index)->fgMask) return IDP_ERR_NO_MASK;
+  const qx::FaceRecord& face = *result->Face(index);
+  if (!face.fgMask) return IDP_ERR_NO_MASK;
   if (result->settings.srcSame == 0) return IDP_ERR_PARAM;
-  return IDP_ERR_PARAM;
+  return qx::MapCropToSource(face, result->srcHeight, result->srcWidth, face.fgMask.data(), face.fgColour.data(), mask,
+                             colour)
+             ? IDP_OK
+             : IDP_ERR_PARAM;
 }
 
 int32_t QX_IDP_SetSrcMaskFg(IDPResult* result, int32_t index, const uint8_t* mask, const uint8_t* colour) {
@@ -40,7 +43,9 @@ int32_t QX_IDP_SetSrcMaskFg(IDPResult* result, int32_t index, const uint8_t* mas
   if (!result->HasFaceCrop(index) || mask == nullptr || colour == nullptr || result->settings.srcSame == 0) {
     return IDP_ERR_PARAM;
   }
-  return IDP_ERR_PARAM;
+  qx::FaceRecord& face = *result->Face(index);
+  if (!qx::ReserveForeground(&face)) return IDP_ERR_PARAM;
+  return qx::MaskToCrop(mask, colour, result->srcWidth, result->srcHeight, &face) ? IDP_OK : IDP_ERR_PARAM;
 }
 
 }  // extern "C"

@@ -1,0 +1,56 @@
+#include "mask/mask_transfer.h"
+
+#include "crop/resample.h"
+
+namespace qx {
+namespace {
+
+constexpr uint8_t kOutside = 0;
+
+// Positions of a quarter turn that adds or subtracts the origin first.
+auto Along(double turn, double origin) {
+  return [=](int32_t k) { return turn * (k + origin); };
+}
+
+}  // namespace
+
+bool ReserveForeground(FaceRecord* face) {
+  ByteBuffer mask, colour;
+  if (!face->fgMask && !mask.AllocateZeroed(ImageBytes(face->cropWidth, face->cropHeight, 1))) return false;
+  if (!face->fgColour && !colour.AllocateZeroed(ImageBytes(face->cropWidth, face->cropHeight, 3))) return false;
+  if (mask) face->fgMask = std::move(mask);
+  if (colour) face->fgColour = std::move(colour);
+  return true;
+}
+
+bool MaskToCrop(const uint8_t* mask, const uint8_t* colour, int32_t srcWidth, int32_t srcHeight, FaceRecord* face) {
+  const double c = face->rotCos, s = face->rotSin;
+  CropSampling sampling;
+  sampling.turned = c == 0;
+  const bool built = sampling.turned ? sampling.columns.Build(face->cropWidth, srcHeight, Along(-s, face->originX)) &&
+                                           sampling.rows.Build(face->cropHeight, srcWidth, Along(s, face->originY))
+                                     : sampling.columns.Build(face->cropWidth, srcWidth, Along(c, face->originX)) &&
+                                           sampling.rows.Build(face->cropHeight, srcHeight, Along(c, face->originY));
+  if (!built) return false;
+  ResampleUpright({mask, srcWidth, srcHeight, 1}, sampling, kOutside, face->fgMask.data());
+  ResampleUpright({colour, srcWidth, srcHeight, 3}, sampling, kOutside, face->fgColour.data());
+  return true;
+}
+
+bool MapCropToSource(const FaceRecord& face, int32_t srcHeight, int32_t srcWidth, const uint8_t* cropMask,
+                     const uint8_t* cropImage, uint8_t* mask, uint8_t* image) {
+  const double c = face.rotCos, s = face.rotSin;
+  CropSampling sampling;
+  sampling.turned = c == 0;
+  const bool built = sampling.turned ? sampling.columns.Build(srcWidth, face.cropHeight, Along(s, -face.originX)) &&
+                                           sampling.rows.Build(srcHeight, face.cropWidth, Along(-s, -face.originY))
+                                     : sampling.columns.Build(srcWidth, face.cropWidth, Along(c, -face.originX)) &&
+                                           sampling.rows.Build(srcHeight, face.cropHeight, Along(c, -face.originY));
+  if (!built) return false;
+  const int32_t width = face.cropWidth, height = face.cropHeight;
+  if (mask != nullptr) ResampleUpright({cropMask, width, height, 1}, sampling, kOutside, mask);
+  if (image != nullptr) ResampleUpright({cropImage, width, height, 3}, sampling, kOutside, image);
+  return true;
+}
+
+}  // namespace qx
