@@ -27,10 +27,15 @@ TEST(SamplePhoto, CropGoesOnAfterABadFileAndGivesEachPhotographItsName) {
   EXPECT_EQ("idphoto: bad.jpg: is empty; get the photograph again from where it came\n", run.err);
   EXPECT_EQ((Names{"x-2_face1.png", "x_face1.png"}), folder.Names("out"));
   EXPECT_EQ(ReadBytes(folder / "out/x_face1.png"), ReadBytes(folder / "out/x-2_face1.png"));
+}
 
-  // On a terminal a bar goes with it, and is wiped at the end.
-  const ProgramRun shown = RunProgram(folder, arguments, true);
-  EXPECT_NE(std::string::npos, shown.err.find("3/3 two/x.png")) << shown.err;
+TEST(SamplePhoto, CropShowsABarOnATerminalAndWipesIt) {
+  if (!HasTerminals()) GTEST_SKIP() << "no pseudo-terminals here";
+  const TestFolder folder;
+  fs::copy_file(QX_SAMPLE_PHOTO, folder / "x.png");
+  WriteBytes(folder / "bad.jpg", "");
+  const ProgramRun shown = RunProgram(folder, {"crop", "bad.jpg", "x.png", "-o", "out"}, true);
+  EXPECT_NE(std::string::npos, shown.err.find("2/2 x.png")) << shown.err;
   EXPECT_NE(std::string::npos, shown.err.find("bad.jpg: is empty")) << shown.err;
   EXPECT_EQ("\r\033[K", shown.err.substr(shown.err.size() - 4));
 }

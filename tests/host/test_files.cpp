@@ -59,6 +59,13 @@ vips::VImage ToVips(const Image& image) {
       .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
+bool HasTerminals() {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  if (terminal < 0) return false;
+  close(terminal);
+  return true;
+}
+
 ProgramRun RunProgram(const TestFolder& folder, const std::vector<std::string>& arguments, bool terminal) {
   std::vector<char*> argv{const_cast<char*>(QX_IDPHOTO)};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));

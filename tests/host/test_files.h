@@ -36,6 +36,8 @@ struct ProgramRun {
   int status;  // exit status, 128 + number for a signal
   std::string out, err;
 };
+// Whether the machine has pseudo-terminals: a bare folder entered with chroot has none.
+bool HasTerminals();
 // Runs idphoto with the arguments in the folder. With `terminal`, its standard error is a terminal.
 ProgramRun RunProgram(const TestFolder& folder, const std::vector<std::string>& arguments, bool terminal = false);
 
