@@ -184,6 +184,10 @@ ImageLibrary::~ImageLibrary() {
   vips_shutdown();
 }
 
+void UseOneImageThread() {
+  vips_concurrency_set(1);
+}
+
 Image ReadImage(const fs::path& path, int64_t maxPixels) {
   const Loader& loader = ChooseLoader(path);
   try {

@@ -28,6 +28,9 @@ class ImageLibrary {
   ImageLibrary& operator=(const ImageLibrary&) = delete;
 };
 
+// Has each picture read and written by few threads, for programs that work on several pictures at once.
+void UseOneImageThread();
+
 inline constexpr int64_t kDefaultMaxPixels = 300'000'000;
 inline constexpr int64_t kHighestMaxPixels = 700'000'000;  // times three bytes still fits an int32
 

@@ -1,5 +1,6 @@
 #include "host/library.h"
 
+#include <algorithm>
 #include <new>
 
 #include "host/failure.h"
@@ -54,6 +55,35 @@ Image CropResult::Crop(int32_t face) const {
   return image;
 }
 
+CropOrigin CropResult::FindOrigin(int32_t face, const Image& photograph) {
+  // The library keeps the place to itself. A photograph full of person shows it: the first pixel that lies in the crop
+  // is found on both sides.
+  int32_t height = 0, width = 0;
+  Check(QX_IDP_GetRCSize(result_.get(), face, &height, &width));
+  std::vector<uint8_t> outside(photograph.bgr.size() / 3, 255);
+  Check(QX_IDP_SetSrcMaskFg(result_.get(), face, outside.data(), photograph.bgr.data()));
+  std::vector<uint8_t> inside(static_cast<size_t>(width) * static_cast<size_t>(height));
+  Check(QX_IDP_GetRCMaskFg(result_.get(), face, inside.data(), nullptr));
+  Check(QX_IDP_GetSrcMaskFg(result_.get(), face, outside.data(), nullptr));
+  auto first = [](const std::vector<uint8_t>& mask) {
+    return static_cast<int32_t>(std::find(mask.begin(), mask.end(), 255) - mask.begin());
+  };
+  const int32_t there = first(outside), here = first(inside);
+  return {there % photograph.width - here % width, there / photograph.width - here / width};
+}
+
+void CropResult::SetPerson(int32_t face, const std::vector<uint8_t>& mask, const Image& colour) {
+  Check(QX_IDP_SetSrcMaskFg(result_.get(), face, mask.data(), colour.bgr.data()));
+}
+
+std::optional<CropRect> CropResult::FineCrop(int32_t face, const FineCropParams& params) const {
+  CropRect rect;
+  const int32_t status = QX_IDP_FineCrop(result_.get(), face, &params, &rect);
+  if (status == IDP_ERR_NO_FIT) return std::nullopt;
+  Check(status);
+  return rect;
+}
+
 CropEngine::CropEngine() : handle_(QX_IDP_CreateHandle()) {
   if (!handle_) throw Failure("the face engine cannot load; install the program again or free some memory");
 }
@@ -78,6 +108,12 @@ CropResult CropEngine::CropFaces(const Image& photograph) {
   CropResult result;
   Check(QX_IDP_RoughCrop(handle_.get(), &image, IDP_CROP_SINGLE, result.result_.get()));
   return result;
+}
+
+QualityScores CropEngine::Quality(const CropResult& result, int32_t face) {
+  QualityScores scores{};
+  Check(QX_IDP_CheckQuality(handle_.get(), result.result_.get(), face, &scores));
+  return scores;
 }
 
 }  // namespace qx::host

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "host/image_file.h"
 #include "qx_idp.h"
@@ -22,6 +24,11 @@ struct CropSettings {
   bool sourceScale = false;  // keep the photograph's scale; the bound is then not applied
 };
 
+// A pixel of the photograph; may lie outside.
+struct CropOrigin {
+  int32_t left, top;
+};
+
 // What a crop run found in one photograph. Independent of the engine that made it.
 class CropResult {
  public:
@@ -29,6 +36,15 @@ class CropResult {
   // The rough crop of a face, counted from 0; white outside the photograph. Throws Failure when it is empty or did
   // not fit into memory.
   Image Crop(int32_t face) const;
+
+  // For runs at source scale whose crop is not turned: where the crop's upper left pixel lies in the photograph.
+  // Replaces the person of SetPerson. Throws Failure when the face has no crop.
+  CropOrigin FindOrigin(int32_t face, const Image& photograph);
+  // For runs at source scale: the person mask, one byte a pixel of the photograph, and the person's colours. Throws
+  // Failure when the face has no crop.
+  void SetPerson(int32_t face, const std::vector<uint8_t>& mask, const Image& colour);
+  // The rectangle of the crop that meets the bounds; nothing when there is none. Throws Failure without SetPerson.
+  std::optional<CropRect> FineCrop(int32_t face, const FineCropParams& params) const;
 
  private:
   friend class CropEngine;
@@ -47,6 +63,8 @@ class CropEngine {
   void Configure(const CropSettings& settings);
   // One crop for each face. Throws Failure when there is no face.
   CropResult CropFaces(const Image& photograph);
+  // Throws Failure when the face has no crop.
+  QualityScores Quality(const CropResult& result, int32_t face);
 
  private:
   struct Delete {

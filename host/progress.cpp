@@ -4,6 +4,24 @@
 #include <unistd.h>
 
 namespace qx::host {
+namespace {
+
+// "40 s left ", "12 min left ", "3 h left "; nothing as long as too little is done to tell.
+std::string TimeLeft(std::chrono::duration<double> elapsed, size_t done, size_t total) {
+  if (done == 0 || elapsed.count() < 2) return "";
+  const double seconds = elapsed.count() / static_cast<double>(done) * static_cast<double>(total - done);
+  char text[40];
+  if (seconds < 90) {
+    std::snprintf(text, sizeof text, "%.0f s left ", seconds);
+  } else if (seconds < 90 * 60) {
+    std::snprintf(text, sizeof text, "%.0f min left ", seconds / 60);
+  } else {
+    std::snprintf(text, sizeof text, "%.1f h left ", seconds / 3600);
+  }
+  return text;
+}
+
+}  // namespace
 
 Progress::Progress(size_t total)
     : total_(total),
@@ -27,7 +45,7 @@ void Progress::Begin(size_t item, const std::string& name) {
   constexpr size_t kBarWidth = 24;
   const size_t done = kBarWidth * item / total_;
   shown_ = "[" + std::string(done, '#') + std::string(kBarWidth - done, '.') + "] " + std::to_string(item + 1) + "/" +
-           std::to_string(total_) + " ";
+           std::to_string(total_) + " " + TimeLeft(std::chrono::steady_clock::now() - start_, item, total_);
   // The name's end tells photographs apart; no character of it is cut in two.
   size_t from = 0;
   if (shown_.size() + 1 < columns && shown_.size() + name.size() + 1 > columns) {

@@ -2,14 +2,15 @@
 #ifndef QX_HOST_PROGRESS_H
 #define QX_HOST_PROGRESS_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <string>
 
 namespace qx::host {
 
-// With a terminal as standard error and more than one item: a bar there, redrawn in place. Otherwise silent.
-// Messages go out through this class, so that they and the bar do not overwrite each other.
+// With a terminal as standard error and more than one item: a bar there with the time left, redrawn in place. Otherwise
+// silent. Messages go out through this class, so that they and the bar do not overwrite each other.
 class Progress {
  public:
   explicit Progress(size_t total);
@@ -30,6 +31,7 @@ class Progress {
   void Wipe();
 
   size_t total_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   bool bar_;
   bool outcomesKeptBack_;
   std::string shown_;

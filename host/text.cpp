@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <new>
 
 namespace qx::host {
 namespace {
@@ -49,6 +50,13 @@ std::string Printable(std::string_view text) {
     text.remove_prefix(character.size());
   }
   return line;
+}
+
+std::string ReasonOf(const std::exception& exception) {
+  if (dynamic_cast<const std::bad_alloc*>(&exception)) {
+    return "not enough memory; close other programs or make the photograph smaller";
+  }
+  return Printable(exception.what());
 }
 
 std::string Count(size_t number, std::string_view noun) {

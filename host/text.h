@@ -3,6 +3,7 @@
 #define QX_HOST_TEXT_H
 
 #include <cstddef>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,9 @@ std::string Printable(std::string_view text);
 
 // "1 face", "3 faces".
 std::string Count(size_t number, std::string_view noun);
+
+// What an exception says, as one line for the user; also for those that were not meant for one.
+std::string ReasonOf(const std::exception& exception);
 
 }  // namespace qx::host
 

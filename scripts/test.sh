@@ -18,7 +18,10 @@ step() {
     failed+=("$1") outcome=FAILED
   fi
   printf '%-24s %s  %3d s\n' "$1" "$outcome" $((SECONDS - start))
-  [[ $outcome == passed ]] || tail -n 60 "$log" | sed 's/^/    /'
+  if [[ $outcome == FAILED ]]; then
+    # Without the lines of the tests that passed.
+    sed -E '/^ +Start |   Passed /d; s/^/    /' "$log" | tail -n 60
+  fi
 }
 
 # run_tests PRESET [OPTION...]: fails also when no test answers the description.

@@ -18,12 +18,14 @@ enum ExitStatus : int {
 // Each adds a subcommand whose callback does the work and stores how it went in *status.
 void AddCropCommand(CLI::App& app, int* status);
 void AddInspectCommand(CLI::App& app, int* status);
+void AddMakeCommand(CLI::App& app, int* status);
+void AddPresetsCommand(CLI::App& app, int* status);
+void AddCheckCommand(CLI::App& app, int* status);
+void AddSheetCommand(CLI::App& app, int* status);
+void AddBatchCommand(CLI::App& app, int* status);
 
 // --max-megapixels, stored as a number of pixels.
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);
-
-// What an exception says, as one line for the user; also for those that were not meant for one.
-std::string ReasonOf(const std::exception& exception);
 
 }  // namespace qx::host
 

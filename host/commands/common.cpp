@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <new>
 
 #include "host/commands/commands.h"
 #include "host/image_file.h"
@@ -16,13 +15,6 @@ void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels) {
               ", at most " + std::to_string(kHighestMaxPixels / kMega) + ")")
       ->type_name("N")
       ->check(CLI::Range(int64_t{1}, kHighestMaxPixels / kMega).description(""));
-}
-
-std::string ReasonOf(const std::exception& exception) {
-  if (dynamic_cast<const std::bad_alloc*>(&exception)) {
-    return "not enough memory; close other programs or make the photograph smaller";
-  }
-  return Printable(exception.what());
 }
 
 }  // namespace qx::host

@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "host/image_file.h"
 #include "host/library.h"
 #include "host/output_file.h"
+#include "host/output_names.h"
 #include "host/progress.h"
 #include "host/text.h"
 
@@ -24,25 +24,6 @@ struct CropOptions {
   ImageFormat format = ImageFormat::kPng;
   int64_t maxPixels = kDefaultMaxPixels;
 };
-
-// Gives each photograph a name of its own for its crops: its file name without the ending, and for those that would
-// fall on an earlier one with -2, -3, ... behind.
-std::vector<std::string> OutputStems(const std::vector<std::string>& photographs) {
-  std::set<std::string> wanted, used;
-  for (const std::string& photograph : photographs) wanted.insert(fs::path(photograph).stem().native());
-  std::vector<std::string> stems;
-  for (const std::string& photograph : photographs) {
-    const std::string plain = fs::path(photograph).stem().native();
-    std::string stem = plain;
-    // A number that another photograph has by nature is left to that one.
-    for (int i = 2; used.count(stem) != 0 || (stem != plain && wanted.count(stem) != 0); ++i) {
-      stem = plain + "-" + std::to_string(i);
-    }
-    used.insert(stem);
-    stems.push_back(stem);
-  }
-  return stems;
-}
 
 class CropRun {
  public:

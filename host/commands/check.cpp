@@ -1,0 +1,123 @@
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "host/check_photo.h"
+#include "host/commands/commands.h"
+#include "host/commands/document_options.h"
+#include "host/failure.h"
+#include "host/output_file.h"
+#include "host/text.h"
+
+namespace qx::host {
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+namespace {
+
+struct CheckOptions {
+  std::string photograph, drawing;
+  DocumentOptions document;
+  bool json = false;
+  int64_t maxPixels = kDefaultMaxPixels;
+};
+
+double Rounded(double value) {
+  return std::round(value * 100) / 100;
+}
+
+std::string JsonText(const CheckOptions& options, const PhotoCheck& check) {
+  Json report = {{"photograph", options.photograph}, {"passed", check.Passed()}};
+  Json& lines = report["checks"] = Json::array();
+  for (const CheckLine& line : check.lines) {
+    Json entry = {{"name", line.name}, {"value", Rounded(line.value)}};
+    if (!line.unit.empty()) entry["unit"] = line.unit;
+    if (line.min) entry["min"] = Rounded(*line.min);
+    if (line.max) entry["max"] = Rounded(*line.max);
+    if (line.tolerance > 0) entry["tolerance"] = Rounded(line.tolerance);
+    if (line.min || line.max) entry["passed"] = line.Passed();
+    lines.push_back(entry);
+  }
+  return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string LimitText(const CheckLine& line) {
+  if (!line.min && !line.max) return "-";
+  if (!line.max) return "from " + Decimal(*line.min);
+  if (!line.min) return "up to " + Decimal(*line.max);
+  if (*line.min == *line.max) return Decimal(*line.min);
+  return Decimal(*line.min) + " to " + Decimal(*line.max);
+}
+
+std::string TableText(const CheckOptions& options, const PhotoCheck& check) {
+  std::string text = Printable(options.photograph) + ": " + (check.Passed() ? "passed" : "failed") + "\n";
+  for (const CheckLine& line : check.lines) {
+    char row[160];
+    std::snprintf(row, sizeof row, "  %-12s %8s %-4s %-16s %s\n", line.name.c_str(), Decimal(line.value).c_str(),
+                  line.unit.c_str(), LimitText(line).c_str(),
+                  !line.min && !line.max ? ""
+                  : line.Passed()        ? "pass"
+                                         : "FAIL");
+    text += row;
+  }
+  return text;
+}
+
+void Check(const CheckOptions& options, int* status) {
+  const Preset preset = PresetOf(options.document);
+  ImageFormat format = ImageFormat::kPng;
+  if (!options.drawing.empty()) {
+    const std::string name = Printable(options.drawing);
+    const auto wanted = FormatOfName(options.drawing);
+    if (!wanted) throw SetupFailure(name + ": unknown kind of picture; end the name in .png or .jpg");
+    if (SameFile(options.drawing, options.photograph)) {
+      throw SetupFailure(name + ": would replace the photograph; choose another name");
+    }
+    const fs::path folder = fs::path(options.drawing).parent_path();
+    CheckOutputFolder(folder.empty() ? "." : folder);
+    format = *wanted;
+  }
+  const Image photograph = ReadImage(options.photograph, options.maxPixels);
+  const PhotoCheck check = PhotoChecker().Check(photograph, options.photograph, preset);
+  std::fputs((options.json ? JsonText : TableText)(options, check).c_str(), stdout);
+  if (!options.drawing.empty()) WriteImage(options.drawing, DrawCheck(photograph, check), format);
+  if (!check.Passed()) *status = kSomeFailed;
+}
+
+}  // namespace
+
+void AddCheckCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<CheckOptions>();
+  CLI::App* command = app.add_subcommand("check", "Measure a finished photograph against its document");
+  command->add_option("PHOTO", options->photograph, "The finished photograph")->type_name("")->required();
+  AddMeasureOptions(*command, &options->document);
+  command->add_flag("--json", options->json, "Print one JSON object instead of a table");
+  command->add_option("--draw", options->drawing, "Draw the measures into this .png or .jpg file")->type_name("OUT");
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "The whole picture is taken as the document. Head: top of the hair to the chin. Space above: upper edge to the\n"
+      "hair. Eyes: to the lower edge. Lengths may miss their limits by half a percent of the height, which is what\n"
+      "measuring is worth. Scores go from 0 to 100: tilt falls by 1 for each 0.17 degrees, brightness is that of the\n"
+      "face, symmetry compares its halves, and background says how plain the background is and how well the clothes\n"
+      "stand out from it.\n\n"
+      "Exit status: 0 all passed, 1 something failed or could not be measured, 2 nothing was tried.\n\n"
+      "Examples:\n"
+      "  idphoto check passport.jpg --preset de-passport\n"
+      "  idphoto check passport.jpg --preset de-passport --draw measures.png");
+  command->callback([options, status] {
+    try {
+      Check(*options, status);
+    } catch (const SetupFailure&) {
+      throw;
+    } catch (const std::exception& exception) {
+      std::fflush(stdout);
+      std::fprintf(stderr, "idphoto: %s: %s\n", Printable(options->photograph).c_str(), ReasonOf(exception).c_str());
+      *status = kSomeFailed;
+    }
+  });
+}
+
+}  // namespace qx::host

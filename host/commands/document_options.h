@@ -1,0 +1,40 @@
+// The options that say which document to make, shared by the commands that make some.
+#ifndef QX_HOST_COMMANDS_DOCUMENT_OPTIONS_H
+#define QX_HOST_COMMANDS_DOCUMENT_OPTIONS_H
+
+#include <CLI/App.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/make_photo.h"
+#include "host/presets.h"
+
+namespace qx::host {
+
+struct DocumentOptions {
+  std::string preset;  // empty: none, then there is a size
+  std::optional<Size> size;
+  std::optional<int32_t> dpi;
+  std::optional<Range> head, top, eyes, faceWidth;
+  std::optional<int32_t> minKb, maxKb;
+  std::optional<std::string> background;
+  bool relax = false;
+  bool force = false;
+};
+
+// --preset, --size, --dpi, --head, --top, --eyes, --face-width.
+void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
+// --background, --min-kb, --max-kb, --relax, --force.
+void AddMakeOptions(CLI::App& command, DocumentOptions* options);
+
+// The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such
+// preset, or the numbers contradict each other.
+Preset PresetOf(const DocumentOptions& options);
+// What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
+// forbids.
+MakeRequest RequestOf(const DocumentOptions& options);
+
+}  // namespace qx::host
+
+#endif  // QX_HOST_COMMANDS_DOCUMENT_OPTIONS_H

@@ -1,0 +1,175 @@
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "host/commands/commands.h"
+#include "host/commands/document_options.h"
+#include "host/document_file.h"
+#include "host/failure.h"
+#include "host/fit_report.h"
+#include "host/make_photo.h"
+#include "host/mask_file.h"
+#include "host/output_file.h"
+#include "host/text.h"
+
+namespace qx::host {
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+namespace {
+
+struct MakeOptions {
+  std::string photograph, output, mask;
+  DocumentOptions document;
+  std::optional<int> face;
+  bool pair = false;
+  bool quiet = false, json = false;
+  int64_t maxPixels = kDefaultMaxPixels;
+};
+
+ImageFormat CheckOutput(const MakeOptions& options) {
+  const std::string name = Printable(options.output);
+  const auto format = FormatOfName(options.output);
+  if (!format) throw SetupFailure(name + ": unknown kind of picture; end the name in .jpg or .png");
+  if (SameFile(options.output, options.photograph)) {
+    throw SetupFailure(name + ": would replace the photograph; choose another name");
+  }
+  if (!options.mask.empty() && SameFile(options.output, options.mask)) {
+    throw SetupFailure(name + ": would replace the mask; choose another name");
+  }
+  const fs::path folder = fs::path(options.output).parent_path();
+  CheckOutputFolder(folder.empty() ? "." : folder);
+  return *format;
+}
+
+double Millimetres(double fraction, double whole) {
+  return std::round(fraction * whole * 100) / 100;
+}
+
+std::string ReportText(const MakeOptions& options, const Document& document, const MadePhoto& made,
+                       const EncodedDocument& file) {
+  char numbers[200];
+  std::snprintf(numbers, sizeof numbers, "%d x %d pixels, %d dpi, %.1f kB", document.width, document.height,
+                document.dpi, static_cast<double>(file.bytes.size()) / kCeilingKilobyte);
+  std::string text = Printable(options.photograph) + ": " + Printable(options.output) + ", " + numbers + "\n";
+  if (!options.pair) {
+    std::snprintf(numbers, sizeof numbers, "  head %.1f mm, space above %.1f mm, eyes %.1f mm up, face %.1f mm wide\n",
+                  made.measures.head * document.heightMm, made.measures.top * document.heightMm,
+                  made.measures.eyes * document.heightMm, made.measures.faceWidth * document.widthMm);
+    text += numbers;
+  }
+  for (const std::string& remark : made.remarks) text += "  " + remark + "\n";
+  return text;
+}
+
+std::string ReportJson(const MakeOptions& options, const Document& document, const MadePhoto& made,
+                       const EncodedDocument& file) {
+  Json report = {{"photograph", options.photograph},
+                 {"output", options.output},
+                 {"width", document.width},
+                 {"height", document.height},
+                 {"dpi", document.dpi},
+                 {"bytes", file.bytes.size()},
+                 {"quality", file.quality},
+                 {"padding", file.padding},
+                 {"quarter_turns", made.quarterTurns},
+                 {"enlargement", std::round(made.enlargement * 1000) / 1000}};
+  if (!options.pair) {
+    report["head_mm"] = Millimetres(made.measures.head, document.heightMm);
+    report["top_mm"] = Millimetres(made.measures.top, document.heightMm);
+    report["eyes_mm"] = Millimetres(made.measures.eyes, document.heightMm);
+    report["face_width_mm"] = Millimetres(made.measures.faceWidth, document.widthMm);
+  }
+  report["relaxed"] = !made.givenUp.empty();
+  report["remarks"] = made.remarks;
+  return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void Make(const MakeOptions& options) {
+  if (options.pair && options.face) throw SetupFailure("--pair takes two faces, --face one; leave one of them out");
+  const Preset preset = PresetOf(options.document);
+  MakeRequest request = RequestOf(options.document);
+  request.face = options.face;
+  if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
+  const ImageFormat format = CheckOutput(options);
+
+  Image photograph = ReadImage(options.photograph, options.maxPixels);
+  Mask mask;
+  if (!options.mask.empty()) {
+    try {
+      mask = ReadMask(options.mask, photograph.width, photograph.height);
+    } catch (const Failure& failure) {
+      throw Failure("the mask " + Printable(options.mask) + ": " + failure.what());
+    }
+  }
+  PhotoMaker maker;
+  const Mask* given = options.mask.empty() ? nullptr : &mask;
+  MadePhoto made = options.pair ? maker.MakePair(std::move(photograph), request, given)
+                                : maker.Make(std::move(photograph), request, given);
+  const EncodedDocument file =
+      EncodeDocument(made.image, format, request.document.dpi, request.document.minKb, request.document.maxKb);
+  if (!file.Remark().empty()) made.remarks.push_back(file.Remark());
+  if (request.background.IsKeep() && !options.document.background) {
+    made.remarks.push_back("background kept: " + preset.authority + " takes no changed one");
+  }
+  OutputFile output(options.output);
+  output.Write(file.bytes.data(), file.bytes.size());
+  output.Commit();
+  if (!options.quiet) {
+    std::fputs((options.json ? ReportJson : ReportText)(options, request.document, made, file).c_str(), stdout);
+  }
+}
+
+}  // namespace
+
+void AddMakeCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<MakeOptions>();
+  CLI::App* command = app.add_subcommand("make", "Make the finished photograph of a document");
+  command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
+  command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
+  AddMeasureOptions(*command, &options->document);
+  AddMakeOptions(*command, &options->document);
+  command
+      ->add_option("--mask", options->mask,
+                   "Person mask made elsewhere: a picture of the photograph's size, white where the person is")
+      ->type_name("FILE");
+  command
+      ->add_option_function<int>(
+          "--face", [options](int number) { options->face = number; },
+          "Number of the face, as inspect shows it; default the largest")
+      ->type_name("N")
+      ->check(CLI::Range(1, INT32_MAX).description(""));
+  command->add_flag("--pair", options->pair, "Two persons in one photograph; of the bounds only the size counts");
+  CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
+  command->add_flag("--json", options->json, "Print the report as one JSON object")->excludes(quiet);
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "The photograph is turned upright, the person is told from the background, and the cut that meets the\n"
+      "document's bounds is brought to its size in pixels at once. Options replace single numbers of the preset;\n"
+      "percents are of the height. Where the preset leaves the head or the space above it open, usual ones are taken.\n"
+      "Where the authority forbids changed backgrounds, the photograph's own is kept. A size limit counts 1,000 bytes\n"
+      "to the kB, a least size 1,024; a file that stays below it at quality 100 is filled up with a comment of "
+      "blanks.\n\n"
+      "Exit status: 0 done, 1 not possible with this photograph (the reason is on standard error), 2 nothing was\n"
+      "tried.\n\n"
+      "Examples:\n"
+      "  idphoto make holiday.jpg -o passport.jpg --preset de-passport\n"
+      "  idphoto make holiday.jpg -o visa.jpg --preset cn-visa --background '#ffffff' --max-kb 120\n"
+      "  idphoto make holiday.jpg -o badge.png --size 300x400px --head 55-65%\n"
+      "  idphoto make wedding.jpg -o certificate.jpg --pair --preset cn-marriage-certificate");
+  command->callback([options, status] {
+    try {
+      Make(*options);
+    } catch (const SetupFailure&) {
+      throw;
+    } catch (const std::exception& exception) {
+      std::fprintf(stderr, "idphoto: %s: %s\n", Printable(options->photograph).c_str(), ReasonOf(exception).c_str());
+      *status = kSomeFailed;
+    }
+  });
+}
+
+}  // namespace qx::host

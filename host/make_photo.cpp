@@ -1,0 +1,222 @@
+#include "host/make_photo.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "host/failure.h"
+#include "host/fit_report.h"
+#include "host/foreground.h"
+#include "host/pair_photo.h"
+#include "host/render_photo.h"
+#include "host/text.h"
+
+namespace qx::host {
+namespace {
+
+// In the library's terms, where bounds of 0 are none at all.
+FineCropParams ToParams(const Goals& goals, const Document& document) {
+  constexpr double kAlmostNone = 1e-9;
+  FineCropParams params{};
+  params.width = document.width;
+  params.height = document.height;
+  const auto set = [&](const std::optional<Fraction>& goal, double* min, double* max) {
+    if (!goal) return;
+    *min = std::max<double>(goal->min, kAlmostNone);
+    *max = std::max<double>(goal->max, kAlmostNone);
+  };
+  set(goals.head, &params.headMin, &params.headMax);
+  set(goals.top, &params.topMin, &params.topMax);
+  set(goals.eyes, &params.eyeMin, &params.eyeMax);
+  // The library holds the face's width against the widest photograph, not the one it chooses.
+  params.faceWidthMin = params.faceWidthMax = -1;
+  return params;
+}
+
+// A bound on the face's width is one on the head's length, since both grow alike. Nothing is left when they exclude
+// each other.
+std::optional<Goals> WithFaceWidthInHead(const Goals& goals, const PersonGeometry& person, double proportions) {
+  if (!goals.faceWidth || person.faceWidth <= 0) return goals;
+  const double ratio = (person.chin - person.headTop) / person.faceWidth * proportions;
+  Goals merged = goals;
+  merged.head = Fraction{goals.faceWidth->min * ratio, goals.faceWidth->max * ratio};
+  if (goals.head)
+    merged.head = {std::max(merged.head->min, goals.head->min), std::min(merged.head->max, goals.head->max)};
+  if (merged.head->min > merged.head->max) return std::nullopt;
+  return merged;
+}
+
+// The library's rectangle has whole, odd widths; the document's proportions are kept to the fraction.
+Rectangle ToRectangle(const CropRect& rect, const CropOrigin& origin, double proportions) {
+  Rectangle rectangle;
+  rectangle.height = double{1} * rect.bottom - rect.top + 1;
+  rectangle.width = rectangle.height * proportions;
+  rectangle.left = (double{1} * rect.left + rect.right + 1) / 2 - rectangle.width / 2 + origin.left;
+  rectangle.top = double{1} * rect.top + origin.top;
+  return rectangle;
+}
+
+// How far inside the bounds to aim, first choice first: a measurement that differs by a hair should still pass.
+constexpr double kMargins[] = {0.35, 0.3, 0.25, 0.2, 0.15, 0.1, 0.05, 0};
+
+constexpr double kMostRoll = 5;  // degrees, from which on documents are refused
+
+struct Placing {
+  const PersonGeometry& person;
+  const Document& document;
+  Goals goals;
+  Obstacles obstacles;
+  double proportions;
+
+  bool Serves(const Rectangle& rectangle) const {
+    return IsClear(rectangle, person, obstacles) && MissesOf(MeasuresIn(rectangle, person), goals).empty();
+  }
+};
+
+std::optional<Rectangle> PlaceByLibrary(const Placing& placing, const CropResult& crops, int32_t face,
+                                        const CropOrigin& origin) {
+  for (const double margin : kMargins) {
+    const auto goals = WithFaceWidthInHead(Narrowed(placing.goals, margin), placing.person, placing.proportions);
+    if (!goals) continue;
+    const auto rect = crops.FineCrop(face, ToParams(*goals, placing.document));
+    if (!rect) continue;
+    const Rectangle rectangle = ToRectangle(*rect, origin, placing.proportions);
+    if (placing.Serves(rectangle)) return rectangle;
+  }
+  return std::nullopt;
+}
+
+// Where the person is cut off or the shoulders are narrow, the library finds none although there may be one.
+std::optional<Rectangle> PlaceBySearch(const Placing& placing) {
+  for (const double margin : kMargins) {
+    const auto nearest =
+        FindNearest(placing.person, Narrowed(placing.goals, margin), placing.proportions, placing.obstacles);
+    if (nearest && placing.Serves(*nearest)) return nearest;
+  }
+  return std::nullopt;
+}
+
+void AddRemarks(const UprightPhotograph& upright, const Document& document, MadePhoto* made) {
+  if (upright.facesFound > upright.persons.size()) {
+    made->remarks.push_back(
+        Count(upright.facesFound, "face") + " found, the " +
+        (upright.persons.size() == 1 ? "one of number " + std::to_string(upright.number) : std::string("two largest")) +
+        " taken");
+  }
+  char text[160];
+  if (made->enlargement > 1.05) {
+    std::snprintf(text, sizeof text, "enlarged %.1f times: the photograph has too few pixels for %d x %d",
+                  made->enlargement, document.width, document.height);
+    made->remarks.push_back(text);
+  }
+  const double roll = upright.faces[upright.persons[0]].Roll();
+  if (upright.persons.size() == 1 && std::abs(roll) > kMostRoll) {
+    std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s; hold it straight", std::abs(roll),
+                  roll > 0 ? "right" : "left");
+    made->remarks.push_back(text);
+  }
+  for (const Miss& miss : made->givenUp) made->remarks.push_back("given up: " + MissText(miss, document));
+}
+
+}  // namespace
+
+std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force) {
+  if (preset.backgroundChange || force)
+    return wanted.value_or(preset.backgrounds.empty() ? "white" : preset.backgrounds[0]);
+  if (wanted && *wanted != "keep") {
+    throw Failure(preset.authority + " takes no photograph whose background was changed (" + preset.name +
+                  "); leave out --background, or add --force");
+  }
+  return "keep";
+}
+
+PhotoMaker::PhotoMaker() {
+  CropSettings settings;
+  settings.ratio = 1;
+  settings.sourceScale = true;
+  engine_.Configure(settings);
+}
+
+Mask PhotoMaker::MakeMask(const UprightPhotograph& upright, const Mask* given) {
+  if (given) {
+    const bool turned = upright.quarterTurns % 2 == 1;
+    return TurnClockwise(*given, turned ? upright.image.height : upright.image.width,
+                         turned ? upright.image.width : upright.image.height, upright.quarterTurns);
+  }
+  std::vector<FaceBox> persons, others;
+  for (size_t i = 0; i < upright.faces.size(); ++i) {
+    const bool wanted = std::count(upright.persons.begin(), upright.persons.end(), i) != 0;
+    (wanted ? persons : others).push_back(BoxOf(upright.faces[i]));
+  }
+  return segmenter_.Segment(upright.image, persons, others);
+}
+
+MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const Mask* given) {
+  const UprightPhotograph upright = MakeUpright(probe_, std::move(photograph), request.face);
+  const Image& image = upright.image;
+  const size_t face = upright.persons[0];
+  const Mask mask = MakeMask(upright, given);
+  const PersonGeometry person = MeasurePerson(upright.faces[face], mask, image.width, image.height);
+  const bool keep = request.background.IsKeep();
+  std::optional<Image> cleaned;
+  const Image& colours = keep ? image : cleaned.emplace(EstimateForeground(image, mask));
+
+  const Document& document = request.document;
+  Obstacles obstacles;
+  obstacles.keep = keep;
+  const Placing placing{person, document, GoalsOf(document), obstacles, double{1} * document.width / document.height};
+  CropResult crops = engine_.CropFaces(image);
+  const auto index = static_cast<int32_t>(face);
+  const CropOrigin origin = crops.FindOrigin(index, image);
+  crops.SetPerson(index, mask, colours);
+  auto rectangle = PlaceByLibrary(placing, crops, index, origin);
+  if (!rectangle) rectangle = PlaceBySearch(placing);
+  MadePhoto made;
+  if (!rectangle) {
+    rectangle = FindNearest(person, placing.goals, placing.proportions, obstacles);
+    if (!rectangle || !request.relax) {
+      throw Failure(NoFitText(person, document, placing.goals, obstacles, rectangle));
+    }
+    made.givenUp = MissesOf(MeasuresIn(*rectangle, person), placing.goals);
+  }
+  made.measures = MeasuresIn(*rectangle, person);
+  made.quarterTurns = upright.quarterTurns;
+  made.enlargement = document.height / rectangle->height;
+  made.image = RenderPhoto(colours, mask, request.background, *rectangle, document);
+  AddRemarks(upright, document, &made);
+  return made;
+}
+
+MadePhoto PhotoMaker::MakePair(Image photograph, const MakeRequest& request, const Mask* given) {
+  const UprightPhotograph upright = MakePairUpright(probe_, std::move(photograph));
+  const Image& image = upright.image;
+  const Mask mask = MakeMask(upright, given);
+  std::array<const ProbedFace*, 2> faces{};
+  std::array<PersonGeometry, 2> persons;
+  for (size_t i = 0; i < 2; ++i) {
+    faces[i] = &upright.faces[upright.persons[i]];
+    persons[i] = MeasurePerson(*faces[i], mask, image.width, image.height);
+  }
+  const PairGeometry pair = MeasurePair(faces, persons, mask, image.width, image.height);
+  const Document& document = request.document;
+  Obstacles obstacles;
+  obstacles.keep = request.background.IsKeep();
+  const auto [rectangle, problem] =
+      PlacePair(pair, persons, double{1} * document.width / document.height, obstacles, request.relax);
+  if (!rectangle) {
+    throw Failure("no rectangle shows both persons with the usual room on all sides: " + problem +
+                  "; take another photograph" + (request.relax ? "" : ", or try --relax"));
+  }
+  std::optional<Image> cleaned;
+  const Image& colours = obstacles.keep ? image : cleaned.emplace(EstimateForeground(image, mask));
+  MadePhoto made;
+  made.measures = MeasuresIn(*rectangle, persons[0]);
+  made.quarterTurns = upright.quarterTurns;
+  made.enlargement = document.height / rectangle->height;
+  made.image = RenderPhoto(colours, mask, request.background, *rectangle, document);
+  AddRemarks(upright, document, &made);
+  if (!problem.empty()) made.remarks.push_back("given up: the usual room around the faces, for " + problem);
+  return made;
+}
+
+}  // namespace qx::host

@@ -1,0 +1,65 @@
+// From a photograph to the finished picture of a document.
+#ifndef QX_HOST_MAKE_PHOTO_H
+#define QX_HOST_MAKE_PHOTO_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/background.h"
+#include "host/face_probe.h"
+#include "host/image_file.h"
+#include "host/library.h"
+#include "host/person_geometry.h"
+#include "host/person_mask.h"
+#include "host/placement.h"
+#include "host/presets.h"
+#include "host/upright.h"
+
+namespace qx::host {
+
+struct MakeRequest {
+  Document document;
+  Background background;
+  std::optional<int> face;  // number from 1 in the order of `idphoto inspect`; without it the largest
+  bool relax = false;       // take the nearest rectangle when none meets the bounds
+};
+
+struct MadePhoto {
+  Image image;  // of exactly the document's pixels
+  PhotoMeasures measures;
+  std::vector<Miss> givenUp;         // by `relax`
+  std::vector<std::string> remarks;  // what the user should know, one line each
+  int quarterTurns = 0;              // clockwise, that made the photograph upright
+  double enlargement = 1;            // pixels of the document for one of the photograph, along a side
+};
+
+// The background for a document: the wanted one, or else the first of the preset, or "keep" where the authority forbids
+// a change. Throws Failure when a forbidden one is wanted without `force`.
+std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force);
+
+// Costly to make: keep one for many photographs. One thread at a time. The same input gives the same picture.
+class PhotoMaker {
+ public:
+  PhotoMaker();  // throws Failure when the face engine or the person's network cannot load
+
+  // `mask`: of a person, made elsewhere, one byte a pixel of the photograph; null to make it here. Throws Failure, also
+  // when no rectangle meets the bounds.
+  MadePhoto Make(Image photograph, const MakeRequest& request, const Mask* mask = nullptr);
+  // The common photograph of two persons: the proportions of the document, both faces with some room on all sides.
+  // The document's bounds and `face` are not used.
+  MadePhoto MakePair(Image photograph, const MakeRequest& request, const Mask* mask = nullptr);
+
+ private:
+  Mask MakeMask(const UprightPhotograph& upright, const Mask* given);
+
+  FaceProbe probe_;
+  CropEngine engine_;
+  PersonSegmenter segmenter_;
+};
+
+}  // namespace qx::host
+
+#endif  // QX_HOST_MAKE_PHOTO_H

@@ -1,0 +1,22 @@
+// The pixels of a finished document.
+#ifndef QX_HOST_RENDER_PHOTO_H
+#define QX_HOST_RENDER_PHOTO_H
+
+#include "host/background.h"
+#include "host/image_file.h"
+#include "host/person_geometry.h"
+#include "host/person_mask.h"
+#include "host/presets.h"
+
+namespace qx::host {
+
+// Lays the person (colours without the old background's share, and the mask, both of the photograph's size) over the
+// background and brings the rectangle to the document's pixels in one step. Beside and above the photograph there is
+// background; below it and at sides where the rectangle stays inside, the photograph's border pixels serve the kernel.
+// With a kept background the colours are taken as they are and the rectangle lies inside the photograph.
+Image RenderPhoto(const Image& colours, const Mask& mask, const Background& background, const Rectangle& rectangle,
+                  const Document& document);
+
+}  // namespace qx::host
+
+#endif  // QX_HOST_RENDER_PHOTO_H

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# usage: scripts/docs.sh
+# Makes the README's pictures from the sample photograph and puts them into build/docs. Installs and builds what is
+# missing first.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
+
+prepare "${build_packages[@]}"
+fetch_sample
+say "Building"
+build_program() { configure release -DQX_BUILD_TESTS=OFF && build release --target idphoto; }
+quietly "$root/build/logs/docs_build.log" "the build" build_program
+
+folder=$root/build/docs
+idphoto() { "$root/build/release/bin/idphoto" "$@"; }
+mkdir -p "$folder"
+say "Making the pictures"
+idphoto crop "$sample_photo" -o "$folder"
+mv "$folder/astronaut_face1.png" "$folder/crop.png"
+idphoto make "$sample_photo" -o "$folder/make.png" --preset schengen-visa
+idphoto sheet "$folder/make.png" -o "$folder/sheet.png" --paper 4x6
+idphoto check "$folder/make.png" --preset schengen-visa --draw "$folder/check.png" || true # it tells what fails, too
+say "The pictures are in $folder"
