@@ -33,23 +33,24 @@ void* __wrap_calloc(size_t count, size_t size) {
 }
 }
 
-// The library makes its objects with the nothrow forms only.
+// The library makes its objects with the nothrow forms only. Not inlined, so that no compiler sees malloc and free
+// where new and delete stand.
 void* operator new(size_t size, const std::nothrow_t&) noexcept {
   return __wrap_malloc(size == 0 ? 1 : size);
 }
 void* operator new[](size_t size, const std::nothrow_t&) noexcept {
   return __wrap_malloc(size == 0 ? 1 : size);
 }
-void operator delete(void* p) noexcept {
+[[gnu::noinline]] void operator delete(void* p) noexcept {
   std::free(p);
 }
-void operator delete[](void* p) noexcept {
+[[gnu::noinline]] void operator delete[](void* p) noexcept {
   std::free(p);
 }
-void operator delete(void* p, size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* p, size_t) noexcept {
   std::free(p);
 }
-void operator delete[](void* p, size_t) noexcept {
+[[gnu::noinline]] void operator delete[](void* p, size_t) noexcept {
   std::free(p);
 }
 void* operator new(size_t size) {
