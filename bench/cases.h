@@ -11,6 +11,9 @@ namespace qx::bench {
 // Grey conversion and crop resampling beside OpenCV's and beside plain copies.
 void AddKernelCases(Table* table);
 
+// Mask exchange, quality scores and the fine crop on painted crops.
+void AddCropCases(Table* table);
+
 // Detection and landmarks on a photograph of one face or more, scaled to 12 megapixels. False, after a line on standard
 // error, when the photograph cannot be read or has no face.
 bool AddEngineCases(const std::string& photo, Table* table);

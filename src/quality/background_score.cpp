@@ -106,10 +106,14 @@ int32_t Spread(const FaceRecord& face, const SidePatches& sides, const Colour& l
   const int64_t count = sides.left.Pixels() + sides.right.Pixels();
   if (count == 0) return 0;
   const Colour mean = Divide({leftSum[0] + rightSum[0], leftSum[1] + rightSum[1], leftSum[2] + rightSum[2]}, count);
+  // The squared difference of every byte from the mean.
+  double square[3][256];
+  for (size_t c = 0; c < 3; ++c) {
+    for (int v = 0; v < 256; ++v) square[c][v] = (v - mean[c]) * (v - mean[c]);
+  }
   double sum = 0;
   const auto add = [&](const uint8_t* pixel) {
-    const double d0 = pixel[0] - mean[0], d1 = pixel[1] - mean[1], d2 = pixel[2] - mean[2];
-    sum += std::sqrt(d0 * d0 + d1 * d1 + d2 * d2);
+    sum += std::sqrt(square[0][pixel[0]] + square[1][pixel[1]] + square[2][pixel[2]]);
   };
   ForEachPixel(face, sides.left, add);
   ForEachPixel(face, sides.right, add);

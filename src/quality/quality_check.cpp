@@ -34,6 +34,9 @@ struct ScannedFace {
   double across, along;              // the frame's centre on the face's axes
   double sine, cosine;
   double halfWidth, halfHeight;
+
+  int64_t Columns() const { return std::max<int64_t>(right - left + 1, 0); }
+  int64_t Rows() const { return std::max<int64_t>(bottom - top + 1, 0); }
 };
 
 ScannedFace ScanOf(const FaceRecord& face, const FaceFrame& frame) {
@@ -54,42 +57,71 @@ ScannedFace ScanOf(const FaceRecord& face, const FaceFrame& frame) {
   return scan;
 }
 
-int32_t Brightness(const FaceRecord& face, const uint8_t* grey, const ScannedFace& scan) {
-  double sum = 0;
-  int64_t count = 0;
-  for (int64_t y = scan.top; y <= scan.bottom; ++y) {
-    const uint8_t* row = grey + y * face.cropWidth;
-    for (int64_t x = scan.left; x <= scan.right; ++x) {
-      const auto px = static_cast<double>(x), py = static_cast<double>(y);
-      if (std::fabs(px * scan.cosine - py * scan.sine - scan.across) <= scan.halfWidth &&
-          std::fabs(py * scan.cosine + px * scan.sine - scan.along) <= scan.halfHeight) {
-        sum += row[x];
-        ++count;
-      }
-    }
+// A column's products with the turn, which every row needs.
+struct ColumnTurn {
+  double cosine, sine;
+};
+
+bool TurnColumns(const ScannedFace& scan, Buffer<ColumnTurn>* columns) {
+  if (!columns->Allocate(static_cast<uint64_t>(scan.Columns()))) return false;
+  for (int64_t x = scan.left; x <= scan.right; ++x) {
+    const auto px = static_cast<double>(x);
+    (*columns)[static_cast<size_t>(x - scan.left)] = {px * scan.cosine, px * scan.sine};
   }
-  return Score((sum / static_cast<double>(count) * 10 - 60) / 12);
+  return true;
 }
 
-int32_t Symmetry(const FaceRecord& face, const uint8_t* grey, const ScannedFace& scan) {
-  const double sa = scan.sine, ca = scan.cosine;
-  double sum = 0;
-  int64_t count = 0;
+const uint8_t* PixelAt(const FaceRecord& face, int64_t x, int64_t y) {
+  return face.cropImage.data() + (y * face.cropWidth + x) * 3;
+}
+
+// Grey of the scanned square alone: the rest of a crop is several times as large.
+bool ConvertSquare(const FaceRecord& face, const ScannedFace& scan, ByteBuffer* grey) {
+  if (!grey->Allocate(static_cast<uint64_t>(scan.Columns() * scan.Rows()))) return false;
+  const auto columns = static_cast<int32_t>(scan.Columns());
+  uint8_t* to = grey->data();
+  for (int64_t y = scan.top; y <= scan.bottom; ++y, to += columns) {
+    GreyConvert(PixelAt(face, scan.left, y), 1, columns, to);
+  }
+  return true;
+}
+
+int32_t Brightness(const uint8_t* grey, const ScannedFace& scan, const ColumnTurn* columns) {
+  int64_t sum = 0, count = 0;
   for (int64_t y = scan.top; y <= scan.bottom; ++y) {
-    for (int64_t x = scan.left; x <= scan.right; ++x) {
-      const auto px = static_cast<double>(x), py = static_cast<double>(y);
-      const double b = px * ca - py * sa - scan.across;
-      const double a = px * sa + py * ca - scan.along;
+    const auto py = static_cast<double>(y);
+    const double rowSine = py * scan.sine, rowCosine = py * scan.cosine;
+    const uint8_t* row = grey + (y - scan.top) * scan.Columns();
+    for (int64_t i = 0; i < scan.Columns(); ++i) {
+      const bool inside = (std::fabs(columns[i].cosine - rowSine - scan.across) <= scan.halfWidth) &
+                          (std::fabs(rowCosine + columns[i].sine - scan.along) <= scan.halfHeight);
+      sum += inside ? row[i] : 0;
+      count += inside ? 1 : 0;
+    }
+  }
+  return Score((static_cast<double>(sum) / static_cast<double>(count) * 10 - 60) / 12);
+}
+
+int32_t Symmetry(const FaceRecord& face, const uint8_t* grey, const ScannedFace& scan, const ColumnTurn* columns) {
+  const double sa = scan.sine, ca = scan.cosine;
+  int64_t sum = 0, count = 0;
+  for (int64_t y = scan.top; y <= scan.bottom; ++y) {
+    const auto py = static_cast<double>(y);
+    const double rowSine = py * sa, rowCosine = py * ca;
+    const uint8_t* row = grey + (y - scan.top) * scan.Columns();
+    for (int64_t i = 0; i < scan.Columns(); ++i) {
+      const double b = columns[i].cosine - rowSine - scan.across;
+      const double a = columns[i].sine + rowCosine - scan.along;
       if (!(b <= 0 && std::fabs(a) <= scan.halfHeight)) continue;
       const double u = std::fabs(b) + scan.across;
       const double v = scan.along + a;
       const int64_t mirrorX = std::clamp(TruncToInt32(u * ca + v * sa), 0, face.cropWidth - 1);
       const int64_t mirrorY = std::clamp(TruncToInt32(v * ca - u * sa), 0, face.cropHeight - 1);
-      sum += std::abs(grey[y * face.cropWidth + x] - grey[mirrorY * face.cropWidth + mirrorX]);
+      sum += std::abs(row[i] - GreyOf(PixelAt(face, mirrorX, mirrorY)));  // may lie outside the square
       ++count;
     }
   }
-  return Score(100 - sum / static_cast<double>(count) * 10 / 14);
+  return Score(100 - static_cast<double>(sum) / static_cast<double>(count) * 10 / 14);
 }
 
 }  // namespace
@@ -98,12 +130,12 @@ QualityScores CheckQuality(const FaceRecord& face) {
   QualityScores scores = {};
   scores.tilt = Tilt(face);
   const FaceFrame frame = BuildFaceFrame(face);
+  const ScannedFace scan = ScanOf(face, frame);
   ByteBuffer grey;
-  if (grey.Allocate(ImageBytes(face.cropWidth, face.cropHeight, 1))) {
-    GreyConvert(face.cropImage.data(), face.cropHeight, face.cropWidth, grey.data());
-    const ScannedFace scan = ScanOf(face, frame);
-    scores.brightness = Brightness(face, grey.data(), scan);
-    scores.symmetry = Symmetry(face, grey.data(), scan);
+  Buffer<ColumnTurn> columns;
+  if (ConvertSquare(face, scan, &grey) && TurnColumns(scan, &columns)) {
+    scores.brightness = Brightness(grey.data(), scan, columns.data());
+    scores.symmetry = Symmetry(face, grey.data(), scan, columns.data());
   }
   scores.background = BackgroundScore(face, frame);
   return scores;
