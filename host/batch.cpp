@@ -17,6 +17,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// "12 photographs made, 1 failed", as far as there is something to say.
+std::string SummaryText(const BatchSummary& summary) {
+  std::string text = Count(summary.done, "photograph") + " made";
+  if (summary.skipped > 0) text += ", " + std::to_string(summary.skipped) + " left as they were";
+  if (summary.failed > 0) text += ", " + std::to_string(summary.failed) + " failed";
+  if (summary.left > 0) text += ", " + std::to_string(summary.left) + " not tried";
+  return text;
+}
+
 class Batch {
  public:
   Batch(const std::vector<BatchItem>& items, BatchReport* report)
@@ -82,14 +91,6 @@ class Batch {
 };
 
 }  // namespace
-
-std::string SummaryText(const BatchSummary& summary) {
-  std::string text = Count(summary.done, "photograph") + " made";
-  if (summary.skipped > 0) text += ", " + std::to_string(summary.skipped) + " left as they were";
-  if (summary.failed > 0) text += ", " + std::to_string(summary.failed) + " failed";
-  if (summary.left > 0) text += ", " + std::to_string(summary.left) + " not tried; go on with --resume";
-  return text;
-}
 
 BatchSummary RunBatch(const std::vector<BatchItem>& items, const std::function<BatchWorker()>& makeWorker,
                       const BatchSettings& settings) {

@@ -30,9 +30,6 @@ struct BatchSummary {
   size_t left = 0;     // not tried: the run was interrupted
 };
 
-// "12 photographs made, 1 failed", as far as there is something to say.
-std::string SummaryText(const BatchSummary& summary);
-
 // Works on all items, whatever becomes of each, and says so on the way. `makeWorker` is called once in each thread.
 // After an interrupt (SIGINT) the photographs at work are finished and no others begun. Throws SetupFailure when the
 // report cannot be written, and what `makeWorker` throws.

@@ -8,6 +8,7 @@ namespace qx::host {
 namespace {
 
 constexpr double kRounding = 1e-6;
+constexpr double kLeastWidth = 1.2;  // of the face, for the ears
 constexpr double kTolerance = 1e-3;  // half a pixel of a usual document
 constexpr double kMostCut = 0.05;    // more than measuring can be wrong by
 
@@ -78,6 +79,7 @@ std::vector<Miss> MissesOf(const PhotoMeasures& measures, const Goals& goals) {
 }
 
 bool IsClear(const Rectangle& rectangle, const PersonGeometry& person, const Obstacles& obstacles) {
+  if (rectangle.width < kLeastWidth * person.faceWidth) return false;
   const double bottom = rectangle.Bottom();
   const double slack = kRounding * rectangle.height;
   const bool left = rectangle.left >= -slack, right = rectangle.Right() <= person.width + slack;

@@ -32,7 +32,8 @@ struct Miss {
 // All of them, each with a tolerance of a thousandth of the height.
 std::vector<Miss> MissesOf(const PhotoMeasures& measures, const Goals& goals);
 
-// What a rectangle must not do, whatever the bounds: show less of the person than belongs into it.
+// What a rectangle must not do, whatever the bounds: show less of the person than belongs into it. Besides, it always
+// has to hold the whole width of the face.
 struct Obstacles {
   bool foot = true;   // reach below the lower end of the person in the photograph
   bool sides = true;  // reach past a side of the photograph where that cuts the person off

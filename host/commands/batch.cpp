@@ -132,7 +132,8 @@ int RunBatchCommand(const BatchOptions& options, const std::string& text) {
   };
   const BatchSummary summary = RunBatch(items, makeWorker, {options.jobs, report, options.resume, text});
   if (summary.left > 0) {
-    std::fprintf(stderr, "idphoto: interrupted; %s\n", SummaryText(summary).c_str());
+    std::fprintf(stderr, "idphoto: interrupted; %s not tried, go on with --resume\n",
+                 Count(summary.left, "photograph").c_str());
   }
   return summary.failed + summary.left == 0 ? kDone : kSomeFailed;
 }

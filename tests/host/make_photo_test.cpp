@@ -1,7 +1,8 @@
 // The parts of `make` that need no photograph of a person.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
+#include <nlohmann/json.hpp>
 #include <random>
 
 #include "host/document_file.h"
@@ -264,6 +265,58 @@ TEST(Background, FollowsTheAuthoritysPolicy) {
   EXPECT_EQ("#d9001b", ChooseBackground(free, std::nullopt, false));
   EXPECT_EQ("white", ChooseBackground(free, "white", false));
   EXPECT_EQ("white", ChooseBackground(Preset(), std::nullopt, false));
+}
+
+TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
+  const TestFolder folder;
+  ToVips(GradientImage(64, 64)).write_to_file((folder / "a.png").c_str());
+  const std::vector<std::string> make{"make", "a.png", "-o", "b.jpg"};
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
+      {{}, "--preset or give a --size"},
+      {{"--preset", "us-pasport"}, "did you mean us-passport"},
+      {{"--size", "35x45"}, "--size"},
+      {{"--size", "35x45mm", "--head", "50-60mm"}, "does not fit into 45 mm"},
+      {{"--preset", "cn-visa", "--background", "blue"}, "--background"},
+      {{"--preset", "cn-visa", "--min-kb", "50", "--max-kb", "40"}, "least size"},
+      {{"--preset", "cn-visa", "--dpi", "5"}, "--dpi"},
+      {{"--preset", "cn-visa", "--face", "0"}, "--face"},
+      {{"--preset", "cn-visa", "--face", "1", "--pair"}, "leave one of them out"},
+      {{"--preset", "cn-visa", "--quiet", "--json"}, "--json"},
+      {{"--preset", "cn-marriage-certificate"}, "add --pair"},
+      {{"--preset", "au-passport", "--background", "white"}, "add --force"}};
+  for (const auto& [options, reason] : cases) {
+    std::vector<std::string> arguments = make;
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ProgramRun run = RunProgram(folder, arguments);
+    EXPECT_EQ(2, run.status) << reason << run.err;
+    EXPECT_EQ(1, std::count(run.err.begin(), run.err.end(), '\n')) << run.err;
+    EXPECT_TRUE(Contains(run.err, reason)) << run.err;
+    EXPECT_EQ("", run.out);
+  }
+  EXPECT_EQ(2, RunProgram(folder, {"make", "a.png", "-o", "./a.png", "--preset", "cn-visa"}).status);
+  EXPECT_EQ(2, RunProgram(folder, {"check", "a.png", "--preset", "cn-visa", "--draw", "a.png"}).status);
+  EXPECT_EQ(2, RunProgram(folder, {"presets", "atlantis"}).status);
+  EXPECT_EQ((std::vector<std::string>{"a.png"}), folder.Names());
+
+  // No face: one line, status 1, no file; the check still says what it can.
+  const ProgramRun faceless = RunProgram(folder, {"make", "a.png", "-o", "b.jpg", "--preset", "cn-visa"});
+  EXPECT_EQ(1, faceless.status);
+  EXPECT_TRUE(Contains(faceless.err, "a.png: no face found")) << faceless.err;
+  const ProgramRun check = RunProgram(folder, {"check", "a.png", "--preset", "cn-visa"});
+  EXPECT_EQ(1, check.status);
+  EXPECT_TRUE(Contains(check.out, "a.png: failed\n  width              64 px   390              FAIL")) << check.out;
+  EXPECT_EQ((std::vector<std::string>{"a.png"}), folder.Names());
+}
+
+TEST(ProgramMake, ListsPresets) {
+  const TestFolder folder;
+  const ProgramRun table = RunProgram(folder, {"presets"}), one = RunProgram(folder, {"presets", "cn-visa"});
+  const auto list = nlohmann::json::parse(RunProgram(folder, {"presets", "--json"}).out);
+  EXPECT_EQ(Presets().size(), list.size());
+  for (const Preset& preset : Presets()) EXPECT_TRUE(Contains(table.out, "\n" + preset.name + " ")) << preset.name;
+  EXPECT_TRUE(Contains(one.out, "28-33mm")) << one.out;
+  const auto visa = nlohmann::json::parse(RunProgram(folder, {"presets", "cn-visa", "--json"}).out);
+  EXPECT_NEAR(28.0 / 48, visa["head"]["min"], 1e-9);
 }
 
 // Two faces 100 wide, 40 apart: by hand, the narrowest rectangle is 1.4 * 240 = 336 wide and 224 high at 3:2. Its heads
