@@ -23,6 +23,7 @@ size_t PixelBytes(const ImageView& source) {
 // Writes output pixels [begin, end) of `along`, which runs along the source's x axis, at one place of `across`.
 void RenderRun(const ImageView& source, const AxisSampling& along, int32_t begin, int32_t end,
                const AxisSampling& across, int32_t place, uint8_t* out) {
+  if (begin >= end) return;  // an empty source has no rows to point at
   const size_t pixelBytes = PixelBytes(source);
   const auto count = static_cast<size_t>(end - begin);
   const int32_t y = across.First(place);
