@@ -14,6 +14,9 @@ void AddKernelCases(Table* table);
 // Mask exchange, quality scores and the fine crop on painted crops.
 void AddCropCases(Table* table);
 
+// The stages of beauty retouching on a crop of 1200 x 1525, beside OpenCV's counterparts and the plain way.
+void AddBeautyCases(Table* table);
+
 // Detection and landmarks on a photograph of one face or more, scaled to 12 megapixels. False, after a line on standard
 // error, when the photograph cannot be read or has no face.
 bool AddEngineCases(const std::string& photo, Table* table);

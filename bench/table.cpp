@@ -32,6 +32,12 @@ std::string Time(const Case& what, double nanoseconds) {
   return what.pixels > 0 ? Format("%.3f ns/px", nanoseconds / what.pixels) : Format("%.1f ms", nanoseconds / 1e6);
 }
 
+std::string Goal(const Case& what) {
+  if (what.pixelGoal > 0) return Format("%.0f ns", what.pixelGoal);
+  if (what.goal > 0) return Format(what.reference.empty() ? "%.0f ms" : "%.2f", what.goal);
+  return "";
+}
+
 }  // namespace
 
 void Table::Add(Case what) {
@@ -58,11 +64,9 @@ void Table::Finalize() {
     if (ours == medians_.end()) continue;  // left out by a filter
     const auto theirs = medians_.find(TheirsName(what));
     const bool compared = theirs != medians_.end();
-    const char* const goal = what.reference.empty() ? "%.0f ms" : "%.2f";
     std::printf("| %-34s | %12s | %-24s | %12s | %6s | %7s |\n", what.name.c_str(), Time(what, ours->second).c_str(),
                 what.reference.c_str(), compared ? Time(what, theirs->second).c_str() : "",
-                compared ? Format("%.2f", ours->second / theirs->second).c_str() : "",
-                what.goal > 0 ? Format(goal, what.goal).c_str() : "");
+                compared ? Format("%.2f", ours->second / theirs->second).c_str() : "", Goal(what).c_str());
   }
 }
 

@@ -18,6 +18,7 @@ struct Case {
   std::string reference;         // its name; empty for none
   std::function<void()> theirs;  // one call of the reference
   double goal;                   // upper bound of ours / theirs, or of ours in ms without a reference; 0 for none
+  double pixelGoal = 0;          // instead of `goal`: upper bound of ours in ns a pixel
 };
 
 // Collects the medians of all cases and prints them in the end.

@@ -1,5 +1,7 @@
 #include "kernels/kernels.h"
 
+#include "kernels/beauty_kernels.h"
+
 #if defined(QX_KERNELS_AVX2)
 #include <cpuid.h>
 
@@ -10,17 +12,22 @@ namespace qx {
 
 namespace generic {
 extern const Kernels kKernels;
-}
+extern const BeautyKernels kBeautyKernels;
+}  // namespace generic
 
 const Kernels& GenericKernels() {
   return generic::kKernels;
+}
+const BeautyKernels& GenericBeautyKernels() {
+  return generic::kBeautyKernels;
 }
 
 #if defined(QX_KERNELS_AVX2)
 
 namespace avx2 {
 extern const Kernels kKernels;
-}
+extern const BeautyKernels kBeautyKernels;
+}  // namespace avx2
 
 namespace {
 
@@ -49,10 +56,17 @@ const Kernels& ActiveKernels() {
   return *kernels;
 }
 
+const BeautyKernels& ActiveBeautyKernels() {
+  return &ActiveKernels() == &avx2::kKernels ? avx2::kBeautyKernels : generic::kBeautyKernels;
+}
+
 #else
 
 const Kernels& ActiveKernels() {
   return generic::kKernels;
+}
+const BeautyKernels& ActiveBeautyKernels() {
+  return generic::kBeautyKernels;
 }
 
 #endif

@@ -4,16 +4,27 @@
 #include <cstdlib>
 #include <new>
 
+#include "beauty/contour_warp.h"
+#include "beauty/enhance_region.h"
+#include "beauty/lens_warp.h"
+#include "beauty/pipeline.h"
+#include "beauty/skin_tone.h"
 #include "library/scripted_engine.h"
 
 namespace {
 
 // Allocations of the library that still succeed; negative: all do.
 int allowed = -1;
+bool onlyOne = false;  // the one after those fails, and later ones succeed again
+bool refused = false;  // since it was last set
 
 bool MayAllocate() {
   if (allowed < 0) return true;
-  if (allowed == 0) return false;
+  if (allowed == 0) {
+    refused = true;
+    if (onlyOne) allowed = -1;
+    return false;
+  }
   --allowed;
   return true;
 }
@@ -102,6 +113,147 @@ TEST(Allocation, ACropRunLeavesTheResultUsable) {
   }
   // Grey image, records, and for each crop the image, the mask and the two axes.
   EXPECT_GE(failures, 10);
+}
+
+using Bytes = std::vector<uint8_t>;
+
+// Lets the first, the second, ... allocation of a call fail, one a call, until a call needs no more of them; returns
+// how many calls fell short.
+template <typename Call, typename Check>
+int FailEachAllocation(Call call, Check check) {
+  int shortages = 0;
+  for (bool complete = false; !complete && shortages < 200; ++shortages) {
+    refused = false;
+    onlyOne = true;
+    allowed = shortages;
+    const int32_t status = call();
+    allowed = -1;
+    onlyOne = false;
+    complete = !refused;
+    check(status, complete);
+    if (::testing::Test::HasFatalFailure()) break;
+  }
+  return shortages - 1;
+}
+
+struct Retouched {
+  Bytes image, mask;
+};
+
+// The pipeline with some of its stages left out.
+Retouched LeaveOut(const Photo& photo, const Photo& mask, const LandmarkSet& set, bool left, bool right, bool contour) {
+  const int32_t w = photo.width, h = photo.height;
+  Retouched r = {photo.pixels, mask.pixels};
+  Bytes reference = photo.pixels;
+  const auto stage = [&r](auto run) {
+    Bytes out(r.image.size());
+    run(r.image.data(), out.data());
+    r.image = out;
+  };
+  const auto detail = [&](FaceRegion region) {
+    stage([&](const uint8_t* in, uint8_t* out) {
+      EnhanceRegion(reference.data(), in, w, h, set.Region(region), 0.7, out);
+    });
+  };
+  const auto lens = [&](FaceRegion region, LensMode mode) {
+    stage([&](const uint8_t* in, uint8_t* out) { LensWarp(in, w, h, set.Region(region), 200, 1, 2, mode, out); });
+  };
+  if (!left) detail(FaceRegion::kLeftEye);
+  if (!right) detail(FaceRegion::kRightEye);
+  stage([&](const uint8_t* in, uint8_t* out) { ApplySkinToneLut(in, w, h, 4, out); });
+  lens(FaceRegion::kLeftEye, LensMode::kLeftEye);
+  lens(FaceRegion::kRightEye, LensMode::kRightEye);
+  lens(FaceRegion::kMouth, LensMode::kMouth);
+  if (!contour) {
+    stage([&](const uint8_t* in, uint8_t* out) {
+      ContourWarp(in, mask.pixels.data(), w, h, set.Attributes(), 3, out, r.mask.data());
+    });
+  }
+  return r;
+}
+
+constexpr BeautyParams kAllStages = {{2, 2, 2, 4, 0, 1, 3}};
+
+TEST(Allocation, EveryRetouchedImageIsThatOfWholeStages) {
+  FaceRecord face;
+  const ScriptedFace script = DetailedFace(150, 150, 120);
+  std::copy(std::begin(script.landmarks), std::end(script.landmarks), face.source.landmarks);
+  std::copy(std::begin(script.attributes), std::end(script.attributes), face.source.attributes);
+  face.alignOutF = face.alignOutG = face.alignOutH = 200;
+  const LandmarkSet set = BuildLandmarkSetSource(face);
+  const Photo photo(300, 300), mask(300, 300, 1);
+  std::vector<Retouched> possible = {{photo.pixels, mask.pixels}};
+  for (int out = 0; out < 8; ++out) {
+    possible.push_back(LeaveOut(photo, mask, set, (out & 1) != 0, (out & 2) != 0, (out & 4) != 0));
+  }
+  Bytes image, maskOut;
+  std::vector<int> seen(possible.size());
+  const auto call = [&] {
+    image = photo.pixels;
+    maskOut = mask.pixels;
+    RunBeautyPipeline(image.data(), 300, 300, set, kAllStages, maskOut.data(), image.data());
+    return 0;
+  };
+  const auto check = [&](int32_t, bool complete) {
+    size_t i = 0;
+    while (i < possible.size() && (possible[i].image != image || possible[i].mask != maskOut)) ++i;
+    ASSERT_LT(i, possible.size());
+    ++seen[i];
+    if (complete) {
+      EXPECT_EQ(i, 1u) << "with enough memory no stage is left out";
+    }
+  };
+  // The working buffer; the copy of the detail stage; for each eye the marks, their sums, two patches and the filter's
+  // six buffers; three tables; the copy of the mask.
+  EXPECT_GE(FailEachAllocation(call, check), 26);
+  EXPECT_EQ(seen[0], 1) << "without a working buffer the image stays";
+  for (const size_t i : {1u, 2u, 3u, 5u}) EXPECT_GT(seen[i], 0) << i;
+}
+
+TEST(Allocation, TheBeautyCallsAnswerAndKeepTheirBuffers) {
+  for (const int32_t mode : {IDP_CROP_SINGLE, IDP_CROP_PAIR}) {
+    const HandlePtr handle = FreshHandle();
+    const ResultPtr result(QX_IDP_CreateIDPResult());
+    Script().detections = {{DetailedFace(120, 180, 60), DetailedFace(280, 190, 60)}};
+    Photo photo(420, 400), mask(420, 400, 1);
+    const IdpImage image = photo.Image();
+    QX_IDP_SetSrcSame(handle.get(), 1);
+    ASSERT_EQ(QX_IDP_RoughCrop(handle.get(), &image, mode, result.get()), IDP_OK);
+    if (mode == IDP_CROP_SINGLE) {
+      ASSERT_EQ(QX_IDP_SetSrcMaskFg(result.get(), 0, mask.pixels.data(), photo.pixels.data()), IDP_OK);
+    }
+    // As large as the photograph or the largest crop.
+    const Bytes blank(3000000, 7);
+    Bytes out, maskOut;
+    const auto check = [&](int32_t status, bool complete) {
+      ASSERT_TRUE(status == IDP_OK || (status == IDP_ERR_PARAM && !complete));
+      if (status != IDP_OK) {
+        ASSERT_EQ(out, blank);
+      }
+    };
+    const auto repeat = [&](auto run) {
+      return FailEachAllocation(
+          [&] {
+            out = maskOut = blank;
+            return run();
+          },
+          check);
+    };
+    EXPECT_GT(repeat([&] {
+                return QX_IDP_DoFaceBeauty(handle.get(), nullptr, result.get(), 0, &kAllStages, maskOut.data(),
+                                           out.data());
+              }),
+              25);
+    EXPECT_GT(repeat([&] {
+                return QX_IDP_DoFaceBeauty(handle.get(), &image, result.get(), 0, &kAllStages, nullptr, out.data());
+              }),
+              20);
+    if (mode == IDP_CROP_PAIR) continue;
+    EXPECT_GT(repeat([&] {
+                return QX_IDP_Do91Beauty(handle.get(), result.get(), 0, &kAllStages, maskOut.data(), out.data());
+              }),
+              30);
+  }
 }
 
 }  // namespace

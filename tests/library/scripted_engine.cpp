@@ -51,6 +51,25 @@ ScriptedFace LevelFace(int32_t x, int32_t y, int32_t eyeDistance) {
   return face;
 }
 
+ScriptedFace DetailedFace(int32_t x, int32_t y, int32_t eyeDistance) {
+  const int32_t d = eyeDistance;
+  ScriptedFace face = LevelFace(x, y, d);
+  const auto eye = [&face, d](int at, int32_t cx, int32_t cy) {
+    const Point points[] = {{cx - d / 6, cy}, {cx + d / 6, cy}, {cx, cy - d / 12}, {cx, cy + d / 12}};
+    std::copy(std::begin(points), std::end(points), face.landmarks + at);
+  };
+  eye(0, x - d / 3, y - d / 2);
+  eye(8, x + d / 3, y - d / 2);
+  face.landmarks[9] = {x + d / 2, y - d / 2};
+  face.landmarks[19] = {x, y + d / 2 - d / 12};
+  face.landmarks[20] = {x, y + d / 2 + d / 12};
+  const std::pair<int, Point> outline[] = {{32, {x, y - d / 2}},         {77, {x, y + d}},
+                                           {70, {x - d * 3 / 4, y}},     {74, {x - d / 2, y + d / 2}},
+                                           {84, {x + d * 3 / 4, y + 1}}, {78, {x + d / 2, y + d / 2}}};
+  for (const auto& [i, p] : outline) face.attributes[i] = p;
+  return face;
+}
+
 ScriptedFace TurnClockwise(const ScriptedFace& face, int32_t height) {
   ScriptedFace turned = face;
   const auto turn = [height](Point p) { return Point{height - 1 - p.y, p.x}; };

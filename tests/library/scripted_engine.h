@@ -39,6 +39,8 @@ ScriptedEngine& Script();
 // A level face: eye corners `eyeDistance` apart around (x, y), mouth below so that the centre of the face is (x, y).
 // Whole numbers come out for an even distance.
 ScriptedFace LevelFace(int32_t x, int32_t y, int32_t eyeDistance);
+// A level face with all the points that retouching reads where a face has them; outer eye corners eyeDistance apart.
+ScriptedFace DetailedFace(int32_t x, int32_t y, int32_t eyeDistance);
 // The same face in a photograph of `height` rows that is turned by 90 degrees clockwise.
 ScriptedFace TurnClockwise(const ScriptedFace& face, int32_t height);
 

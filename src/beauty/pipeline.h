@@ -1,0 +1,25 @@
+#ifndef QX_BEAUTY_PIPELINE_H
+#define QX_BEAUTY_PIPELINE_H
+
+#include <cstdint>
+
+#include "beauty/landmark_set.h"
+#include "qx_idp.h"
+
+namespace qx {
+
+// Runs the retouching stages in their fixed order. Stage by stage: what switches it, where it works, and what a failure
+// (a negative result) does.
+//   detail    p[5] > 0   both eyes, factor 0.7     not looked at
+//   tone      p[3] > 0   whole image               image as before the stage
+//   lens      always     left eye p[0], right eye  image as before the stage
+//                        p[1], mouth p[2]
+//   contour   always     p[6]; also the mask       image and mask as before the stage
+// Images are rows * columns * 3 bytes; output may be the source. mask: rows * columns bytes, may be null; the last
+// stage changes it. When memory for a stage is short, the stage is left out.
+void RunBeautyPipeline(const uint8_t* source, int32_t rows, int32_t columns, const LandmarkSet& landmarks,
+                       const BeautyParams& params, uint8_t* mask, uint8_t* output);
+
+}  // namespace qx
+
+#endif  // QX_BEAUTY_PIPELINE_H
