@@ -81,15 +81,6 @@ Range ParseRange(std::string_view text) {
   return range;
 }
 
-int32_t ParseWhole(std::string_view text, std::string_view what) {
-  int32_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || value < 1) {
-    throw Failure(Quoted(text) + " is no " + std::string(what) + "; give a whole number above 0");
-  }
-  return value;
-}
-
 int32_t ToPixels(double millimetres, double dpi) {
   return static_cast<int32_t>(std::floor(millimetres * dpi / kMillimetresPerInch + 0.5));
 }

@@ -28,9 +28,6 @@ Size ParseSize(std::string_view text);
 // is below 0 or above 10,000 (100 for percents).
 Range ParseRange(std::string_view text);
 
-// A whole number of at least 1, such as one of kilobytes or dots an inch. Throws Failure; `what` names it there.
-int32_t ParseWhole(std::string_view text, std::string_view what);
-
 inline constexpr double kMillimetresPerInch = 25.4;
 
 // Rounded to the nearest pixel, half up.

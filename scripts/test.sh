@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 
-fuzz_seconds=${FUZZ_SECONDS:-25} # for each target
+fuzz_seconds=${FUZZ_SECONDS:-25} # for each target; FUZZ_SEED chooses another sequence of inputs
 logs=$root/build/logs
 passed=() failed=()
 
@@ -52,7 +52,7 @@ run_fuzzer() {
   local name=${1##*/}
   local corpus=$fuzz_dir/corpus/$name seeds=$fuzz_dir/fuzz/${name%_fuzz}_seeds
   mkdir -p "$corpus" "$seeds" "$fuzz_dir/findings"
-  "$1" -max_total_time="$fuzz_seconds" -timeout=20 -print_final_stats=1 \
+  "$1" -seed="${FUZZ_SEED:-1}" -max_total_time="$fuzz_seconds" -timeout=20 -print_final_stats=1 \
     -artifact_prefix="$fuzz_dir/findings/$name-" "$corpus" "$seeds" >"$logs/fuzzing_$name.log" 2>&1 && return
   echo "$name:" && tail -n 40 "$logs/fuzzing_$name.log"
   return 1
