@@ -16,6 +16,8 @@ void AddCropCases(Table* table);
 
 // The stages of beauty retouching on a crop of 1200 x 1525, beside OpenCV's counterparts and the plain way.
 void AddBeautyCases(Table* table);
+// The skin stage on a painted face, and its two halves beside OpenCV's filters of the same look on the face alone.
+void AddSkinCases(Table* table);
 
 // Detection and landmarks on a photograph of one face or more, scaled to 12 megapixels. False, after a line on standard
 // error, when the photograph cannot be read or has no face.

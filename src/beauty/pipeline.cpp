@@ -7,6 +7,7 @@
 #include "beauty/contour_warp.h"
 #include "beauty/enhance_region.h"
 #include "beauty/lens_warp.h"
+#include "beauty/retouch_skin.h"
 #include "beauty/skin_tone.h"
 
 namespace qx {
@@ -31,6 +32,8 @@ class BeautyRun {
     EnhanceRegion(reference.data(), work_.data(), columns_, rows_, landmarks_.Region(FaceRegion::kRightEye),
                   kDetailFactor, output_);
   }
+
+  void RetouchSkin(double strength) { qx::RetouchSkin(rows_, columns_, strength, &landmarks_, output_, work_.data()); }
 
   void ToneSkin(double strength) {
     Copy(output_, work_.data());
@@ -74,7 +77,7 @@ class BeautyRun {
 
   int32_t rows_, columns_;
   uint64_t bytes_;
-  const LandmarkSet& landmarks_;
+  LandmarkSet landmarks_;  // the skin stage clamps its face box
   uint8_t* output_;
   ByteBuffer work_;
 };
@@ -88,6 +91,7 @@ void RunBeautyPipeline(const uint8_t* source, int32_t rows, int32_t columns, con
   if (!run.Prepare()) return;
   const double* p = params.p;
   if (p[5] > 0) run.EnhanceDetail();
+  if (p[4] > 0) run.RetouchSkin(p[4]);
   if (p[3] > 0) run.ToneSkin(p[3]);
   run.WarpRegions(p);
   run.WarpContour(p[6], mask);

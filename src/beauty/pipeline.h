@@ -11,6 +11,7 @@ namespace qx {
 // Runs the retouching stages in their fixed order. Stage by stage: what switches it, where it works, and what a failure
 // (a negative result) does.
 //   detail    p[5] > 0   both eyes, factor 0.7     not looked at
+//   skin      p[4] > 0   face, neck, strength p[4] spots or smoothing left out
 //   tone      p[3] > 0   whole image               image as before the stage
 //   lens      always     left eye p[0], right eye  image as before the stage
 //                        p[1], mouth p[2]

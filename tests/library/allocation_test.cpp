@@ -8,6 +8,7 @@
 #include "beauty/enhance_region.h"
 #include "beauty/lens_warp.h"
 #include "beauty/pipeline.h"
+#include "beauty/retouch_skin.h"
 #include "beauty/skin_tone.h"
 #include "library/scripted_engine.h"
 
@@ -254,6 +255,33 @@ TEST(Allocation, TheBeautyCallsAnswerAndKeepTheirBuffers) {
               }),
               30);
   }
+}
+
+TEST(Allocation, SkinRetouchLeavesOutWhatItCannotHold) {
+  const Photo photo(160, 160);
+  LandmarkSet set;
+  const Point box[] = {{30, 30}, {130, 30}, {30, 130}, {130, 130}};
+  std::copy(std::begin(box), std::end(box), set.FaceBox());
+  set.Eyes()[0] = {60, 60};
+  set.Eyes()[1] = {100, 60};
+  const auto retouch = [&](int allocations) {
+    std::vector<uint8_t> image = photo.pixels, work(image.size());
+    allowed = allocations;
+    RetouchSkin(160, 160, 4, &set, image.data(), work.data());
+    allowed = -1;
+    return image;
+  };
+  const std::vector<uint8_t> complete = retouch(-1);
+  ASSERT_NE(complete, photo.pixels);
+  int without = 0;
+  for (int n = 0; n < 60; ++n) {
+    const std::vector<uint8_t> out = retouch(n);
+    without += out == photo.pixels ? 1 : 0;
+    EXPECT_TRUE(out == photo.pixels || out == complete) << n;
+  }
+  // Spots, tables, masks, the filter and the layer; the last ones are beyond what is needed.
+  EXPECT_GE(without, 25);
+  EXPECT_EQ(retouch(60), complete);
 }
 
 }  // namespace

@@ -1,0 +1,93 @@
+#include "beauty/feature_spots.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/buffer.h"
+
+namespace qx {
+namespace {
+
+constexpr uint8_t kSpot = 255;
+constexpr uint8_t kKept = 1;  // visited, while the mask is gone through
+
+struct Pixel {
+  int32_t x, y;
+};
+
+// Half-open.
+struct Bounds {
+  int64_t left = INT64_MAX, top = INT64_MAX, right = INT64_MIN, bottom = INT64_MIN;
+
+  void Add(int64_t x, int64_t y) {
+    left = std::min(left, x);
+    top = std::min(top, y);
+    right = std::max(right, x + 1);
+    bottom = std::max(bottom, y + 1);
+  }
+  bool Overlaps(const Bounds& o) const {
+    return std::max(left, o.left) < std::min(right, o.right) && std::max(top, o.top) < std::min(bottom, o.bottom);
+  }
+};
+
+struct FeatureBoxes {
+  Bounds boxes[3];
+
+  explicit FeatureBoxes(const Point* points) {
+    const int64_t down = std::abs(int64_t{points[47].y} - points[35].y) / 4;
+    for (const int i : {37, 40, 39, 34, 35, 33}) boxes[0].Add(points[i].x, points[i].y + down);
+    for (const int i : {45, 59, 62}) boxes[1].Add(points[i].x, points[i].y);
+    for (const int i : {46, 63, 66}) boxes[2].Add(points[i].x, points[i].y);
+  }
+  bool Overlap(const Bounds& bounds) const {
+    return std::any_of(boxes, boxes + 3, [&](const Bounds& box) { return box.Overlaps(bounds); });
+  }
+};
+
+// Collects the group of pixel `seed` in `group`, sets them to kKept, and answers how many they are.
+size_t CollectGroup(Pixel seed, int32_t rows, int32_t columns, uint8_t* mask, Pixel* group, Bounds* bounds) {
+  size_t count = 0;
+  const auto visit = [&](int32_t x, int32_t y) {
+    uint8_t& value = mask[static_cast<size_t>(y) * static_cast<size_t>(columns) + static_cast<size_t>(x)];
+    if (value != kSpot) return;
+    value = kKept;
+    group[count++] = {x, y};
+    bounds->Add(x, y);
+  };
+  visit(seed.x, seed.y);
+  for (size_t i = 0; i < count; ++i) {
+    const Pixel p = group[i];
+    for (int32_t y = std::max(p.y - 1, 0); y <= std::min(p.y + 1, rows - 1); ++y) {
+      for (int32_t x = std::max(p.x - 1, 0); x <= std::min(p.x + 1, columns - 1); ++x) visit(x, y);
+    }
+  }
+  return count;
+}
+
+}  // namespace
+
+bool RemoveFeatureSpots(const Point* points, int32_t rows, int32_t columns, uint8_t* mask) {
+  const uint64_t pixels = ImageBytes(columns, rows, 1);
+  Buffer<Pixel> group;
+  if (!group.Allocate(static_cast<uint64_t>(std::count(mask, mask + pixels, kSpot)))) return false;
+  const FeatureBoxes features(points);
+  const auto stride = static_cast<size_t>(columns);
+  for (int32_t y = 0; y < rows; ++y) {
+    uint8_t* const row = mask + static_cast<size_t>(y) * stride;
+    uint8_t* const end = row + stride;
+    for (auto* at = row; (at = static_cast<uint8_t*>(std::memchr(at, kSpot, static_cast<size_t>(end - at)))); ++at) {
+      Bounds bounds;
+      const Pixel seed = {static_cast<int32_t>(at - row), y};
+      const size_t count = CollectGroup(seed, rows, columns, mask, group.data(), &bounds);
+      if (!features.Overlap(bounds)) continue;
+      for (size_t i = 0; i < count; ++i) {
+        mask[static_cast<size_t>(group[i].y) * stride + static_cast<size_t>(group[i].x)] = 0;
+      }
+    }
+  }
+  std::replace(mask, mask + pixels, kKept, kSpot);
+  return true;
+}
+
+}  // namespace qx

@@ -1,0 +1,56 @@
+#include "beauty/resize_mask.h"
+
+#include <utility>
+
+namespace qx {
+namespace {
+
+// A source row brought to the output's width. Kept, because many output rows lie between the same two.
+struct WideRow {
+  int32_t row = -1;  // of the source; -1 for none yet
+  Buffer<double> values;
+};
+
+void Widen(const uint8_t* source, const BilinearPosition* columns, size_t count, double* values) {
+  for (size_t x = 0; x < count; ++x) {
+    const double weight = columns[x].weight;
+    values[x] = (1 - weight) * source[columns[x].first] + weight * source[columns[x].second];
+  }
+}
+
+void Mix(const double* upper, const double* lower, double weight, size_t count, uint8_t* out) {
+  for (size_t x = 0; x < count; ++x) {
+    out[x] = static_cast<uint8_t>(TruncToInt32(upper[x] * (1 - weight) + lower[x] * weight));
+  }
+}
+
+}  // namespace
+
+ByteBuffer ResizeMask(const uint8_t* source, int32_t width, int32_t height, int32_t outWidth, int32_t outHeight) {
+  const auto count = static_cast<size_t>(outWidth);
+  ByteBuffer out;
+  Buffer<BilinearPosition> columns;
+  WideRow upper, lower;
+  if (!columns.Allocate(count) || !upper.values.Allocate(count) || !lower.values.Allocate(count) ||
+      !out.Allocate(ImageBytes(outWidth, outHeight, 1))) {
+    return ByteBuffer();
+  }
+  const double stepX = static_cast<double>(width) / outWidth;
+  const double stepY = static_cast<double>(height) / outHeight;
+  for (int32_t x = 0; x < outWidth; ++x) columns[static_cast<size_t>(x)] = BilinearPosition::At(x, stepX, width);
+  const auto load = [&](int32_t row, WideRow* wide) {
+    if (wide->row == row) return;
+    Widen(source + static_cast<size_t>(row) * static_cast<size_t>(width), columns.data(), count, wide->values.data());
+    wide->row = row;
+  };
+  for (int32_t y = 0; y < outHeight; ++y) {
+    const BilinearPosition rows = BilinearPosition::At(y, stepY, height);
+    if (lower.row == rows.first) std::swap(upper, lower);
+    load(rows.first, &upper);
+    load(rows.second, &lower);
+    Mix(upper.values.data(), lower.values.data(), rows.weight, count, out.data() + static_cast<size_t>(y) * count);
+  }
+  return out;
+}
+
+}  // namespace qx

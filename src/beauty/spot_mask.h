@@ -1,0 +1,25 @@
+#ifndef QX_BEAUTY_SPOT_MASK_H
+#define QX_BEAUTY_SPOT_MASK_H
+
+#include <cstdint>
+
+#include "base/buffer.h"
+#include "beauty/landmark_set.h"
+
+namespace qx {
+
+// Blemishes of a face.
+struct SpotMask {
+  ByteBuffer mask;                                   // rows * columns: 255 on a pixel to fill, else 0
+  int32_t top = 0, bottom = 0, left = 0, right = 0;  // the face box, wider than the detected one; half-open
+};
+
+// Marks small closed features of high contrast, such as spots and moles, inside the outline of the face or on the
+// forehead, but not at the base of the nose and the corners of the mouth. image: rows * columns * 3; points: the 88 of
+// the dense description. False for a null image or landmark set, a negative size, or when memory is short.
+bool BuildSpotMask(const uint8_t* image, int32_t rows, int32_t columns, const LandmarkSet* landmarks,
+                   const Point* points, SpotMask* spots);
+
+}  // namespace qx
+
+#endif  // QX_BEAUTY_SPOT_MASK_H

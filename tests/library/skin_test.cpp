@@ -1,0 +1,290 @@
+// The operations of the skin retouch stage: by hand, and against the plain reading of their definitions.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "beauty/blend_skin_layer.h"
+#include "beauty/face_weight_map.h"
+#include "beauty/masked_gaussian.h"
+#include "beauty/median_fill_spots.h"
+#include "beauty/refine_skin_score.h"
+#include "beauty/resize_mask.h"
+#include "beauty/score_skin_colour.h"
+#include "beauty/skin_colour_mask.h"
+#include "beauty/skin_region.h"
+#include "beauty/spot_mask.h"
+#include "beauty/upsample_layer.h"
+#include "library/skin_fixture.h"
+
+namespace qx::test {
+namespace {
+
+TEST(SkinTables, ByHand) {
+  const LabTables tables = Tables();
+  EXPECT_EQ(tables.lTable[0], 0);
+  EXPECT_EQ(tables.lTable[255], 100);
+  EXPECT_EQ(tables.lTable[2], 7);     // 116 (2 * 7.787 / 255 + 16 / 116) - 16 = 7.08
+  EXPECT_EQ(tables.lTable[128], 76);  // 116 * 0.79471 - 16 = 76.19
+  EXPECT_EQ(tables.aTable[255 * 256 + 255], 140);
+  EXPECT_EQ(tables.aTable[255 * 256 + 128], 242);  // 140 + trunc(500 * 0.20529)
+  EXPECT_EQ(tables.aTable[0 * 256 + 255], 0);
+  EXPECT_EQ(tables.bTable[255 * 256 + 128], 141);
+  EXPECT_EQ(tables.bTable[128 * 256 + 255], 59);
+  EXPECT_EQ(tables.levelTable[255], 255.0);
+  LabTables again = Tables();
+  again.lTable[0] = 9;
+  EXPECT_EQ(BuildLabTables(&again), 0);
+  EXPECT_EQ(again.lTable[0], 9) << "built once";
+
+  const SkinTaper taper;
+  EXPECT_EQ(taper[25], 255);
+  EXPECT_EQ(taper[49], 166);  // radius 0.7: 1 - cos(1.4 pi) = 1.30902, and half of 255 of that
+  EXPECT_EQ(taper[100], 0);
+}
+
+TEST(SkinTables, HalfLabIsThePlainOne) {
+  for (const auto& [w, h] : {std::pair(1, 5), std::pair(2, 2), std::pair(37, 21), std::pair(64, 40)}) {
+    Picture image = Noise(w, h, 3);
+    std::fill_n(image.bytes.begin(), 3, static_cast<uint8_t>(0));
+    Picture lab(w / 2, h / 2, 3, 77);
+    ConvertHalfLab(Tables(), image.bytes.data(), w, h, lab.bytes.data());
+    EXPECT_EQ(lab.bytes, PlainHalfLab(image).bytes) << w << "x" << h;
+  }
+}
+
+TEST(SkinRegion, IsThePlainOne) {
+  const SkinTaper taper;
+  const std::pair<Point, Point> eyes[] = {{{50, 40}, {80, 40}}, {{50, 40}, {50, 70}}, {{80, 60}, {50, 52}},
+                                          {{5, 5}, {6, 5}},     {{60, 60}, {60, 60}}, {{-40, 20}, {170, 35}}};
+  for (const auto& [e0, e1] : eyes) {
+    Picture region(140, 110, 1);
+    SkinBox box, plainBox;
+    BuildSkinRegion(140, 110, e0, e1, taper, region.bytes.data(), &box);
+    EXPECT_EQ(region.bytes, PlainRegion(140, 110, e0, e1, &plainBox).bytes);
+    EXPECT_EQ(std::memcmp(&box, &plainBox, sizeof box), 0);
+  }
+  // Eyes 4 apart at height 20: the ellipses reach from 20 - 10.5 to 32 + 10.5 and 14 to either side of 22, each
+  // truncated and with a margin of a quarter.
+  Picture region(100, 100, 1);
+  SkinBox box;
+  BuildSkinRegion(100, 100, {20, 20}, {24, 20}, taper, region.bytes.data(), &box);
+  EXPECT_EQ(box.left, 8 - 7);
+  EXPECT_EQ(box.right, 36 + 7);
+  EXPECT_EQ(box.top, 9 - 8);
+  EXPECT_EQ(box.bottom, 42 + 8);
+  EXPECT_EQ(region.At(22, 20), 255);
+}
+
+TEST(SkinColour, StatisticsByHand) {
+  const uint8_t key[] = {0, 140, 100};
+  const auto stats = [&key](const Bytes& patch, double k) {
+    ColourModel model;
+    EXPECT_EQ(RobustColourStats(patch.data(), static_cast<int>(patch.size() / 3), 1, key, k, &model), 0);
+    return model;
+  };
+  ColourModel m = stats({10, 20, 30, 0, 140, 100, 14, 20, 36}, 0);
+  EXPECT_EQ(m.mean[0], 12);
+  EXPECT_EQ(m.spread[0], std::sqrt(8.0));
+  EXPECT_EQ(m.spread[1], 0);
+  EXPECT_EQ(m.spread[2], std::sqrt(18.0));
+  EXPECT_EQ(stats({10, 20, 30, 0, 140, 100, 14, 20, 36}, 2).spread[2], 2) << "capped";
+  for (const Bytes& few : {Bytes(), Bytes{9, 9, 9}, Bytes{0, 140, 100, 0, 140, 100}}) {
+    m = stats(few, 2);
+    EXPECT_EQ(m.spread[0], 0);
+    EXPECT_EQ(m.mean[1], 140);
+  }
+  for (int round = 0; round < 50; ++round) {
+    const Bytes patch = Noise(30, 1, 3, round < 25 ? 4 : 256).bytes;
+    const ColourModel a = stats(patch, 2), b = PlainStats(patch, 2);
+    EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
+  }
+}
+
+TEST(SkinColour, ScoresAreThePlainOnesAtAndAroundEveryThreshold) {
+  const Picture lab = Noise(200, 150, 3, 30), region = Noise(200, 150, 1, 3);
+  const SkinBox box = {10, 5, 190, 150};
+  for (int round = 0; round < 40; ++round) {
+    const auto between = [](double low, double high) { return std::uniform_real_distribution(low, high)(Random()); };
+    const ColourModel model = {{between(5, 25), between(5, 25), 15}, {between(1, 20), between(1, 8), 8}};
+    Picture score(200, 150, 1);
+    ScoreSkinColour(lab.bytes.data(), 200, 150, model, box, region.bytes.data(), score.bytes.data());
+    ASSERT_EQ(score.bytes, PlainScore(lab, model, box, region).bytes);
+  }
+  Picture score(200, 150, 1, 9);
+  ScoreSkinColour(lab.bytes.data(), 200, 150, {{1, 1, 1}, {1, 0, 1}}, box, region.bytes.data(), score.bytes.data());
+  EXPECT_EQ(score.bytes, Picture(200, 150, 1).bytes) << "no spread";
+}
+
+TEST(SkinColour, RefiningIsThePlainOne) {
+  for (const SkinBox box : {SkinBox{0, 0, 61, 47}, SkinBox{3, 4, 50, 40}, SkinBox{3, 4, 7, 9}, SkinBox{3, 4, 5, 40}}) {
+    for (const int rounds : {1, 2}) {
+      Picture score = Noise(61, 47, 1), plain = score;
+      ASSERT_EQ(RefineSkinScore(61, 47, box, rounds, score.bytes.data()), 0);
+      PlainRefine(box, rounds, &plain);
+      EXPECT_EQ(score.bytes, plain.bytes);
+    }
+  }
+}
+
+TEST(SkinColour, MasksArePlainOnesForOneFaceAndTwo) {
+  const PaintedFace face(230, 262, 150, 120, 110);
+  const Point eyes0[] = {{90, 98}, {150, 150}}, eyes1[] = {{150, 98}, {158, 190}};
+  const Point corners[] = {{22, 17}, {97, 17}, {22, 92}, {97, 92}, {108, 60}, {133, 60}, {108, 127}, {133, 127}};
+  for (const int faces : {1, 2}) {
+    Picture mask(115, 131, 1, 33);
+    SkinBox boxes[2], plainBoxes[2];
+    ASSERT_EQ(BuildSkinColourMask(Tables(), face.image.bytes.data(), 230, 262, corners, faces, eyes0, eyes1, boxes,
+                                  mask.bytes.data()),
+              0);
+    EXPECT_EQ(mask.bytes, PlainColourMask(face.image, corners, faces, eyes0, eyes1, plainBoxes).bytes);
+    Picture weights(57, 65, 1);
+    ByteBuffer map;
+    ASSERT_EQ(BuildFaceWeightMap(face.image.bytes.data(), 230, 262, corners, faces, 57, 65, &map), 0);
+    EXPECT_EQ(Taken(map, 57 * 65), PlainWeightMap(face.image, corners, faces, 57, 65).bytes);
+  }
+  SkinBox box;
+  uint8_t byte;
+  EXPECT_EQ(BuildSkinColourMask(LabTables(), &byte, 1, 1, corners, 1, eyes0, eyes1, &box, &byte), -3);
+}
+
+TEST(FaceWeights, FollowTheFacesOwnDirection) {
+  // A level bar across a face of 60 pixels at half size: scale 1 / 2 of the half, flat elsewhere.
+  Picture image(240, 240, 3, 200);
+  for (int x = 0; x < 240; ++x) std::memset(&image.At(x, 116), 0, 3), std::memset(&image.At(x, 124), 0, 3);
+  for (int y = 117; y < 124; ++y) std::memset(&image.At(0, y), 0, 720);
+  const Point upright[] = {{30, 30}, {90, 30}, {30, 90}, {90, 90}}, turned[] = {{90, 30}, {90, 90}, {30, 30}, {30, 90}};
+  const auto map = [&image](const Point* corners) {
+    ByteBuffer bytes;
+    EXPECT_EQ(BuildFaceWeightMap(image.bytes.data(), 240, 240, corners, 1, 60, 60, &bytes), 0);
+    return Taken(bytes, 3600);
+  };
+  const Bytes across = map(upright), along = map(turned);
+  EXPECT_LT(across[30 * 60 + 30], 100);
+  EXPECT_GT(across[30 * 60 + 30], 0) << "never 0";
+  EXPECT_EQ(across[20 * 60 + 30], 255) << "flat";
+  EXPECT_EQ(across[30 * 60 + 5], 255) << "outside the box";
+  EXPECT_EQ(along[30 * 60 + 30], 255);
+  ByteBuffer none;
+  const Point point[4] = {};
+  EXPECT_EQ(BuildFaceWeightMap(image.bytes.data(), 240, 240, point, 1, 60, 60, &none), -3);
+  EXPECT_EQ(BuildFaceWeightMap(image.bytes.data(), 3, 3, upright, 1, 0, 0, &none), -3);
+  const Point pixel[] = {{0, 0}, {1, 0}, {0, 50}, {50, 50}};
+  EXPECT_EQ(BuildFaceWeightMap(image.bytes.data(), 4000, 3000, pixel, 1, 1000, 750, &none), -3) << "enlarged too far";
+}
+
+TEST(SkinSmoothing, TheKernelByHand) {
+  const LabTables tables = Tables();
+  // Sigma 1 on a row: 0.27407, 0.45186, 0.27407 of 100 and 200, then the same down one row of the same pixels.
+  Bytes image = {100, 0, 0, 200, 0, 0, 100, 0, 0};
+  const Bytes all = {9, 9, 9}, centre = {0, 9, 0};
+  EXPECT_EQ(MaskedGaussian(tables, image.data(), 3, 1, 1.0, nullptr, 0, all.data()), 0);
+  EXPECT_EQ(image[3], 145);  // 54.81 + 90.37
+  EXPECT_EQ(image[0], 127);  // (0.27407 + 0.45186) * 100 + 54.81, the edge pixel replicated
+  image = {100, 0, 0, 200, 0, 0, 100, 0, 0};
+  EXPECT_EQ(MaskedGaussian(tables, image.data(), 3, 1, 1.0, nullptr, 0, centre.data()), 0);
+  EXPECT_NEAR(image[3], 200, 1) << "nothing comes in from outside the mask";
+  EXPECT_EQ(image[0], 100);
+  EXPECT_EQ(MaskedGaussian(LabTables(), image.data(), 3, 1, 1.0, nullptr, 0, all.data()), -3);
+}
+
+TEST(SkinSmoothing, IsThePlainOne) {
+  const LabTables tables = Tables();
+  for (const double sigma : {1.0, 1.5, 2.0, 3.5, 4.0}) {
+    for (const SkinBox& box : {SkinBox{9, 6, 61, 51}, SkinBox{-7, -3, 300, 300}, SkinBox{40, 40, 30, 60}}) {
+      for (const int faces : {1, 2}) {
+        Picture image = Noise(41, 33, 3), plain = image, mask = Noise(41, 33, 1);
+        for (uint8_t& m : mask.bytes) m = m < 120 ? 0 : m;
+        ASSERT_EQ(MaskedGaussian(tables, image.bytes.data(), 41, 33, sigma, &box, faces, mask.bytes.data()), 0);
+        PlainGaussian(sigma, faces == 1 ? &box : nullptr, mask, &plain);
+        EXPECT_EQ(image.bytes, plain.bytes) << sigma;
+      }
+    }
+  }
+}
+
+TEST(SkinSmoothing, BringsTheLayerBackToSize) {
+  const Bytes small = {10, 20, 30, 13, 21, 31, 20, 40, 60, 25, 45, 65};
+  Bytes block(8 * 8 * 3);
+  UpsampleLayer(small.data(), 8, 8, block.data());
+  const auto at = [&block](size_t x, size_t y) { return block[(y * 8 + x) * 3]; };
+  EXPECT_EQ(at(1, 1), 10);
+  EXPECT_EQ(at(2, 0), 11);  // (10 + 13) >> 1
+  EXPECT_EQ(at(0, 2), 15);
+  EXPECT_EQ(at(3, 3), 17);  // (10 + 13 + 20 + 25) >> 2
+  EXPECT_EQ(at(7, 7), 25) << "the last block repeats itself";
+  const Bytes two = {0, 100};
+  EXPECT_EQ(Taken(ResizeMask(two.data(), 2, 1, 4, 1), 4), (Bytes{0, 50, 100, 100}));
+  EXPECT_EQ(Taken(ResizeMask(two.data(), 1, 2, 1, 4), 4), (Bytes{0, 50, 100, 100}));
+  for (const auto& [w, h] : {std::pair(4, 4), std::pair(7, 9), std::pair(30, 21), std::pair(45, 18)}) {
+    const Picture image = Noise(w / 4, h / 4, 3), mask = Noise(w / 4, h / 4, 1);
+    Picture big(w, h, 3);
+    UpsampleLayer(image.bytes.data(), w, h, big.bytes.data());
+    EXPECT_EQ(big.bytes, PlainUpsample(image, w, h).bytes);
+    EXPECT_EQ(Taken(ResizeMask(mask.bytes.data(), w / 4, h / 4, w, h), static_cast<size_t>(w * h)),
+              PlainResize(mask, w, h).bytes);
+    const Picture wide = Noise(w, h, 1);
+    EXPECT_EQ(Taken(ResizeMask(wide.bytes.data(), w, h, w / 3, h / 4), static_cast<size_t>(w / 3 * (h / 4))),
+              PlainResize(wide, w / 3, h / 4).bytes);
+  }
+}
+
+TEST(SkinBlend, WeighsByMaskAndStrength) {
+  SkinLayer layer;
+  layer.image.Allocate(9);
+  layer.mask.Allocate(3);
+  std::memset(layer.image.data(), 100, 9);
+  const Bytes mask = {0, 128, 255}, source(9, 200);
+  std::copy(mask.begin(), mask.end(), layer.mask.data());
+  const auto blend = [&](const SkinLayer* what, double strength, int expected = 1) {
+    Bytes out(9);
+    EXPECT_EQ(BlendSkinLayer(what, source.data(), 3, 1, strength, out.data()), expected);
+    return Bytes{out[0], out[3], out[8]};
+  };
+  const Bytes copy = {200, 200, 200};
+  EXPECT_EQ(blend(&layer, 2), (Bytes{200, 150, 100}));  // the last one keeps 1 / 256: 100.39
+  EXPECT_EQ(blend(&layer, 1), (Bytes{200, 175, 150}));
+  EXPECT_EQ(blend(&layer, 5), (Bytes{200, 100, 100}));
+  EXPECT_EQ(blend(&layer, 0), copy);
+  EXPECT_EQ(blend(&layer, 1e-9), copy);
+  for (const double refused : {-0.1, 5.0001, std::nan("")}) EXPECT_EQ(blend(&layer, refused, -1), copy);
+  layer.mask.Release();
+  EXPECT_EQ(blend(&layer, 2, -1), copy);
+  EXPECT_EQ(blend(nullptr, 2, -1), copy);
+}
+
+TEST(SpotFill, FollowsItsOwnChanges) {
+  for (const double kernel : {20.0, 0.0, 5.9}) {
+    const Picture image = Noise(70, 60, 3, 200);
+    SpotMask spots;
+    ASSERT_TRUE(spots.mask.Allocate(4200));
+    PlainSpots plain = {Noise(70, 60, 1), 3, 58, 2, 67};
+    for (uint8_t& m : plain.mask.bytes) m = m < 150 ? 255 : m;
+    std::copy(plain.mask.bytes.begin(), plain.mask.bytes.end(), spots.mask.data());
+    spots.top = 3, spots.bottom = 58, spots.left = 2, spots.right = 67;
+    Bytes out(image.bytes.size());
+    ASSERT_EQ(MedianFillSpots(&spots, image.bytes.data(), 60, 70, kernel, out.data()), 1);
+    EXPECT_EQ(out, PlainMedianFill(plain, image, kernel).bytes) << kernel;
+    EXPECT_TRUE(kernel == 0 || out != image.bytes);
+    EXPECT_EQ(MedianFillSpots(&spots, image.bytes.data(), 60, 70, 56, out.data()), 1);
+    EXPECT_EQ(out, image.bytes) << "larger than the box";
+    EXPECT_EQ(MedianFillSpots(nullptr, image.bytes.data(), 60, 70, 20, out.data()), -1);
+    EXPECT_EQ(MedianFillSpots(&spots, nullptr, 60, 70, 20, out.data()), -1);
+    EXPECT_EQ(MedianFillSpots(&spots, image.bytes.data(), 60, 70, -1, out.data()), -1);
+    EXPECT_EQ(MedianFillSpots(&spots, image.bytes.data(), 60, 70, 1e18, out.data()), 1);
+  }
+  // A light pixel in the dark stays: there is no colour around it.
+  Picture dark(30, 30, 3);
+  dark.At(15, 15) = 90;
+  SpotMask spots;
+  spots.mask.Allocate(900);
+  std::memset(spots.mask.data(), 255, 900);
+  spots.right = spots.bottom = 30;
+  Bytes out(2700);
+  EXPECT_EQ(MedianFillSpots(&spots, dark.bytes.data(), 30, 30, 20, out.data()), 1);
+  EXPECT_EQ(out, dark.bytes);
+}
+
+}  // namespace
+}  // namespace qx::test
