@@ -67,26 +67,31 @@ size_t CollectGroup(Pixel seed, int32_t rows, int32_t columns, uint8_t* mask, Pi
 
 }  // namespace
 
-bool RemoveFeatureSpots(const Point* points, int32_t rows, int32_t columns, uint8_t* mask) {
-  const uint64_t pixels = ImageBytes(columns, rows, 1);
-  Buffer<Pixel> group;
-  if (!group.Allocate(static_cast<uint64_t>(std::count(mask, mask + pixels, kSpot)))) return false;
+bool RemoveFeatureSpots(const Point* points, const Window& area, int32_t rows, int32_t columns, uint8_t* mask) {
+  const auto row = [=](int32_t y) { return mask + static_cast<size_t>(y) * static_cast<size_t>(columns); };
+  uint64_t marked = 0;
+  for (int32_t y = area.top; y < area.bottom; ++y) {
+    marked += static_cast<uint64_t>(std::count(row(y) + area.left, row(y) + area.right, kSpot));
+  }
+  Buffer<Pixel> pixels;
+  if (!pixels.Allocate(marked)) return false;
   const FeatureBoxes features(points);
-  const auto stride = static_cast<size_t>(columns);
-  for (int32_t y = 0; y < rows; ++y) {
-    uint8_t* const row = mask + static_cast<size_t>(y) * stride;
-    uint8_t* const end = row + stride;
-    for (auto* at = row; (at = static_cast<uint8_t*>(std::memchr(at, kSpot, static_cast<size_t>(end - at)))); ++at) {
+  Pixel* group = pixels.data();
+  for (int32_t y = area.top; y < area.bottom; ++y) {
+    uint8_t* const end = row(y) + area.right;
+    for (uint8_t* at = row(y) + area.left;
+         (at = static_cast<uint8_t*>(std::memchr(at, kSpot, static_cast<size_t>(end - at)))); ++at) {
       Bounds bounds;
-      const Pixel seed = {static_cast<int32_t>(at - row), y};
-      const size_t count = CollectGroup(seed, rows, columns, mask, group.data(), &bounds);
-      if (!features.Overlap(bounds)) continue;
-      for (size_t i = 0; i < count; ++i) {
-        mask[static_cast<size_t>(group[i].y) * stride + static_cast<size_t>(group[i].x)] = 0;
+      const Pixel seed = {static_cast<int32_t>(at - row(y)), y};
+      const size_t count = CollectGroup(seed, rows, columns, mask, group, &bounds);
+      if (features.Overlap(bounds)) {
+        for (size_t i = 0; i < count; ++i) row(group[i].y)[group[i].x] = 0;
+      } else {
+        group += count;
       }
     }
   }
-  std::replace(mask, mask + pixels, kKept, kSpot);
+  for (const Pixel* kept = pixels.data(); kept != group; ++kept) row(kept->y)[kept->x] = kSpot;
   return true;
 }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "kernels/beauty_kernels.h"
+
 namespace qx {
 namespace {
 
@@ -15,12 +17,6 @@ void Widen(const uint8_t* source, const BilinearPosition* columns, size_t count,
   for (size_t x = 0; x < count; ++x) {
     const double weight = columns[x].weight;
     values[x] = (1 - weight) * source[columns[x].first] + weight * source[columns[x].second];
-  }
-}
-
-void Mix(const double* upper, const double* lower, double weight, size_t count, uint8_t* out) {
-  for (size_t x = 0; x < count; ++x) {
-    out[x] = static_cast<uint8_t>(TruncToInt32(upper[x] * (1 - weight) + lower[x] * weight));
   }
 }
 
@@ -43,12 +39,14 @@ ByteBuffer ResizeMask(const uint8_t* source, int32_t width, int32_t height, int3
     Widen(source + static_cast<size_t>(row) * static_cast<size_t>(width), columns.data(), count, wide->values.data());
     wide->row = row;
   };
+  const BeautyKernels& kernels = ActiveBeautyKernels();
   for (int32_t y = 0; y < outHeight; ++y) {
     const BilinearPosition rows = BilinearPosition::At(y, stepY, height);
     if (lower.row == rows.first) std::swap(upper, lower);
     load(rows.first, &upper);
     load(rows.second, &lower);
-    Mix(upper.values.data(), lower.values.data(), rows.weight, count, out.data() + static_cast<size_t>(y) * count);
+    kernels.mixRow(upper.values.data(), lower.values.data(), rows.weight, count,
+                   out.data() + static_cast<size_t>(y) * count);
   }
   return out;
 }

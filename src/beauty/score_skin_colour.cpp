@@ -1,5 +1,6 @@
 #include "beauty/score_skin_colour.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "base/buffer.h"
@@ -13,16 +14,15 @@ uint8_t Score(double squares) {
   return static_cast<uint8_t>(TruncToInt32(std::min(std::exp(squares * kExponent) * 255, 255.0)));
 }
 
-// The score by the sum of the squared deviations, without the exponential: it falls by one at each of 255 thresholds.
-// Within a hair of a threshold the exponential itself decides.
+// The score by the sum of the squared deviations, without the exponential: it falls by one at each of 255 thresholds,
+// which lie farther apart than a cell is wide. Within a hair of a threshold the exponential itself decides.
 class ScoreTable {
  public:
   ScoreTable() {
-    for (int v = 1; v <= 255; ++v) thresholds_[v] = std::log(v / 255.0) / kExponent;
+    for (int v = 0; v < 256; ++v) thresholds_[v] = v == 0 ? HUGE_VAL : std::log(v / 255.0) / kExponent;
     int v = 255;
     for (int cell = 0; cell < kCells; ++cell) {
-      const double start = static_cast<double>(cell) / kCellsPerUnit;
-      while (v > 0 && start > thresholds_[v] + kHair) --v;
+      while (cell / kCellsPerUnit > thresholds_[v] + kHair) --v;
       first_[cell] = static_cast<uint8_t>(v);
     }
   }
@@ -30,16 +30,15 @@ class ScoreTable {
   // squares: 0 or more.
   uint8_t At(double squares) const {
     if (!(squares < kEnd)) return 0;
-    int v = first_[TruncToInt32(squares * kCellsPerUnit)];
-    while (v > 0 && squares > thresholds_[v] + kHair) --v;
-    if (v > 0 && squares > thresholds_[v] - kHair) return Score(squares);
-    return static_cast<uint8_t>(v);
+    int v = first_[static_cast<size_t>(squares * kCellsPerUnit)];
+    v -= squares > thresholds_[v] + kHair ? 1 : 0;
+    return v > 0 && squares > thresholds_[v] - kHair ? Score(squares) : static_cast<uint8_t>(v);
   }
 
  private:
-  static constexpr double kEnd = 17;  // beyond -3 log(1 / 255)
-  static constexpr int kCellsPerUnit = 256;
-  static constexpr int kCells = 17 * kCellsPerUnit;
+  static constexpr int kEnd = 17;  // beyond -3 log(1 / 255)
+  static constexpr double kCellsPerUnit = 256;
+  static constexpr int kCells = kEnd * 256;
   static constexpr double kHair = 1e-9;
 
   double thresholds_[256];  // the largest sum that scores v or more

@@ -146,7 +146,7 @@ bool MarkSpots(const uint8_t* image, int32_t rows, int32_t columns, const Window
   SpotEdges edges;
   return BuildSpotEdges(image, rows, columns, face, wanted, &edges) &&
          BlockMarker(edges, FaceOutline(points), side, columns, spots).Run() &&
-         RemoveFeatureSpots(points, rows, columns, spots->mask.data());
+         RemoveFeatureSpots(points, wanted, rows, columns, spots->mask.data());
 }
 
 }  // namespace

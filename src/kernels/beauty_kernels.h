@@ -73,6 +73,16 @@ struct BeautyKernels {
   // threeOverFull: x * 3.0 / 255 for every byte x.
   void (*detailBoost)(const double* mean, const double* guide, const double* threeOverFull, const uint8_t* pixels,
                       size_t count, uint8_t* out);
+
+  // Pixel k of `count` becomes the mean of the pixels k to k + taps - 1 of a line, weighted by products[256 * tap +
+  // mask value], added tap by tap and truncated, unless the mask value of the middle one is 0. lanes: four doubles a
+  // pixel of the line, 1 and the three bytes; taps: odd; weights: above 0 for a mask value above 0. Outputs are three
+  // bytes, each `outStep` bytes after the one before.
+  void (*maskedMeans)(const double* lanes, const uint8_t* mask, const double* products, size_t taps, size_t count,
+                      uint8_t* out, size_t outStep);
+
+  // upper * (1 - weight) + lower * weight, truncated; it is 0 to below 256.
+  void (*mixRow)(const double* upper, const double* lower, double weight, size_t count, uint8_t* out);
 };
 
 // Plain C++ for every processor.

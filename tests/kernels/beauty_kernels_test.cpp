@@ -208,6 +208,40 @@ TEST_P(BeautyLoops, DetailRowsFollowTheirFormulas) {
   }
 }
 
+TEST_P(BeautyLoops, SkinRowsAreTheWeightedMeans) {
+  for (int round = 0; round < 300; ++round) {
+    const size_t taps = 1 + 2 * RandomSize(0, 4), count = RandomSize(0, 40), step = RandomSize(1, 3) * 3;
+    const size_t line = count + taps - 1;
+    GuardedBytes pixels(line * 3, Guard::kAfter), mask(line, Guard::kAfter), out(count * step, RandomGuard());
+    GuardedBytes mixed(count, RandomGuard());
+    FillRandomly(&pixels);
+    for (uint8_t& m : mask) m = static_cast<uint8_t>(std::max(0, Random(-200, 255)));
+    std::vector<double> lanes(line * 4, 1), products(taps * 256), row[2];
+    for (size_t i = 0; i < line * 3; ++i) lanes[i / 3 * 4 + 1 + i % 3] = pixels.data()[i];
+    for (size_t i = 0; i < products.size(); ++i) products[i] = static_cast<double>(i % 256) * Real(0, 1);
+    for (auto& values : row) {
+      for (size_t k = 0; k < count; ++k) values.push_back(Real(0, 255));
+    }
+    const double w = Position(0, 1);
+    kernels().maskedMeans(lanes.data(), mask.data(), products.data(), taps, count, out.data(), step);
+    kernels().mixRow(row[0].data(), row[1].data(), w, count, mixed.data());
+    for (size_t k = 0; k < count; ++k) {
+      for (size_t c = 0; c < step; ++c) {
+        double weights = 0, sum = 0;
+        for (size_t t = k; t < k + taps; ++t) {
+          const double weight = products[(t - k) * 256 + mask.data()[t]];
+          weights += weight;
+          sum += weight * pixels.data()[t * 3 + c % 3];
+        }
+        const bool written = c < 3 && mask.data()[k + taps / 2] != 0;
+        ASSERT_EQ(out.data()[k * step + c], written ? static_cast<int>(sum / weights) : GuardedBytes::kPoison);
+      }
+      ASSERT_EQ(mixed.data()[k], static_cast<int>(row[0][k] * (1 - w) + row[1][k] * w));
+    }
+    ASSERT_TRUE(out.Intact() && mixed.Intact());
+  }
+}
+
 std::vector<const BeautyKernels*> Variants() {
   std::vector<const BeautyKernels*> variants = {&GenericBeautyKernels()};
   if (&ActiveBeautyKernels() != variants[0]) variants.push_back(&ActiveBeautyKernels());
