@@ -129,24 +129,40 @@ TEST(SkinColour, RefiningIsThePlainOne) {
 }
 
 TEST(SkinColour, MasksArePlainOnesForOneFaceAndTwo) {
-  const PaintedFace face(230, 262, 150, 120, 110);
-  const Point eyes0[] = {{90, 98}, {150, 150}}, eyes1[] = {{150, 98}, {158, 190}};
-  const Point corners[] = {{22, 17}, {97, 17}, {22, 92}, {97, 92}, {108, 60}, {133, 60}, {108, 127}, {133, 127}};
-  for (const int faces : {1, 2}) {
-    Picture mask(115, 131, 1, 33);
-    SkinBox boxes[2], plainBoxes[2];
-    ASSERT_EQ(BuildSkinColourMask(Tables(), face.image.bytes.data(), 230, 262, corners, faces, eyes0, eyes1, boxes,
-                                  mask.bytes.data()),
-              0);
-    EXPECT_EQ(mask.bytes, PlainColourMask(face.image, corners, faces, eyes0, eyes1, plainBoxes).bytes);
-    Picture weights(57, 65, 1);
-    ByteBuffer map;
-    ASSERT_EQ(BuildFaceWeightMap(face.image.bytes.data(), 230, 262, corners, faces, 57, 65, &map), 0);
-    EXPECT_EQ(Taken(map, 57 * 65), PlainWeightMap(face.image, corners, faces, 57, 65).bytes);
+  struct Scene {
+    Picture image;
+    Point corners[8], eyes0[2], eyes1[2];
+  };
+  // The second face has its patch beyond the right edge. In the small image, patches are cut at every edge, and faces
+  // larger than the image have their scores cleaned twice.
+  const Scene scenes[] = {{PaintedFace(230, 262, 150, 120, 110).image,
+                           {{22, 17}, {97, 17}, {22, 92}, {97, 92}, {108, 60}, {133, 60}, {108, 127}, {133, 127}},
+                           {{90, 98}, {150, 150}},
+                           {{150, 98}, {158, 190}}},
+                          {Noise(26, 24, 3, 60),
+                           {{-20, -6}, {40, -6}, {-20, 30}, {40, 30}, {-30, -22}, {34, -22}, {-30, 26}, {34, 26}},
+                           {{9, 4}, {6, 15}},
+                           {{17, 4}, {16, 15}}}};
+  for (const Scene& scene : scenes) {
+    const int w = scene.image.width, h = scene.image.height;
+    for (const int faces : {1, 2}) {
+      Picture mask(w / 2, h / 2, 1, 33);
+      SkinBox boxes[2], plainBoxes[2];
+      ASSERT_EQ(BuildSkinColourMask(Tables(), scene.image.bytes.data(), w, h, scene.corners, faces, scene.eyes0,
+                                    scene.eyes1, boxes, mask.bytes.data()),
+                0);
+      EXPECT_EQ(mask.bytes,
+                PlainColourMask(scene.image, scene.corners, faces, scene.eyes0, scene.eyes1, plainBoxes).bytes);
+      ByteBuffer map;
+      ASSERT_EQ(BuildFaceWeightMap(scene.image.bytes.data(), w, h, scene.corners, faces, w / 4, h / 4, &map), 0);
+      EXPECT_EQ(Taken(map, static_cast<size_t>(w / 4 * (h / 4))),
+                PlainWeightMap(scene.image, scene.corners, faces, w / 4, h / 4).bytes);
+    }
   }
+  const Point point = {};
   SkinBox box;
   uint8_t byte;
-  EXPECT_EQ(BuildSkinColourMask(LabTables(), &byte, 1, 1, corners, 1, eyes0, eyes1, &box, &byte), -3);
+  EXPECT_EQ(BuildSkinColourMask(LabTables(), &byte, 1, 1, scenes[0].corners, 1, &point, &point, &box, &byte), -3);
 }
 
 TEST(FaceWeights, FollowTheFacesOwnDirection) {
