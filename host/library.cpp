@@ -12,6 +12,11 @@ void Check(int32_t status) {
   if (status != IDP_OK) throw Failure(StatusText(status));
 }
 
+// The library only reads the pixels.
+IdpImage View(const Image& photograph) {
+  return {const_cast<uint8_t*>(photograph.bgr.data()), 3, photograph.height, photograph.width};
+}
+
 }  // namespace
 
 std::string StatusText(int32_t status) {
@@ -100,11 +105,7 @@ void CropEngine::Configure(const CropSettings& settings) {
 }
 
 CropResult CropEngine::CropFaces(const Image& photograph) {
-  IdpImage image;
-  image.pixels = const_cast<uint8_t*>(photograph.bgr.data());  // the library only reads
-  image.channels = 3;
-  image.height = photograph.height;
-  image.width = photograph.width;
+  const IdpImage image = View(photograph);
   CropResult result;
   Check(QX_IDP_RoughCrop(handle_.get(), &image, IDP_CROP_SINGLE, result.result_.get()));
   return result;
@@ -114,6 +115,32 @@ QualityScores CropEngine::Quality(const CropResult& result, int32_t face) {
   QualityScores scores{};
   Check(QX_IDP_CheckQuality(handle_.get(), result.result_.get(), face, &scores));
   return scores;
+}
+
+void CropEngine::RetouchFace(const CropResult& result, int32_t face, const BeautyParams& params, Image* photograph) {
+  const IdpImage image = View(*photograph);
+  Check(
+      QX_IDP_DoFaceBeauty(handle_.get(), &image, result.result_.get(), face, &params, nullptr, photograph->bgr.data()));
+}
+
+void CropEngine::RetouchPerson(CropResult& result, int32_t face, const BeautyParams& params, Image* photograph,
+                               std::vector<uint8_t>* mask) {
+  const CropOrigin origin = result.FindOrigin(face, *photograph);
+  result.SetPerson(face, *mask, *photograph);
+  std::vector<uint8_t> retouchedMask(mask->size());
+  Image retouched{photograph->width, photograph->height, std::vector<uint8_t>(photograph->bgr.size())};
+  Check(QX_IDP_Do91Beauty(handle_.get(), result.result_.get(), face, &params, retouchedMask.data(),
+                          retouched.bgr.data()));
+  int32_t height = 0, width = 0;
+  Check(QX_IDP_GetRCSize(result.result_.get(), face, &height, &width));
+  const int32_t left = std::max(origin.left, 0), right = std::min(origin.left + width, photograph->width);
+  const int32_t top = std::max(origin.top, 0), bottom = std::min(origin.top + height, photograph->height);
+  for (int32_t y = top; y < bottom && left < right; ++y) {
+    const auto at = static_cast<ptrdiff_t>(y) * photograph->width + left;
+    const ptrdiff_t count = right - left;
+    std::copy_n(retouchedMask.begin() + at, count, mask->begin() + at);
+    std::copy_n(retouched.bgr.begin() + 3 * at, 3 * count, photograph->bgr.begin() + 3 * at);
+  }
 }
 
 }  // namespace qx::host

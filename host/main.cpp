@@ -28,12 +28,14 @@ int Run(int argc, char** argv) {
       "  idphoto crop holiday.jpg -o faces       every face, upright and framed, as a file in faces/\n"
       "  idphoto inspect holiday.jpg             the faces as a table\n"
       "  idphoto make holiday.jpg -o visa.jpg --preset schengen-visa\n"
+      "  idphoto retouch holiday.jpg -o better.jpg --beauty light\n"
       "  idphoto check visa.jpg --preset schengen-visa\n"
       "  idphoto sheet passport.jpg -o sheet.png as many as fit on a sheet of photo paper, at true size\n"
       "  idphoto batch class/ -o passports --preset de-passport");
   qx::host::AddCropCommand(app, &status);
   qx::host::AddInspectCommand(app, &status);
   qx::host::AddMakeCommand(app, &status);
+  qx::host::AddRetouchCommand(app, &status);
   qx::host::AddPresetsCommand(app, &status);
   qx::host::AddCheckCommand(app, &status);
   qx::host::AddSheetCommand(app, &status);

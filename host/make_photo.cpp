@@ -118,6 +118,31 @@ void AddRemarks(const UprightPhotograph& upright, const Document& document, Made
   for (const Miss& miss : made->givenUp) made->remarks.push_back("given up: " + MissText(miss, document));
 }
 
+// What the photograph without retouching is made from, kept only when asked for.
+struct Unretouched {
+  Unretouched(const MakeRequest& request, const Image& photograph, const Mask& personMask) {
+    if (!request.compare) return;
+    image = photograph;
+    mask = personMask;
+  }
+  std::optional<Image> image;
+  Mask mask;
+};
+
+void Finish(const MakeRequest& request, const UprightPhotograph& upright, const Image& colours, const Mask& mask,
+            const Unretouched& before, const Rectangle& rectangle, MadePhoto* made) {
+  const Document& document = request.document;
+  made->quarterTurns = upright.quarterTurns;
+  made->enlargement = document.height / rectangle.height;
+  made->image = RenderPhoto(colours, mask, request.background, rectangle, document);
+  if (before.image) {
+    const Image& image = *before.image;
+    const Image cleaned = request.background.IsKeep() ? image : EstimateForeground(image, before.mask);
+    made->before = RenderPhoto(cleaned, before.mask, request.background, rectangle, document);
+  }
+  AddRemarks(upright, document, made);
+}
+
 }  // namespace
 
 std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force) {
@@ -128,6 +153,12 @@ std::string ChooseBackground(const Preset& preset, const std::optional<std::stri
                   "); leave out --background, or add --force");
   }
   return "keep";
+}
+
+void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force) {
+  if (wanted.IsNone() || preset.retouching || force) return;
+  throw Failure(preset.authority + " takes no retouched photograph (" + preset.name +
+                "); leave out the retouching, or add --force");
 }
 
 PhotoMaker::PhotoMaker() {
@@ -151,11 +182,20 @@ Mask PhotoMaker::MakeMask(const UprightPhotograph& upright, const Mask* given) {
   return segmenter_.Segment(upright.image, persons, others);
 }
 
+void PhotoMaker::RetouchPersons(const Retouch& retouch, CropResult* crops, UprightPhotograph* upright, Mask* mask) {
+  if (retouch.IsNone()) return;
+  RetouchFaces(engine_, *crops, {upright->persons.begin(), upright->persons.end()}, retouch, &upright->image, mask);
+  if (retouch.face != 0) MeasureAgain(probe_, upright);
+}
+
 MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const Mask* given) {
-  const UprightPhotograph upright = MakeUpright(probe_, std::move(photograph), request.face);
-  const Image& image = upright.image;
+  UprightPhotograph upright = MakeUpright(probe_, std::move(photograph), request.face);
   const size_t face = upright.persons[0];
-  const Mask mask = MakeMask(upright, given);
+  Mask mask = MakeMask(upright, given);
+  CropResult crops = engine_.CropFaces(upright.image);
+  const Unretouched before(request, upright.image, mask);
+  RetouchPersons(request.retouch, &crops, &upright, &mask);
+  const Image& image = upright.image;
   const PersonGeometry person = MeasurePerson(upright.faces[face], mask, image.width, image.height);
   const bool keep = request.background.IsKeep();
   std::optional<Image> cleaned;
@@ -165,7 +205,6 @@ MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const M
   Obstacles obstacles;
   obstacles.keep = keep;
   const Placing placing{person, document, GoalsOf(document), obstacles, double{1} * document.width / document.height};
-  CropResult crops = engine_.CropFaces(image);
   const auto index = static_cast<int32_t>(face);
   const CropOrigin origin = crops.FindOrigin(index, image);
   crops.SetPerson(index, mask, colours);
@@ -180,17 +219,19 @@ MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const M
     made.givenUp = MissesOf(MeasuresIn(*rectangle, person), placing.goals);
   }
   made.measures = MeasuresIn(*rectangle, person);
-  made.quarterTurns = upright.quarterTurns;
-  made.enlargement = document.height / rectangle->height;
-  made.image = RenderPhoto(colours, mask, request.background, *rectangle, document);
-  AddRemarks(upright, document, &made);
+  Finish(request, upright, colours, mask, before, *rectangle, &made);
   return made;
 }
 
 MadePhoto PhotoMaker::MakePair(Image photograph, const MakeRequest& request, const Mask* given) {
-  const UprightPhotograph upright = MakePairUpright(probe_, std::move(photograph));
+  UprightPhotograph upright = MakePairUpright(probe_, std::move(photograph));
+  Mask mask = MakeMask(upright, given);
+  const Unretouched before(request, upright.image, mask);
+  if (!request.retouch.IsNone()) {
+    CropResult crops = engine_.CropFaces(upright.image);
+    RetouchPersons(request.retouch, &crops, &upright, &mask);
+  }
   const Image& image = upright.image;
-  const Mask mask = MakeMask(upright, given);
   std::array<const ProbedFace*, 2> faces{};
   std::array<PersonGeometry, 2> persons;
   for (size_t i = 0; i < 2; ++i) {
@@ -211,10 +252,7 @@ MadePhoto PhotoMaker::MakePair(Image photograph, const MakeRequest& request, con
   const Image& colours = obstacles.keep ? image : cleaned.emplace(EstimateForeground(image, mask));
   MadePhoto made;
   made.measures = MeasuresIn(*rectangle, persons[0]);
-  made.quarterTurns = upright.quarterTurns;
-  made.enlargement = document.height / rectangle->height;
-  made.image = RenderPhoto(colours, mask, request.background, *rectangle, document);
-  AddRemarks(upright, document, &made);
+  Finish(request, upright, colours, mask, before, *rectangle, &made);
   if (!problem.empty()) made.remarks.push_back("given up: the usual room around the faces, for " + problem);
   return made;
 }

@@ -16,6 +16,7 @@
 #include "host/person_mask.h"
 #include "host/placement.h"
 #include "host/presets.h"
+#include "host/retouch.h"
 #include "host/upright.h"
 
 namespace qx::host {
@@ -25,10 +26,13 @@ struct MakeRequest {
   Background background;
   std::optional<int> face;  // number from 1 in the order of `idphoto inspect`; without it the largest
   bool relax = false;       // take the nearest rectangle when none meets the bounds
+  Retouch retouch;
+  bool compare = false;  // make the picture without retouching too
 };
 
 struct MadePhoto {
-  Image image;  // of exactly the document's pixels
+  Image image;                  // of exactly the document's pixels
+  std::optional<Image> before;  // the same without retouching, when asked for
   PhotoMeasures measures;
   std::vector<Miss> givenUp;         // by `relax`
   std::vector<std::string> remarks;  // what the user should know, one line each
@@ -39,6 +43,9 @@ struct MadePhoto {
 // The background for a document: the wanted one, or else the first of the preset, or "keep" where the authority forbids
 // a change. Throws Failure when a forbidden one is wanted without `force`.
 std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force);
+
+// Throws Failure when the authority forbids the wanted retouching and there is no `force`.
+void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force);
 
 // Costly to make: keep one for many photographs. One thread at a time. The same input gives the same picture.
 class PhotoMaker {
@@ -54,6 +61,7 @@ class PhotoMaker {
 
  private:
   Mask MakeMask(const UprightPhotograph& upright, const Mask* given);
+  void RetouchPersons(const Retouch& retouch, CropResult* crops, UprightPhotograph* upright, Mask* mask);
 
   FaceProbe probe_;
   CropEngine engine_;

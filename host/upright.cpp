@@ -66,6 +66,20 @@ int TurnsToUpright(double roll) {
   return static_cast<int>((4 - std::lround(roll / 90)) % 4);
 }
 
+// The upright face whose eyes are nearest to a place, at most half a face's width away.
+std::optional<size_t> FindNear(const std::vector<ProbedFace>& faces, const Point& place, double width) {
+  double nearest = width / 2;
+  std::optional<size_t> found;
+  for (size_t i = 0; i < faces.size(); ++i) {
+    const Point eyes = EyeMiddle(faces[i]);
+    const double distance = std::hypot(double{1} * eyes.x - place.x, double{1} * eyes.y - place.y);
+    if (distance > nearest || TurnsToUpright(faces[i].Roll()) != 0) continue;
+    nearest = distance;
+    found = i;
+  }
+  return found;
+}
+
 // Turns the photograph for `upright.persons` and finds them again there: a crop run looks at the turned photograph, and
 // its faces may come in another order.
 void Turn(FaceProbe& probe, Image photograph, UprightPhotograph* upright) {
@@ -80,17 +94,9 @@ void Turn(FaceProbe& probe, Image photograph, UprightPhotograph* upright) {
   for (size_t& person : upright->persons) {
     const ProbedFace& sought = before[person];
     const Point place = TurnPoint(EyeMiddle(sought), photograph.width, photograph.height, upright->quarterTurns);
-    double nearest = sought.Width() / 2;
-    bool found = false;
-    for (size_t i = 0; i < upright->faces.size(); ++i) {
-      const Point eyes = EyeMiddle(upright->faces[i]);
-      const double distance = std::hypot(double{1} * eyes.x - place.x, double{1} * eyes.y - place.y);
-      if (distance > nearest || TurnsToUpright(upright->faces[i].Roll()) != 0) continue;
-      nearest = distance;
-      person = i;
-      found = true;
-    }
+    const auto found = FindNear(upright->faces, place, sought.Width());
     if (!found) throw Failure("the face cannot be found again once it is upright; turn the photograph first");
+    person = *found;
   }
 }
 
@@ -134,6 +140,14 @@ UprightPhotograph MakePairUpright(FaceProbe& probe, Image photograph) {
   std::sort(upright.persons.begin(), upright.persons.end(),
             [&upright](size_t a, size_t b) { return EyeMiddle(upright.faces[a]).x < EyeMiddle(upright.faces[b]).x; });
   return upright;
+}
+
+void MeasureAgain(FaceProbe& probe, UprightPhotograph* upright) {
+  const std::vector<ProbedFace> now = probe.Probe(upright->image);
+  for (const size_t person : upright->persons) {
+    ProbedFace& face = upright->faces[person];
+    if (const auto found = FindNear(now, EyeMiddle(face), face.Width())) face = now[*found];
+  }
 }
 
 }  // namespace qx::host

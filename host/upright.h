@@ -32,6 +32,10 @@ UprightPhotograph MakeUpright(FaceProbe& probe, Image photograph, std::optional<
 // same way up.
 UprightPhotograph MakePairUpright(FaceProbe& probe, Image photograph);
 
+// Takes the chosen persons' points anew from the photograph, which was retouched since; a face that is not found any
+// more keeps its points.
+void MeasureAgain(FaceProbe& probe, UprightPhotograph* upright);
+
 }  // namespace qx::host
 
 #endif  // QX_HOST_UPRIGHT_H

@@ -205,8 +205,9 @@ QX_IDP_API int32_t QX_IDP_SetSrcMaskFg(IDPResult* result, int32_t index, const u
  * height * width * 3 bytes of what is retouched; `maskOut`, needed without `image` in single mode, takes
  * width * height bytes of the crop.
  * In this order: null handle or result: IDP_ERR_HANDLE; null imageOut, index not below the face count, no crop, an
- * image of other than 3 channels, null maskOut where needed: IDP_ERR_PARAM; no mask set, single mode without image: IDP_ERR_NO_MASK.
- * In pair mode the parameters are kept for the face of the index and both faces are retouched with theirs. */
+ * image of other than 3 channels, null maskOut where needed: IDP_ERR_PARAM; no mask set, single mode without image:
+ * IDP_ERR_NO_MASK. In pair mode the parameters are kept for the face of the index and both faces are retouched with
+ * theirs. */
 QX_IDP_API int32_t QX_IDP_DoFaceBeauty(IdpHandle* handle, const IdpImage* image, IDPResult* result, int32_t index,
                                        const BeautyParams* params, uint8_t* maskOut, uint8_t* imageOut);
 

@@ -151,7 +151,6 @@ void AddBatchCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->folder, "Folder for the finished photographs; created if missing")
       ->type_name("DIR")
       ->required();
-  AddMeasureOptions(*command, &options->document);
   AddMakeOptions(*command, &options->document);
   command->add_flag("--pair", options->pair, "Two persons in each photograph; of the bounds only the size counts");
   command

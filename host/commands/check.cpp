@@ -70,15 +70,7 @@ void Check(const CheckOptions& options, int* status) {
   const Preset preset = PresetOf(options.document);
   ImageFormat format = ImageFormat::kPng;
   if (!options.drawing.empty()) {
-    const std::string name = Printable(options.drawing);
-    const auto wanted = FormatOfName(options.drawing);
-    if (!wanted) throw SetupFailure(name + ": unknown kind of picture; end the name in .png or .jpg");
-    if (SameFile(options.drawing, options.photograph)) {
-      throw SetupFailure(name + ": would replace the photograph; choose another name");
-    }
-    const fs::path folder = fs::path(options.drawing).parent_path();
-    CheckOutputFolder(folder.empty() ? "." : folder);
-    format = *wanted;
+    format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   }
   const Image photograph = ReadImage(options.photograph, options.maxPixels);
   const PhotoCheck check = PhotoChecker().Check(photograph, options.photograph, preset);

@@ -4,7 +4,10 @@
 
 #include <CLI/App.hpp>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+
+#include "host/image_file.h"
 
 namespace qx::host {
 
@@ -19,10 +22,24 @@ enum ExitStatus : int {
 void AddCropCommand(CLI::App& app, int* status);
 void AddInspectCommand(CLI::App& app, int* status);
 void AddMakeCommand(CLI::App& app, int* status);
+void AddRetouchCommand(CLI::App& app, int* status);
 void AddPresetsCommand(CLI::App& app, int* status);
 void AddCheckCommand(CLI::App& app, int* status);
 void AddSheetCommand(CLI::App& app, int* status);
 void AddBatchCommand(CLI::App& app, int* status);
+
+// A file that an output must not replace, and what it is for the user.
+struct KeptFile {
+  const char* what;  // "photograph"
+  std::string path;  // empty: none
+};
+
+// The format that the name of an output asks for. Throws SetupFailure when there is none, when it would replace one of
+// the other files, or when its folder cannot be written to.
+ImageFormat CheckPictureName(const std::string& output, std::initializer_list<KeptFile> others);
+
+// --compare.
+void AddCompareOption(CLI::App& command, std::string* file);
 
 // --max-megapixels, stored as a number of pixels.
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);

@@ -33,6 +33,18 @@ CLI::Option* AddWhole(CLI::App& command, const std::string& name, std::optional<
       ->check(CLI::Range(min, max).description(""));
 }
 
+void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
+  command.add_option("--preset", options->preset, "The document; idphoto presets lists them")->type_name("NAME");
+  AddParsed(command, "--size", &options->size, ParseSize, "Width and height: 35x45mm, 2x2in, 400x514px")
+      ->type_name("SIZE");
+  AddWhole(command, "--dpi", &options->dpi, 72, 2400, "Pixels an inch, written into the file (default 300)");
+  AddParsed(command, "--head", &options->head, ParseRange, "Top of the hair to the chin: 32-36mm, 70-80%")
+      ->type_name("RANGE");
+  AddParsed(command, "--top", &options->top, ParseRange, "Space above the hair")->type_name("RANGE");
+  AddParsed(command, "--face-width", &options->faceWidth, ParseRange, "Width of the face (percents are of the width)")
+      ->type_name("RANGE");
+}
+
 template <typename Call>
 auto AsSetup(Call call) {
   try {
@@ -40,6 +52,27 @@ auto AsSetup(Call call) {
   } catch (const Failure& failure) {
     throw SetupFailure(failure.what());
   }
+}
+
+// Two meanings, told apart by the unit: where the eyes are to be, and how large.
+void AddEyesOption(CLI::App& command, DocumentOptions* options) {
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--eyes",
+          [options](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+              if (ReadStrength(text, -kMostSize, kMostSize, &options->retouch.eyes)) continue;
+              try {
+                options->eyes = ParseRange(text);
+              } catch (const Failure& failure) {
+                throw CLI::ValidationError("--eyes", std::string(failure.what()) + ", or as a size from -10 to 10");
+              }
+            }
+          },
+          "Eyes to the lower edge; or, as a number without a unit, smaller (-10) or larger eyes (10)")
+      ->type_name("RANGE|X")
+      ->allow_extra_args(false)
+      ->take_all();
 }
 
 template <typename Value>
@@ -50,19 +83,14 @@ void Replace(const std::optional<Value>& by, std::optional<Value>* target) {
 }  // namespace
 
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options) {
-  command.add_option("--preset", options->preset, "The document; idphoto presets lists them")->type_name("NAME");
-  AddParsed(command, "--size", &options->size, ParseSize, "Width and height: 35x45mm, 2x2in, 400x514px")
-      ->type_name("SIZE");
-  AddWhole(command, "--dpi", &options->dpi, 72, 2400, "Pixels an inch, written into the file (default 300)");
-  AddParsed(command, "--head", &options->head, ParseRange, "Top of the hair to the chin: 32-36mm, 70-80%")
-      ->type_name("RANGE");
-  AddParsed(command, "--top", &options->top, ParseRange, "Space above the hair")->type_name("RANGE");
+  AddSizeOptions(command, options);
   AddParsed(command, "--eyes", &options->eyes, ParseRange, "Eyes to the lower edge")->type_name("RANGE");
-  AddParsed(command, "--face-width", &options->faceWidth, ParseRange, "Width of the face (percents are of the width)")
-      ->type_name("RANGE");
 }
 
 void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
+  AddSizeOptions(command, options);
+  AddEyesOption(command, options);
+  AddRetouchOptions(command, &options->retouch);
   command
       .add_option_function<std::string>(
           "--background",
@@ -80,7 +108,7 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
   command.add_flag("--relax", options->relax,
                    "When no cut meets the bounds, take the nearest and say what was given up");
-  command.add_flag("--force", options->force, "Change the background even where the authority forbids it");
+  command.add_flag("--force", options->force, "Change the background or retouch even where the authority forbids it");
 }
 
 Preset PresetOf(const DocumentOptions& options) {
@@ -112,6 +140,8 @@ MakeRequest RequestOf(const DocumentOptions& options) {
     request.document = Derive(preset);
     request.background = ParseBackground(ChooseBackground(preset, options.background, options.force));
     request.relax = options.relax;
+    request.retouch = RetouchOf(options.retouch);
+    CheckRetouch(preset, request.retouch, options.force);
     return request;
   });
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "host/commands/retouch_options.h"
 #include "host/make_photo.h"
 #include "host/presets.h"
 
@@ -21,10 +22,12 @@ struct DocumentOptions {
   std::optional<std::string> background;
   bool relax = false;
   bool force = false;
+  RetouchOptions retouch;
 };
 
 // --preset, --size, --dpi, --head, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
+// The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
 // --background, --min-kb, --max-kb, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 

@@ -78,20 +78,10 @@ std::string TableText(const InspectOptions& options, const Image& image, const s
   return text;
 }
 
-ImageFormat CheckDrawing(const InspectOptions& options) {
-  const std::string name = Printable(options.drawing);
-  const auto format = FormatOfName(options.drawing);
-  if (!format) throw SetupFailure(name + ": unknown kind of picture; end the name in .png or .jpg");
-  if (SameFile(options.drawing, options.photograph)) {
-    throw SetupFailure(name + ": would replace the photograph; choose another name");
-  }
-  const fs::path folder = fs::path(options.drawing).parent_path();
-  CheckOutputFolder(folder.empty() ? "." : folder);
-  return *format;
-}
-
 void Inspect(const InspectOptions& options) {
-  const ImageFormat format = options.drawing.empty() ? ImageFormat::kPng : CheckDrawing(options);
+  const ImageFormat format = options.drawing.empty()
+                                 ? ImageFormat::kPng
+                                 : CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   const Image photograph = ReadImage(options.photograph, options.maxPixels);
   const std::vector<ProbedFace> faces = FaceProbe().Probe(photograph);
   std::fputs((options.json ? JsonText : TableText)(options, photograph, faces).c_str(), stdout);

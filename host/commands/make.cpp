@@ -22,28 +22,13 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 struct MakeOptions {
-  std::string photograph, output, mask;
+  std::string photograph, output, mask, compare;
   DocumentOptions document;
-  std::optional<int> face;
+  std::optional<int> person;
   bool pair = false;
   bool quiet = false, json = false;
   int64_t maxPixels = kDefaultMaxPixels;
 };
-
-ImageFormat CheckOutput(const MakeOptions& options) {
-  const std::string name = Printable(options.output);
-  const auto format = FormatOfName(options.output);
-  if (!format) throw SetupFailure(name + ": unknown kind of picture; end the name in .jpg or .png");
-  if (SameFile(options.output, options.photograph)) {
-    throw SetupFailure(name + ": would replace the photograph; choose another name");
-  }
-  if (!options.mask.empty() && SameFile(options.output, options.mask)) {
-    throw SetupFailure(name + ": would replace the mask; choose another name");
-  }
-  const fs::path folder = fs::path(options.output).parent_path();
-  CheckOutputFolder(folder.empty() ? "." : folder);
-  return *format;
-}
 
 double Millimetres(double fraction, double whole) {
   return std::round(fraction * whole * 100) / 100;
@@ -67,6 +52,7 @@ std::string ReportText(const MakeOptions& options, const Document& document, con
 
 std::string ReportJson(const MakeOptions& options, const Document& document, const MadePhoto& made,
                        const EncodedDocument& file) {
+  const bool retouched = !RetouchOf(options.document.retouch).IsNone();
   Json report = {{"photograph", options.photograph},
                  {"output", options.output},
                  {"width", document.width},
@@ -76,7 +62,8 @@ std::string ReportJson(const MakeOptions& options, const Document& document, con
                  {"quality", file.quality},
                  {"padding", file.padding},
                  {"quarter_turns", made.quarterTurns},
-                 {"enlargement", std::round(made.enlargement * 1000) / 1000}};
+                 {"enlargement", std::round(made.enlargement * 1000) / 1000},
+                 {"retouched", retouched}};
   if (!options.pair) {
     report["head_mm"] = Millimetres(made.measures.head, document.heightMm);
     report["top_mm"] = Millimetres(made.measures.top, document.heightMm);
@@ -89,12 +76,19 @@ std::string ReportJson(const MakeOptions& options, const Document& document, con
 }
 
 void Make(const MakeOptions& options) {
-  if (options.pair && options.face) throw SetupFailure("--pair takes two faces, --face one; leave one of them out");
+  if (options.pair && options.person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
   const Preset preset = PresetOf(options.document);
   MakeRequest request = RequestOf(options.document);
-  request.face = options.face;
+  request.face = options.person;
+  request.compare = !options.compare.empty();
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
-  const ImageFormat format = CheckOutput(options);
+  const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
+  const ImageFormat format = CheckPictureName(options.output, {photographFile, maskFile});
+  std::optional<ImageFormat> compareFormat;
+  if (request.compare) {
+    compareFormat =
+        CheckPictureName(options.compare, {photographFile, maskFile, {"finished photograph", options.output}});
+  }
 
   Image photograph = ReadImage(options.photograph, options.maxPixels);
   Mask mask;
@@ -117,6 +111,7 @@ void Make(const MakeOptions& options) {
   }
   OutputFile output(options.output);
   output.Write(file.bytes.data(), file.bytes.size());
+  if (compareFormat) WriteImage(options.compare, SideBySide(*made.before, made.image), *compareFormat);
   output.Commit();
   if (!options.quiet) {
     std::fputs((options.json ? ReportJson : ReportText)(options, request.document, made, file).c_str(), stdout);
@@ -130,7 +125,6 @@ void AddMakeCommand(CLI::App& app, int* status) {
   CLI::App* command = app.add_subcommand("make", "Make the finished photograph of a document");
   command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
   command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
-  AddMeasureOptions(*command, &options->document);
   AddMakeOptions(*command, &options->document);
   command
       ->add_option("--mask", options->mask,
@@ -138,10 +132,11 @@ void AddMakeCommand(CLI::App& app, int* status) {
       ->type_name("FILE");
   command
       ->add_option_function<int>(
-          "--face", [options](int number) { options->face = number; },
+          "--person", [options](int number) { options->person = number; },
           "Number of the face, as inspect shows it; default the largest")
       ->type_name("N")
       ->check(CLI::Range(1, INT32_MAX).description(""));
+  AddCompareOption(*command, &options->compare);
   command->add_flag("--pair", options->pair, "Two persons in one photograph; of the bounds only the size counts");
   CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
   command->add_flag("--json", options->json, "Print the report as one JSON object")->excludes(quiet);
@@ -150,15 +145,15 @@ void AddMakeCommand(CLI::App& app, int* status) {
       "The photograph is turned upright, the person is told from the background, and the cut that meets the\n"
       "document's bounds is brought to its size in pixels at once. Options replace single numbers of the preset;\n"
       "percents are of the height. Where the preset leaves the head or the space above it open, usual ones are taken.\n"
-      "Where the authority forbids changed backgrounds, the photograph's own is kept. A size limit counts 1,000 bytes\n"
-      "to the kB, a least size 1,024; a file that stays below it at quality 100 is filled up with a comment of "
-      "blanks.\n\n"
+      "Where the authority forbids changed backgrounds, the photograph's own is kept; where it forbids retouching,\n"
+      "options that retouch are refused. A size limit counts 1,000 bytes to the kB, a least size 1,024; a file that\n"
+      "stays below it at quality 100 is filled up with a comment of blanks.\n\n"
       "Exit status: 0 done, 1 not possible with this photograph (the reason is on standard error), 2 nothing was\n"
       "tried.\n\n"
       "Examples:\n"
       "  idphoto make holiday.jpg -o passport.jpg --preset de-passport\n"
       "  idphoto make holiday.jpg -o visa.jpg --preset cn-visa --background '#ffffff' --max-kb 120\n"
-      "  idphoto make holiday.jpg -o badge.png --size 300x400px --head 55-65%\n"
+      "  idphoto make holiday.jpg -o badge.png --size 300x400px --head 55-65% --beauty light\n"
       "  idphoto make wedding.jpg -o certificate.jpg --pair --preset cn-marriage-certificate");
   command->callback([options, status] {
     try {

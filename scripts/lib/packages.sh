@@ -13,6 +13,7 @@ bench_packages=(libbenchmark-dev libopencv-dev)
 test_packages=(
   libgtest-dev libgmock-dev
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
+  python3                     # makes the colour table again
   libvips-tools               # converts photographs for the example program
   "${bench_packages[@]}"
 )

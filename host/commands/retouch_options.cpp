@@ -1,0 +1,69 @@
+#include "host/commands/retouch_options.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+
+#include "host/failure.h"
+#include "host/units.h"
+
+namespace qx::host {
+
+bool ReadStrength(const std::string& text, double min, double max, std::optional<double>* strength) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+  // Written so that "nan" fails too.
+  if (error != std::errc() || end != text.data() + text.size() || !(value >= min && value <= max)) return false;
+  *strength = value;
+  return true;
+}
+
+void AddStrength(CLI::App& command, const std::string& name, std::optional<double>* strength, double min, double max,
+                 const std::string& help) {
+  command
+      .add_option_function<std::string>(
+          name,
+          [=](const std::string& text) {
+            if (ReadStrength(text, min, max, strength)) return;
+            throw CLI::ValidationError(name,
+                                       "must be between " + Decimal(min) + " and " + Decimal(max) + ", not " + text);
+          },
+          help)
+      ->type_name("X");
+}
+
+void AddRetouchOptions(CLI::App& command, RetouchOptions* options) {
+  command
+      .add_option_function<std::string>(
+          "--beauty",
+          [options](const std::string& name) {
+            try {
+              options->named = NamedRetouch(name);
+            } catch (const Failure& failure) {
+              throw CLI::ValidationError("--beauty", failure.what());
+            }
+          },
+          "Retouch: light, natural or strong; single strengths can be given beside it")
+      ->type_name("KIND");
+  AddStrength(command, "--mouth", &options->mouth, -kMostSize, kMostSize, "Smaller (-10) or larger mouth (10)");
+  command
+      .add_option_function<int32_t>(
+          "--tone", [options](int32_t tone) { options->tone = tone; }, "Lighter, more even colours, 0 to 10")
+      ->type_name("N")
+      ->check(CLI::Range(0, kMostTone).description(""));
+  AddStrength(command, "--skin", &options->skin, 0, kMostSkin, "Fewer spots and smoother skin, 0 to 5");
+  command.add_flag("--detail", options->detail, "Clearer eyes");
+  AddStrength(command, "--face", &options->face, 0, kMostFace, "Narrower face, 0 to 5");
+}
+
+Retouch RetouchOf(const RetouchOptions& options) {
+  Retouch retouch = options.named.value_or(Retouch());
+  retouch.eyes = options.eyes.value_or(retouch.eyes);
+  retouch.mouth = options.mouth.value_or(retouch.mouth);
+  retouch.tone = options.tone.value_or(retouch.tone);
+  retouch.skin = options.skin.value_or(retouch.skin);
+  retouch.detail = retouch.detail || options.detail;
+  retouch.face = options.face.value_or(retouch.face);
+  return retouch;
+}
+
+}  // namespace qx::host
