@@ -23,16 +23,18 @@ TEST(SpotMask, IsThePlainOne) {
   };
   int64_t marked = 0;
   for (int round = 0; round < 60; ++round) {
-    Picture image(90 + round, 100, 3, 150);
+    const int base = round % 3 == 0 ? 61 : 150;  // as dark as a block may begin, or light
+    Picture image(90 + round, 100, 3, static_cast<uint8_t>(base));
     const int dots = number(30, 300), texture = number(0, 40);
     for (size_t i = 0; i < image.bytes.size(); ++i) {
       const bool dot = number(0, dots) == 0, rough = i / 3 % static_cast<size_t>(image.width) < 35;
-      if (dot || rough) image.bytes[i] = static_cast<uint8_t>(150 - number(0, dot ? 150 : 1 + texture));
+      if (dot || rough) image.bytes[i] = static_cast<uint8_t>(base - number(0, dot ? base : 1 + texture));
     }
     LandmarkSet set;
     for (Point* p = set.FaceBox(); p < set.Eyes(); ++p) *p = {number(-20, image.width + 20), number(-20, 120)};
     set.FaceBox()[0] = {number(0, 15), number(0, 15)};
     set.FaceBox()[3] = {number(75, 90), number(75, 100)};
+    if (round % 2 == 0) set.FaceBox()[0] = set.FaceBox()[1] = set.FaceBox()[2] = {number(20, 40), number(20, 40)};
     for (int i = 0; i < 88; ++i) set.Attributes()[i] = {number(0, image.width), number(20, 100)};
     SpotMask spots;
     ASSERT_TRUE(BuildSpotMask(image.bytes.data(), image.height, image.width, &set, set.Attributes(), &spots));
@@ -42,7 +44,7 @@ TEST(SpotMask, IsThePlainOne) {
               std::vector({plain.top, plain.bottom, plain.left, plain.right}));
     marked += std::count(plain.mask.bytes.begin(), plain.mask.bytes.end(), 255);
   }
-  EXPECT_GT(marked, 5000);
+  EXPECT_GT(marked, 2000);
   SpotMask none;
   uint8_t byte;
   LandmarkSet set;
@@ -55,7 +57,8 @@ TEST(SpotMask, IsThePlainOne) {
 TEST(SkinRetouch, IsThePlainOne) {
   std::vector<PaintedFace> faces = {
       {211, 257, 130, 105, 120}, {130, 141, 104, 60, 66}, {150, 110, 120, 20, 90}, {97, 120, 90, 70, 30}};
-  faces.emplace_back(300, 330, 270, 150, 160);  // blurred farther
+  faces.emplace_back(300, 330, 270, 150, 160);  // blurred farther, and as far as can be
+  faces.emplace_back(460, 60, 460, 230, 30);
   faces.push_back(faces[0].Turned());
   faces.push_back(faces[0].Turned().Turned().Turned());
   for (PaintedFace& face : faces) {

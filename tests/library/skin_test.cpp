@@ -112,6 +112,13 @@ TEST(SkinColour, ScoresAreThePlainOnesAtAndAroundEveryThreshold) {
     ScoreSkinColour(lab.bytes.data(), 200, 150, model, box, region.bytes.data(), score.bytes.data());
     ASSERT_EQ(score.bytes, PlainScore(lab, model, box, region).bytes);
   }
+  const Picture one(1, 1, 1, 15), pixel(1, 1, 3, 15);
+  for (int v = 1; v < 256; ++v) {
+    const ColourModel model = {{15 + std::sqrt(-3 * std::log(v / 255.0)), 15, 15}, {1, 1, 1}};
+    Picture score(1, 1, 1);
+    ScoreSkinColour(pixel.bytes.data(), 1, 1, model, {0, 0, 1, 1}, one.bytes.data(), score.bytes.data());
+    ASSERT_EQ(score.bytes, PlainScore(pixel, model, {0, 0, 1, 1}, one).bytes) << v;
+  }
   Picture score(200, 150, 1, 9);
   ScoreSkinColour(lab.bytes.data(), 200, 150, {{1, 1, 1}, {1, 0, 1}}, box, region.bytes.data(), score.bytes.data());
   EXPECT_EQ(score.bytes, Picture(200, 150, 1).bytes) << "no spread";
@@ -133,16 +140,20 @@ TEST(SkinColour, MasksArePlainOnesForOneFaceAndTwo) {
     Picture image;
     Point corners[8], eyes0[2], eyes1[2];
   };
-  // The second face has its patch beyond the right edge. In the small image, patches are cut at every edge, and faces
-  // larger than the image have their scores cleaned twice.
-  const Scene scenes[] = {{PaintedFace(230, 262, 150, 120, 110).image,
-                           {{22, 17}, {97, 17}, {22, 92}, {97, 92}, {108, 60}, {133, 60}, {108, 127}, {133, 127}},
-                           {{90, 98}, {150, 150}},
-                           {{150, 98}, {158, 190}}},
-                          {Noise(26, 24, 3, 60),
-                           {{-20, -6}, {40, -6}, {-20, 30}, {40, 30}, {-30, -22}, {34, -22}, {-30, 26}, {34, 26}},
-                           {{9, 4}, {6, 15}},
-                           {{17, 4}, {16, 15}}}};
+  // In the small image, patches are cut at every edge, scores are cleaned twice, as the faces are larger than the
+  // image, and the sides are equal, so that the first face's direction counts.
+  Scene scenes[] = {{PaintedFace(230, 262, 150, 120, 110).image,
+                     {{40, 32}, {65, 32}, {40, 67}, {65, 67}, {22, 17}, {97, 17}, {22, 92}, {97, 92}},
+                     {{90, 98}, {150, 150}},
+                     {{150, 98}, {158, 190}}},
+                    {Noise(26, 24, 3, 5),
+                     {{-11, -12}, {29, -12}, {-11, 28}, {29, 28}, {24, -16}, {24, 24}, {-16, -16}, {-16, 24}},
+                     {{9, 4}, {6, 15}},
+                     {{17, 4}, {16, 15}}}};
+  for (int i = 0; i < 24 * 26 * 3; ++i) {
+    uint8_t& b = scenes[1].image.bytes[static_cast<size_t>(i)];
+    b = static_cast<uint8_t>(b + 15 + i / 3 % 26 + i / 78 * 9);
+  }
   for (const Scene& scene : scenes) {
     const int w = scene.image.width, h = scene.image.height;
     for (const int faces : {1, 2}) {
