@@ -37,7 +37,17 @@ struct Kernels {
   // the next and may be negative.
   void (*turnTile)(const uint8_t* source, ptrdiff_t sourceStride, size_t width, size_t height, size_t pixelBytes,
                    uint8_t* out, ptrdiff_t outStride);
+
+  // Adds the channels of `count` pixels of three bytes.
+  void (*addChannels)(const uint8_t* bgr, size_t count, uint64_t sums[3]);
+
+  // The sum of the distances of `count` pixels of three bytes from a colour, whose channels are 0 to 255. The only loop
+  // here whose results may differ between variants: each distance is off by less than kDistanceError, and adding them
+  // rounds as doubles do.
+  double (*addDistances)(const uint8_t* bgr, size_t count, const double colour[3]);
 };
+
+inline constexpr double kDistanceError = 0x1p-13;
 
 // Plain C++ for every processor.
 const Kernels& GenericKernels();

@@ -1,4 +1,6 @@
 // Plain C++, compiled for the baseline of the platform: no vectors, so the body does everything.
+#include <cmath>
+
 #include "kernels/kernels.h"
 
 namespace qx::generic {
@@ -19,6 +21,12 @@ size_t ReverseBlocks(const uint8_t*, size_t, uint8_t*) {
 }
 Extent TurnBlocks(const uint8_t*, ptrdiff_t, size_t, size_t, uint8_t*, ptrdiff_t) {
   return {0, 0};
+}
+size_t ChannelBlocks(const uint8_t*, size_t, uint64_t*) {
+  return 0;
+}
+size_t DistanceBlocks(const uint8_t*, size_t, const double*, double*) {
+  return 0;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -123,6 +124,30 @@ TEST_P(RowLoops, CopiesReverseAndTurn) {
       }
     }
     ASSERT_TRUE(row.Intact() && turned.Intact()) << round;
+  }
+}
+
+TEST_P(RowLoops, SumsAndDistancesAreThoseOfEveryPixel) {
+  for (size_t count = 0; count < 140; ++count) {
+    GuardedBytes bgr(count * 3, RandomGuard());
+    FillRandomly(&bgr);
+    if (count % 4 == 0) std::fill(bgr.begin(), bgr.end(), uint8_t{255});
+    const double colour[3] = {Random(0, 1) * 255.0, Random(0, 25500) / 100.0, Random(0, 2550) / 10.0};
+    uint64_t sums[3] = {1, 2, 3}, wanted[3] = {1, 2, 3};
+    double distance = 0;
+    for (size_t k = 0; k < count; ++k) {
+      double square = 0;
+      for (size_t c = 0; c < 3; ++c) {
+        const uint8_t byte = bgr.data()[3 * k + c];
+        wanted[c] += byte;
+        square += (byte - colour[c]) * (byte - colour[c]);
+      }
+      distance += std::sqrt(square);
+    }
+    kernels().addChannels(bgr.data(), count, sums);
+    for (size_t c = 0; c < 3; ++c) ASSERT_EQ(sums[c], wanted[c]) << count;
+    ASSERT_NEAR(kernels().addDistances(bgr.data(), count, colour), distance,
+                static_cast<double>(count) * kDistanceError);
   }
 }
 
