@@ -11,9 +11,8 @@ constexpr uint8_t kWhite = 255;
 
 // Turned images are made in tiles, so that the rows of the source and of the image, and their pages, stay close at
 // hand.
-constexpr int32_t kCopyTileSide = 32;
-constexpr int32_t kBlendTileWidth = 64;   // pixels along the source's x axis
-constexpr int32_t kBlendTileHeight = 32;  // pixels along its y axis
+constexpr int32_t kTileWidth = 64;   // pixels along the source's x axis
+constexpr int32_t kTileHeight = 32;  // pixels along its y axis
 constexpr size_t kMaxPixelBytes = 3;
 
 size_t PixelBytes(const ImageView& source) {
@@ -65,7 +64,7 @@ struct Tile {
 
 // Renders the tile as the source lies, then turns it.
 void BlendTile(const ImageView& source, const CropSampling& sampling, const Tile& tile, uint8_t* image) {
-  uint8_t lying[kBlendTileWidth * kBlendTileHeight * kMaxPixelBytes];
+  uint8_t lying[kTileWidth * kTileHeight * kMaxPixelBytes];
   const size_t pixelBytes = PixelBytes(source);
   const auto width = static_cast<size_t>(tile.bottom - tile.top);
   const auto height = static_cast<size_t>(tile.right - tile.left);
@@ -100,12 +99,10 @@ void RenderTurned(const ImageView& source, const CropSampling& sampling, uint8_t
   const AxisSampling& rows = sampling.rows;
   const bool whole = columns.Step() != 0 && rows.Step() != 0;
   const auto render = whole ? CopyTile : BlendTile;
-  const int32_t width = whole ? kCopyTileSide : kBlendTileWidth;
-  const int32_t height = whole ? kCopyTileSide : kBlendTileHeight;
   for (int32_t left = columns.Begin(), right; left < columns.End(); left = right) {
-    right = left + std::min(columns.End() - left, height);
+    right = left + std::min(columns.End() - left, kTileHeight);
     for (int32_t top = rows.Begin(), bottom; top < rows.End(); top = bottom) {
-      bottom = top + std::min(rows.End() - top, width);
+      bottom = top + std::min(rows.End() - top, kTileWidth);
       render(source, sampling, {top, bottom, left, right}, image);
     }
   }

@@ -197,13 +197,28 @@ size_t BlendBlocks(const BlendRun& run, size_t begin, size_t end, uint8_t* out) 
   return BlendDoubles(run, BlendFloats(run, begin, end, out), end, out) - begin;
 }
 
+// A vector's bytes taken from three others, -1: none.
+__m128i Gather(__m128i a, __m128i fromA, __m128i b, __m128i fromB) {
+  return _mm_or_si128(_mm_shuffle_epi8(a, fromA), _mm_shuffle_epi8(b, fromB));
+}
+
 size_t ReverseBlocks(const uint8_t* source, size_t count, uint8_t* out) {
-  const __m128i reversed = _mm_setr_epi8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, -1);
+  const __m128i cTo0 = _mm_setr_epi8(13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, -1);
+  const __m128i bTo0 = _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 14);
+  const __m128i cTo1 = _mm_setr_epi8(-1, 0, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+  const __m128i bTo1 = _mm_setr_epi8(15, -1, 11, 12, 13, 8, 9, 10, 5, 6, 7, 2, 3, 4, -1, 0);
+  const __m128i aTo1 = _mm_setr_epi8(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 15, -1);
+  const __m128i bTo2 = _mm_setr_epi8(1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+  const __m128i aTo2 = _mm_setr_epi8(-1, 12, 13, 14, 9, 10, 11, 6, 7, 8, 3, 4, 5, 0, 1, 2);
   size_t k = 0;
-  // Five pixels and a byte at a time: read one byte before them, write one after them, which the next pixel overwrites.
-  for (; k + 6 <= count; k += 5) {
-    const __m128i pixels = Load16(source + (count - k - 5) * 3 - 1);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k * 3), _mm_shuffle_epi8(pixels, reversed));
+  // Sixteen pixels are three vectors: a, b, c.
+  for (; k + 16 <= count; k += 16) {
+    const uint8_t* from = source + (count - k - 16) * 3;
+    const __m128i a = Load16(from), b = Load16(from + 16), c = Load16(from + 32);
+    auto* to = reinterpret_cast<__m128i*>(out + k * 3);
+    _mm_storeu_si128(to, Gather(c, cTo0, b, bTo0));
+    _mm_storeu_si128(to + 1, _mm_or_si128(Gather(c, cTo1, b, bTo1), _mm_shuffle_epi8(a, aTo1)));
+    _mm_storeu_si128(to + 2, Gather(b, bTo2, a, aTo2));
   }
   return k;
 }
@@ -215,16 +230,12 @@ __m256i LoadEight(const uint8_t* p) {
   return _mm256_shuffle_epi8(LoadLanes(p, p + 8), toDwords);
 }
 
-// Row k of the low lanes to output row k, of the high lanes to output row k + 4.
-void StoreTurned(__m256i pixels, uint8_t* low, uint8_t* high) {
-  const __m256i toPixels =
-      _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-  const __m256i packed = _mm256_shuffle_epi8(pixels, toPixels);
-  Store12(_mm256_castsi256_si128(packed), low);
-  Store12(_mm256_extracti128_si256(packed, 1), high);
+void Store16(__m128i value, uint8_t* out) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), value);
 }
 
-// Eight columns of four rows.
+// Eight columns of four rows, to 12 bytes of eight output rows. `Store` may write four bytes more.
+template <void (*Store)(__m128i, uint8_t*)>
 void TurnBlock(const uint8_t* source, ptrdiff_t sourceStride, uint8_t* out, ptrdiff_t outStride) {
   const __m256i r0 = LoadEight(source);
   const __m256i r1 = LoadEight(source + sourceStride);
@@ -232,10 +243,15 @@ void TurnBlock(const uint8_t* source, ptrdiff_t sourceStride, uint8_t* out, ptrd
   const __m256i r3 = LoadEight(source + 3 * sourceStride);
   const __m256i a = _mm256_unpacklo_epi32(r0, r1), b = _mm256_unpacklo_epi32(r2, r3);
   const __m256i c = _mm256_unpackhi_epi32(r0, r1), d = _mm256_unpackhi_epi32(r2, r3);
-  StoreTurned(_mm256_unpacklo_epi64(a, b), out, out + 4 * outStride);
-  StoreTurned(_mm256_unpackhi_epi64(a, b), out + outStride, out + 5 * outStride);
-  StoreTurned(_mm256_unpacklo_epi64(c, d), out + 2 * outStride, out + 6 * outStride);
-  StoreTurned(_mm256_unpackhi_epi64(c, d), out + 3 * outStride, out + 7 * outStride);
+  const __m256i columns[4] = {_mm256_unpacklo_epi64(a, b), _mm256_unpackhi_epi64(a, b), _mm256_unpacklo_epi64(c, d),
+                              _mm256_unpackhi_epi64(c, d)};
+  const __m256i toPixels =
+      _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+  for (ptrdiff_t k = 0; k < 4; ++k) {
+    const __m256i packed = _mm256_shuffle_epi8(columns[k], toPixels);
+    Store(_mm256_castsi256_si128(packed), out + k * outStride);
+    Store(_mm256_extracti128_si256(packed, 1), out + (k + 4) * outStride);
+  }
 }
 
 Extent TurnBlocks(const uint8_t* source, ptrdiff_t sourceStride, size_t width, size_t height, uint8_t* out,
@@ -243,9 +259,12 @@ Extent TurnBlocks(const uint8_t* source, ptrdiff_t sourceStride, size_t width, s
   const Extent done = {width / 8 * 8, height / 4 * 4};
   for (size_t x = 0; x < done.width; x += 8, source += 24, out += 8 * outStride) {
     const uint8_t* from = source;
-    for (size_t y = 0; y < done.height; y += 4, from += 4 * sourceStride) {
-      TurnBlock(from, sourceStride, out + y * 3, outStride);
+    size_t y = 0;
+    // What is written too much, the next four rows overwrite.
+    for (; y + 8 <= done.height; y += 4, from += 4 * sourceStride) {
+      TurnBlock<Store16>(from, sourceStride, out + y * 3, outStride);
     }
+    if (y < done.height) TurnBlock<Store12>(from, sourceStride, out + y * 3, outStride);
   }
   return done;
 }
