@@ -140,7 +140,7 @@ void AddBeautyCases(Table* table) {
   AddContour(scene, table);
   AddDetail(scene, table);
   const BeautyParams params = {{2, 2, 1, 4, 0, 1, 3}};
-  table->Add({"all stages",
+  table->Add({"all stages but skin",
               0,
               [=] {
                 RunBeautyPipeline(scene->image.data, kRows, kColumns, scene->set, params, scene->outMask.data,
