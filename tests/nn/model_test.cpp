@@ -101,10 +101,14 @@ TEST(ModelTest, FlippedBytesDoNoHarm) {
   }
 }
 
+using Indices = std::vector<int>;
+using Shape = ModelWriter::Shape;
+using Write = std::function<Indices(ModelWriter*, int input)>;  // input is [1,8,8,4]; returns the outputs
+
 // One network with one fault each; the base without a fault is accepted.
 struct Fault {
   const char* name;
-  std::function<std::vector<int>(ModelWriter*, int input)> write;  // input is [1,8,8,4]; returns the outputs
+  Write write;
   bool isAccepted = false;
 };
 
@@ -117,182 +121,122 @@ class FaultTest : public testing::TestWithParam<Fault> {};
 TEST_P(FaultTest, IsSeenBeforeItReachesTheRuntime) {
   ModelWriter writer;
   const int input = writer.Value({1, 8, 8, 4});
-  const std::vector<int> outputs = GetParam().write(&writer, input);
+  const Indices outputs = GetParam().write(&writer, input);
   const std::vector<uint8_t> bytes = writer.Finish({input}, outputs);
   EXPECT_EQ(Survives(bytes), GetParam().isAccepted);
 }
 
-std::vector<int> Convolve(ModelWriter* w, int input, const std::vector<int>& filter, const std::vector<int>& bias,
-                          int stride, Padding padding, const std::vector<int>& out) {
-  return {w->Convolution(input, w->Constant(filter), w->Constant(bias), stride, padding, out)};
+// A convolution of the input, or of a tensor of the shape `from`.
+Write Convolve(const Shape& filter, int bias, int stride, Padding padding, const Shape& out, const Shape& from = {}) {
+  return [=](ModelWriter* w, int in) {
+    const int input = from.empty() ? in : w->Value(from);
+    return Indices{w->Convolution(input, w->Constant(filter), w->Constant({bias}), stride, padding, out)};
+  };
 }
 
-std::vector<int> Transpose(ModelWriter* w, int input, const std::vector<int32_t>& options,
-                           const std::vector<int>& filter, const std::vector<int>& out) {
-  const std::vector<int> inputs = {input, w->Constant(filter), w->Constant({out[3]})};
-  return {w->Custom("Convolution2DTransposeBias", options, inputs, out)};
+Write Transpose(int stride, const Shape& filter, const Shape& out) {
+  return [=](ModelWriter* w, int in) {
+    const Indices inputs = {in, w->Constant(filter), w->Constant({out[3]})};
+    return Indices{w->Custom("Convolution2DTransposeBias", {1, stride, stride}, inputs, out)};
+  };
+}
+
+// An operator on the input and a float constant, where it has a shape.
+Write Plain(BuiltinOperator code, const Shape& constant, const Shape& out) {
+  return [=](ModelWriter* w, int in) {
+    return Indices{w->Plain(code, constant.empty() ? Indices{in} : Indices{in, w->Constant(constant)}, out)};
+  };
+}
+
+Write WithIntegers(BuiltinOperator code, const Shape& shape, const Indices& values, const Shape& out) {
+  return [=](ModelWriter* w, int in) { return Indices{w->Plain(code, {in, w->Integers(shape, values)}, out)}; };
+}
+
+Write Resize(const Shape& from, const Indices& size, const Shape& out) {
+  return [=](ModelWriter* w, int) { return Indices{w->Resize(w->Value(from), w->Integers({2}, size), out)}; };
+}
+
+Write ReluOf(const Indices& inputs) {
+  return [=](ModelWriter* w, int) { return Indices{w->Plain(BuiltinOperator::RELU, inputs, {1, 8, 8, 4})}; };
+}
+
+Write Value(const Shape& shape) {
+  return [=](ModelWriter* w, int) { return Indices{w->Value(shape)}; };
+}
+
+void AddRelu(ModelWriter* w, int from, int to) {
+  w->AddOperator(BuiltinOperator::RELU, "", {from}, {to}, tflite::BuiltinOptions::NONE, 0, {});
 }
 
 const Fault kFaults[] = {
-    {"None",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
-     },
-     true},
-    {"FilterInputs",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 5}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
-     }},
-    {"FilterOutputs",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {1, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
-     }},
-    {"Bias",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 4}, {1}, 2, Padding::SAME, {1, 4, 4, 2});
-     }},
-    {"OutputTooLarge",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 5, 4, 2});
-     }},
-    {"OutputTooSmall",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::VALID, {1, 3, 2, 2});
-     }},
-    {"WindowTooLarge",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 9, 9, 4}, {2}, 1, Padding::VALID, {1, 1, 1, 2});
-     }},
-    {"NoStride",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 4}, {2}, 0, Padding::SAME, {1, 8, 8, 2});
-     }},
-    {"NegativeStride",
-     [](ModelWriter* w, int in) {
-       return Convolve(w, in, {2, 3, 3, 4}, {2}, -1, Padding::SAME, {1, 8, 8, 2});
-     }},
+    {"None", Convolve({2, 3, 3, 4}, 2, 2, Padding::SAME, {1, 4, 4, 2}), true},
+    {"FilterInputs", Convolve({2, 3, 3, 5}, 2, 2, Padding::SAME, {1, 4, 4, 2})},
+    {"FilterOutputs", Convolve({1, 3, 3, 4}, 2, 2, Padding::SAME, {1, 4, 4, 2})},
+    {"Bias", Convolve({2, 3, 3, 4}, 1, 2, Padding::SAME, {1, 4, 4, 2})},
+    {"OutputTooLarge", Convolve({2, 3, 3, 4}, 2, 2, Padding::SAME, {1, 5, 4, 2})},
+    {"OutputTooSmall", Convolve({2, 3, 3, 4}, 2, 2, Padding::VALID, {1, 3, 2, 2})},
+    {"WindowTooLarge", Convolve({2, 9, 9, 4}, 2, 1, Padding::VALID, {1, 1, 1, 2})},
+    {"NoStride", Convolve({2, 3, 3, 4}, 2, 0, Padding::SAME, {1, 8, 8, 2})},
+    {"NegativeStride", Convolve({2, 3, 3, 4}, 2, -1, Padding::SAME, {1, 8, 8, 2})},
     {"ComputedFilter",
      [](ModelWriter* w, int in) {
-       return std::vector<int>{
-           w->Convolution(in, w->Value({2, 3, 3, 4}), w->Constant({2}), 1, Padding::SAME, {1, 8, 8, 2})};
+       return Indices{w->Convolution(in, w->Value({2, 3, 3, 4}), w->Constant({2}), 1, Padding::SAME, {1, 8, 8, 2})};
      }},
     {"DepthwiseFilter",
      [](ModelWriter* w, int in) {
-       return std::vector<int>{
-           w->DepthwiseConvolution(in, w->Constant({1, 3, 3, 3}), w->Constant({4}), 1, Padding::SAME, {1, 8, 8, 4})};
+       const int filter = w->Constant({1, 3, 3, 3});
+       return Indices{w->DepthwiseConvolution(in, filter, w->Constant({4}), 1, Padding::SAME, {1, 8, 8, 4})};
      }},
-    {"TransposedOutput",
-     [](ModelWriter* w, int in) {
-       return Transpose(w, in, {1, 2, 2}, {2, 2, 2, 4}, {1, 16, 15, 2});
-     }},
-    {"TransposedFilter",
-     [](ModelWriter* w, int in) {
-       return Transpose(w, in, {1, 2, 2}, {2, 2, 2, 3}, {1, 16, 16, 2});
-     }},
-    {"TransposedStride",
-     [](ModelWriter* w, int in) {
-       return Transpose(w, in, {1, -2, -2}, {2, 2, 2, 4}, {1, 16, 16, 2});
-     }},
+    {"TransposedOutput", Transpose(2, {2, 2, 2, 4}, {1, 16, 15, 2})},
+    {"TransposedFilter", Transpose(2, {2, 2, 2, 3}, {1, 16, 16, 2})},
+    {"TransposedStride", Transpose(-2, {2, 2, 2, 4}, {1, 16, 16, 2})},
     {"PoolOutput",
      [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Pool(BuiltinOperator::MAX_POOL_2D, in, 2, 2, Padding::VALID, {1, 4, 4, 5})};
+       return Indices{w->Pool(BuiltinOperator::MAX_POOL_2D, in, 2, 2, Padding::VALID, {1, 4, 4, 5})};
      }},
-    {"MeanOutput",
-     [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Plain(BuiltinOperator::MEAN, {in, w->Integers({2}, {1, 2})}, {1, 1, 1, 3})};
-     }},
-    {"SlopeCount",
-     [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Plain(BuiltinOperator::PRELU, {in, w->Constant({1, 1, 3})}, {1, 8, 8, 4})};
-     }},
-    {"AddShapes",
-     [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Plain(BuiltinOperator::ADD, {in, w->Constant({3})}, {1, 8, 8, 4})};
-     }},
-    {"ClampOutput",
-     [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {in}, {1, 8, 8, 5})};
-     }},
-    {"ReshapeCount",
-     [](ModelWriter* w, int in) { return std::vector<int>{w->Plain(BuiltinOperator::RESHAPE, {in}, {255})}; }},
-    {"NegativePad",
-     [](ModelWriter* w, int in) {
-       const int pads = w->Integers({4, 2}, {0, 0, -1, 1, 0, 0, 0, 0});
-       return std::vector<int>{w->Plain(BuiltinOperator::PAD, {in, pads}, {1, 8, 8, 4})};
-     }},
-    {"ShortPads",
-     [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Plain(BuiltinOperator::PAD, {in, w->Integers({2}, {0, 0})}, {1, 8, 8, 4})};
-     }},
-    {"ResizeSize",
-     [](ModelWriter* w, int in) {
-       return std::vector<int>{w->Resize(in, w->Integers({2}, {4, 5}), {1, 4, 4, 4})};
-     }},
-    {"InputLeftOut",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {-1}, {1, 8, 8, 4})};
-     }},
-    {"InputOutOfRange",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {99}, {1, 8, 8, 4})};
-     }},
-    {"NoInput",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Plain(BuiltinOperator::RELU, {}, {1, 8, 8, 4})};
-     }},
-    {"OutputOutOfRange", [](ModelWriter*, int) { return std::vector<int>{99}; }},
+    {"MeanOutput", WithIntegers(BuiltinOperator::MEAN, {2}, {1, 2}, {1, 1, 1, 3})},
+    {"SlopeCount", Plain(BuiltinOperator::PRELU, {1, 1, 3}, {1, 8, 8, 4})},
+    {"AddShapes", Plain(BuiltinOperator::ADD, {3}, {1, 8, 8, 4})},
+    {"ClampOutput", Plain(BuiltinOperator::RELU, {}, {1, 8, 8, 5})},
+    {"ReshapeCount", Plain(BuiltinOperator::RESHAPE, {}, {255})},
+    {"NegativePad", WithIntegers(BuiltinOperator::PAD, {4, 2}, {0, 0, -1, 1, 0, 0, 0, 0}, {1, 8, 8, 4})},
+    {"ShortPads", WithIntegers(BuiltinOperator::PAD, {2}, {0, 0}, {1, 8, 8, 4})},
+    {"ResizeSize", Resize({1, 8, 8, 4}, {4, 5}, {1, 4, 4, 4})},
+    {"InputLeftOut", ReluOf({-1})},
+    {"InputOutOfRange", ReluOf({99})},
+    {"NoInput", ReluOf({})},
+    {"OutputOutOfRange", [](ModelWriter*, int) { return Indices{99}; }},
     {"ComputedTwice",
      [](ModelWriter* w, int in) {
        const int out = w->Plain(BuiltinOperator::RELU, {in}, {1, 8, 8, 4});
-       w->AddOperator(BuiltinOperator::RELU, "", {in}, {out}, tflite::BuiltinOptions::NONE, 0, {});
-       return std::vector<int>{out};
+       AddRelu(w, in, out);
+       return Indices{out};
      }},
     {"Ring",
      [](ModelWriter* w, int) {
        const int a = w->Value({1, 8, 8, 4});
        const int b = w->Plain(BuiltinOperator::RELU, {a}, {1, 8, 8, 4});
-       w->AddOperator(BuiltinOperator::RELU, "", {b}, {a}, tflite::BuiltinOptions::NONE, 0, {});
-       return std::vector<int>{b};
+       AddRelu(w, b, a);
+       return Indices{b};
      }},
     {"ConstantSize",
      [](ModelWriter* w, int in) {
        w->AddTensor({5}, tflite::TensorType::FLOAT32, {0, 0, 0, 0});
-       return Convolve(w, in, {2, 3, 3, 4}, {2}, 2, Padding::SAME, {1, 4, 4, 2});
+       return Indices{w->Plain(BuiltinOperator::RELU, {in}, {1, 8, 8, 4})};
      }},
-    {"NegativeExtent",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Value({1, -8})};
-     }},
-    {"NoExtent",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Value({1, 0})};
-     }},
-    {"ExtentsThatWrap",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Value({65536, 65536, 65536, 65536})};
-     }},
-    {"TooManyDimensions",
-     [](ModelWriter* w, int) {
-       return std::vector<int>{w->Value({1, 1, 1, 1, 1, 1, 1})};
-     }},
+    {"NegativeExtent", Value({1, -8})},
+    {"NoExtent", Value({1, 0})},
+    {"ExtentsThatWrap", Value({65536, 65536, 65536, 65536})},
+    {"TooManyDimensions", Value({1, 1, 1, 1, 1, 1, 1})},
     {"ManyLargeTensors",
      [](ModelWriter* w, int) {
        for (int i = 0; i < 8; ++i) w->Value({4096, 4096});
-       return std::vector<int>{};
+       return Indices{};
      }},
-    {"TooManyTaps",
-     [](ModelWriter* w, int) {
-       return Convolve(w, w->Value({1, 1000, 1000, 1}), {1, 5, 5, 1}, {1}, 1, Padding::SAME, {1, 1000, 1000, 1});
-     }},
-    {"LargeResize",
-     [](ModelWriter* w, int) {
-       const int size = w->Integers({2}, {4000, 4000});
-       return std::vector<int>{w->Resize(w->Value({1, 2, 2, 1}), size, {1, 4000, 4000, 1})};
-     }},
+    {"TooManyTaps", Convolve({1, 5, 5, 1}, 1, 1, Padding::SAME, {1, 1000, 1000, 1}, {1, 1000, 1000, 1})},
+    {"LargeResize", Resize({1, 2, 2, 1}, {4000, 4000}, {1, 4000, 4000, 1})},
     {"TooManyMultiplications",
-     [](ModelWriter* w, int) {
-       return Convolve(w, w->Value({1, 200, 200, 400}), {400, 1, 1, 400}, {400}, 1, Padding::SAME, {1, 200, 200, 400});
-     }},
+     Convolve({400, 1, 1, 400}, 400, 1, Padding::SAME, {1, 200, 200, 400}, {1, 200, 200, 400})},
 };
 
 INSTANTIATE_TEST_SUITE_P(Faults, FaultTest, testing::ValuesIn(kFaults),

@@ -70,50 +70,45 @@ void ModelWriter::AddOperator(BuiltinOperator code, const std::string& name, con
                                                     &outputs, type, options, &customOptions));
 }
 
-int ModelWriter::Plain(BuiltinOperator code, const std::vector<int>& inputs, const Shape& out) {
+int ModelWriter::AddWithOptions(BuiltinOperator code, const std::vector<int>& inputs, const Shape& out,
+                                BuiltinOptions type, flatbuffers::Offset<void> options) {
   const int output = Value(out);
-  AddOperator(code, "", inputs, {output}, BuiltinOptions::NONE, 0, {});
+  AddOperator(code, "", inputs, {output}, type, options, {});
   return output;
+}
+
+int ModelWriter::Plain(BuiltinOperator code, const std::vector<int>& inputs, const Shape& out) {
+  return AddWithOptions(code, inputs, out, BuiltinOptions::NONE, 0);
 }
 
 int ModelWriter::Convolution(int input, int filter, int bias, int stride, Padding padding, const Shape& out) {
-  const int output = Value(out);
   const auto options = tflite::CreateConv2DOptions(builder_, padding, stride, stride);
-  AddOperator(BuiltinOperator::CONV_2D, "", {input, filter, bias}, {output}, BuiltinOptions::Conv2DOptions,
-              options.Union(), {});
-  return output;
+  return AddWithOptions(BuiltinOperator::CONV_2D, {input, filter, bias}, out, BuiltinOptions::Conv2DOptions,
+                        options.Union());
 }
 
 int ModelWriter::DepthwiseConvolution(int input, int filter, int bias, int stride, Padding padding, const Shape& out) {
-  const int output = Value(out);
   const auto options =
       tflite::CreateDepthwiseConv2DOptions(builder_, padding, stride, stride, tflite::ActivationFunctionType::RELU6);
-  AddOperator(BuiltinOperator::DEPTHWISE_CONV_2D, "", {input, filter, bias}, {output},
-              BuiltinOptions::DepthwiseConv2DOptions, options.Union(), {});
-  return output;
+  return AddWithOptions(BuiltinOperator::DEPTHWISE_CONV_2D, {input, filter, bias}, out,
+                        BuiltinOptions::DepthwiseConv2DOptions, options.Union());
 }
 
 int ModelWriter::Pool(BuiltinOperator code, int input, int window, int stride, Padding padding, const Shape& out) {
-  const int output = Value(out);
   const auto options = tflite::CreatePool2DOptions(builder_, padding, stride, stride, window, window);
-  AddOperator(code, "", {input}, {output}, BuiltinOptions::Pool2DOptions, options.Union(), {});
-  return output;
+  return AddWithOptions(code, {input}, out, BuiltinOptions::Pool2DOptions, options.Union());
 }
 
 int ModelWriter::Resize(int input, int size, const Shape& out) {
-  const int output = Value(out);
   const auto options = tflite::CreateResizeBilinearOptions(builder_, false, true);
-  AddOperator(BuiltinOperator::RESIZE_BILINEAR, "", {input, size}, {output}, BuiltinOptions::ResizeBilinearOptions,
-              options.Union(), {});
-  return output;
+  return AddWithOptions(BuiltinOperator::RESIZE_BILINEAR, {input, size}, out, BuiltinOptions::ResizeBilinearOptions,
+                        options.Union());
 }
 
 int ModelWriter::Concatenation(const std::vector<int>& inputs, int axis, const Shape& out) {
-  const int output = Value(out);
   const auto options = tflite::CreateConcatenationOptions(builder_, axis);
-  AddOperator(BuiltinOperator::CONCATENATION, "", inputs, {output}, BuiltinOptions::ConcatenationOptions,
-              options.Union(), {});
-  return output;
+  return AddWithOptions(BuiltinOperator::CONCATENATION, inputs, out, BuiltinOptions::ConcatenationOptions,
+                        options.Union());
 }
 
 int ModelWriter::Custom(const std::string& name, const std::vector<int32_t>& options, const std::vector<int>& inputs,

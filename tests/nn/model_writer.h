@@ -41,6 +41,9 @@ class ModelWriter {
   std::vector<uint8_t> Finish(const std::vector<int>& inputs, const std::vector<int>& outputs);
 
  private:
+  int AddWithOptions(tflite::BuiltinOperator code, const std::vector<int>& inputs, const Shape& out,
+                     tflite::BuiltinOptions type, flatbuffers::Offset<void> options);
+
   flatbuffers::FlatBufferBuilder builder_;
   std::vector<flatbuffers::Offset<tflite::Buffer>> buffers_;
   std::vector<flatbuffers::Offset<tflite::Tensor>> tensors_;

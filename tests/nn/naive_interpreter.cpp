@@ -52,7 +52,6 @@ class Interpreter {
       case OperatorKind::kGlobalAveragePool: Average(); break;
       case OperatorKind::kPad: Pad(); break;
       case OperatorKind::kResizeBilinear: Resize(); break;
-      case OperatorKind::kConcatenation: Concatenate(); break;
       case OperatorKind::kPrelu: Prelu(); break;
       case OperatorKind::kClamp:
       case OperatorKind::kReshape: out_ = In(0); break;
@@ -229,23 +228,6 @@ class Interpreter {
       const double above = from.At(y0, x0, at[3]) * (1 - (x - x0)) + from.At(y0, x1, at[3]) * (x - x0);
       const double below = from.At(y1, x0, at[3]) * (1 - (x - x0)) + from.At(y1, x1, at[3]) * (x - x0);
       out_[i] = static_cast<float>(above * (1 - (y - y0)) + below * (y - y0));
-    });
-  }
-
-  void Concatenate() {
-    const size_t axis = static_cast<size_t>(op_.axis);
-    ForEach([&](size_t i, const std::vector<int>& at) {
-      int position = at[axis];
-      size_t input = 0;
-      while (position >= Shape(op_.inputs[input])[axis]) position -= Shape(op_.inputs[input++])[axis];
-      std::vector<int> there = at;
-      there[axis] = position;
-      const std::vector<int>& shape = Shape(op_.inputs[input]);
-      size_t index = 0;
-      for (size_t d = 0; d < shape.size(); ++d) {
-        index = index * static_cast<size_t>(shape[d]) + static_cast<size_t>(there[d]);
-      }
-      out_[i] = In(input)[index];
     });
   }
 

@@ -255,23 +255,6 @@ TEST(RuntimeTest, RefusesEndsThatLeadNowhere) {
   EXPECT_EQ(RefusalOf(*model, {mask, input}, {model->Outputs()[3]}), "") << "an input too many does no harm";
 }
 
-// What the engine reads off the landmark network: the regions' transforms and their lists of mesh points.
-TEST(RuntimeTest, LandmarkModelExposesItsCustomOperators) {
-  const std::unique_ptr<Model> model = Load(LandmarkBytes());
-  ASSERT_NE(model, nullptr);
-  const Operator* sample = model->Producer(199);
-  ASSERT_NE(sample, nullptr);
-  EXPECT_EQ(sample->name, "TransformTensorBilinear");
-  EXPECT_EQ(sample->inputs, (Indices{35, 196}));
-  const Operator* matrix = model->Producer(196);
-  ASSERT_NE(matrix, nullptr);
-  EXPECT_EQ(matrix->kind, OperatorKind::kCustom);
-  EXPECT_EQ(matrix->name, "Landmarks2TransformMatrix");
-  EXPECT_EQ(matrix->options.size(), 351u);
-  EXPECT_EQ(model->Producer(0), nullptr);
-  EXPECT_EQ(RefusalOf(*model, {0}, {684}), "operator Landmarks2TransformMatrix is not run");
-}
-
 TEST(RuntimeTest, ThreadsMakeAndRunTheirOwn) {
   const std::unique_ptr<Model> model = Load(PersonMaskBytes());
   ASSERT_NE(model, nullptr);
