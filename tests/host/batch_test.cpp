@@ -11,7 +11,6 @@
 #include <sstream>
 #include <thread>
 
-#include "host/failure.h"
 #include "host/output_names.h"
 #include "test_files.h"
 
@@ -20,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
-using Names = std::vector<std::string>;
 
 std::vector<Json> ReadReport(const fs::path& path) {
   std::vector<Json> lines;
@@ -75,7 +73,7 @@ TEST_F(BatchTest, WorksOnAllWhateverBecomesOfEach) {
   EXPECT_EQ(3u, folder_.Names("out").size());
   EXPECT_EQ(3, std::count(out_.begin(), out_.end(), '\n')) << out_;
   EXPECT_EQ(2, std::count(err_.begin(), err_.end(), '\n')) << err_;
-  EXPECT_NE(std::string::npos, err_.find("b: is bad; take another")) << err_;
+  EXPECT_TRUE(Contains(err_, "b: is bad; take another")) << err_;
 
   std::map<std::string, Json> lines;
   for (const Json& line : ReadReport(folder_ / "report")) lines[line.at("input")] = line;

@@ -6,14 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "host/failure.h"
 #include "host/text.h"
 #include "test_files.h"
 
 namespace qx::host {
 namespace {
-
-using Names = std::vector<std::string>;
 
 TEST(OutputFile, AppearsWholeOrNotAtAll) {
   const TestFolder folder;

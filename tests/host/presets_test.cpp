@@ -6,20 +6,10 @@
 #include <cmath>
 #include <set>
 
-#include "host/failure.h"
+#include "test_files.h"
 
 namespace qx::host {
 namespace {
-
-template <typename Call>
-std::string FailureOf(Call call) {
-  try {
-    call();
-  } catch (const Failure& failure) {
-    return failure.what();
-  }
-  return "(no failure)";
-}
 
 TEST(Units, ReadSizesAndRangesAsPeopleWriteThem) {
   const std::pair<const char*, Size> sizes[] = {{"35x45mm", {35, 45, Unit::kMillimetre}},

@@ -11,7 +11,6 @@ namespace qx::host {
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::vector<std::string>;
 
 size_t Lines(const std::string& text) {
   return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
@@ -42,12 +41,7 @@ TEST(Program, AnswersWrongUsageWithOneLineAndStatusTwo) {
       {{"inspect", "a.png", "--draw", "missing/x.png"}, "no such folder"},
       {{"inspect", "a.png", "--draw", "./a.png"}, "would replace the photograph"}};
   for (const auto& [arguments, reason] : cases) {
-    const ProgramRun run = RunProgram(folder, arguments);
-    EXPECT_EQ(2, run.status) << reason << run.err;
-    EXPECT_EQ(1u, Lines(run.err)) << run.err;
-    EXPECT_EQ(0u, run.err.rfind("idphoto: ", 0)) << run.err;
-    EXPECT_NE(std::string::npos, run.err.find(reason)) << run.err;
-    EXPECT_EQ("", run.out);
+    EXPECT_EQ(2, StatusOfRefusal(folder, arguments, reason)) << reason;
   }
   EXPECT_EQ((Names{"a.png", "file"}), folder.Names());
 }
@@ -59,7 +53,7 @@ TEST(Program, RefusesAFolderItMayNotWriteInto) {
   fs::permissions(folder / "out", fs::perms::owner_read | fs::perms::owner_exec);
   const ProgramRun run = RunProgram(folder, {"crop", "a.png", "-o", "out"});
   EXPECT_EQ(2, run.status);
-  EXPECT_NE(std::string::npos, run.err.find("cannot write into the folder")) << run.err;
+  EXPECT_TRUE(Contains(run.err, "cannot write into the folder")) << run.err;
 }
 
 TEST(Program, HelpsAndTellsItsVersion) {
@@ -71,7 +65,7 @@ TEST(Program, HelpsAndTellsItsVersion) {
     const ProgramRun run = RunProgram(folder, arguments);
     EXPECT_EQ(0, run.status);
     EXPECT_EQ("", run.err);
-    EXPECT_NE(std::string::npos, run.out.find("Examples:")) << run.out;
+    EXPECT_TRUE(Contains(run.out, "Examples:")) << run.out;
   }
 }
 
@@ -85,7 +79,7 @@ TEST(Program, ReportsPhotographsThatFailAndWritesNothing) {
   EXPECT_EQ(4u, Lines(run.err)) << run.err;
   for (const char* part : {"idphoto: no face.png: no face found; try", "idphoto: letter\\x0A\\xFF.jpg: is not a photo",
                            "idphoto: missing.jpg: no such file", "idphoto: .: is a folder"}) {
-    EXPECT_NE(std::string::npos, run.err.find(part)) << run.err;
+    EXPECT_TRUE(Contains(run.err, part)) << run.err;
   }
   EXPECT_EQ("", run.out);
   EXPECT_EQ(Names{}, folder.Names("out"));
@@ -104,7 +98,7 @@ TEST(Program, FailsWhenItsReportCannotBeWritten) {
   const std::string command =
       std::string("\"") + QX_IDPHOTO + "\" --version > /dev/full 2> \"" + (folder / "err").native() + "\"";
   EXPECT_NE(0, std::system(command.c_str()));
-  EXPECT_NE(std::string::npos, ReadBytes(folder / "err").find("standard output"));
+  EXPECT_TRUE(Contains(ReadBytes(folder / "err"), "standard output"));
 }
 
 }  // namespace

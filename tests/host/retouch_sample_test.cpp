@@ -13,7 +13,6 @@ namespace qx::host {
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::vector<std::string>;
 
 // The pixels in which two pictures of one size differ.
 struct Difference {
@@ -46,9 +45,7 @@ void MustRun(const TestFolder& folder, const Names& arguments) {
 }
 
 Image Retouched(const TestFolder& folder, const Names& options) {
-  Names arguments{"retouch", "x.png", "-o", "y.png", "--quiet"};
-  arguments.insert(arguments.end(), options.begin(), options.end());
-  MustRun(folder, arguments);
+  MustRun(folder, Joined({"retouch", "x.png", "-o", "y.png", "--quiet"}, options));
   return ReadImage(folder / "y.png");
 }
 
@@ -118,9 +115,7 @@ TEST(SampleRetouch, FinishedPhotographsHaveTheirMaskFollowTheFace) {
   fs::copy_file(QX_SAMPLE_PHOTO, folder / "x.png");
   const Names make{"make", "x.png", "-o", "y.png", "--size", "600x800px", "--background", "#0000ff", "--json"};
   const auto made = [&](const Names& options) {
-    Names arguments = make;
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    const ProgramRun run = RunProgram(folder, arguments);
+    const ProgramRun run = RunProgram(folder, Joined(make, options));
     EXPECT_EQ(0, run.status) << run.err;
     return nlohmann::json::parse(run.out, nullptr, false);
   };

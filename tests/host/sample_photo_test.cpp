@@ -9,7 +9,6 @@ namespace qx::host {
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::vector<std::string>;
 
 TEST(SamplePhoto, CropGoesOnAfterABadFileAndGivesEachPhotographItsName) {
   const TestFolder folder;
@@ -35,8 +34,8 @@ TEST(SamplePhoto, CropShowsABarOnATerminalAndWipesIt) {
   fs::copy_file(QX_SAMPLE_PHOTO, folder / "x.png");
   WriteBytes(folder / "bad.jpg", "");
   const ProgramRun shown = RunProgram(folder, {"crop", "bad.jpg", "x.png", "-o", "out"}, true);
-  EXPECT_NE(std::string::npos, shown.err.find("2/2 x.png")) << shown.err;
-  EXPECT_NE(std::string::npos, shown.err.find("bad.jpg: is empty")) << shown.err;
+  EXPECT_TRUE(Contains(shown.err, "2/2 x.png")) << shown.err;
+  EXPECT_TRUE(Contains(shown.err, "bad.jpg: is empty")) << shown.err;
   EXPECT_EQ("\r\033[K", shown.err.substr(shown.err.size() - 4));
 }
 
@@ -44,9 +43,7 @@ TEST(SamplePhoto, CropFollowsItsOptions) {
   const TestFolder folder;
   fs::copy_file(QX_SAMPLE_PHOTO, folder / "x.png");
   auto crop = [&](const Names& options) {
-    Names arguments{"crop", "x.png", "-o", "out"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    const ProgramRun run = RunProgram(folder, arguments);
+    const ProgramRun run = RunProgram(folder, Joined({"crop", "x.png", "-o", "out"}, options));
     EXPECT_EQ(0, run.status) << run.err;
     EXPECT_EQ("", run.err);
     return ReadImage(folder / "out" / (options.size() > 2 ? "x_face1.jpg" : "x_face1.png"));
@@ -66,7 +63,7 @@ TEST(SamplePhoto, CropNeverReplacesAPhotograph) {
   const std::string before = ReadBytes(folder / "x_face1.png");
   const ProgramRun run = RunProgram(folder, {"crop", "x.png", "x_face1.png", "-o", "."});
   EXPECT_EQ(1, run.status);
-  EXPECT_NE(std::string::npos, run.err.find("would replace the photograph")) << run.err;
+  EXPECT_TRUE(Contains(run.err, "would replace the photograph")) << run.err;
   EXPECT_EQ(before, ReadBytes(folder / "x_face1.png"));
   EXPECT_EQ((Names{"x.png", "x_face1.png", "x_face1_face1.png"}), folder.Names());
 }

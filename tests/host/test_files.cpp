@@ -1,6 +1,7 @@
 #include "test_files.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,8 +24,8 @@ TestFolder::~TestFolder() {
   fs::remove_all(path_, ignored);
 }
 
-std::vector<std::string> TestFolder::Names(const std::string& below) const {
-  std::vector<std::string> names;
+Names TestFolder::Names(const std::string& below) const {
+  qx::host::Names names;
   for (const auto& entry : fs::directory_iterator(path_ / below)) names.push_back(entry.path().filename());
   std::sort(names.begin(), names.end());
   return names;
@@ -59,6 +60,12 @@ vips::VImage ToVips(const Image& image) {
       .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
+Image Reread(const vips::VImage& image, const std::string& name, vips::VOption* options) {
+  const TestFolder folder;
+  image.write_to_file((folder / name).c_str(), options);
+  return ReadImage(folder / name);
+}
+
 bool HasTerminals() {
   const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
   if (terminal < 0) return false;
@@ -66,7 +73,7 @@ bool HasTerminals() {
   return true;
 }
 
-ProgramRun RunProgram(const TestFolder& folder, const std::vector<std::string>& arguments, bool terminal) {
+ProgramRun RunProgram(const TestFolder& folder, const Names& arguments, bool terminal) {
   std::vector<char*> argv{const_cast<char*>(QX_IDPHOTO)};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
@@ -95,6 +102,24 @@ ProgramRun RunProgram(const TestFolder& folder, const std::vector<std::string>& 
   run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   run.out = ReadBytes(streams / "out");
   return run;
+}
+
+int StatusOfRefusal(const TestFolder& folder, const Names& arguments, const std::string& reason) {
+  const ProgramRun run = RunProgram(folder, arguments);
+  EXPECT_EQ(1, std::count(run.err.begin(), run.err.end(), '\n')) << run.err;
+  EXPECT_EQ(0u, run.err.rfind("idphoto: ", 0)) << run.err;
+  EXPECT_TRUE(Contains(run.err, reason)) << run.err;
+  EXPECT_EQ("", run.out) << reason;
+  return run.status;
+}
+
+Names Joined(Names first, const Names& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
 }
 
 }  // namespace qx::host

@@ -7,9 +7,12 @@
 #include <vector>
 #include <vips/vips8>
 
+#include "host/failure.h"
 #include "host/image_file.h"
 
 namespace qx::host {
+
+using Names = std::vector<std::string>;
 
 // A folder that disappears with its content.
 class TestFolder {
@@ -19,7 +22,7 @@ class TestFolder {
   std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
   const std::filesystem::path& Path() const { return path_; }
   // The names in the folder, sorted.
-  std::vector<std::string> Names(const std::string& below = "") const;
+  qx::host::Names Names(const std::string& below = "") const;
 
  private:
   std::filesystem::path path_;
@@ -31,6 +34,8 @@ void WriteBytes(const std::filesystem::path& path, const std::string& bytes);
 // A smooth picture without any symmetry (red grows to the right, green downwards), and the same for libvips (RGB).
 Image GradientImage(int width, int height);
 vips::VImage ToVips(const Image& image);
+// Writes it to a file of that name, which says the format, and reads that.
+Image Reread(const vips::VImage& image, const std::string& name = "a.png", vips::VOption* options = nullptr);
 
 struct ProgramRun {
   int status;  // exit status, 128 + number for a signal
@@ -39,7 +44,23 @@ struct ProgramRun {
 // Whether the machine has pseudo-terminals: a bare folder entered with chroot has none.
 bool HasTerminals();
 // Runs idphoto with the arguments in the folder. With `terminal`, its standard error is a terminal.
-ProgramRun RunProgram(const TestFolder& folder, const std::vector<std::string>& arguments, bool terminal = false);
+ProgramRun RunProgram(const TestFolder& folder, const Names& arguments, bool terminal = false);
+// The same where idphoto must refuse: with one line, which has the reason in it, and nothing else. Returns its status.
+int StatusOfRefusal(const TestFolder& folder, const Names& arguments, const std::string& reason);
+
+Names Joined(Names first, const Names& second);
+bool Contains(const std::string& text, const std::string& part);
+
+// What a call that throws a Failure says.
+template <typename Call>
+std::string FailureOf(Call call) {
+  try {
+    call();
+  } catch (const Failure& failure) {
+    return failure.what();
+  }
+  return "(no failure)";
+}
 
 }  // namespace qx::host
 
