@@ -23,20 +23,6 @@ class PairCropTest : public ::testing::Test {
   ResultPtr result{QX_IDP_CreateIDPResult()};
 };
 
-// One sample of the photograph at a real position, white outside.
-void ExpectSample(const Photo& photo, double x, double y, const uint8_t* bgr, uint8_t mask) {
-  const bool inside = !(x < 0 || x > photo.width - 1 || y < 0 || y > photo.height - 1);
-  ASSERT_EQ(mask, inside ? 1 : 0) << x << "," << y;
-  const auto x0 = inside ? static_cast<int32_t>(x) : 0, y0 = inside ? static_cast<int32_t>(y) : 0;
-  const int32_t x1 = std::min(x0 + 1, photo.width - 1), y1 = std::min(y0 + 1, photo.height - 1);
-  const double fx = x - x0, fy = y - y0;
-  for (int c = 0; c < 3; ++c) {
-    const double value = photo.At(x0, y0)[c] * (1 - fx) * (1 - fy) + photo.At(x0, y1)[c] * (1 - fx) * fy +
-                         photo.At(x1, y0)[c] * fx * (1 - fy) + photo.At(x1, y1)[c] * fx * fy;
-    ASSERT_EQ(bgr[c], inside ? static_cast<int>(value + 0.5) : 255) << x << "," << y;
-  }
-}
-
 TEST_F(PairCropTest, LaysTwoLevelFacesOut) {
   // Natural size 480 + 1 by trunc(481 * 6.1 / 4.8 + 0.5); face 1 lies 500 to the right and 40 down. Given right to
   // left.
@@ -55,13 +41,9 @@ TEST_F(PairCropTest, LaysTwoLevelFacesOut) {
   EXPECT_EQ(pair.boxes[1].right, 981);
   const Crop crop = ReadCrop(result.get(), 1);
   ASSERT_EQ(std::pair(crop.width, crop.height), std::pair(981, 651));
-  for (int32_t i = 0; i < crop.height; i += 7) {
-    for (int32_t j = 0; j < crop.width; ++j) {
-      const auto at = static_cast<size_t>(i * crop.width + j);
-      ExpectSample(photo, (j - pair.refX) * 1.0 + 300, (i - pair.refY) * 1.0 + 300, &crop.image[at * 3], crop.mask[at]);
-      if (HasFatalFailure()) return;
-    }
-  }
+  ExpectCropped(photo, crop, 7, [&pair](int32_t j, int32_t i) {
+    return Place{(j - pair.refX) * 1.0 + 300, (i - pair.refY) * 1.0 + 300};
+  });
   for (int k = 0; k < 2; ++k) {
     const FaceRecord& face = *result->Face(k);
     for (int32_t r = 0; r < face.cropHeight; ++r) {
@@ -106,16 +88,11 @@ TEST_F(PairCropTest, TurnedPairsStandUprightAndMixedOnesFail) {
     const FaceRecord& f0 = *result->Face(0);
     EXPECT_EQ(std::pair(pair.rotCos, pair.rotSin), std::pair(c, s));
     EXPECT_EQ(f0.source.keyPoints[0].x, left.keyPoints[0].x) << "the face that is left when upright comes first";
-    const Crop crop = ReadCrop(result.get(), 0);
-    for (int32_t i = 0; i < crop.height; i += 13) {
-      for (int32_t j = 0; j < crop.width; j += 3) {
-        const auto at = static_cast<size_t>(i * crop.width + j);
-        const double rx = j - pair.refX, ry = i - pair.refY;
-        ExpectSample(photo, c * rx - s * ry + f0.centreX, s * rx + c * ry + f0.centreY, &crop.image[at * 3],
-                     crop.mask[at]);
-        if (HasFatalFailure()) return;
-      }
-    }
+    ExpectCropped(photo, ReadCrop(result.get(), 0), 7, [&, c = c, s = s](int32_t j, int32_t i) {
+      const double rx = j - pair.refX, ry = i - pair.refY;
+      return Place{c * rx - s * ry + f0.centreX, s * rx + c * ry + f0.centreY};
+    });
+    if (HasFatalFailure()) return;
   }
   EXPECT_EQ(Run(photo, {left, TurnClockwise(right, photo.height)}), IDP_ERR_PAIR_CROP);
   EXPECT_EQ(result->faceCount, 0);

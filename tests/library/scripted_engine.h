@@ -3,6 +3,7 @@
 #define QX_TESTS_LIBRARY_SCRIPTED_ENGINE_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -75,6 +76,13 @@ struct Crop {
 };
 // Reads a crop through the exports; fails the test when they refuse.
 Crop ReadCrop(IDPResult* result, int32_t index);
+
+struct Place {
+  double x, y;
+};
+// Every step-th pixel of a crop is the photograph's bilinear sample at place(column, row), and white outside.
+void ExpectCropped(const Photo& photo, const Crop& crop, int32_t step,
+                   const std::function<Place(int32_t, int32_t)>& place);
 
 }  // namespace qx::test
 
