@@ -6,22 +6,15 @@
 
 #include <cmath>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "beauty/skin_tone.h"
-#include "kernels/guarded_bytes.h"
+#include "kernels/loop_test.h"
 
 namespace qx::test {
 namespace {
 
-// What the two variants write for the same input.
-struct Images {
-  Images(size_t size, Guard guard) : of{GuardedBytes(size, guard), GuardedBytes(size, guard)} {}
-  bool Agree() { return std::equal(of[0].begin(), of[0].end(), of[1].begin()) && of[0].Intact() && of[1].Intact(); }
-  GuardedBytes of[2];
-};
-
+// The same of numbers.
 template <typename Real>
 struct Rows {
   explicit Rows(size_t count) : of{std::vector<Real>(count), std::vector<Real>(count)} {}
@@ -29,20 +22,13 @@ struct Rows {
   std::vector<Real> of[2];
 };
 
-class BeautyLoops : public ::testing::Test {
+class BeautyLoops : public LoopTest {
  protected:
-  int Random(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random_); }
-  double Real(double low, double high) { return std::uniform_real_distribution<double>(low, high)(random_); }
-  size_t RandomSize(int low, int high) { return static_cast<size_t>(Random(low, high)); }
   // A whole position half the time.
   double Position(double low, double high) {
     const double position = Real(low, high);
     return Random(0, 1) == 0 ? position : std::floor(position);
   }
-  void FillRandomly(GuardedBytes* bytes) {
-    for (uint8_t& byte : *bytes) byte = static_cast<uint8_t>(random_());
-  }
-  Guard RandomGuard() { return Random(0, 1) == 0 ? Guard::kBefore : Guard::kAfter; }
   std::vector<double> Doubles(size_t count, double low, double high) {
     std::vector<double> values(count);
     for (double& v : values) v = Real(low, high);
@@ -50,7 +36,6 @@ class BeautyLoops : public ::testing::Test {
   }
 
   const BeautyKernels* const variants_[2] = {&GenericBeautyKernels(), &ActiveBeautyKernels()};
-  std::mt19937 random_{31};
 };
 
 TEST_F(BeautyLoops, Tone) {
