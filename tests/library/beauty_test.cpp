@@ -11,6 +11,7 @@
 #include "beauty/enhance_region.h"
 #include "beauty/lens_warp.h"
 #include "beauty/pipeline.h"
+#include "beauty/retouch_skin.h"
 #include "beauty/skin_tone.h"
 #include "library/scripted_engine.h"
 
@@ -61,13 +62,17 @@ TEST_F(Beauty, RunsTheStagesInTheirOrder) {
   const Point* right = set.Region(FaceRegion::kRightEye);
   EnhanceRegion(reference.data(), a.data(), w, h, left, 0.7, b.data());
   EnhanceRegion(reference.data(), b.data(), w, h, right, 0.7, a.data());
+  const std::vector<uint8_t> detailed = a;
+  LandmarkSet own = set;
+  RetouchSkin(h, w, 2.5, &own, a.data(), b.data());
+  EXPECT_NE(a, detailed);
   ApplySkinToneLut(a.data(), w, h, 4, b.data());
   ASSERT_EQ(LensWarp(b.data(), w, h, left, 200, 1, 2, LensMode::kLeftEye, a.data()), 1);
   ASSERT_EQ(LensWarp(a.data(), w, h, right, 210, 0, 2, LensMode::kRightEye, b.data()), 1);
   ASSERT_EQ(LensWarp(b.data(), w, h, set.Region(FaceRegion::kMouth), 220, 1, 1, LensMode::kMouth, a.data()), 1);
   ASSERT_EQ(ContourWarp(a.data(), nullptr, w, h, set.Attributes(), 3, b.data(), nullptr), 1);
-  EXPECT_EQ(Retouch({{2, -2, 1, 4.9, 0, 0.001, 3}}), b);
-  EXPECT_EQ(Retouch({{2, -2, 1, 4.9, 0, 100, 3}}), b) << "the detail switch has no strength";
+  EXPECT_EQ(Retouch({{2, -2, 1, 4.9, 2.5, 0.001, 3}}), b);
+  EXPECT_EQ(Retouch({{2, -2, 1, 4.9, 2.5, 100, 3}}), b) << "the detail switch has no strength";
   EXPECT_NE(Retouch({{2, 0, 0, 0, 0, 0, 0}}), Retouch({{-2, 0, 0, 0, 0, 0, 0}}));
 }
 

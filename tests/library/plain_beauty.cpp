@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "beauty/skin_tone.h"
 
@@ -36,6 +37,25 @@ double Map(const Point* out, const double* v, Point p) {
           (v[0] * dx(2, 1) + v[1] * dx(0, 2) + v[2] * dx(1, 0)) * p.y +
           (v[0] * minor(1, 2) + v[1] * minor(2, 0) + v[2] * minor(0, 1))) /
          determinant;
+}
+
+std::vector<double> BoxSum(std::vector<double> values, int32_t width, int32_t height) {
+  constexpr int32_t r = 8;
+  // Along one line of n elements, `stride` apart.
+  const auto pass = [](double* line, int32_t n, int32_t stride) {
+    std::vector<double> cumulative(static_cast<size_t>(n));
+    for (int32_t i = 0; i < n; ++i) {
+      const double v = line[int64_t{i} * stride];
+      cumulative[static_cast<size_t>(i)] = i == 0 ? v : cumulative[static_cast<size_t>(i - 1)] + v;
+    }
+    for (int32_t i = 0; i < n; ++i) {
+      const double upTo = cumulative[static_cast<size_t>(std::min(i + r, n - 1))];
+      line[int64_t{i} * stride] = i > r ? upTo - cumulative[static_cast<size_t>(i - r - 1)] : upTo;
+    }
+  };
+  for (int32_t x = 0; x < width; ++x) pass(values.data() + x, height, width);
+  for (int32_t y = 0; y < height; ++y) pass(values.data() + At(0, y, width), width, 1);
+  return values;
 }
 
 }  // namespace
@@ -129,30 +149,11 @@ void PlainContourWarp(const ContourMesh& mesh, const uint8_t* image, int32_t col
   }
 }
 
-std::vector<double> PlainBoxSum(std::vector<double> values, int32_t width, int32_t height) {
-  constexpr int32_t r = 8;
-  // Along one line of n elements, `stride` apart.
-  const auto pass = [](double* line, int32_t n, int32_t stride) {
-    std::vector<double> cumulative(static_cast<size_t>(n));
-    for (int32_t i = 0; i < n; ++i) {
-      const double v = line[int64_t{i} * stride];
-      cumulative[static_cast<size_t>(i)] = i == 0 ? v : cumulative[static_cast<size_t>(i - 1)] + v;
-    }
-    for (int32_t i = 0; i < n; ++i) {
-      const double upTo = cumulative[static_cast<size_t>(std::min(i + r, n - 1))];
-      line[int64_t{i} * stride] = i > r ? upTo - cumulative[static_cast<size_t>(i - r - 1)] : upTo;
-    }
-  };
-  for (int32_t x = 0; x < width; ++x) pass(values.data() + x, height, width);
-  for (int32_t y = 0; y < height; ++y) pass(values.data() + At(0, y, width), width, 1);
-  return values;
-}
-
 void PlainBoost(const uint8_t* patch, int32_t width, int32_t height, uint8_t* out) {
   const size_t n = At(0, height, width);
-  const std::vector<double> counts = PlainBoxSum(std::vector<double>(n, 1.0), width, height);
+  const std::vector<double> counts = BoxSum(std::vector<double>(n, 1.0), width, height);
   const auto mean = [&](const std::vector<double>& v) {
-    std::vector<double> sums = PlainBoxSum(v, width, height);
+    std::vector<double> sums = BoxSum(v, width, height);
     for (size_t i = 0; i < n; ++i) sums[i] = sums[i] / counts[i];
     return sums;
   };

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "beauty/contour_mesh.h"
 
@@ -25,8 +24,7 @@ void PlainLensWarp(const uint8_t* image, int32_t columns, int32_t rows, const Pl
 void PlainContourWarp(const ContourMesh& mesh, const uint8_t* image, int32_t columns, int32_t rows, int32_t channels,
                       uint8_t* out, int32_t rowStep = 1);
 
-// Sums over the clipped squares of 17 x 17: cumulative down the columns, then along the rows.
-std::vector<double> PlainBoxSum(std::vector<double> values, int32_t width, int32_t height);
+// With sums over the clipped squares of 17 x 17: cumulative down the columns, then along the rows.
 void PlainBoost(const uint8_t* patch, int32_t width, int32_t height, uint8_t* out);
 
 }  // namespace qx::test

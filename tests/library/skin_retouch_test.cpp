@@ -6,9 +6,6 @@
 #include <cstring>
 #include <limits>
 
-#include "beauty/enhance_region.h"
-#include "beauty/pipeline.h"
-#include "beauty/skin_tone.h"
 #include "beauty/smooth_skin.h"
 #include "beauty/spot_mask.h"
 #include "library/skin_fixture.h"
@@ -110,28 +107,6 @@ TEST(SkinRetouch, SpotsVanishAndFeaturesStay) {
   }
   EXPECT_GT(features, 100000);
   EXPECT_GT(smoothed, 15000) << "the skin is found";
-}
-
-TEST(SkinRetouch, RunsBetweenDetailAndTone) {
-  const PaintedFace face(200, 210, 120, 100, 95);
-  LandmarkSet set = face.set;
-  const Point left[] = {face.At(-29, -8), face.At(-11, -8), face.At(-20, -12), face.At(-20, -4)};
-  const Point right[] = {face.At(11, -8), face.At(29, -8), face.At(20, -12), face.At(20, -4)};
-  std::copy(std::begin(left), std::end(left), set.Region(FaceRegion::kLeftEye));
-  std::copy(std::begin(right), std::end(right), set.Region(FaceRegion::kRightEye));
-  set.FaceBox()[0].x = -9;
-  Bytes a = face.image.bytes, b(a.size()), reference = a;
-  EnhanceRegion(reference.data(), a.data(), 200, 210, left, 0.7, b.data());
-  EnhanceRegion(reference.data(), b.data(), 200, 210, right, 0.7, a.data());
-  LandmarkSet own = set;
-  RetouchSkin(210, 200, 2.5, &own, a.data(), b.data());
-  EXPECT_EQ(own.FaceBox()[0].x, 0);
-  ApplySkinToneLut(a.data(), 200, 210, 6, b.data());
-  Bytes out(a.size());
-  RunBeautyPipeline(face.image.bytes.data(), 210, 200, set, {{0, 0, 0, 6, 2.5, 1, 0}}, nullptr, out.data());
-  EXPECT_EQ(out, b);
-  RunBeautyPipeline(face.image.bytes.data(), 210, 200, set, {{0, 0, 0, 0, -1, 0, 0}}, nullptr, out.data());
-  EXPECT_EQ(out, face.image.bytes);
 }
 
 TEST(SkinRetouch, ClampsTheBoxUnlessTheFaceIsTooSmall) {

@@ -119,28 +119,29 @@ class Interpreter {
     return In(1).data() + ((int64_t{output} * filter[1] + ky) * filter[2] + kx) * filter[3];
   }
 
+  // Calls visit(pixel, ky, kx) for the pixels of the first input under the window at a position of the output.
+  template <typename Visit>
+  void ForWindow(const std::vector<int>& at, int height, int width, Visit visit) const {
+    const Picture from = From();
+    const int top = at[1] * op_.strideHeight - Before(op_, from.height, height, op_.strideHeight);
+    const int left = at[2] * op_.strideWidth - Before(op_, from.width, width, op_.strideWidth);
+    for (int ky = 0; ky < height; ++ky) {
+      for (int kx = 0; kx < width; ++kx) {
+        if (from.Holds(top + ky, left + kx)) visit(from.Pixel(top + ky, left + kx), ky, kx);
+      }
+    }
+  }
+
   void Convolve() {
     const bool isDepthwise = op_.kind == OperatorKind::kDepthwiseConvolution;
-    const Picture from = From();
     const std::vector<int>& filter = Shape(op_.inputs[1]);
-    const int top = Before(op_, from.height, filter[1], op_.strideHeight);
-    const int left = Before(op_, from.width, filter[2], op_.strideWidth);
     ForEach([&](size_t i, const std::vector<int>& at) {
       double sum = In(2)[static_cast<size_t>(at[3])];
-      for (int ky = 0; ky < filter[1]; ++ky) {
-        for (int kx = 0; kx < filter[2]; ++kx) {
-          const int y = at[1] * op_.strideHeight + ky - top;
-          const int x = at[2] * op_.strideWidth + kx - left;
-          if (!from.Holds(y, x)) continue;
-          if (isDepthwise) {
-            sum += double{from.At(y, x, at[3])} * Taps(filter, 0, ky, kx)[at[3]];
-            continue;
-          }
-          const float* taps = Taps(filter, at[3], ky, kx);
-          const float* pixel = from.Pixel(y, x);
-          for (int c = 0; c < from.channels; ++c) sum += double{pixel[c]} * taps[c];
-        }
-      }
+      ForWindow(at, filter[1], filter[2], [&](const float* pixel, int ky, int kx) {
+        const float* taps = Taps(filter, isDepthwise ? 0 : at[3], ky, kx);
+        const int first = isDepthwise ? at[3] : 0, end = isDepthwise ? at[3] + 1 : filter[3];
+        for (int c = first; c < end; ++c) sum += double{pixel[c]} * taps[c];
+      });
       out_[i] = static_cast<float>(sum);
     });
   }
@@ -175,18 +176,10 @@ class Interpreter {
   }
 
   void MaxPool() {
-    const Picture from = From();
-    const int top = Before(op_, from.height, op_.windowHeight, op_.strideHeight);
-    const int left = Before(op_, from.width, op_.windowWidth, op_.strideWidth);
     ForEach([&](size_t i, const std::vector<int>& at) {
       float most = -std::numeric_limits<float>::infinity();
-      for (int ky = 0; ky < op_.windowHeight; ++ky) {
-        for (int kx = 0; kx < op_.windowWidth; ++kx) {
-          const int y = at[1] * op_.strideHeight + ky - top;
-          const int x = at[2] * op_.strideWidth + kx - left;
-          if (from.Holds(y, x)) most = std::max(most, from.At(y, x, at[3]));
-        }
-      }
+      ForWindow(at, op_.windowHeight, op_.windowWidth,
+                [&](const float* pixel, int, int) { most = std::max(most, pixel[at[3]]); });
       out_[i] = most;
     });
   }
