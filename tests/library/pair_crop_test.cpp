@@ -11,16 +11,11 @@
 namespace qx::test {
 namespace {
 
-class PairCropTest : public ::testing::Test {
+class PairCropTest : public CropTest {
  protected:
-  int32_t Run(Photo photo, std::vector<ScriptedFace> faces) {
-    Script().detections = {std::move(faces)};
-    const IdpImage image = photo.Image();
-    return QX_IDP_RoughCrop(handle.get(), &image, IDP_CROP_PAIR, result.get());
+  int32_t Run(const Photo& photo, std::vector<ScriptedFace> faces) {
+    return CropTest::Run(photo, std::move(faces), IDP_CROP_PAIR);
   }
-
-  HandlePtr handle = FreshHandle();
-  ResultPtr result{QX_IDP_CreateIDPResult()};
 };
 
 TEST_F(PairCropTest, LaysTwoLevelFacesOut) {

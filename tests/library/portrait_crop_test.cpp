@@ -9,18 +9,13 @@
 namespace qx::test {
 namespace {
 
-class PortraitCrop : public ::testing::Test {
+class PortraitCrop : public CropTest {
  protected:
-  const FaceRecord& Run(Photo photo, const ScriptedFace& face) {
-    Script().detections = {{face}};
-    const IdpImage image = photo.Image();
-    EXPECT_EQ(QX_IDP_RoughCrop(handle.get(), &image, IDP_CROP_SINGLE, result.get()), IDP_OK);
+  const FaceRecord& Run(const Photo& photo, const ScriptedFace& face) {
+    EXPECT_EQ(CropTest::Run(photo, {face}), IDP_OK);
     return *result->Face(0);
   }
   Crop Read() { return ReadCrop(result.get(), 0); }
-
-  HandlePtr handle = FreshHandle();
-  ResultPtr result{QX_IDP_CreateIDPResult()};
 };
 
 TEST_F(PortraitCrop, ALevelFaceAtScaleOneIsACopyOfSourcePixels) {

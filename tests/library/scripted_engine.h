@@ -2,10 +2,13 @@
 #ifndef QX_TESTS_LIBRARY_SCRIPTED_ENGINE_H
 #define QX_TESTS_LIBRARY_SCRIPTED_ENGINE_H
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/point.h"
@@ -76,6 +79,19 @@ struct Crop {
 };
 // Reads a crop through the exports; fails the test when they refuse.
 Crop ReadCrop(IDPResult* result, int32_t index);
+
+// A handle on a fresh script and a result to crop into.
+class CropTest : public ::testing::Test {
+ protected:
+  int32_t Run(Photo photo, std::vector<ScriptedFace> faces, int32_t mode = IDP_CROP_SINGLE) {
+    Script().detections = {std::move(faces)};
+    const IdpImage image = photo.Image();
+    return QX_IDP_RoughCrop(handle.get(), &image, mode, result.get());
+  }
+
+  HandlePtr handle = FreshHandle();
+  ResultPtr result{QX_IDP_CreateIDPResult()};
+};
 
 struct Place {
   double x, y;

@@ -32,15 +32,10 @@ Picture PlainRegion(int width, int height, Point e0, Point e1, SkinBox* box) {
   const int Sn = Trunc(256 * std::sin(theta)), Cs = Trunc(256 * std::cos(theta));
   const int mx = (e0.x + e1.x) / 2, my = (e0.y + e1.y) / 2, t = Trunc(-3.0 * d);
   const int lx = ((t * Sn) >> 8) + mx, ly = ((-t * Cs) >> 8) + my;
-  std::vector<Point> ends;
-  int u = Trunc(my - A) - my;
-  ends.push_back({((-(u * Sn)) >> 8) + mx, ((u * Cs) >> 8) + my});
-  u = Trunc(lx - B) - lx;
-  ends.push_back({((u * Cs) >> 8) + lx, ((u * Sn) >> 8) + ly});
-  u = Trunc(ly + A) - ly;
-  ends.push_back({((-(u * Sn)) >> 8) + lx, ((u * Cs) >> 8) + ly});
-  u = Trunc(lx + B) - lx;
-  ends.push_back({((u * Cs) >> 8) + lx, ((u * Sn) >> 8) + ly});
+  const auto along = [&](int x, int y, int u) { return Point{((u * Cs) >> 8) + x, ((u * Sn) >> 8) + y}; };
+  const auto across = [&](int x, int y, int u) { return Point{((-(u * Sn)) >> 8) + x, ((u * Cs) >> 8) + y}; };
+  const std::vector<Point> ends = {across(mx, my, Trunc(my - A) - my), along(lx, ly, Trunc(lx - B) - lx),
+                                   across(lx, ly, Trunc(ly + A) - ly), along(lx, ly, Trunc(lx + B) - lx)};
   const Extent e = ExtentOf(ends);
   const int marginX = Trunc((e.maxX - e.minX) * 0.25), marginY = Trunc((e.maxY - e.minY) * 0.25);
   *box = {std::max(e.minX - marginX, 0), std::max(e.minY - marginY, 0), std::min(e.maxX + marginX, width),

@@ -108,34 +108,23 @@ Indices Reachable(const Model& model, const Indices& inputs) {
   return reachable;
 }
 
-struct Part {
-  const char* name;
-  std::vector<uint8_t> (*bytes)();
-  Indices inputs;
-  Indices outputs;
-};
-
-void PrintTo(const Part& part, std::ostream* stream) {
-  *stream << part.name;
+TEST(RuntimeTest, RealModelsAgreeWithNaiveInterpreter) {
+  const struct {
+    const char* name;
+    std::vector<uint8_t> (*bytes)();
+    Indices inputs, outputs;
+  } parts[] = {
+      {"full range", FullRangeBytes, {0}, {364, 365}},   {"short range", ShortRangeBytes, {0}, {170, 171, 172, 173}},
+      {"face mesh", LandmarkBytes, {0}, {186, 35, 710}}, {"lips", LandmarkBytes, {199}, {684}},
+      {"left eye", LandmarkBytes, {200}, {687, 690}},    {"right eye", LandmarkBytes, {201}, {693, 696}},
+      {"person mask", PersonMaskBytes, {0}, {249}}};
+  for (const auto& part : parts) {
+    SCOPED_TRACE(part.name);
+    const std::unique_ptr<Model> model = Load(part.bytes());
+    ASSERT_NE(model, nullptr);
+    Compare(*model, part.inputs, {part.outputs, Reachable(*model, part.inputs)}, 3e-4);
+  }
 }
-
-class RealModelTest : public testing::TestWithParam<Part> {};
-
-TEST_P(RealModelTest, AgreesWithNaiveInterpreter) {
-  const std::unique_ptr<Model> model = Load(GetParam().bytes());
-  ASSERT_NE(model, nullptr);
-  Compare(*model, GetParam().inputs, {GetParam().outputs, Reachable(*model, GetParam().inputs)}, 3e-4);
-}
-
-INSTANTIATE_TEST_SUITE_P(Parts, RealModelTest,
-                         testing::Values(Part{"FullRange", FullRangeBytes, {0}, {364, 365}},
-                                         Part{"ShortRange", ShortRangeBytes, {0}, {170, 171, 172, 173}},
-                                         Part{"FaceMesh", LandmarkBytes, {0}, {186, 35, 710}},
-                                         Part{"Lips", LandmarkBytes, {199}, {684}},
-                                         Part{"LeftEye", LandmarkBytes, {200}, {687, 690}},
-                                         Part{"RightEye", LandmarkBytes, {201}, {693, 696}},
-                                         Part{"PersonMask", PersonMaskBytes, {0}, {249}}),
-                         [](const auto& info) { return info.param.name; });
 
 TEST(RuntimeTest, SmallModelAgreesWithNaiveInterpreter) {
   const std::unique_ptr<Model> model = Load(WriteSmallModel());
