@@ -162,13 +162,5 @@ TEST_F(Beauty, ThePairCanvasGoesToTheStrongerMask) {
   EXPECT_NE(QX_IDP_FineCrop(result.get(), 0, &params, &rect), IDP_ERR_PARAM) << "both masks are there now";
 }
 
-TEST_F(Beauty, AGreyImageIsRefused) {
-  Crop({DetailedFace(200, 200, 120)});
-  const BeautyParams params = {};
-  const IdpImage grey = {mask.pixels.data(), 1, mask.height, mask.width};
-  uint8_t byte;
-  EXPECT_EQ(QX_IDP_DoFaceBeauty(handle.get(), &grey, result.get(), 0, &params, nullptr, &byte), IDP_ERR_PARAM);
-}
-
 }  // namespace
 }  // namespace qx::test

@@ -179,6 +179,8 @@ TEST_F(Exports, QualityBeautyAndFineCropCheckInOrder) {
   EXPECT_EQ(QX_IDP_DoFaceBeauty(handle.get(), nullptr, result.get(), 1, &params, &byte, &byte), IDP_ERR_PARAM);
   EXPECT_EQ(QX_IDP_DoFaceBeauty(handle.get(), nullptr, result.get(), 0, &params, nullptr, &byte), IDP_ERR_PARAM);
   EXPECT_EQ(QX_IDP_DoFaceBeauty(handle.get(), nullptr, result.get(), 0, &params, &byte, &byte), IDP_ERR_NO_MASK);
+  image.channels = 1;
+  EXPECT_EQ(QX_IDP_DoFaceBeauty(handle.get(), &image, result.get(), 0, &params, nullptr, &byte), IDP_ERR_PARAM);
   image.pixels = nullptr;
   EXPECT_EQ(QX_IDP_DoFaceBeauty(handle.get(), &image, result.get(), 0, &params, &byte, &byte), IDP_ERR_NO_MASK);
   EXPECT_EQ(QX_IDP_Do91Beauty(handle.get(), result.get(), 0, &params, nullptr, &byte), IDP_ERR_PARAM);

@@ -77,15 +77,12 @@ TEST(MaskTransfer, FollowsTheTwoFormulasInEveryTurn) {
   }
 }
 
-TEST(MaskTransfer, AMaskComesBackInsideTheCrop) {
-  const HandlePtr handle = FreshHandle();
-  const ResultPtr result(QX_IDP_CreateIDPResult());
-  Script().detections = {{LevelFace(300, 200, 100)}};
+class MaskCalls : public CropTest {};
+
+TEST_F(MaskCalls, AMaskComesBackInsideTheCrop) {
   QX_IDP_SetSrcSame(handle.get(), 1);
-  Photo photo(500, 500);
+  ASSERT_EQ(Run(Photo(500, 500), {LevelFace(300, 200, 100)}), IDP_OK);
   Planes source(500, 500), back(500, 500);
-  const IdpImage image = photo.Image();
-  ASSERT_EQ(QX_IDP_RoughCrop(handle.get(), &image, IDP_CROP_SINGLE, result.get()), IDP_OK);
   for (int round = 0; round < 2; ++round) {  // the second call reuses the buffers
     ASSERT_EQ(QX_IDP_SetSrcMaskFg(result.get(), 0, source.mask.pixels.data(), source.colour.pixels.data()), IDP_OK);
     ASSERT_EQ(QX_IDP_GetSrcMaskFg(result.get(), 0, back.mask.pixels.data(), nullptr), IDP_OK);
