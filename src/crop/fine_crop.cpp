@@ -211,6 +211,8 @@ int32_t Narrow(int64_t v) {
 }  // namespace
 
 bool FineCropSingle(const FaceRecord& face, const FineCropParams& params, CropRect* rect) {
+  // Ratios that are not numbers give crops of a size below 0, which hold no person.
+  if (face.cropWidth < 0 || face.cropHeight < 0) return false;
   const MaskExtents extents = MeasureMask(face);
   const auto placed = PortraitPlacement(face, params, extents).Find();
   if (!placed) return false;
@@ -244,15 +246,18 @@ bool FineCropPair(const FaceRecord* faces, const PairCrop& pair, CropRect* rect)
   const int64_t limit =
       (std::max(e[0].foreground.right, e[1].foreground.right) - std::min(e[0].foreground.left, e[1].foreground.left)) /
       2;
-  for (int64_t half = firstHalf; half <= limit; ++half) {
+  // Rows b with 0.5 fw <= b - chin + 1 < 1.2 fw and 0.3 fw <= headTop - b + h <= 0.8 fw, the lowest first.
+  const auto ceiling = [](double v) { return static_cast<int64_t>(std::ceil(v)); };
+  const int64_t lowest = std::min(start, chin - 1 + ceiling(1.2 * faceWidth) - 1);
+  const int64_t highest = std::max(chin + 1, chin - 1 + ceiling(0.5 * faceWidth));
+  const int64_t least = ceiling(0.3 * faceWidth), most = static_cast<int64_t>(std::floor(0.8 * faceWidth));
+  // Heights too small for any such row are left out, with a step to spare for the divisions.
+  const int64_t smallest = (3 * (highest - headTop + least) - 2) / 4 - 2;
+  for (int64_t half = std::max(firstHalf, smallest); half <= limit; ++half) {
     const int64_t h = (4 * half + 2) / 3;
-    // Rows b with 0.5 fw <= b - chin + 1 < 1.2 fw and 0.3 fw <= headTop - b + h <= 0.8 fw, the lowest first.
-    const auto ceiling = [](double v) { return static_cast<int64_t>(std::ceil(v)); };
-    const auto floored = [](double v) { return static_cast<int64_t>(std::floor(v)); };
-    const int64_t last =
-        std::min({start, chin - 1 + ceiling(1.2 * faceWidth) - 1, headTop + h - ceiling(0.3 * faceWidth)});
-    const int64_t first =
-        std::max({chin + 1, chin - 1 + ceiling(0.5 * faceWidth), headTop + h - floored(0.8 * faceWidth)});
+    if (headTop + h - most > lowest) break;  // and so for all larger ones
+    const int64_t last = std::min(lowest, headTop + h - least);
+    const int64_t first = std::max(highest, headTop + h - most);
     if (first > last) continue;
     *rect = {Narrow(centre - half), Narrow(last - h + 1), Narrow(centre + half), Narrow(last)};
     return true;

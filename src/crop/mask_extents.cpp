@@ -38,13 +38,15 @@ MaskExtents MeasureMask(const FaceRecord& face) {
   extents.foreground = {width - 1, height - 1, 0, 0};
   extents.head = {width - 1, height - 1, 0, extents.chinRow};
   bool anyForeground = false, anyHead = false;
-  for (int64_t y = 0; y < height && width > 1; ++y) {
+  for (int64_t y = 0; y < height && width > 0 && face.fgMask; ++y) {
     const uint8_t* row = face.fgMask.data() + y * width;
     const uint8_t* end = row + width - 1;
     const uint8_t* left = std::find_if(row, end, IsForeground);
-    if (left == end) continue;
-    const uint8_t* right = end - 1;
-    while (!IsForeground(*right)) --right;
+    // The last column is never looked at; where it is the only one, the start values meet and every row counts.
+    if (left == end && width > 1) continue;
+    const uint8_t* right = end;
+    while (right > left && !IsForeground(*--right)) {
+    }
     Include(y, left - row, right - row, &anyForeground, &extents.foreground);
     if (y <= extents.chinRow) Include(y, left - row, right - row, &anyHead, &extents.head);
     extents.foreground.bottom = y;

@@ -13,6 +13,15 @@
 namespace qx::test {
 namespace {
 
+TEST(Detail, FlatPatchesStayWithinOneLevel) {
+  for (const int value : {0, 1, 77, 200, 255}) {
+    const std::vector<uint8_t> patch(20 * 30 * 3, static_cast<uint8_t>(value));
+    std::vector<uint8_t> boosted(patch.size());
+    ASSERT_EQ(BoostDetail(patch.data(), 20, 30, boosted.data()), 0);
+    for (const uint8_t b : boosted) ASSERT_NEAR(b, value, 1);
+  }
+}
+
 TEST(Detail, TheBoostFollowsItsFormula) {
   for (const auto& [width, height] :
        {std::pair(1, 1), std::pair(5, 40), std::pair(17, 17), std::pair(40, 9), std::pair(18, 10), std::pair(71, 50)}) {

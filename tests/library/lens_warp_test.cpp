@@ -88,6 +88,27 @@ TEST(LensWarp, NarrowOrShutEyesAndStrengthZeroChangeNothing) {
   }
 }
 
+TEST(LensWarp, MirrorsWithItsImage) {
+  Photo photo(101, 80), mirrored(101, 80);
+  for (int y = 0; y < 80; ++y) {
+    for (int x = 0; x < 101; ++x) {
+      for (int c = 0; c < 3; ++c) mirrored.pixels[static_cast<size_t>((y * 101 + x) * 3 + c)] = photo.At(100 - x, y)[c];
+    }
+  }
+  const std::vector<uint8_t> a = Warp(photo, {{30, 40}, {70, 40}, {50, 33}, {50, 46}}, 1, 3, LensMode::kLeftEye);
+  const std::vector<uint8_t> b = Warp(mirrored, {{70, 40}, {30, 40}, {50, 33}, {50, 46}}, 1, 3, LensMode::kLeftEye);
+  int worst = 0;
+  for (int y = 0; y < 80; ++y) {
+    for (int x = 0; x < 101; ++x) {
+      for (int c = 0; c < 3; ++c) {
+        worst = std::max(worst, std::abs(a[static_cast<size_t>((y * 101 + x) * 3 + c)] -
+                                         b[static_cast<size_t>((y * 101 + 100 - x) * 3 + c)]));
+      }
+    }
+  }
+  EXPECT_LE(worst, 1) << "but for the truncation of positions on the other side of a pixel";
+}
+
 TEST(LensWarp, RefusesBadArguments) {
   Photo photo(60, 60);
   std::vector<uint8_t> out(photo.pixels.size());

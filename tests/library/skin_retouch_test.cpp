@@ -56,7 +56,6 @@ TEST(SkinRetouch, IsThePlainOne) {
       {211, 257, 130, 105, 120}, {130, 141, 104, 60, 66}, {150, 110, 120, 20, 90}, {97, 120, 90, 70, 30}};
   faces.emplace_back(300, 330, 270, 150, 160);  // blurred farther, and as far as can be
   faces.emplace_back(460, 60, 460, 230, 30);
-  for (const int side : {50, 51}) faces.emplace_back(90, 100, side, 45, 50);  // too small to be smoothed, and just not
   faces.push_back(faces[0].Turned());
   faces.push_back(faces[0].Turned().Turned().Turned());
   for (PaintedFace& face : faces) {
@@ -107,6 +106,29 @@ TEST(SkinRetouch, SpotsVanishAndFeaturesStay) {
   }
   EXPECT_GT(features, 100000);
   EXPECT_GT(smoothed, 15000) << "the skin is found";
+}
+
+TEST(SkinRetouch, FlatSkinStaysFlat) {
+  for (const int level : {0, 1, 128, 255}) {
+    PaintedFace face(160, 180, 100, 80, 90);
+    std::fill(face.image.bytes.begin(), face.image.bytes.end(), static_cast<uint8_t>(level));
+    for (const uint8_t b : face.Retouch(4)) ASSERT_NEAR(b, level, 1);
+  }
+}
+
+TEST(SkinRetouch, FacesOf51PixelsAreSmoothed) {
+  const auto changed = [](int side, double strength) {
+    PaintedFace face(200, 200, 100, 100, 100);
+    Point* box = face.set.FaceBox();
+    box[1] = {box[0].x + side, box[0].y};
+    for (uint8_t& b : face.image.bytes) b = static_cast<uint8_t>(std::min<unsigned long>(b + Random()() % 9, 255));
+    return face.Retouch(strength) != face.Retouch(5.0001);
+  };
+  EXPECT_FALSE(changed(50, 3));
+  EXPECT_TRUE(changed(51, 3));
+  EXPECT_FALSE(changed(100, 1e-9));
+  const PaintedFace large(850, 900, 800, 425, 450);
+  EXPECT_NE(large.Retouch(5), large.Retouch(5.0001));
 }
 
 TEST(SkinRetouch, ClampsTheBoxUnlessTheFaceIsTooSmall) {

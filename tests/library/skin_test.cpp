@@ -21,11 +21,27 @@
 namespace qx::test {
 namespace {
 
-TEST(SkinTables, AreBuiltOnce) {
-  LabTables tables = Tables();
-  tables.lTable[0] = 9;
-  EXPECT_EQ(BuildLabTables(&tables), 0);
-  EXPECT_EQ(tables.lTable[0], 9);
+TEST(SkinTables, ByHand) {
+  const LabTables tables = Tables();
+  EXPECT_EQ(tables.lTable[0], 0);
+  EXPECT_EQ(tables.lTable[255], 100);
+  EXPECT_EQ(tables.lTable[2], 7);     // 116 (2 * 7.787 / 255 + 16 / 116) - 16 = 7.08
+  EXPECT_EQ(tables.lTable[128], 76);  // 116 * 0.79471 - 16 = 76.19
+  EXPECT_EQ(tables.aTable[255 * 256 + 255], 140);
+  EXPECT_EQ(tables.aTable[255 * 256 + 128], 242);  // 140 + trunc(500 * 0.20529)
+  EXPECT_EQ(tables.aTable[0 * 256 + 255], 0);
+  EXPECT_EQ(tables.bTable[255 * 256 + 128], 141);
+  EXPECT_EQ(tables.bTable[128 * 256 + 255], 59);
+  EXPECT_EQ(tables.levelTable[255], 255.0);
+  LabTables again = Tables();
+  again.lTable[0] = 9;
+  EXPECT_EQ(BuildLabTables(&again), 0);
+  EXPECT_EQ(again.lTable[0], 9) << "built once";
+
+  const SkinTaper taper;
+  EXPECT_EQ(taper[25], 255);
+  EXPECT_EQ(taper[49], 166);  // radius 0.7: 1 - cos(1.4 pi) = 1.30902, and half of 255 of that
+  EXPECT_EQ(taper[100], 0);
 }
 
 TEST(SkinTables, HalfLabIsThePlainOne) {
@@ -149,10 +165,23 @@ TEST(FaceWeights, RefuseWhatHasNoScale) {
   EXPECT_EQ(BuildFaceWeightMap(image.bytes.data(), 4000, 3000, pixel, 1, 1000, 750, &none), -3) << "enlarged too far";
 }
 
+TEST(SkinSmoothing, TheKernelByHand) {
+  const LabTables tables = Tables();
+  // Sigma 1 on a row: 0.27407, 0.45186, 0.27407 of 100 and 200, then the same down one row of the same pixels.
+  Bytes image = {100, 0, 0, 200, 0, 0, 100, 0, 0};
+  const Bytes all = {9, 9, 9}, centre = {0, 9, 0};
+  EXPECT_EQ(MaskedGaussian(tables, image.data(), 3, 1, 1.0, nullptr, 0, all.data()), 0);
+  EXPECT_EQ(image[3], 145);  // 54.81 + 90.37
+  EXPECT_EQ(image[0], 127);  // (0.27407 + 0.45186) * 100 + 54.81, the edge pixel replicated
+  image = {100, 0, 0, 200, 0, 0, 100, 0, 0};
+  EXPECT_EQ(MaskedGaussian(tables, image.data(), 3, 1, 1.0, nullptr, 0, centre.data()), 0);
+  EXPECT_NEAR(image[3], 200, 1) << "nothing comes in from outside the mask";
+  EXPECT_EQ(image[0], 100);
+  EXPECT_EQ(MaskedGaussian(LabTables(), image.data(), 3, 1, 1.0, nullptr, 0, all.data()), -3);
+}
+
 TEST(SkinSmoothing, IsThePlainOne) {
   const LabTables tables = Tables();
-  uint8_t pixel[3] = {}, all = 9;
-  EXPECT_EQ(MaskedGaussian(LabTables(), pixel, 1, 1, 1.0, nullptr, 0, &all), -3);
   for (const double sigma : {1.0, 1.5, 2.0, 3.5, 4.0}) {
     for (const SkinBox& box : {SkinBox{9, 6, 61, 51}, SkinBox{-7, -3, 300, 300}, SkinBox{40, 40, 30, 60}}) {
       for (const int faces : {1, 2}) {
@@ -194,7 +223,10 @@ TEST(SkinBlend, WeighsByMaskAndStrength) {
   };
   const Bytes copy = {200, 200, 200};
   EXPECT_EQ(blend(&layer, 2), (Bytes{200, 150, 100}));  // the last one keeps 1 / 256: 100.39
+  EXPECT_EQ(blend(&layer, 1), (Bytes{200, 175, 150}));
+  EXPECT_EQ(blend(&layer, 5), (Bytes{200, 100, 100}));
   EXPECT_EQ(blend(&layer, 0), copy);
+  EXPECT_EQ(blend(&layer, 1e-9), copy);
   for (const double refused : {-0.1, 5.0001, std::nan("")}) EXPECT_EQ(blend(&layer, refused, -1), copy);
   layer.mask.Release();
   EXPECT_EQ(blend(&layer, 2, -1), copy);
