@@ -18,7 +18,7 @@ say "Making the pictures"
 idphoto crop "$sample_photo" -o "$folder"
 mv "$folder/astronaut_face1.png" "$folder/crop.png"
 idphoto make "$sample_photo" -o "$folder/make.png" --preset schengen-visa
-idphoto make "$sample_photo" -o "$folder/natural.png" --size 400x500px --beauty natural --compare "$folder/retouch.png"
+idphoto make "$sample_photo" -o "$folder/natural.png" --size 400x500px --beauty natural --compare
 idphoto sheet "$folder/make.png" -o "$folder/sheet.png" --paper 4x6
 idphoto check "$folder/make.png" --preset schengen-visa --draw "$folder/check.png" || true # it tells what fails, too
 say "The pictures are in $folder"

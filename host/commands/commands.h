@@ -38,8 +38,10 @@ struct KeptFile {
 // the other files, or when its folder cannot be written to.
 ImageFormat CheckPictureName(const std::string& output, std::initializer_list<KeptFile> others);
 
-// --compare.
-void AddCompareOption(CLI::App& command, std::string* file);
+// --compare, which asks for a second picture beside the output.
+void AddCompareFlag(CLI::App& command, bool* compare);
+// Its name: that of the output with "-compare" before the ending.
+std::string CompareName(const std::string& output);
 
 // --max-megapixels, stored as a number of pixels.
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);

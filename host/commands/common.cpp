@@ -14,11 +14,8 @@ ImageFormat CheckPictureName(const std::string& output, std::initializer_list<Ke
   const std::string name = Printable(output);
   const auto format = FormatOfName(output);
   if (!format) throw SetupFailure(name + ": unknown kind of picture; end the name in .png or .jpg");
-  // One that is about to be written does not exist yet.
-  const auto whole = [](const fs::path& path) { return fs::weakly_canonical(fs::absolute(path)); };
   for (const KeptFile& other : others) {
-    if (other.path.empty()) continue;
-    if (SameFile(output, other.path) || whole(output) == whole(other.path)) {
+    if (!other.path.empty() && SameFile(output, other.path)) {
       throw SetupFailure(name + ": would replace the " + other.what + "; choose another name");
     }
   }
@@ -27,9 +24,14 @@ ImageFormat CheckPictureName(const std::string& output, std::initializer_list<Ke
   return *format;
 }
 
-void AddCompareOption(CLI::App& command, std::string* file) {
-  command.add_option("--compare", *file, "Also write the picture before and after retouching, side by side")
-      ->type_name("FILE");
+void AddCompareFlag(CLI::App& command, bool* compare) {
+  command.add_flag("--compare", *compare, "Also write OUT-compare: before and after retouching, side by side");
+}
+
+std::string CompareName(const std::string& output) {
+  fs::path name(output);
+  name.replace_filename(name.stem().native() + "-compare" + name.extension().native());
+  return name.native();
 }
 
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels) {

@@ -22,10 +22,10 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 struct MakeOptions {
-  std::string photograph, output, mask, compare;
+  std::string photograph, output, mask;
   DocumentOptions document;
   std::optional<int> person;
-  bool pair = false;
+  bool pair = false, compare = false;
   bool quiet = false, json = false;
   int64_t maxPixels = kDefaultMaxPixels;
 };
@@ -80,15 +80,12 @@ void Make(const MakeOptions& options) {
   const Preset preset = PresetOf(options.document);
   MakeRequest request = RequestOf(options.document);
   request.face = options.person;
-  request.compare = !options.compare.empty();
+  request.compare = options.compare;
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
   const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
   const ImageFormat format = CheckPictureName(options.output, {photographFile, maskFile});
-  std::optional<ImageFormat> compareFormat;
-  if (request.compare) {
-    compareFormat =
-        CheckPictureName(options.compare, {photographFile, maskFile, {"finished photograph", options.output}});
-  }
+  const std::string compareName = CompareName(options.output);
+  if (options.compare) CheckPictureName(compareName, {photographFile, maskFile});
 
   Image photograph = ReadImage(options.photograph, options.maxPixels);
   Mask mask;
@@ -111,7 +108,7 @@ void Make(const MakeOptions& options) {
   }
   OutputFile output(options.output);
   output.Write(file.bytes.data(), file.bytes.size());
-  if (compareFormat) WriteImage(options.compare, SideBySide(*made.before, made.image), *compareFormat);
+  if (made.before) WriteImage(compareName, SideBySide(*made.before, made.image), format);
   output.Commit();
   if (!options.quiet) {
     std::fputs((options.json ? ReportJson : ReportText)(options, request.document, made, file).c_str(), stdout);
@@ -136,7 +133,7 @@ void AddMakeCommand(CLI::App& app, int* status) {
           "Number of the face, as inspect shows it; default the largest")
       ->type_name("N")
       ->check(CLI::Range(1, INT32_MAX).description(""));
-  AddCompareOption(*command, &options->compare);
+  AddCompareFlag(*command, &options->compare);
   command->add_flag("--pair", options->pair, "Two persons in one photograph; of the bounds only the size counts");
   CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
   command->add_flag("--json", options->json, "Print the report as one JSON object")->excludes(quiet);

@@ -18,10 +18,10 @@ namespace qx::host {
 namespace {
 
 struct RetouchCommand {
-  std::string photograph, output, compare;
+  std::string photograph, output;
   RetouchOptions retouch;
   std::optional<int> person;
-  bool quiet = false;
+  bool compare = false, quiet = false;
   int64_t maxPixels = kDefaultMaxPixels;
 };
 
@@ -47,18 +47,16 @@ void Run(const RetouchCommand& options) {
   if (!options.retouch.Any()) retouch = NamedRetouch("natural");
   const KeptFile photographFile{"photograph", options.photograph};
   const ImageFormat format = CheckPictureName(options.output, {photographFile});
-  std::optional<ImageFormat> compareFormat;
-  if (!options.compare.empty()) {
-    compareFormat = CheckPictureName(options.compare, {photographFile, {"retouched photograph", options.output}});
-  }
+  const std::string compareName = CompareName(options.output);
+  if (options.compare) CheckPictureName(compareName, {photographFile});
   Image photograph = ReadImage(options.photograph, options.maxPixels);
-  const Image before = compareFormat ? photograph : Image();
+  const Image before = options.compare ? photograph : Image();
   size_t faces = 0;
   const Image after = RetouchPhotograph(std::move(photograph), retouch, options.person, &faces);
   const std::vector<uint8_t> bytes = EncodeImage(after, format);
   OutputFile output(options.output);
   output.Write(bytes.data(), bytes.size());
-  if (compareFormat) WriteImage(options.compare, SideBySide(before, after), *compareFormat);
+  if (options.compare) WriteImage(compareName, SideBySide(before, after), format);
   output.Commit();
   if (!options.quiet) {
     std::printf("%s: %s, %s retouched\n", Printable(options.photograph).c_str(), Printable(options.output).c_str(),
@@ -75,7 +73,7 @@ void AddRetouchCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
   AddStrength(*command, "--eyes", &options->retouch.eyes, -kMostSize, kMostSize, "Smaller (-10) or larger eyes (10)");
   AddRetouchOptions(*command, &options->retouch);
-  AddCompareOption(*command, &options->compare);
+  AddCompareFlag(*command, &options->compare);
   command
       ->add_option_function<int>(
           "--person", [options](int number) { options->person = number; },
@@ -92,7 +90,7 @@ void AddRetouchCommand(CLI::App& app, int* status) {
       "Exit status: 0 done, 1 not possible with this photograph (the reason is on standard error), 2 nothing was\n"
       "tried.\n\n"
       "Examples:\n"
-      "  idphoto retouch holiday.jpg -o better.jpg --beauty light --compare compare.jpg\n"
+      "  idphoto retouch holiday.jpg -o better.jpg --beauty light --compare\n"
       "  idphoto retouch holiday.jpg -o better.png --skin 2 --tone 3 --person 2");
   command->callback([options, status] {
     try {

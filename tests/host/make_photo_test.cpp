@@ -257,7 +257,6 @@ TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
       {{"--preset", "cn-visa", "--person", "1", "--pair"}, "leave one of them out"},
       {{"--preset", "cn-visa", "--eyes", "11"}, "as a size from -10 to 10"},
       {{"--preset", "cn-visa", "--tone", "nan"}, "--tone"},
-      {{"--preset", "cn-visa", "--compare", "b.jpg"}, "would replace the finished photograph"},
       {{"--preset", "de-passport", "--skin", "0.5"}, "takes no retouched photograph"},
       {{"--preset", "cn-visa", "--quiet", "--json"}, "--json"},
       {{"--preset", "cn-marriage-certificate"}, "add --pair"},

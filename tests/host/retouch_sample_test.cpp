@@ -85,8 +85,8 @@ TEST(SampleRetouch, TurnedPhotographsStayTurnedAndComparesHoldBoth) {
     EXPECT_EQ(0u, Compare(TurnClockwise(upright, turns), Retouched(folder, {"--face", "3"})).pixels) << turns;
   }
   const Image turned = ReadImage(folder / "x.png");
-  MustRun(folder, {"retouch", "x.png", "-o", "y.png", "--beauty", "strong", "--compare", "c.png"});
-  const Image both = ReadImage(folder / "c.png");
+  MustRun(folder, {"retouch", "x.png", "-o", "y.png", "--beauty", "strong", "--compare"});
+  const Image both = ReadImage(folder / "y-compare.png");
   EXPECT_GT(both.width, 2 * turned.width);
   EXPECT_EQ(both.height, turned.height);
 }
@@ -121,12 +121,12 @@ TEST(SampleRetouch, FinishedPhotographsHaveTheirMaskFollowTheFace) {
   };
   const auto plain = made({});
   EXPECT_EQ(false, plain["retouched"]);
-  const auto narrow = made({"--face", "5", "--compare", "c.png"});
+  const auto narrow = made({"--face", "5", "--compare"});
   EXPECT_EQ(true, narrow["retouched"]);
   EXPECT_LT(narrow["face_width_mm"], plain["face_width_mm"]);
   EXPECT_NEAR(narrow["head_mm"], plain["head_mm"], 0.3);
   // The blue follows the narrower jaw, so there is more of it.
-  const Image both = ReadImage(folder / "c.png");
+  const Image both = ReadImage(folder / "y-compare.png");
   size_t blue[2] = {0, 0};
   for (size_t i = 0; i < both.bgr.size() / 3; ++i) {
     const bool background = both.bgr[3 * i] > 250 && both.bgr[3 * i + 1] < 5 && both.bgr[3 * i + 2] < 5;
