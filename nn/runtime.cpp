@@ -64,6 +64,15 @@ uint32_t Unsigned(int value) {
   return static_cast<uint32_t>(value);
 }
 
+// The tensors whose values an operator reads. The second one of a reshape or pool only repeats the output's shape, and
+// XNNPACK has no memory for what nobody reads.
+std::vector<int> ReadInputs(const Operator& op) {
+  const bool readsOne = op.kind == OperatorKind::kReshape || op.kind == OperatorKind::kGlobalAveragePool;
+  std::vector<int> read = op.inputs;
+  if (readsOne && read.size() > 1) read.resize(1);
+  return read;
+}
+
 // Which operators of a model lead from given tensors to others, in order.
 std::vector<const Operator*> Reach(const Model& model, const std::vector<int>& inputs,
                                    const std::vector<int>& outputs) {
@@ -78,7 +87,7 @@ std::vector<const Operator*> Reach(const Model& model, const std::vector<int>& i
     });
     if (!isReached) continue;
     reached.push_back(&*op);
-    for (const int input : op->inputs) {
+    for (const int input : ReadInputs(*op)) {
       if (input >= 0) isNeeded[static_cast<size_t>(input)] = true;
     }
   }
@@ -180,7 +189,8 @@ std::unique_ptr<Runtime::Impl> Builder::Build() {
 void Builder::AddEnds(const std::vector<const Operator*>& operators) {
   const auto isRead = [&operators](int tensor) {
     return std::any_of(operators.begin(), operators.end(), [tensor](const Operator* op) {
-      return std::find(op->inputs.begin(), op->inputs.end(), tensor) != op->inputs.end();
+      const std::vector<int> read = ReadInputs(*op);
+      return std::find(read.begin(), read.end(), tensor) != read.end();
     });
   };
   const auto add = [this](int tensor, uint32_t flags, std::vector<Runtime::Impl::Buffer>* buffers) {

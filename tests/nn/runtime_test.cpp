@@ -133,6 +133,19 @@ TEST(RuntimeTest, SmallModelAgreesWithNaiveInterpreter) {
   Compare(*model, model->Inputs(), {ends, Reachable(*model, model->Inputs())}, 5e-5);
 }
 
+// The second input of a reshape may name any tensor; what nobody else reads has no memory.
+TEST(RuntimeTest, LeavesOutWhatOnlyShapesAReshape) {
+  ModelWriter w;
+  const int input = w.Value({1, 2, 3, 4});
+  const int unread = w.Plain(BuiltinOperator::LOGISTIC, {input}, {1, 2, 3, 4});
+  const int other = w.Value({1, 4});
+  const int reshaped = w.Plain(BuiltinOperator::RESHAPE, {input, unread}, {1, 24});
+  const int fromOther = w.Plain(BuiltinOperator::RESHAPE, {reshaped, other}, {4, 6});
+  const std::unique_ptr<Model> model = Load(w.Finish({input, other}, {fromOther}));
+  ASSERT_NE(model, nullptr);
+  Compare(*model, {input, other}, {{fromOther}}, 0);
+}
+
 // Windows of random shape and stride behind a zero pad, which XNNPACK may join with them.
 TEST(RuntimeTest, RandomWindowsAgreeWithNaiveInterpreter) {
   std::mt19937 random(7);
