@@ -99,17 +99,8 @@ void AddCheckCommand(CLI::App& app, int* status) {
       "Examples:\n"
       "  idphoto check passport.jpg --preset de-passport\n"
       "  idphoto check passport.jpg --preset de-passport --draw measures.png");
-  command->callback([options, status] {
-    try {
-      Check(*options, status);
-    } catch (const SetupFailure&) {
-      throw;
-    } catch (const std::exception& exception) {
-      std::fflush(stdout);
-      std::fprintf(stderr, "idphoto: %s: %s\n", Printable(options->photograph).c_str(), ReasonOf(exception).c_str());
-      *status = kSomeFailed;
-    }
-  });
+  command->callback(
+      [options, status] { RunOnPhotograph(options->photograph, status, [&] { Check(*options, status); }); });
 }
 
 }  // namespace qx::host

@@ -4,7 +4,9 @@
 
 #include <CLI/App.hpp>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
+#include <optional>
 #include <string>
 
 #include "host/image_file.h"
@@ -37,6 +39,13 @@ struct KeptFile {
 // The format that the name of an output asks for. Throws SetupFailure when there is none, when it would replace one of
 // the other files, or when its folder cannot be written to.
 ImageFormat CheckPictureName(const std::string& output, std::initializer_list<KeptFile> others);
+
+// Does the work on one photograph; when that fails, says why on standard error and stores kSomeFailed in *status. A
+// SetupFailure goes on to the caller.
+void RunOnPhotograph(const std::string& photograph, int* status, const std::function<void()>& work);
+
+// --person, the number of a face.
+void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help);
 
 // --compare, which asks for a second picture beside the output.
 void AddCompareFlag(CLI::App& command, bool* compare);

@@ -1,4 +1,6 @@
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
 #include <filesystem>
 
 #include "host/commands/commands.h"
@@ -22,6 +24,26 @@ ImageFormat CheckPictureName(const std::string& output, std::initializer_list<Ke
   const fs::path folder = fs::path(output).parent_path();
   CheckOutputFolder(folder.empty() ? "." : folder);
   return *format;
+}
+
+void RunOnPhotograph(const std::string& photograph, int* status, const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const SetupFailure&) {
+    throw;
+  } catch (const std::exception& exception) {
+    std::fflush(stdout);  // so that the reason comes last where both lead to one place
+    std::fprintf(stderr, "idphoto: %s: %s\n", Printable(photograph).c_str(), ReasonOf(exception).c_str());
+    *status = kSomeFailed;
+  }
+}
+
+void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help) {
+  command
+      .add_option_function<int>(
+          "--person", [person](int number) { *person = number; }, help)
+      ->type_name("N")
+      ->check(CLI::Range(1, INT32_MAX).description(""));
 }
 
 void AddCompareFlag(CLI::App& command, bool* compare) {

@@ -124,17 +124,7 @@ void AddInspectCommand(CLI::App& app, int* status) {
       "  idphoto inspect holiday.jpg\n"
       "  idphoto inspect holiday.jpg --draw faces.png --points dense\n"
       "  idphoto inspect holiday.jpg --json");
-  command->callback([options, status] {
-    try {
-      Inspect(*options);
-    } catch (const SetupFailure&) {
-      throw;
-    } catch (const std::exception& exception) {
-      std::fflush(stdout);
-      std::fprintf(stderr, "idphoto: %s: %s\n", Printable(options->photograph).c_str(), ReasonOf(exception).c_str());
-      *status = kSomeFailed;
-    }
-  });
+  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Inspect(*options); }); });
 }
 
 }  // namespace qx::host

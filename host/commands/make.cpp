@@ -127,12 +127,7 @@ void AddMakeCommand(CLI::App& app, int* status) {
       ->add_option("--mask", options->mask,
                    "Person mask made elsewhere: a picture of the photograph's size, white where the person is")
       ->type_name("FILE");
-  command
-      ->add_option_function<int>(
-          "--person", [options](int number) { options->person = number; },
-          "Number of the face, as inspect shows it; default the largest")
-      ->type_name("N")
-      ->check(CLI::Range(1, INT32_MAX).description(""));
+  AddPersonOption(*command, &options->person, "Number of the face, as inspect shows it; default the largest");
   AddCompareFlag(*command, &options->compare);
   command->add_flag("--pair", options->pair, "Two persons in one photograph; of the bounds only the size counts");
   CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
@@ -152,16 +147,7 @@ void AddMakeCommand(CLI::App& app, int* status) {
       "  idphoto make holiday.jpg -o visa.jpg --preset cn-visa --background '#ffffff' --max-kb 120\n"
       "  idphoto make holiday.jpg -o badge.png --size 300x400px --head 55-65% --beauty light\n"
       "  idphoto make wedding.jpg -o certificate.jpg --pair --preset cn-marriage-certificate");
-  command->callback([options, status] {
-    try {
-      Make(*options);
-    } catch (const SetupFailure&) {
-      throw;
-    } catch (const std::exception& exception) {
-      std::fprintf(stderr, "idphoto: %s: %s\n", Printable(options->photograph).c_str(), ReasonOf(exception).c_str());
-      *status = kSomeFailed;
-    }
-  });
+  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Make(*options); }); });
 }
 
 }  // namespace qx::host

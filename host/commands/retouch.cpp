@@ -74,12 +74,7 @@ void AddRetouchCommand(CLI::App& app, int* status) {
   AddStrength(*command, "--eyes", &options->retouch.eyes, -kMostSize, kMostSize, "Smaller (-10) or larger eyes (10)");
   AddRetouchOptions(*command, &options->retouch);
   AddCompareFlag(*command, &options->compare);
-  command
-      ->add_option_function<int>(
-          "--person", [options](int number) { options->person = number; },
-          "Number of the only face to retouch, as inspect shows it; default all")
-      ->type_name("N")
-      ->check(CLI::Range(1, INT32_MAX).description(""));
+  AddPersonOption(*command, &options->person, "Number of the only face to retouch, as inspect shows it; default all");
   command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
   AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
@@ -92,16 +87,7 @@ void AddRetouchCommand(CLI::App& app, int* status) {
       "Examples:\n"
       "  idphoto retouch holiday.jpg -o better.jpg --beauty light --compare\n"
       "  idphoto retouch holiday.jpg -o better.png --skin 2 --tone 3 --person 2");
-  command->callback([options, status] {
-    try {
-      Run(*options);
-    } catch (const SetupFailure&) {
-      throw;
-    } catch (const std::exception& exception) {
-      std::fprintf(stderr, "idphoto: %s: %s\n", Printable(options->photograph).c_str(), ReasonOf(exception).c_str());
-      *status = kSomeFailed;
-    }
-  });
+  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Run(*options); }); });
 }
 
 }  // namespace qx::host
