@@ -17,6 +17,10 @@ install(TARGETS ${libraries} EXPORT qx_idp
 install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(programs)
   install(TARGETS ${programs} RUNTIME COMPONENT program)
+  install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+  install(FILES completions/idphoto.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+          RENAME idphoto COMPONENT program)
+  install(FILES completions/_idphoto DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT program)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qx_idp)

@@ -13,7 +13,8 @@ bench_packages=(libbenchmark-dev libopencv-dev)
 test_packages=(
   libgtest-dev libgmock-dev
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
-  python3                     # makes the colour table again
+  python3                     # makes the colour table again, holds papers against the program
+  mandoc zsh                  # check the man pages, complete as a user's shell does
   libvips-tools               # converts photographs for the example program
   "${bench_packages[@]}"
 )
