@@ -43,5 +43,5 @@ foreach(package ${pkgconfig_packages})
   install(FILES ${PROJECT_BINARY_DIR}/package/${package}.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
 endforeach()
 
-# The licence papers go wherever the libraries go.
-install(FILES LICENSE NOTICE THIRD_PARTY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qx_idp COMPONENT runtime)
+# The papers go wherever the libraries go.
+install(FILES CHANGELOG.md LICENSE NOTICE THIRD_PARTY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qx_idp COMPONENT runtime)
