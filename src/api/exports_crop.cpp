@@ -1,11 +1,43 @@
 // Exports: the crop run and what is read from its crops.
 #include <cstring>
 
-#include "api/crop_run.h"
 #include "api/handle.h"
 #include "api/result.h"
+#include "crop/cut_crops.h"
 #include "crop/fine_crop.h"
+#include "face/find_faces.h"
 #include "quality/quality_check.h"
+
+namespace qx {
+namespace {
+
+int32_t ExportStatus(Status status) {
+  switch (status) {
+    case Status::kOk: return IDP_OK;
+    case Status::kNoFace: return IDP_ERR_NO_FACE;
+    case Status::kTooFewFaces: return IDP_ERR_TOO_FEW_FACES;
+    case Status::kTooManyFaces: return IDP_ERR_TOO_MANY_FACES;
+    case Status::kTurnsDiffer: return IDP_ERR_PAIR_CROP;
+    case Status::kBadArgument:
+    case Status::kMemoryShort: break;
+  }
+  return IDP_ERR_PARAM;
+}
+
+// Finds the faces and cuts their crops into a result whose mode and settings are set and which holds no faces yet.
+Status RunCrop(const ImageView& photograph, FaceEngine* engine, IDPResult* result) {
+  const bool pair = result->cropMode == IDP_CROP_PAIR;
+  FoundFaces found;
+  Status status = FindFaces(photograph, pair ? FacesWanted::kTwo : FacesWanted::kAny, engine, &found);
+  if (status != Status::kOk) return status;
+  status = pair ? CutPair(photograph, result->settings, found, &result->faces, &result->pairCrop)
+                : CutPortraits(photograph, result->settings, found, &result->faces);
+  if (status == Status::kOk) result->faceCount = found.count;
+  return status;
+}
+
+}  // namespace
+}  // namespace qx
 
 extern "C" {
 
@@ -20,7 +52,8 @@ int32_t QX_IDP_RoughCrop(IdpHandle* handle, const IdpImage* image, int32_t mode,
   result->cropMode = mode;
   result->srcWidth = image->width;
   result->settings = handle->settings;
-  return qx::RunCrop({image->pixels, image->width, image->height, image->channels}, &handle->engine, result);
+  const qx::ImageView photograph = {image->pixels, image->width, image->height, image->channels};
+  return qx::ExportStatus(qx::RunCrop(photograph, &handle->engine, result));
 }
 
 int32_t QX_IDP_GetFaceNumber(IDPResult* result, int32_t* count) {

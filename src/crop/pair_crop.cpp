@@ -146,13 +146,13 @@ void CutFace(const PairCrop& pair, const PairBox& box, FaceRecord* face) {
 
 }  // namespace
 
-bool CropPair(const ImageView& photograph, const CropSettings& settings, FaceRecord* faces, PairCrop* pair) {
+Status CropPair(const ImageView& photograph, const CropSettings& settings, FaceRecord* faces, PairCrop* pair) {
   constexpr double kSameTurn = 1e-6;
   FrameFace(settings, &faces[0]);
   FrameFace(settings, &faces[1]);
   if (std::fabs(faces[0].rotCos - faces[1].rotCos) > kSameTurn ||
       std::fabs(faces[0].rotSin - faces[1].rotSin) > kSameTurn) {
-    return false;
+    return Status::kTurnsDiffer;
   }
   pair->rotCos = faces[0].rotCos;
   pair->rotSin = faces[0].rotSin;
@@ -167,7 +167,7 @@ bool CropPair(const ImageView& photograph, const CropSettings& settings, FaceRec
     MapFacePoints({face.centreX, face.centreY, face.offsetX, face.offsetY, face.rotCos, face.rotSin, face.scale},
                   face.source, &face.crop);
   }
-  return true;
+  return Status::kOk;
 }
 
 }  // namespace qx

@@ -5,6 +5,7 @@
 
 #include "base/buffer.h"
 #include "base/image_view.h"
+#include "base/status.h"
 #include "crop/crop_settings.h"
 #include "face/face_record.h"
 #include "qx_idp.h"
@@ -34,10 +35,10 @@ struct PairCrop {
 };
 
 // Frames two described faces in one common crop at one scale and quarter turn, renders it, and cuts each face's own
-// crop out of it. Puts the faces in order along the crop's x axis. False when the faces do not share a quarter turn;
-// nothing but their framing is written then. A crop of 2 GiB or more, or one for which memory is short, is left
-// without images.
-bool CropPair(const ImageView& photograph, const CropSettings& settings, FaceRecord* faces, PairCrop* pair);
+// crop out of it. Puts the faces in order along the crop's x axis. kOk, or kTurnsDiffer when the faces do not share a
+// quarter turn; nothing but their framing is written then. A crop of 2 GiB or more, or one for which memory is short,
+// is left without images.
+Status CropPair(const ImageView& photograph, const CropSettings& settings, FaceRecord* faces, PairCrop* pair);
 
 }  // namespace qx
 

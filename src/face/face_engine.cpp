@@ -67,13 +67,14 @@ void FaceEngine::Release() {
   detector_ = aligner_ = attributeEngine_ = nullptr;
 }
 
-void FaceEngine::RunDetector(const GreyImage& grey, FaceList* faces) {
+Status FaceEngine::RunDetector(const GreyImage& grey, FaceList* faces) {
   faces->Free();
   FaceDetect(detector_, grey.pixels, grey.width, grey.height, kOneChannel, &faces->entries_, &faces->count_);
   faces->held_ = true;
+  return faces->count_ < 0 ? Status::kMemoryShort : Status::kOk;
 }
 
-void FaceEngine::Detect(const GreyImage& grey, FaceList* faces) {
+Status FaceEngine::Detect(const GreyImage& grey, FaceList* faces) {
   const int32_t shorterSide = std::min(grey.width, grey.height);
   SetDetectFlagA(detector_, 1);
   SetDetectParamB(detector_, kParamB);
@@ -81,19 +82,20 @@ void FaceEngine::Detect(const GreyImage& grey, FaceList* faces) {
   SetDetectThreshold(detector_, kThreshold);
   SetDetectSizeRange(detector_, kSmallestSide, shorterSide);
   SetDetectMinFace(detector_, shorterSide < kLargeImageSide ? kMinFaceSmallImage : kMinFaceLargeImage);
-  RunDetector(grey, faces);
-  if (faces->Count() != 0) return;
+  Status status = RunDetector(grey, faces);
+  if (status != Status::kOk || faces->Count() != 0) return status;
 
   faces->Free();
   SetDetectMinFace(detector_, kRetryMinFace);
   SetDetectThreshold(detector_, kRetryThreshold);
-  RunDetector(grey, faces);
+  status = RunDetector(grey, faces);
   SetDetectThreshold(detector_, kThreshold);
   // Also where the first try had the larger minimum: every run sets it afresh.
   SetDetectMinFace(detector_, kMinFaceSmallImage);
+  return status;
 }
 
-void FaceEngine::Describe(const GreyImage& grey, FaceEntry* entry, FaceRecord* face) {
+void FaceEngine::Describe(const GreyImage& grey, FaceEntry* entry, FoundFace* face) {
   ClampCorners(grey, entry->corners);
   FaceArgument argument;
   std::memcpy(argument.corners, entry->corners, sizeof argument.corners);

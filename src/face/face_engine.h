@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/status.h"
 #include "face/face_record.h"
 #include "qx_face_sdk.h"
 
@@ -47,15 +48,16 @@ class FaceEngine {
   // Creates the instances; false when the engine refuses one of them, and none is kept then.
   bool Create();
 
-  // Finds the faces, with one more permissive try when there are none at first.
-  void Detect(const GreyImage& grey, FaceList* faces);
+  // Finds the faces, with one more permissive try when there are none at first. kOk, or kMemoryShort when the engine
+  // tells so, by a negative count; the list is empty then.
+  Status Detect(const GreyImage& grey, FaceList* faces);
 
-  // Clamps the entry to the image and fills the record's landmarks, attributes and face box from it.
-  void Describe(const GreyImage& grey, FaceEntry* entry, FaceRecord* face);
+  // Clamps the entry to the image and fills the face from it.
+  void Describe(const GreyImage& grey, FaceEntry* entry, FoundFace* face);
 
  private:
   void Release();
-  void RunDetector(const GreyImage& grey, FaceList* faces);
+  Status RunDetector(const GreyImage& grey, FaceList* faces);
 
   void* detector_ = nullptr;
   void* aligner_ = nullptr;

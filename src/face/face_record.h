@@ -21,10 +21,21 @@ struct FacePoints {
   Point faceBox[kCornerCount];        // corners of the detected face
 };
 
-// What the crop run finds out about one face. A field that no step wrote yet is zero.
-struct FaceRecord {
+// What the engine tells of one face of a photograph. A field that it does not write is zero.
+struct FoundFace {
   FacePoints source;  // in pixels of the photograph; faceBox clamped to it
-  FacePoints crop;    // in pixels of the crop, not clamped; faceBox stays zero in a two-face crop
+
+  int32_t alignInfoA = 0, alignInfoB = 0, alignInfoC = 0;  // from the landmark engine, for the third engine
+  int32_t alignOutD = 0, alignOutE = 0;
+  int32_t alignOutF = 0, alignOutG = 0, alignOutH = 0;  // region values of the eyes and the mouth
+};
+
+// A face and its crop. A field that no step wrote yet is zero.
+struct FaceRecord : FoundFace {
+  FaceRecord() = default;
+  explicit FaceRecord(const FoundFace& found) : FoundFace(found) {}
+
+  FacePoints crop;  // in pixels of the crop, not clamped; faceBox stays zero in a two-face crop
 
   double rotCos = 0, rotSin = 0;  // quarter turn of the crop, each 0, 1 or -1; rotSin's sign differs between the modes
   int32_t naturalWidth = 0, naturalHeight = 0;  // two-face crop: size at the scale of the photograph
@@ -38,10 +49,6 @@ struct FaceRecord {
   ByteBuffer cropMask;   // cropWidth * cropHeight: 1 inside the photograph, 0 outside
   ByteBuffer fgMask;     // cropWidth * cropHeight, absent until a person mask is set
   ByteBuffer fgColour;   // cropWidth * cropHeight * 3, absent until a person mask is set
-
-  int32_t alignInfoA = 0, alignInfoB = 0, alignInfoC = 0;  // from the landmark engine, for the third engine
-  int32_t alignOutD = 0, alignOutE = 0;
-  int32_t alignOutF = 0, alignOutG = 0, alignOutH = 0;  // region values of the eyes and the mouth
 
   bool HasCrop() const { return cropImage && cropMask; }
 };

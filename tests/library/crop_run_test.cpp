@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "api/result.h"
+#include "crop/cut_crops.h"
+#include "crop/portrait_crop.h"
 #include "library/scripted_engine.h"
 
 namespace qx::test {
@@ -61,6 +63,51 @@ TEST_F(CropRun, RetriesOnceWithLooserSettings) {
   EXPECT_EQ(CountCalls("FaceListFree"), 2);
   EXPECT_EQ(result->faceCount, 0);
   EXPECT_EQ(result->faces, nullptr) << "the faces of the run before are gone";
+}
+
+TEST_F(CropRun, AnEngineShortOfMemoryIsNoPhotographWithoutFaces) {
+  Photo photo(120, 90);
+  for (const int32_t mode : {IDP_CROP_SINGLE, IDP_CROP_PAIR}) {
+    for (const int detections : {1, 2}) {
+      Script().detections = {{}};
+      Script().shortFrom = detections - 1;
+      EXPECT_EQ(Run(photo.Image(), mode), IDP_ERR_PARAM);
+      EXPECT_EQ(CountCalls("FaceDetect"), detections);
+      EXPECT_EQ(CountCalls("FaceListFree"), detections);
+      EXPECT_EQ(result->faceCount, 0);
+    }
+  }
+}
+
+// Faces that were found once serve one cut after another, also of one of them alone.
+TEST_F(CropRun, OneFindingServesManyCuts) {
+  Photo photo(300, 260);
+  Script().detections = {{LevelFace(200, 100, 20), LevelFace(80, 120, 30)}};
+  const ImageView view = {photo.pixels.data(), photo.width, photo.height, photo.channels};
+  FaceEngine engine;
+  ASSERT_TRUE(engine.Create());
+  FoundFaces found;
+  ASSERT_EQ(FindFaces(view, FacesWanted::kAny, &engine, &found), Status::kOk);
+  ASSERT_EQ(found.count, 2);
+  Script().calls.clear();
+
+  FaceRecord one(found.faces[1]);
+  CropPortrait(view, CropSettings(), &one);
+  std::unique_ptr<FaceRecord[]> pairRecords, records;
+  std::unique_ptr<PairCrop> pair;
+  ASSERT_EQ(CutPair(view, CropSettings(), found, &pairRecords, &pair), Status::kOk);
+  EXPECT_EQ(pairRecords[0].source.keyPoints[0].x, 65) << "the left face comes first in the pair";
+  ASSERT_EQ(CutPortraits(view, CropSettings(), found, &records), Status::kOk);
+  EXPECT_TRUE(Script().calls.empty()) << "cutting asks the engine for nothing";
+
+  ASSERT_EQ(Run(photo.Image()), IDP_OK);
+  for (int32_t i = 0; i < 2; ++i) {
+    const Crop expected = ReadCrop(result.get(), i);
+    const FaceRecord& cut = i == 1 ? one : records[0];
+    ASSERT_EQ(std::pair(cut.cropWidth, cut.cropHeight), std::pair(expected.width, expected.height));
+    EXPECT_TRUE(std::equal(expected.image.begin(), expected.image.end(), cut.cropImage.data()));
+    EXPECT_TRUE(std::equal(expected.mask.begin(), expected.mask.end(), cut.cropMask.data()));
+  }
 }
 
 TEST_F(CropRun, TheMinimumFaceFollowsTheShorterSide) {

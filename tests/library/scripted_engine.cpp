@@ -197,6 +197,11 @@ void FaceDetect(void*, const uint8_t* grey, int32_t width, int32_t height, int32
   script.grey.clear();
   if (width > 0 && height > 0)
     script.grey.assign(grey, grey + static_cast<size_t>(width) * static_cast<size_t>(height));
+  if (script.shortFrom-- <= 0) {
+    *count = -1;
+    *faces = nullptr;
+    return;
+  }
   std::vector<ScriptedFace> found;
   if (!script.detections.empty()) {
     found = script.detections.front();

@@ -28,6 +28,7 @@ struct ScriptedFace {
 
 struct ScriptedEngine {
   std::vector<std::vector<ScriptedFace>> detections;  // what each detection finds; the last repeats
+  int shortFrom = INT32_MAX;                          // this detection and later ones tell that memory is short
   bool refuse[3] = {};                                // detector, landmarker, third analysis cannot be created
   std::vector<std::string> calls;                     // since the last Reset
   int openLists = 0;                                  // face lists not given back

@@ -1,0 +1,118 @@
+#include "cli/batch_report.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+#include "cli/output_file.h"
+#include "cli/wording.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+
+namespace qx::cli {
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+namespace {
+
+// JSON is UTF-8. A name that is not stays recognisable, and differs from every other name of the run.
+std::string NameOf(const fs::path& path) {
+  try {
+    [[maybe_unused]] const std::string text = Json(path.native()).dump();
+    return path.native();
+  } catch (const Json::exception&) {
+    return photo::Printable(path.native());
+  }
+}
+
+// To four decimals; a count stays one.
+Json Number(double value) {
+  const double rounded = std::round(value * 1e4) / 1e4;
+  constexpr double kLargestCount = 1e15;
+  if (rounded == std::floor(rounded) && std::abs(rounded) < kLargestCount) return static_cast<int64_t>(rounded);
+  return rounded;
+}
+
+}  // namespace
+
+BatchReport::BatchReport(fs::path file, std::string options, bool resume)
+    : file_(std::move(file)), options_(std::move(options)) {
+  if (resume) Read();
+  Open(!resume);
+}
+
+BatchReport::~BatchReport() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+void BatchReport::Fail(const char* what, int error) const {
+  throw SetupFailure(photo::Printable(file_.native()) + ": cannot " + what + " the report (" +
+                     std::generic_category().message(error) + "); check the folder, its permissions and the disk");
+}
+
+void BatchReport::Read() {
+  std::error_code error;
+  if (!fs::exists(file_, error)) return;
+  std::ifstream file(file_, std::ios::binary);
+  if (!file) Fail("read", errno);
+  for (std::string text; std::getline(file, text);) {
+    if (file.eof()) break;  // without its end: a line that was being written when the machine went down
+    try {
+      const Json line = Json::parse(text);
+      const bool done = line.at("status") == "done" && line.at("options") == options_;
+      lines_[{line.at("input"), line.at("output")}] = {text, done};
+    } catch (const Json::exception&) {
+      throw SetupFailure(photo::Printable(file_.native()) + ": is not a report of an earlier run; name another file");
+    }
+  }
+}
+
+void BatchReport::Open(bool truncate) {
+  if (descriptor_ >= 0) close(descriptor_);
+  descriptor_ = open(file_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (truncate ? O_TRUNC : 0), 0666);
+  if (descriptor_ < 0) Fail("write", errno);
+}
+
+bool BatchReport::IsDone(const BatchItem& item) const {
+  const auto line = lines_.find({NameOf(item.input), NameOf(item.output)});
+  if (line == lines_.end() || !line->second.done) return false;
+  std::error_code error;
+  const auto made = fs::last_write_time(item.output, error);
+  if (error) return false;
+  const auto taken = fs::last_write_time(item.input, error);
+  return !error && taken <= made;
+}
+
+void BatchReport::Forget(const std::vector<BatchItem>& items) {
+  for (const BatchItem& item : items) lines_.erase({NameOf(item.input), NameOf(item.output)});
+  try {
+    OutputFile file(file_);
+    for (const auto& [key, line] : lines_) file.Write((line.text + "\n").data(), line.text.size() + 1);
+    file.Commit();
+  } catch (const photo::Failure& failure) {
+    throw SetupFailure(Wording(failure));
+  }
+  Open(false);
+}
+
+void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
+  Json measures = Json::object();
+  for (const auto& [name, value] : outcome.measures) measures[name] = Number(value);
+  const Json line = {
+      {"input", NameOf(item.input)}, {"output", NameOf(item.output)}, {"status", outcome.done ? "done" : "failed"},
+      {"message", outcome.message},  {"measures", measures},          {"seconds", Number(outcome.seconds)},
+      {"options", options_}};
+  const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+  for (size_t from = 0; from < text.size();) {
+    const ssize_t written = write(descriptor_, text.data() + from, text.size() - from);
+    if (written < 0 && errno != EINTR) Fail("write", errno);
+    if (written > 0) from += static_cast<size_t>(written);
+  }
+}
+
+}  // namespace qx::cli

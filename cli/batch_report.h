@@ -1,0 +1,63 @@
+// What became of each photograph of a batch, as a file of JSON lines.
+#ifndef QX_CLI_BATCH_REPORT_H
+#define QX_CLI_BATCH_REPORT_H
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qx::cli {
+
+struct BatchItem {
+  std::filesystem::path input;
+  std::filesystem::path output;
+};
+
+struct BatchOutcome {
+  bool done = false;
+  std::string message;                                   // why it failed, or what else is worth saying
+  std::vector<std::pair<std::string, double>> measures;  // of the finished photograph, by name
+  double seconds = 0;
+};
+
+// Each line is one object: "input", "output", "status" ("done" or "failed"), "message", "measures" (an object of
+// numbers), "seconds" and "options", the text that says with which options the run was made. A line is written at once
+// and whole, so that an interrupted run leaves a readable file.
+class BatchReport {
+ public:
+  // Starts the file anew, or with `resume` keeps what it says so far. Throws SetupFailure when it cannot be written, or
+  // read as a report to resume.
+  BatchReport(std::filesystem::path file, std::string options, bool resume);
+  ~BatchReport();
+  BatchReport(const BatchReport&) = delete;
+  BatchReport& operator=(const BatchReport&) = delete;
+
+  // Whether the file lists the item as done with these options and its output is there, not older than the photograph.
+  bool IsDone(const BatchItem& item) const;
+  // Removes earlier lines about these items, which are about to be done again. Throws SetupFailure.
+  void Forget(const std::vector<BatchItem>& items);
+  // Throws SetupFailure when the file cannot be written any more.
+  void Append(const BatchItem& item, const BatchOutcome& outcome);
+
+ private:
+  struct Line {
+    std::string text;  // of the whole line, without its end
+    bool done;         // with the same options
+  };
+  using Key = std::pair<std::string, std::string>;  // input and output as in the file
+
+  void Read();
+  void Open(bool truncate);
+  [[noreturn]] void Fail(const char* what, int error) const;
+
+  std::filesystem::path file_;
+  std::string options_;
+  std::map<Key, Line> lines_;  // of earlier runs; the last one counts
+  int descriptor_ = -1;
+};
+
+}  // namespace qx::cli
+
+#endif  // QX_CLI_BATCH_REPORT_H

@@ -1,0 +1,190 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "cli/batch.h"
+#include "cli/commands/commands.h"
+#include "cli/commands/document_options.h"
+#include "cli/output_file.h"
+#include "cli/output_names.h"
+#include "cli/wording.h"
+#include "codec/document_file.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+#include "photo/studio.h"
+#include "qx_idp.h"
+
+namespace qx::cli {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr size_t kMaxJobs = 256;
+
+struct BatchOptions {
+  std::vector<std::string> photographs;
+  std::string folder, report;
+  DocumentOptions document;
+  codec::ImageFormat format = codec::ImageFormat::kJpeg;
+  bool pair = false, resume = false;
+  size_t jobs = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMaxJobs);
+  int64_t maxPixels = codec::kDefaultMaxPixels;
+};
+
+// A name for the place in the file system that writing to the path replaces.
+fs::path Place(const fs::path& path) {
+  std::error_code error;
+  const fs::path folder = fs::canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+  return error ? path : folder / path.filename();
+}
+
+std::vector<BatchItem> PlanBatch(const BatchOptions& options, const fs::path& report) {
+  const std::vector<std::string> photographs = ExpandPhotographs(options.photographs);
+  const std::vector<std::string> stems = OutputStems(photographs);
+  const std::string ending = options.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";
+  std::set<fs::path> inputs;
+  for (const std::string& photograph : photographs) inputs.insert(Place(photograph));
+  auto refuseInput = [&inputs](const fs::path& target) {
+    if (inputs.count(Place(target)) == 0) return;
+    throw SetupFailure(photo::Printable(target.native()) +
+                       ": would replace that photograph; choose another name or folder");
+  };
+  refuseInput(report);
+  std::vector<BatchItem> items;
+  for (size_t i = 0; i < photographs.size(); ++i) {
+    items.push_back({photographs[i], fs::path(options.folder) / (stems[i] + ending)});
+    refuseInput(items.back().output);
+  }
+  return items;
+}
+
+// What decides how the outputs look: the program and the options given.
+std::string OptionsText(const CLI::App& command) {
+  static const std::set<std::string> others = {"--help", "PHOTO", "--output", "--report", "--resume", "--jobs"};
+  std::string text = "idphoto " + std::to_string(QX_IDP_VERSION_MAJOR) + "." + std::to_string(QX_IDP_VERSION_MINOR) +
+                     "." + std::to_string(QX_IDP_VERSION_PATCH);
+  for (const CLI::Option* option : command.get_options()) {
+    if (option->count() == 0 || others.count(option->get_name()) != 0) continue;
+    text += " " + option->get_name();
+    for (const std::string& value : option->results()) text += "=" + value;
+  }
+  return text;
+}
+
+// The worker of one thread.
+class Worker {
+ public:
+  Worker(const BatchOptions& options, const photo::MakeRequest& request, const std::string& remark)
+      : options_(options), request_(request), remark_(remark) {}
+
+  void Make(const BatchItem& item, BatchOutcome* outcome) {
+    photo::Image photograph = codec::ReadImage(item.input, options_.maxPixels);
+    const photo::MadePhoto made =
+        options_.pair ? maker_.MakePair(std::move(photograph), request_) : maker_.Make(std::move(photograph), request_);
+    const photo::Document& document = request_.document;
+    const codec::EncodedDocument file =
+        codec::EncodeDocument(made.image, options_.format, document.dpi, document.minKb, document.maxKb);
+    OutputFile output(item.output);
+    output.Write(file.bytes.data(), file.bytes.size());
+    output.Commit();
+
+    AddRemark(remark_, outcome);
+    for (const std::string& remark : made.remarks) AddRemark(remark, outcome);
+    AddRemark(file.Remark(), outcome);
+    outcome->measures = {{"bytes", static_cast<double>(file.bytes.size())}};
+    if (options_.pair) return;
+    outcome->measures.insert(outcome->measures.end(), {{"head_mm", made.measures.head * document.heightMm},
+                                                       {"top_mm", made.measures.top * document.heightMm},
+                                                       {"eyes_mm", made.measures.eyes * document.heightMm},
+                                                       {"face_width_mm", made.measures.faceWidth * document.widthMm}});
+  }
+
+ private:
+  static void AddRemark(const std::string& remark, BatchOutcome* outcome) {
+    if (!remark.empty()) outcome->message += (outcome->message.empty() ? "" : "; ") + remark;
+  }
+
+  const BatchOptions& options_;
+  const photo::MakeRequest& request_;
+  const std::string& remark_;  // on all photographs
+  photo::PhotoMaker maker_;
+};
+
+int RunBatchCommand(const BatchOptions& options, const std::string& text) {
+  const photo::Preset preset = PresetOf(options.document);
+  if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
+  const photo::MakeRequest request = RequestOf(options.document);
+  const bool forbidden = request.background.IsKeep() && !options.document.background;
+  const std::string remark = forbidden ? "background kept: " + preset.authority + " takes no changed one" : "";
+  PrepareOutputFolder(options.folder);
+  const fs::path report = options.report.empty() ? fs::path(options.folder) / "report.jsonl" : fs::path(options.report);
+  const std::vector<BatchItem> items = PlanBatch(options, report);
+
+  codec::UseOneImageThread();
+  const auto makeWorker = [&]() -> BatchWorker {
+    const auto worker = std::make_shared<Worker>(options, request, remark);
+    return [worker](const BatchItem& item, BatchOutcome* outcome) { worker->Make(item, outcome); };
+  };
+  const BatchSummary summary = RunBatch(items, makeWorker, {options.jobs, report, options.resume, text});
+  if (summary.left > 0) {
+    std::fprintf(stderr, "idphoto: interrupted; %s not tried, go on with --resume\n",
+                 photo::Count(summary.left, "photograph").c_str());
+  }
+  return summary.failed + summary.left == 0 ? kDone : kSomeFailed;
+}
+
+}  // namespace
+
+void AddBatchCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<BatchOptions>();
+  CLI::App* command = app.add_subcommand("batch", "Make the finished photographs of many persons");
+  command
+      ->add_option("PHOTO", options->photographs,
+                   "Photographs, folders of photographs, or patterns in quotes such as 'in/*.jpg'")
+      ->type_name("")
+      ->required();
+  command->add_option("-o,--output", options->folder, "Folder for the finished photographs; created if missing")
+      ->type_name("DIR")
+      ->required();
+  AddMakeOptions(*command, &options->document);
+  command->add_flag("--pair", options->pair, "Two persons in each photograph; of the bounds only the size counts");
+  command
+      ->add_option_function<std::string>(
+          "--format",
+          [options](const std::string& name) {
+            options->format = name == "png" ? codec::ImageFormat::kPng : codec::ImageFormat::kJpeg;
+          },
+          "jpg (default) or png")
+      ->type_name("FORMAT")
+      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
+  command->add_option("--jobs", options->jobs, "Photographs at once; default: one for each processor")
+      ->type_name("N")
+      ->check(CLI::Range(size_t{1}, kMaxJobs).description(""));
+  command->add_option("--report", options->report, "What became of each, as JSON lines; default DIR/report.jsonl")
+      ->type_name("FILE");
+  command->add_flag("--resume", options->resume, "Leave out photographs that the report lists as done");
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "The finished photographs are DIR/NAME.jpg; existing files of these names are replaced, the photographs never.\n"
+      "Photographs of the same name from different folders become NAME, NAME-2, NAME-3. One that fails does not stop\n"
+      "the others. The report has one JSON object a line for each: input, output, status (done or failed), message,\n"
+      "measures, seconds, options. An interrupt (Ctrl-C) lets the photographs at work finish, a second one does not;\n"
+      "--resume with the same options then goes on: it leaves out what the report lists as done, as long as the "
+      "output\n"
+      "is there and not older than its photograph.\n\n"
+      "Exit status: 0 all done, 1 some photograph failed or was not tried after an interrupt, 2 nothing was tried.\n\n"
+      "Examples:\n"
+      "  idphoto batch class-3b/ -o passports --preset de-passport\n"
+      "  idphoto batch 'scans/*.tiff' -o badges --size 300x400px --head 55-65% --jobs 4\n"
+      "  idphoto batch class-3b/ -o passports --preset de-passport --resume");
+  command->callback([options, command, status] { *status = RunBatchCommand(*options, OptionsText(*command)); });
+}
+
+}  // namespace qx::cli

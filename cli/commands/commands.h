@@ -1,0 +1,60 @@
+// The program's subcommands and what they share.
+#ifndef QX_CLI_COMMANDS_COMMANDS_H
+#define QX_CLI_COMMANDS_COMMANDS_H
+
+#include <CLI/App.hpp>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <string>
+
+#include "codec/image_file.h"
+
+namespace qx::cli {
+
+// How the program ends.
+enum ExitStatus : int {
+  kDone = 0,        // every photograph was worked on
+  kSomeFailed = 1,  // at least one was not, for the reason on standard error
+  kNotStarted = 2,  // wrong arguments, or an output that cannot be written: nothing was tried
+};
+
+// Each adds a subcommand whose callback does the work and stores how it went in *status.
+void AddCropCommand(CLI::App& app, int* status);
+void AddInspectCommand(CLI::App& app, int* status);
+void AddMakeCommand(CLI::App& app, int* status);
+void AddRetouchCommand(CLI::App& app, int* status);
+void AddPresetsCommand(CLI::App& app, int* status);
+void AddCheckCommand(CLI::App& app, int* status);
+void AddSheetCommand(CLI::App& app, int* status);
+void AddBatchCommand(CLI::App& app, int* status);
+
+// A file that an output must not replace, and what it is for the user.
+struct KeptFile {
+  const char* what;  // "photograph"
+  std::string path;  // empty: none
+};
+
+// The format that the name of an output asks for. Throws SetupFailure when there is none, when it would replace one of
+// the other files, or when its folder cannot be written to.
+codec::ImageFormat CheckPictureName(const std::string& output, std::initializer_list<KeptFile> others);
+
+// Does the work on one photograph; when that fails, says why on standard error and stores kSomeFailed in *status. A
+// SetupFailure goes on to the caller.
+void RunOnPhotograph(const std::string& photograph, int* status, const std::function<void()>& work);
+
+// --person, the number of a face.
+void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help);
+
+// --compare, which asks for a second picture beside the output.
+void AddCompareFlag(CLI::App& command, bool* compare);
+// Its name: that of the output with "-compare" before the ending.
+std::string CompareName(const std::string& output);
+
+// --max-megapixels, stored as a number of pixels.
+void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);
+
+}  // namespace qx::cli
+
+#endif  // QX_CLI_COMMANDS_COMMANDS_H

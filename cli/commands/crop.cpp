@@ -1,0 +1,134 @@
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/commands/commands.h"
+#include "cli/output_file.h"
+#include "cli/output_names.h"
+#include "cli/progress.h"
+#include "cli/wording.h"
+#include "codec/image_file.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+#include "photo/face/crop_engine.h"
+
+namespace qx::cli {
+namespace fs = std::filesystem;
+namespace {
+
+struct CropOptions {
+  std::vector<std::string> photographs;
+  std::string folder;
+  photo::CropSettings settings;
+  codec::ImageFormat format = codec::ImageFormat::kPng;
+  int64_t maxPixels = codec::kDefaultMaxPixels;
+};
+
+class CropRun {
+ public:
+  explicit CropRun(const CropOptions& options) : options_(options) { engine_.Configure(options.settings); }
+
+  // Returns the names of the files written.
+  std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
+    const photo::CropResult result = engine_.CropFaces(codec::ReadImage(photograph, options_.maxPixels));
+    std::vector<fs::path> written;
+    for (int32_t i = 0; i < result.FaceCount(); ++i) {
+      const char* const ending = options_.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";
+      const fs::path target = fs::path(options_.folder) / (stem + "_face" + std::to_string(i + 1) + ending);
+      for (const std::string& input : options_.photographs) {
+        if (SameFile(target, input)) {
+          throw photo::Failure(
+              photo::FailureCode::kCannotWrite,
+              "its crop would replace the photograph " + photo::Printable(target.native()) + "; choose another folder");
+        }
+      }
+      WriteFile(target, codec::EncodeImage(result.Crop(i), options_.format));
+      written.push_back(target);
+    }
+    return written;
+  }
+
+ private:
+  const CropOptions& options_;
+  photo::CropEngine engine_;
+};
+
+int RunCrop(const CropOptions& options) {
+  PrepareOutputFolder(options.folder);
+  const std::vector<std::string> stems = OutputStems(options.photographs);
+  CropRun run(options);
+  Progress progress(options.photographs.size());
+  size_t failed = 0, crops = 0;
+  for (size_t i = 0; i < options.photographs.size(); ++i) {
+    const std::string name = photo::Printable(options.photographs[i]);
+    progress.Begin(i, name);
+    try {
+      const std::vector<fs::path> written = run.CropOne(options.photographs[i], stems[i]);
+      std::string line = name + ": " + photo::Count(written.size(), "face") + ":";
+      for (const fs::path& file : written) line += " " + photo::Printable(file.native());
+      progress.Outcome(line);
+      crops += written.size();
+    } catch (const std::exception& exception) {
+      progress.Error(name + ": " + Wording(exception));
+      ++failed;
+    }
+  }
+  std::string summary = photo::Count(options.photographs.size() - failed, "photograph") + ", " +
+                        photo::Count(crops, "crop") + " in " + photo::Printable(options.folder);
+  if (failed > 0) summary += "; " + std::to_string(failed) + " failed";
+  progress.Summary(summary);
+  return failed == 0 ? kDone : kSomeFailed;
+}
+
+}  // namespace
+
+void AddCropCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<CropOptions>();
+  CLI::App* command = app.add_subcommand("crop", "Cut an upright, framed picture of every face out of photographs");
+  command->add_option("PHOTO", options->photographs, "JPEG, PNG, WebP, HEIF or TIFF files")->type_name("")->required();
+  command->add_option("-o,--output", options->folder, "Folder for the pictures; created if missing")
+      ->type_name("DIR")
+      ->required();
+  command->add_option("--ratio", options->settings.ratio, "Width of the frame, 0 (close) to 1 (wide); default 0.667")
+      ->type_name("R")
+      ->check(CLI::Validator(
+          [](std::string& text) {
+            double value = 0;
+            // Written so that "nan" fails too.
+            return CLI::detail::lexical_cast(text, value) && value >= 0 && value <= 1
+                       ? std::string()
+                       : "must be between 0 and 1, not " + text;
+          },
+          ""));
+  CLI::Option* bound = command
+                           ->add_option("--bound", options->settings.bound,
+                                        "Largest width of a picture in pixels, 600 or above; default 800")
+                           ->type_name("N")
+                           ->check(CLI::Range(photo::kLowestBound, INT32_MAX).description(""));
+  command->add_flag("--src-same", options->settings.sourceScale, "Keep the photograph's own scale, however large")
+      ->excludes(bound);
+  command
+      ->add_option_function<std::string>(
+          "--format",
+          [options](const std::string& name) {
+            options->format = name == "png" ? codec::ImageFormat::kPng : codec::ImageFormat::kJpeg;
+          },
+          "Without loss (png, default) or smaller (jpg, quality 95)")
+      ->type_name("FORMAT")
+      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "The pictures are DIR/NAME_face1.png, DIR/NAME_face2.png and so on, best face first; existing files of these\n"
+      "names are replaced, the photographs never. Photographs of the same name from different folders become NAME,\n"
+      "NAME-2, NAME-3. Places outside the photograph are white.\n\n"
+      "Exit status: 0 all done, 1 some photograph failed (its reason is on standard error), 2 nothing was tried.\n\n"
+      "Examples:\n"
+      "  idphoto crop holiday.jpg -o faces\n"
+      "  idphoto crop *.jpg -o faces --ratio 1 --format jpg\n"
+      "  idphoto crop scan.tiff -o faces --src-same");
+  command->callback([options, status] { *status = RunCrop(*options); });
+}
+
+}  // namespace qx::cli

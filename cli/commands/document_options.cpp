@@ -1,0 +1,152 @@
+#include "cli/commands/document_options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/wording.h"
+#include "photo/base/failure.h"
+#include "photo/document/units.h"
+
+namespace qx::cli {
+namespace {
+
+// Has `parse` read the option's text, and its Failure become one of the command line.
+template <typename Value>
+CLI::Option* AddParsed(CLI::App& command, const std::string& name, std::optional<Value>* target,
+                       Value (*parse)(std::string_view), const std::string& help) {
+  return command.add_option_function<std::string>(
+      name,
+      [target, parse, name](const std::string& text) {
+        try {
+          *target = parse(text);
+        } catch (const photo::Failure& failure) {
+          throw CLI::ValidationError(name, Wording(failure));
+        }
+      },
+      help);
+}
+
+CLI::Option* AddWhole(CLI::App& command, const std::string& name, std::optional<int32_t>* target, int32_t min,
+                      int32_t max, const std::string& help) {
+  return command
+      .add_option_function<int32_t>(
+          name, [target](int32_t value) { *target = value; }, help)
+      ->type_name("N")
+      ->check(CLI::Range(min, max).description(""));
+}
+
+void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
+  command.add_option("--preset", options->preset, "The document; idphoto presets lists them")->type_name("NAME");
+  AddParsed(command, "--size", &options->size, photo::ParseSize, "Width and height: 35x45mm, 2x2in, 400x514px")
+      ->type_name("SIZE");
+  AddWhole(command, "--dpi", &options->dpi, 72, 2400, "Pixels an inch, written into the file (default 300)");
+  AddParsed(command, "--head", &options->head, photo::ParseRange, "Top of the hair to the chin: 32-36mm, 70-80%")
+      ->type_name("RANGE");
+  AddParsed(command, "--top", &options->top, photo::ParseRange, "Space above the hair")->type_name("RANGE");
+  AddParsed(command, "--face-width", &options->faceWidth, photo::ParseRange,
+            "Width of the face (percents are of the width)")
+      ->type_name("RANGE");
+}
+
+template <typename Call>
+auto AsSetup(Call call) {
+  try {
+    return call();
+  } catch (const photo::Failure& failure) {
+    throw SetupFailure(Wording(failure));
+  }
+}
+
+// Two meanings, told apart by the unit: where the eyes are to be, and how large.
+void AddEyesOption(CLI::App& command, DocumentOptions* options) {
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--eyes",
+          [options](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) {
+              if (ReadStrength(text, -photo::kMostSize, photo::kMostSize, &options->retouch.eyes)) continue;
+              try {
+                options->eyes = photo::ParseRange(text);
+              } catch (const photo::Failure& failure) {
+                throw CLI::ValidationError("--eyes", Wording(failure) + ", or as a size from -10 to 10");
+              }
+            }
+          },
+          "Eyes to the lower edge; or, as a number without a unit, smaller (-10) or larger eyes (10)")
+      ->type_name("RANGE|X")
+      ->allow_extra_args(false)
+      ->take_all();
+}
+
+template <typename Value>
+void Replace(const std::optional<Value>& by, std::optional<Value>* target) {
+  if (by) *target = by;
+}
+
+}  // namespace
+
+void AddMeasureOptions(CLI::App& command, DocumentOptions* options) {
+  AddSizeOptions(command, options);
+  AddParsed(command, "--eyes", &options->eyes, photo::ParseRange, "Eyes to the lower edge")->type_name("RANGE");
+}
+
+void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
+  AddSizeOptions(command, options);
+  AddEyesOption(command, options);
+  AddRetouchOptions(command, &options->retouch);
+  command
+      .add_option_function<std::string>(
+          "--background",
+          [options](const std::string& text) {
+            try {
+              photo::ParseBackground(text);
+            } catch (const photo::Failure& failure) {
+              throw CLI::ValidationError("--background", Wording(failure));
+            }
+            options->background = text;
+          },
+          "white, #rrggbb, gradient:#rrggbb-#rrggbb (top to bottom) or keep")
+      ->type_name("COLOUR");
+  AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
+  AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
+  command.add_flag("--relax", options->relax,
+                   "When no cut meets the bounds, take the nearest and say what was given up");
+  command.add_flag("--force", options->force, "Change the background or retouch even where the authority forbids it");
+}
+
+photo::Preset PresetOf(const DocumentOptions& options) {
+  return AsSetup([&options] {
+    if (options.preset.empty() && !options.size)
+      throw photo::Failure(photo::FailureCode::kBadOption, "name a --preset or give a --size");
+    photo::Preset preset;
+    if (!options.preset.empty()) preset = photo::FindPreset(options.preset);
+    if (options.size) {
+      preset.size = *options.size;
+      preset.pixels.reset();
+      preset.printSize.reset();
+    }
+    preset.dpi = options.dpi.value_or(preset.dpi);
+    Replace(options.head, &preset.head);
+    Replace(options.top, &preset.top);
+    Replace(options.eyes, &preset.eyes);
+    Replace(options.faceWidth, &preset.faceWidth);
+    Replace(options.minKb, &preset.minKb);
+    Replace(options.maxKb, &preset.maxKb);
+    photo::Derive(preset);
+    return preset;
+  });
+}
+
+photo::MakeRequest RequestOf(const DocumentOptions& options) {
+  const photo::Preset preset = PresetOf(options);
+  return AsSetup([&options, &preset] {
+    photo::MakeRequest request;
+    request.document = photo::Derive(preset);
+    request.background = photo::ParseBackground(photo::ChooseBackground(preset, options.background, options.force));
+    request.relax = options.relax;
+    request.retouch = RetouchOf(options.retouch);
+    photo::CheckRetouch(preset, request.retouch, options.force);
+    return request;
+  });
+}
+
+}  // namespace qx::cli

@@ -1,0 +1,43 @@
+// The options that say which document to make, shared by the commands that make some.
+#ifndef QX_CLI_COMMANDS_DOCUMENT_OPTIONS_H
+#define QX_CLI_COMMANDS_DOCUMENT_OPTIONS_H
+
+#include <CLI/App.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "cli/commands/retouch_options.h"
+#include "photo/document/presets.h"
+#include "photo/studio.h"
+
+namespace qx::cli {
+
+struct DocumentOptions {
+  std::string preset;  // empty: none, then there is a size
+  std::optional<photo::Size> size;
+  std::optional<int32_t> dpi;
+  std::optional<photo::Range> head, top, eyes, faceWidth;
+  std::optional<int32_t> minKb, maxKb;
+  std::optional<std::string> background;
+  bool relax = false;
+  bool force = false;
+  RetouchOptions retouch;
+};
+
+// --preset, --size, --dpi, --head, --top, --eyes, --face-width.
+void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
+// The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
+// --background, --min-kb, --max-kb, --relax, --force.
+void AddMakeOptions(CLI::App& command, DocumentOptions* options);
+
+// The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such
+// preset, or the numbers contradict each other.
+photo::Preset PresetOf(const DocumentOptions& options);
+// What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
+// forbids.
+photo::MakeRequest RequestOf(const DocumentOptions& options);
+
+}  // namespace qx::cli
+
+#endif  // QX_CLI_COMMANDS_DOCUMENT_OPTIONS_H

@@ -1,0 +1,134 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/commands/commands.h"
+#include "cli/output_file.h"
+#include "codec/image_file.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+#include "photo/drawing/draw_faces.h"
+#include "photo/face/crop_engine.h"
+#include "photo/face/face_finder.h"
+
+namespace qx::cli {
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+namespace {
+
+struct InspectOptions {
+  std::string photograph;
+  bool json = false;
+  std::string drawing;  // empty: none
+  photo::PointSet points = photo::PointSet::kLandmarks;
+  int64_t maxPixels = codec::kDefaultMaxPixels;
+};
+
+template <typename Points>
+Json ToJson(const Points& points) {
+  Json list = Json::array();
+  for (const photo::Point& p : points) list.push_back({p.x, p.y});
+  return list;
+}
+
+Json ToJson(const photo::ProbedFace& face, size_t number) {
+  return {{"face", number},
+          {"score", face.score / 1000.0},
+          {"presence", face.presence / 1000.0},
+          {"roll_degrees", std::round(face.Roll() * 100) / 100},
+          {"corners", ToJson(face.corners)},
+          {"openness", {{"left_eye", face.leftEye}, {"right_eye", face.rightEye}, {"mouth", face.mouth}}},
+          {"key_points", ToJson(face.keyPoints)},
+          {"landmarks", ToJson(face.landmarks)},
+          {"dense_points", ToJson(face.densePoints)}};
+}
+
+std::string JsonText(const InspectOptions& options, const photo::Image& image,
+                     const std::vector<photo::ProbedFace>& faces) {
+  Json report = {{"photograph", options.photograph}, {"width", image.width}, {"height", image.height}};
+  Json& list = report["faces"] = Json::array();
+  for (size_t i = 0; i < faces.size(); ++i) list.push_back(ToJson(faces[i], i + 1));
+  // A file name need not be UTF-8; the report must be.
+  return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string TableText(const InspectOptions& options, const photo::Image& image,
+                      const std::vector<photo::ProbedFace>& faces) {
+  std::string text = photo::Printable(options.photograph) + ": " + std::to_string(image.width) + " x " +
+                     std::to_string(image.height) + " pixels, " + photo::Count(faces.size(), "face") + "\n";
+  if (faces.empty()) return text;
+  text += "face  score  presence    roll   left    top  right bottom  left eye  right eye  mouth\n";
+  for (size_t i = 0; i < faces.size(); ++i) {
+    const photo::ProbedFace& face = faces[i];
+    const auto [left, right] =
+        std::minmax_element(face.corners.begin(), face.corners.end(),
+                            [](const photo::Point& a, const photo::Point& b) { return a.x < b.x; });
+    const auto [top, bottom] =
+        std::minmax_element(face.corners.begin(), face.corners.end(),
+                            [](const photo::Point& a, const photo::Point& b) { return a.y < b.y; });
+    auto eye = [](int32_t openness) { return std::to_string(openness) + (openness < 100 ? " shut" : ""); };
+    char row[160];
+    std::snprintf(row, sizeof row, "%4zu  %5.3f  %8.3f  %6.1f %6d %6d %6d %6d  %8s  %9s  %5d\n", i + 1,
+                  face.score / 1000.0, face.presence / 1000.0, face.Roll(), left->x, top->y, right->x, bottom->y,
+                  eye(face.leftEye).c_str(), eye(face.rightEye).c_str(), face.mouth);
+    text += row;
+  }
+  return text;
+}
+
+void Inspect(const InspectOptions& options) {
+  const codec::ImageFormat format = options.drawing.empty()
+                                        ? codec::ImageFormat::kPng
+                                        : CheckPictureName(options.drawing, {{"photograph", options.photograph}});
+  const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  const std::vector<photo::ProbedFace> faces = photo::FaceProbe().Probe(photograph);
+  std::fputs((options.json ? JsonText : TableText)(options, photograph, faces).c_str(), stdout);
+  if (!options.drawing.empty()) {
+    WriteFile(options.drawing, codec::EncodeImage(photo::DrawFaces(photograph, faces, options.points), format));
+  }
+  if (faces.empty()) throw photo::StatusFailure(IDP_ERR_NO_FACE);
+}
+
+}  // namespace
+
+void AddInspectCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<InspectOptions>();
+  CLI::App* command = app.add_subcommand("inspect", "Show what the face engine finds in a photograph");
+  command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
+  command->add_flag("--json", options->json, "Print one JSON object, all points included, instead of a table");
+  CLI::Option* drawing =
+      command->add_option("--draw", options->drawing, "Draw boxes and numbered points into this .png or .jpg file")
+          ->type_name("OUT");
+  command
+      ->add_option_function<std::string>(
+          "--points",
+          [options](const std::string& name) {
+            options->points = name == "key"     ? photo::PointSet::kKey
+                              : name == "dense" ? photo::PointSet::kDense
+                                                : photo::PointSet::kLandmarks;
+          },
+          "The points to draw: 11, 38 (default) or 88")
+      ->type_name("SET")
+      ->transform(CLI::IsMember({"key", "landmarks", "dense"}, CLI::ignore_case).description("key|landmarks|dense"))
+      ->needs(drawing);
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "Places are pixels of the upright photograph from its upper left corner; left and right are as one looks at\n"
+      "it. Score and presence (of the detector and of the landmark model) go from 0 to 1, roll is in degrees\n"
+      "clockwise, and an eye with an openness below 100 counts as shut. The drawing enlarges photographs whose faces\n"
+      "are too small for legible numbers.\n\n"
+      "Exit status: 0 done, 1 no face or no photograph (the reason is on standard error), 2 nothing was tried.\n\n"
+      "Examples:\n"
+      "  idphoto inspect holiday.jpg\n"
+      "  idphoto inspect holiday.jpg --draw faces.png --points dense\n"
+      "  idphoto inspect holiday.jpg --json");
+  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Inspect(*options); }); });
+}
+
+}  // namespace qx::cli

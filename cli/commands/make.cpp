@@ -1,0 +1,155 @@
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "cli/commands/commands.h"
+#include "cli/commands/document_options.h"
+#include "cli/output_file.h"
+#include "cli/wording.h"
+#include "codec/document_file.h"
+#include "codec/mask_file.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+#include "photo/place/fit_report.h"
+#include "photo/studio.h"
+
+namespace qx::cli {
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+namespace {
+
+struct MakeOptions {
+  std::string photograph, output, mask;
+  DocumentOptions document;
+  std::optional<int> person;
+  bool pair = false, compare = false;
+  bool quiet = false, json = false;
+  int64_t maxPixels = codec::kDefaultMaxPixels;
+};
+
+double Millimetres(double fraction, double whole) {
+  return std::round(fraction * whole * 100) / 100;
+}
+
+std::string ReportText(const MakeOptions& options, const photo::Document& document, const photo::MadePhoto& made,
+                       const codec::EncodedDocument& file) {
+  char numbers[200];
+  std::snprintf(numbers, sizeof numbers, "%d x %d pixels, %d dpi, %.1f kB", document.width, document.height,
+                document.dpi, static_cast<double>(file.bytes.size()) / photo::kCeilingKilobyte);
+  std::string text =
+      photo::Printable(options.photograph) + ": " + photo::Printable(options.output) + ", " + numbers + "\n";
+  if (!options.pair) {
+    std::snprintf(numbers, sizeof numbers, "  head %.1f mm, space above %.1f mm, eyes %.1f mm up, face %.1f mm wide\n",
+                  made.measures.head * document.heightMm, made.measures.top * document.heightMm,
+                  made.measures.eyes * document.heightMm, made.measures.faceWidth * document.widthMm);
+    text += numbers;
+  }
+  for (const std::string& remark : made.remarks) text += "  " + remark + "\n";
+  return text;
+}
+
+std::string ReportJson(const MakeOptions& options, const photo::Document& document, const photo::MadePhoto& made,
+                       const codec::EncodedDocument& file) {
+  const bool retouched = !RetouchOf(options.document.retouch).IsNone();
+  Json report = {{"photograph", options.photograph},
+                 {"output", options.output},
+                 {"width", document.width},
+                 {"height", document.height},
+                 {"dpi", document.dpi},
+                 {"bytes", file.bytes.size()},
+                 {"quality", file.quality},
+                 {"padding", file.padding},
+                 {"quarter_turns", made.quarterTurns},
+                 {"enlargement", std::round(made.enlargement * 1000) / 1000},
+                 {"retouched", retouched}};
+  if (!options.pair) {
+    report["head_mm"] = Millimetres(made.measures.head, document.heightMm);
+    report["top_mm"] = Millimetres(made.measures.top, document.heightMm);
+    report["eyes_mm"] = Millimetres(made.measures.eyes, document.heightMm);
+    report["face_width_mm"] = Millimetres(made.measures.faceWidth, document.widthMm);
+  }
+  report["relaxed"] = !made.givenUp.empty();
+  report["remarks"] = made.remarks;
+  return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void Make(const MakeOptions& options) {
+  if (options.pair && options.person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
+  const photo::Preset preset = PresetOf(options.document);
+  photo::MakeRequest request = RequestOf(options.document);
+  request.face = options.person;
+  request.compare = options.compare;
+  if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
+  const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
+  const codec::ImageFormat format = CheckPictureName(options.output, {photographFile, maskFile});
+  const std::string compareName = CompareName(options.output);
+  if (options.compare) CheckPictureName(compareName, {photographFile, maskFile});
+
+  photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  photo::Mask mask;
+  if (!options.mask.empty()) {
+    try {
+      mask = codec::ReadMask(options.mask, photograph.width, photograph.height);
+    } catch (const photo::Failure& failure) {
+      throw About("the mask " + photo::Printable(options.mask), failure);
+    }
+  }
+  photo::PhotoMaker maker;
+  const photo::Mask* given = options.mask.empty() ? nullptr : &mask;
+  photo::MadePhoto made = options.pair ? maker.MakePair(std::move(photograph), request, given)
+                                       : maker.Make(std::move(photograph), request, given);
+  const codec::EncodedDocument file =
+      codec::EncodeDocument(made.image, format, request.document.dpi, request.document.minKb, request.document.maxKb);
+  if (!file.Remark().empty()) made.remarks.push_back(file.Remark());
+  if (request.background.IsKeep() && !options.document.background) {
+    made.remarks.push_back("background kept: " + preset.authority + " takes no changed one");
+  }
+  OutputFile output(options.output);
+  output.Write(file.bytes.data(), file.bytes.size());
+  if (made.before) WriteFile(compareName, codec::EncodeImage(photo::SideBySide(*made.before, made.image), format));
+  output.Commit();
+  if (!options.quiet) {
+    std::fputs((options.json ? ReportJson : ReportText)(options, request.document, made, file).c_str(), stdout);
+  }
+}
+
+}  // namespace
+
+void AddMakeCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<MakeOptions>();
+  CLI::App* command = app.add_subcommand("make", "Make the finished photograph of a document");
+  command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
+  command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
+  AddMakeOptions(*command, &options->document);
+  command
+      ->add_option("--mask", options->mask,
+                   "Person mask made elsewhere: a picture of the photograph's size, white where the person is")
+      ->type_name("FILE");
+  AddPersonOption(*command, &options->person, "Number of the face, as inspect shows it; default the largest");
+  AddCompareFlag(*command, &options->compare);
+  command->add_flag("--pair", options->pair, "Two persons in one photograph; of the bounds only the size counts");
+  CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
+  command->add_flag("--json", options->json, "Print the report as one JSON object")->excludes(quiet);
+  AddMaxMegapixels(*command, &options->maxPixels);
+  command->footer(
+      "The photograph is turned upright, the person is told from the background, and the cut that meets the\n"
+      "document's bounds is brought to its size in pixels at once. Options replace single numbers of the preset;\n"
+      "percents are of the height. Where the preset leaves the head or the space above it open, usual ones are taken.\n"
+      "Where the authority forbids changed backgrounds, the photograph's own is kept; where it forbids retouching,\n"
+      "options that retouch are refused. A size limit counts 1,000 bytes to the kB, a least size 1,024; a file that\n"
+      "stays below it at quality 100 is filled up with a comment of blanks.\n\n"
+      "Exit status: 0 done, 1 not possible with this photograph (the reason is on standard error), 2 nothing was\n"
+      "tried.\n\n"
+      "Examples:\n"
+      "  idphoto make holiday.jpg -o passport.jpg --preset de-passport\n"
+      "  idphoto make holiday.jpg -o visa.jpg --preset cn-visa --background '#ffffff' --max-kb 120\n"
+      "  idphoto make holiday.jpg -o badge.png --size 300x400px --head 55-65% --beauty light\n"
+      "  idphoto make wedding.jpg -o certificate.jpg --pair --preset cn-marriage-certificate");
+  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Make(*options); }); });
+}
+
+}  // namespace qx::cli

@@ -1,0 +1,94 @@
+#include "cli/output_names.h"
+
+#include <glob.h>
+
+#include <algorithm>
+#include <cctype>
+#include <set>
+#include <system_error>
+
+#include "cli/wording.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+
+namespace qx::cli {
+namespace fs = std::filesystem;
+namespace {
+
+bool HasPhotographEnding(const fs::path& path) {
+  static const std::set<std::string> endings = {".jpg",  ".jpeg", ".png", ".webp", ".heic",
+                                                ".heif", ".avif", ".tif", ".tiff"};
+  std::string ending = path.extension().native();
+  for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return endings.count(ending) != 0;
+}
+
+std::vector<std::string> PhotographsIn(const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
+    const bool hidden = i->path().filename().native()[0] == '.';
+    if (!hidden && HasPhotographEnding(i->path()) && !fs::is_directory(i->path())) names.push_back(i->path().native());
+  }
+  if (error)
+    throw SetupFailure(photo::Printable(folder) + ": cannot be read (" + error.message() + "); check its permissions");
+  if (names.empty()) {
+    throw SetupFailure(photo::Printable(folder) +
+                       ": no photographs in the folder (.jpg, .png, .webp, .heic, .avif, .tiff)");
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::vector<std::string> FilesMatching(const std::string& pattern) {
+  glob_t found{};
+  const int error = glob(pattern.c_str(), 0, nullptr, &found);
+  std::vector<std::string> names(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  if (error != 0 && error != GLOB_NOMATCH)
+    throw SetupFailure(photo::Printable(pattern) + ": the folder cannot be read");
+  names.erase(
+      std::remove_if(names.begin(), names.end(), [](const std::string& name) { return fs::is_directory(name); }),
+      names.end());
+  if (names.empty()) throw SetupFailure(photo::Printable(pattern) + ": no file matches; check the pattern");
+  return names;
+}
+
+}  // namespace
+
+std::vector<std::string> OutputStems(const std::vector<std::string>& photographs) {
+  std::set<std::string> wanted, used;
+  for (const std::string& photograph : photographs) wanted.insert(fs::path(photograph).stem().native());
+  std::vector<std::string> stems;
+  for (const std::string& photograph : photographs) {
+    const std::string plain = fs::path(photograph).stem().native();
+    std::string stem = plain;
+    // A number that another photograph has by nature is left to that one.
+    for (int i = 2; used.count(stem) != 0 || (stem != plain && wanted.count(stem) != 0); ++i) {
+      stem = plain + "-" + std::to_string(i);
+    }
+    used.insert(stem);
+    stems.push_back(stem);
+  }
+  return stems;
+}
+
+std::vector<std::string> ExpandPhotographs(const std::vector<std::string>& arguments) {
+  std::vector<std::string> photographs;
+  std::set<fs::path> seen;
+  for (const std::string& argument : arguments) {
+    std::vector<std::string> names{argument};
+    std::error_code error;  // a name too long to exist is left to whoever reads the photograph
+    if (fs::is_directory(argument, error)) {
+      names = PhotographsIn(argument);
+    } else if (argument.find_first_of("*?[") != std::string::npos && !fs::exists(argument, error)) {
+      names = FilesMatching(argument);
+    }
+    for (std::string& name : names) {
+      if (seen.insert(fs::path(name).lexically_normal()).second) photographs.push_back(std::move(name));
+    }
+  }
+  return photographs;
+}
+
+}  // namespace qx::cli

@@ -1,0 +1,80 @@
+#include "cli/progress.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace qx::cli {
+namespace {
+
+// "40 s left ", "12 min left ", "3 h left "; nothing as long as too little is done to tell.
+std::string TimeLeft(std::chrono::duration<double> elapsed, size_t done, size_t total) {
+  if (done == 0 || elapsed.count() < 2) return "";
+  const double seconds = elapsed.count() / static_cast<double>(done) * static_cast<double>(total - done);
+  char text[40];
+  if (seconds < 90) {
+    std::snprintf(text, sizeof text, "%.0f s left ", seconds);
+  } else if (seconds < 90 * 60) {
+    std::snprintf(text, sizeof text, "%.0f min left ", seconds / 60);
+  } else {
+    std::snprintf(text, sizeof text, "%.1f h left ", seconds / 3600);
+  }
+  return text;
+}
+
+}  // namespace
+
+Progress::Progress(size_t total)
+    : total_(total),
+      bar_(total > 1 && isatty(STDERR_FILENO) == 1),
+      outcomesKeptBack_(bar_ && isatty(STDOUT_FILENO) == 1) {}
+
+Progress::~Progress() {
+  Wipe();
+}
+
+void Progress::Wipe() {
+  if (!bar_ || shown_.empty()) return;
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+}
+
+void Progress::Begin(size_t item, const std::string& name) {
+  if (!bar_) return;
+  winsize size{};
+  const size_t columns = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+  constexpr size_t kBarWidth = 24;
+  const size_t done = kBarWidth * item / total_;
+  shown_ = "[" + std::string(done, '#') + std::string(kBarWidth - done, '.') + "] " + std::to_string(item + 1) + "/" +
+           std::to_string(total_) + " " + TimeLeft(std::chrono::steady_clock::now() - start_, item, total_);
+  // The name's end tells photographs apart; no character of it is cut in two.
+  size_t from = 0;
+  if (shown_.size() + 1 < columns && shown_.size() + name.size() + 1 > columns) {
+    from = name.size() - (columns - shown_.size() - 1);
+    while (from < name.size() && (static_cast<unsigned char>(name[from]) & 0xC0) == 0x80) ++from;
+  }
+  shown_ += name.substr(from);
+  std::fprintf(stderr, "\r\033[K%s", shown_.c_str());
+  std::fflush(stderr);
+}
+
+void Progress::Outcome(const std::string& line) {
+  if (outcomesKeptBack_) return;
+  std::printf("%s\n", line.c_str());
+  std::fflush(stdout);
+}
+
+void Progress::Error(const std::string& line) {
+  Wipe();
+  std::fprintf(stderr, "idphoto: %s\n", line.c_str());
+  if (bar_) std::fputs(shown_.c_str(), stderr);
+  std::fflush(stderr);
+}
+
+void Progress::Summary(const std::string& line) {
+  if (!outcomesKeptBack_) return;
+  Wipe();
+  shown_.clear();
+  std::printf("%s\n", line.c_str());
+}
+
+}  // namespace qx::cli

@@ -1,0 +1,170 @@
+#include "codec/document_file.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <vips/vips8>
+
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+#include "photo/document/units.h"
+
+namespace qx::codec {
+using vips::VImage;
+namespace {
+
+constexpr int kGoodQuality = 80;
+
+class Encoder {
+ public:
+  Encoder(const photo::Image& image, ImageFormat format, int32_t dpi) : format_(format) {
+    const VImage bgr = VImage::new_from_memory(const_cast<uint8_t*>(image.bgr.data()), image.bgr.size(), image.width,
+                                               image.height, 3, VIPS_FORMAT_UCHAR);
+    rgb_ = VImage::bandjoin({bgr[2], bgr[1], bgr[0]})
+               .copy(VImage::option()
+                         ->set("interpretation", VIPS_INTERPRETATION_sRGB)
+                         ->set("xres", dpi / photo::kMillimetresPerInch)
+                         ->set("yres", dpi / photo::kMillimetresPerInch))
+               .copy_memory();
+    const auto high = static_cast<uint8_t>(dpi >> 8), low = static_cast<uint8_t>(dpi);
+    jfif_ = {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 1, high, low, high, low, 0, 0};
+  }
+
+  // Of a JPEG: `quality` 1 to 100, and whether colour keeps its full resolution.
+  std::vector<uint8_t> Encode(int quality, bool fullColour) const {
+    auto* options = VImage::option()->set("strip", true);
+    if (format_ == ImageFormat::kJpeg) {
+      options->set("Q", quality)
+          ->set("optimize_coding", true)
+          ->set("subsample_mode", fullColour ? VIPS_FOREIGN_SUBSAMPLE_OFF : VIPS_FOREIGN_SUBSAMPLE_ON);
+    }
+    VipsBlob* blob = format_ == ImageFormat::kJpeg ? rgb_.jpegsave_buffer(options) : rgb_.pngsave_buffer(options);
+    size_t size = 0;
+    const auto* bytes = static_cast<const uint8_t*>(vips_blob_get(blob, &size));
+    std::vector<uint8_t> file(bytes, bytes + size);
+    vips_area_unref(VIPS_AREA(blob));
+    if (format_ == ImageFormat::kJpeg) file.insert(file.begin() + 2, jfif_.begin(), jfif_.end());
+    return file;
+  }
+
+ private:
+  VImage rgb_;
+  ImageFormat format_;
+  // The first segment of a JPEG file (JFIF 1.02, ITU-T T.871), which the encoder leaves out with the metadata: marker,
+  // length, name, version 1.1, pixels an inch in both directions, no thumbnail.
+  std::vector<uint8_t> jfif_;
+};
+
+std::string Kilobytes(int64_t bytes) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f kB", static_cast<double>(bytes) / photo::kCeilingKilobyte);
+  return text;
+}
+
+// Comment segments (ITU-T T.81, B.2.4.5: marker, then a length that counts itself) of blanks, right after the file's
+// first segment, the JFIF header. `bytes` is at least 4.
+void Pad(std::vector<uint8_t>* file, size_t bytes) {
+  constexpr size_t kMarker = 2, kLongest = 65535 + kMarker, kShortest = 4;
+  const size_t header = kMarker + kMarker + static_cast<size_t>((*file)[4] << 8 | (*file)[5]);
+  std::vector<uint8_t> comments;
+  while (bytes > 0) {
+    // No rest may be too short for a segment of its own.
+    size_t size = std::min(bytes, kLongest);
+    if (bytes != size && bytes - size < kShortest) size -= kShortest;
+    const size_t length = size - kMarker;
+    comments.insert(comments.end(), {0xFF, 0xFE, static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)});
+    comments.resize(comments.size() + size - kShortest, ' ');
+    bytes -= size;
+  }
+  file->insert(file->begin() + static_cast<std::ptrdiff_t>(header), comments.begin(), comments.end());
+}
+
+// The highest quality from lo up to hi whose file is not above the ceiling; nothing is known of the others.
+EncodedDocument Bisect(const Encoder& encoder, int lo, int hi, bool fullColour, int64_t ceiling) {
+  EncodedDocument best;
+  while (lo <= hi) {
+    const int middle = (lo + hi) / 2;
+    std::vector<uint8_t> file = encoder.Encode(middle, fullColour);
+    if (static_cast<int64_t>(file.size()) <= ceiling) {
+      best.bytes = std::move(file);
+      best.quality = middle;
+      lo = middle + 1;
+    } else {
+      hi = middle - 1;
+    }
+  }
+  return best;
+}
+
+EncodedDocument EncodeJpeg(const Encoder& encoder, int64_t floor, int64_t ceiling) {
+  EncodedDocument document;
+  document.bytes = encoder.Encode(kUsualQuality, true);
+  document.quality = kUsualQuality;
+  const auto size = [&document] { return static_cast<int64_t>(document.bytes.size()); };
+  if (size() > ceiling) {
+    // Good quality with all of the colour, or else what fits with a quarter of it.
+    document = Bisect(encoder, kGoodQuality, kUsualQuality - 1, true, ceiling);
+    if (document.bytes.empty()) document = Bisect(encoder, kLowestQuality, kUsualQuality - 1, false, ceiling);
+    document.limited = true;
+    if (document.bytes.empty()) {
+      throw photo::Failure(photo::FailureCode::kFileSize,
+                           "the file cannot be made as small as " + Kilobytes(ceiling) + " (quality " +
+                               std::to_string(kLowestQuality) + " takes " +
+                               Kilobytes(static_cast<int64_t>(encoder.Encode(kLowestQuality, false).size())) +
+                               "); allow a larger file, or choose a smaller size or a lower resolution");
+    }
+  }
+  if (size() >= floor) return document;
+  if (!document.limited) {
+    document = Bisect(encoder, kUsualQuality, 100, true, ceiling);
+    document.limited = document.quality != kUsualQuality;
+  }
+  if (size() < floor) {
+    document.padding = static_cast<size_t>(std::max<int64_t>(floor - size(), 4));
+    if (size() + static_cast<int64_t>(document.padding) > ceiling) {
+      throw photo::Failure(photo::FailureCode::kFileSize,
+                           "no file lies between the least and the largest size; widen them");
+    }
+    Pad(&document.bytes, document.padding);
+  }
+  return document;
+}
+
+}  // namespace
+
+std::string EncodedDocument::Remark() const {
+  std::string remark;
+  if (limited) remark = "JPEG quality " + std::to_string(quality) + " for the limit in kB";
+  if (padding > 0) {
+    remark += (remark.empty() ? "" : ", ") + std::to_string(padding) + " blanks in a comment to reach the least size";
+  }
+  return remark;
+}
+
+EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, int32_t dpi, std::optional<int32_t> minKb,
+                               std::optional<int32_t> maxKb) {
+  const int64_t floor = minKb ? *minKb * photo::kFloorKilobyte : 0;
+  const int64_t ceiling = maxKb ? *maxKb * photo::kCeilingKilobyte : std::numeric_limits<int64_t>::max();
+  if (floor > ceiling)
+    throw photo::Failure(photo::FailureCode::kBadOption, "the least size is above the largest; turn them round");
+  try {
+    const Encoder encoder(image, format, dpi);
+    if (format == ImageFormat::kJpeg) return EncodeJpeg(encoder, floor, ceiling);
+    EncodedDocument document;
+    document.bytes = encoder.Encode(kUsualQuality, true);
+    const auto size = static_cast<int64_t>(document.bytes.size());
+    if (size > ceiling || size < floor) {
+      throw photo::Failure(photo::FailureCode::kFileSize,
+                           "the PNG file takes " + Kilobytes(size) + " and cannot be made " +
+                               (size > ceiling ? "smaller" : "larger") + "; write a .jpg file");
+    }
+    return document;
+  } catch (const vips::VError&) {
+    const std::string reason = photo::Printable(vips_error_buffer());
+    vips_error_clear();
+    throw photo::Failure(photo::FailureCode::kOutOfMemory,
+                         "the picture cannot be encoded (" + reason.substr(0, 200) + ")");
+  }
+}
+
+}  // namespace qx::codec

@@ -1,0 +1,39 @@
+// Points, rectangles and boxes in a picture.
+#ifndef QX_PHOTO_BASE_GEOMETRY_H
+#define QX_PHOTO_BASE_GEOMETRY_H
+
+#include <cstdint>
+
+namespace qx::photo {
+
+struct Point {
+  int32_t x, y;  // pixels of the photograph
+};
+
+// In pixels of a picture, whose upper left corner is (0, 0); the centre of its first pixel lies at (0.5, 0.5). May
+// reach outside.
+struct Rectangle {
+  double left = 0, top = 0, width = 0, height = 0;
+  double Right() const { return left + width; }
+  double Bottom() const { return top + height; }
+};
+
+// Whole pixels; right and bottom are past the last one.
+struct PixelBox {
+  int32_t left = 0, top = 0, right = 0, bottom = 0;
+  int32_t Width() const { return right - left; }
+  int32_t Height() const { return bottom - top; }
+  bool operator==(const PixelBox& o) const {
+    return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
+  }
+};
+
+// Where a face lies in an upright photograph, in pixels: from above the eyebrows to the chin, about square.
+struct FaceBox {
+  double left = 0, top = 0, right = 0, bottom = 0;
+  double Width() const { return right - left; }
+};
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_BASE_GEOMETRY_H

@@ -1,0 +1,52 @@
+// Where the pixels of a photograph come from, at the size at which they are needed.
+//
+// A finished document needs a small part of what a camera takes: the faces are found in an overview, and only the part
+// that becomes the document is then asked for, at about twice its finished size. A source that can decode at a reduced
+// size, or one part alone, saves most of the time and memory.
+#ifndef QX_PHOTO_BASE_PHOTO_SOURCE_H
+#define QX_PHOTO_BASE_PHOTO_SOURCE_H
+
+#include <cstdint>
+
+#include "photo/base/geometry.h"
+#include "photo/base/image.h"
+#include "photo/base/visibility.h"
+
+namespace qx::photo {
+
+// All places are pixels of the upright photograph at its full size. One thread at a time. The same calls give the same
+// pictures. Every call throws Failure when the photograph cannot be read.
+class QX_PHOTO_API PhotoSource {
+ public:
+  virtual ~PhotoSource();
+
+  virtual int32_t Width() = 0;
+  virtual int32_t Height() = 0;
+
+  // The whole photograph at its size or reduced, by the same factor on both sides but for rounding, to no less than
+  // `leastPixels` pixels, where it has so many.
+  virtual Image Overview(int64_t leastPixels) = 0;
+
+  // The box, which lies inside the photograph and is not empty, as width x height pixels, neither of them above the
+  // box's own: reduced with a kernel that neither blurs nor aliases.
+  virtual Image Part(const PixelBox& box, int32_t width, int32_t height) = 0;
+};
+
+// A photograph in memory.
+class QX_PHOTO_API ImageSource : public PhotoSource {
+ public:
+  explicit ImageSource(Image image);
+  ~ImageSource() override;
+
+  int32_t Width() override { return image_.width; }
+  int32_t Height() override { return image_.height; }
+  Image Overview(int64_t leastPixels) override;
+  Image Part(const PixelBox& box, int32_t width, int32_t height) override;
+
+ private:
+  Image image_;
+};
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_BASE_PHOTO_SOURCE_H

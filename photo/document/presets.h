@@ -1,0 +1,76 @@
+// The documents that photographs are made for, as their authorities publish them.
+#ifndef QX_PHOTO_DOCUMENT_PRESETS_H
+#define QX_PHOTO_DOCUMENT_PRESETS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "photo/document/units.h"
+
+namespace qx::photo {
+
+// One document. Bounds are kept in the unit in which they are published; Derive turns them into fractions. Percents
+// are of the photograph's height (of its width for faceWidth).
+struct Preset {
+  std::string name;       // such as "us-passport"
+  std::string title;      // for people
+  std::string authority;  // who sets the rules
+  bool upload = false;    // a file to hand in rather than a print
+  int32_t persons = 1;    // 1 or 2
+  Size size;
+  std::optional<Size> pixels;     // where published beside a size in millimetres
+  std::optional<Size> printSize;  // millimetres that bounds of a size in pixels refer to
+  int32_t dpi = 300;
+  std::optional<Range> head;       // top of the hair to the chin
+  std::optional<Range> top;        // upper edge to the top of the hair
+  std::optional<Range> eyes;       // eyes to the lower edge
+  std::optional<Range> faceWidth;  // of the face's outline
+  std::optional<int32_t> minKb, maxKb;
+  std::vector<std::string> backgrounds;  // the first is the one to use
+  bool backgroundChange = true;          // whether the authority takes photographs whose background was changed
+  bool retouching = true;                // whether it takes retouched ones
+  std::string source;                    // "authority" (its own page), "copy" (of an official document), "secondary",
+                                         // "remembered" (by the authors of this file; check before use)
+  std::vector<std::string> unverified;   // names of the fields that rest on no source
+  std::string read;                      // year and month in which the source was read
+  std::string note;
+};
+
+struct Fraction {
+  double min, max;
+};
+
+// A document in the numbers that the work needs.
+struct Document {
+  int32_t width = 0, height = 0;            // pixels
+  int32_t dpi = 300;                        // written into the file
+  double widthMm = 0, heightMm = 0;         // what the bounds in millimetres refer to
+  std::optional<Fraction> head, top, eyes;  // of the height
+  std::optional<Fraction> faceWidth;        // of the width
+  std::optional<int32_t> minKb, maxKb;
+};
+
+// The presets of a JSON text. Throws Failure with the preset and field that is wrong.
+std::vector<Preset> ParsePresets(std::string_view json);
+
+// Those that come with the program, in the order of their file.
+const std::vector<Preset>& Presets();
+
+// Throws Failure, naming similar ones, when there is none of that name.
+const Preset& FindPreset(std::string_view name);
+
+// Throws Failure when a bound is larger than the photograph or the photograph has more than kMostDocumentPixels.
+Document Derive(const Preset& preset);
+
+inline constexpr int64_t kMostDocumentPixels = 100'000'000;
+
+// Authorities count a kilobyte as 1,000 or as 1,024 bytes and rarely say which. A ceiling is taken in the smaller and
+// a floor in the larger, so that both are met.
+inline constexpr int64_t kCeilingKilobyte = 1000, kFloorKilobyte = 1024;
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_DOCUMENT_PRESETS_H

@@ -1,0 +1,51 @@
+// Sizes and bounds of documents as people write them: 35x45mm, 400x514px, 32-36mm, 70-80%.
+#ifndef QX_PHOTO_DOCUMENT_UNITS_H
+#define QX_PHOTO_DOCUMENT_UNITS_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace qx::photo {
+
+enum class Unit { kMillimetre, kPixel, kPercent };
+
+struct Size {
+  double width = 0, height = 0;
+  Unit unit = Unit::kMillimetre;  // or kPixel
+};
+
+struct Range {
+  double min = 0, max = 0;
+  Unit unit = Unit::kMillimetre;  // or kPercent, of a length that the context names
+};
+
+// "35x45mm", "2x2in" (inches become millimetres) or "400x514px" (whole numbers). Throws Failure, also for sizes below
+// 1 or above 10,000 in their unit.
+Size ParseSize(std::string_view text);
+
+// "32-36mm", "70-80%" or one value, "34mm". Throws Failure, also when the first value is above the second or a value
+// is below 0 or above 10,000 (100 for percents).
+Range ParseRange(std::string_view text);
+
+inline constexpr double kMillimetresPerInch = 25.4;
+
+// Pixels an inch, along the width and height of an upright picture.
+struct PrintResolution {
+  double x = 0, y = 0;
+};
+
+// Rounded to the nearest pixel, half up.
+int32_t ToPixels(double millimetres, double dpi);
+double ToMillimetres(double pixels, double dpi);
+
+// As ParseSize and ParseRange read it, numbers with at most two decimals.
+std::string ToText(const Size& size);
+std::string ToText(const Range& range);
+
+// "34", "31.5", "2.25": at most two decimals, none that are zero.
+std::string Decimal(double value);
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_DOCUMENT_UNITS_H

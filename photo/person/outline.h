@@ -1,0 +1,28 @@
+// The outline of a coarse mask, led along the edges of the photograph.
+#ifndef QX_PHOTO_PERSON_OUTLINE_H
+#define QX_PHOTO_PERSON_OUTLINE_H
+
+#include "photo/base/image.h"
+#include "photo/base/raster.h"
+
+namespace qx::photo {
+
+// How a guided filter moves the outline, which is where the map passes one half. Lengths in pixels of the map.
+struct OutlineFilter {
+  int radius;      // of the filter's windows
+  double epsilon;  // of the filter
+  float contrast;  // slope of the result over the filter's value, around one half
+  float band;      // half the width of the band around the outline in which the filter decides; beyond it the result
+                   // is 0 or 1, towards its sides the filter's say fades
+};
+
+// The map filtered at its own size. `colours`: three channels, 0 to 1, of the map's size.
+Raster FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter);
+
+// The map filtered at the photograph's size: `colours` is a reduced copy of the photograph, of the map's size. Fills
+// photographs of any size tile by tile, so that memory beyond the result does not grow with them.
+Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter, const Image& photograph);
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_PERSON_OUTLINE_H

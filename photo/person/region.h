@@ -1,0 +1,47 @@
+// Regions of a picture: growing from a seed, opening, holes, distance from the border line.
+#ifndef QX_PHOTO_PERSON_REGION_H
+#define QX_PHOTO_PERSON_REGION_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "photo/base/raster.h"
+
+namespace qx::photo {
+
+// One byte a pixel, 0 or 1, rows top to bottom without gaps.
+struct Region {
+  Region() = default;
+  Region(int w, int h) : width(w), height(h), bits(static_cast<size_t>(w) * static_cast<size_t>(h)) {}
+  uint8_t& At(int x, int y) {
+    return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
+  }
+  uint8_t At(int x, int y) const {
+    return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
+  }
+
+  int width = 0;
+  int height = 0;
+  std::vector<uint8_t> bits;
+};
+
+// The pixels whose value is above the threshold.
+Region Above(const Raster& map, float threshold);
+
+// Distance of each pixel's centre from the region's border line, in pixels: positive inside, negative outside, half a
+// pixel at the line (chamfer distance of steps 1 and sqrt 2, G. Borgefors 1986). The picture's edge is no border line;
+// without any line the distance is that of the largest picture.
+Raster SignedDistance(const Region& region);
+
+// The part of the region that can be reached from the seed (the pixels of both), stepping to the four neighbours at
+// most `steps` times.
+Region Grow(const Region& seed, const Region& region, int steps);
+
+// Adds the holes of at most `pixels` pixels: pieces of the outside, joined by their four neighbours, that do not touch
+// the picture's edge.
+void FillHoles(Region& region, int pixels);
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_PERSON_REGION_H

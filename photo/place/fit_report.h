@@ -1,0 +1,27 @@
+// In words: why no rectangle of a photograph meets a document's bounds.
+#ifndef QX_PHOTO_PLACE_FIT_REPORT_H
+#define QX_PHOTO_PLACE_FIT_REPORT_H
+
+#include <string>
+
+#include "photo/base/failure.h"
+#include "photo/place/placement.h"
+
+namespace qx::photo {
+
+// "head 58 % of the height, wanted 70 to 80 (31.5 to 36 mm)".
+std::string MissText(const Miss& miss, const Document& document);
+// The same with ": move closer" or the like behind, where the person can do something.
+std::string MissAdvice(const Miss& miss, const Document& document);
+
+// "head", "top", "eyes" or "face_width".
+const char* NameOf(Miss::Bound bound);
+
+// kNoFit. The text: one line with the bounds that the nearest rectangle misses, by how much, what in the photograph is
+// to blame, and what to do. `nearest`: as FindNearest finds it, not meeting the goals.
+Failure NoFit(const PersonGeometry& person, const Document& document, const Goals& goals, const Obstacles& obstacles,
+              const std::optional<Rectangle>& nearest);
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_PLACE_FIT_REPORT_H

@@ -1,0 +1,124 @@
+#include "photo/place/placement.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace qx::photo {
+namespace {
+
+constexpr double kRounding = 1e-6;
+constexpr double kLeastWidth = 1.2;  // of the face, for the ears
+constexpr double kTolerance = 1e-3;  // half a pixel of a usual document
+constexpr double kMostCut = 0.05;    // more than measuring can be wrong by
+
+struct Goal {
+  Miss::Bound bound;
+  double value;
+  const std::optional<Fraction>& wanted;
+};
+
+std::array<Goal, 4> Compare(const PhotoMeasures& measures, const Goals& goals) {
+  return {{{Miss::Bound::kHead, measures.head, goals.head},
+           {Miss::Bound::kTop, measures.top, goals.top},
+           {Miss::Bound::kEyes, measures.eyes, goals.eyes},
+           {Miss::Bound::kFaceWidth, measures.faceWidth, goals.faceWidth}}};
+}
+
+double Excess(double value, const Fraction& wanted) {
+  return std::max({wanted.min - value, value - wanted.max, 0.0});
+}
+
+// The squares of what is missing and, to choose among rectangles that miss nothing, a trifle for not being in the
+// middle of the bounds.
+double Cost(const PhotoMeasures& measures, const Goals& goals) {
+  constexpr double kTrifle = 1e-7;
+  double cost = 0;
+  for (const Goal& goal : Compare(measures, goals)) {
+    if (!goal.wanted) continue;
+    const double excess = Excess(goal.value, *goal.wanted);
+    const double middle = (goal.wanted->min + goal.wanted->max) / 2;
+    const double half = std::max((goal.wanted->max - goal.wanted->min) / 2, kRounding);
+    const double offset = (goal.value - middle) / half;
+    cost += excess * excess + kTrifle * offset * offset;
+  }
+  return cost;
+}
+
+}  // namespace
+
+Goals GoalsOf(const Document& document) {
+  Goals goals{document.head, document.top, document.eyes, document.faceWidth};
+  if (!goals.head && !goals.faceWidth) goals.head = Fraction{0.60, 0.72};
+  if (!goals.top) {
+    // With the eyes set, no more than that the hair stays inside; otherwise somewhat less room above than below.
+    const double room = goals.head ? 1 - (goals.head->min + goals.head->max) / 2 : 0.3;
+    goals.top = goals.eyes ? Fraction{0.01, 1} : Fraction{0.25 * room, 0.5 * room};
+  }
+  return goals;
+}
+
+Goals Narrowed(const Goals& goals, double part) {
+  Goals narrowed = goals;
+  for (auto* goal : {&narrowed.head, &narrowed.top, &narrowed.eyes, &narrowed.faceWidth}) {
+    if (!*goal) continue;
+    const double cut = std::min(part * ((*goal)->max - (*goal)->min), kMostCut);
+    **goal = {(*goal)->min + cut, (*goal)->max - cut};
+  }
+  return narrowed;
+}
+
+std::vector<Miss> MissesOf(const PhotoMeasures& measures, const Goals& goals) {
+  std::vector<Miss> misses;
+  for (const Goal& goal : Compare(measures, goals)) {
+    if (goal.wanted && Excess(goal.value, *goal.wanted) > kTolerance) {
+      misses.push_back({goal.bound, goal.value, *goal.wanted});
+    }
+  }
+  return misses;
+}
+
+bool IsClear(const Rectangle& rectangle, const PersonGeometry& person, const Obstacles& obstacles) {
+  if (rectangle.width < kLeastWidth * person.faceWidth) return false;
+  const double bottom = rectangle.Bottom();
+  const double slack = kRounding * rectangle.height;
+  const bool left = rectangle.left >= -slack, right = rectangle.Right() <= person.width + slack;
+  const bool top = rectangle.top >= -slack;
+  if (obstacles.keep && !(left && right && top && bottom <= person.height + slack)) return false;
+  if (obstacles.foot && bottom > person.foot + slack) return false;
+  if (obstacles.sides && ((!left && bottom > person.leftCut) || (!right && bottom > person.rightCut))) return false;
+  return !(obstacles.top && person.topCut && !top);
+}
+
+std::optional<Rectangle> FindNearest(const PersonGeometry& person, const Goals& goals, double proportions,
+                                     const Obstacles& obstacles) {
+  std::optional<Rectangle> nearest;
+  double lowest = std::numeric_limits<double>::infinity();
+  const auto consider = [&](double height, double top) {
+    const Rectangle rectangle{person.centre - height * proportions / 2, top, height * proportions, height};
+    const double cost = Cost(MeasuresIn(rectangle, person), goals);
+    if (cost < lowest && IsClear(rectangle, person, obstacles)) {
+      lowest = cost;
+      nearest = rectangle;
+    }
+  };
+  // The head takes between a fifth and the whole of the height, and lies inside: from the hair at the upper edge to the
+  // chin at the lower one.
+  const double head = person.chin - person.headTop, step = head / 150;
+  for (double height = head; height <= 5 * head; height += step) {
+    for (double top = person.headTop; top >= person.chin - height; top -= step) consider(height, top);
+  }
+  if (!nearest) return nearest;
+  // Finer around what was found.
+  constexpr int kFiner = 10;
+  const Rectangle found = *nearest;
+  for (int i = -kFiner; i <= kFiner; ++i) {
+    for (int k = -kFiner; k <= kFiner; ++k) {
+      const double height = found.height + i * step / kFiner, top = found.top + k * step / kFiner;
+      if (height >= head && top <= person.headTop && top + height >= person.chin) consider(height, top);
+    }
+  }
+  return nearest;
+}
+
+}  // namespace qx::photo

@@ -1,0 +1,86 @@
+#include "photo/render/background.h"
+
+#include <cctype>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+
+namespace qx::photo {
+namespace {
+
+std::optional<Colour> ParseColour(std::string_view text) {
+  if (text.size() != 7 || text[0] != '#') return std::nullopt;
+  uint32_t value = 0;
+  for (const char c : text.substr(1)) {
+    if (!std::isxdigit(static_cast<unsigned char>(c))) return std::nullopt;
+    const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+    value = value << 4 | static_cast<uint32_t>(digit);
+  }
+  return Colour{static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value >> 16)};
+}
+
+}  // namespace
+
+Background ParseBackground(std::string_view text) {
+  Background background;
+  if (text == "white") return background;
+  if (text == "keep") {
+    background.kind = Background::Kind::kKeep;
+    return background;
+  }
+  constexpr std::string_view kGradient = "gradient:";
+  std::optional<Colour> top, bottom;
+  if (text.substr(0, kGradient.size()) == kGradient) {
+    const std::string_view colours = text.substr(kGradient.size());
+    const size_t dash = colours.find('-');
+    if (dash != std::string_view::npos) {
+      top = ParseColour(colours.substr(0, dash));
+      bottom = ParseColour(colours.substr(dash + 1));
+    }
+  } else {
+    top = bottom = ParseColour(text);
+  }
+  if (!top || !bottom) {
+    throw Failure(FailureCode::kBadOption,
+                  "'" + Printable(text) +
+                      "' is no background; use white, keep, a colour such as #438edb, or two as in "
+                      "gradient:#ffffff-#dbe7f3 (top-bottom)");
+  }
+  background.top = *top;
+  background.bottom = *bottom;
+  return background;
+}
+
+Colour RowColour(const Background& background, int32_t row, int32_t height) {
+  const int64_t last = height > 1 ? height - 1 : 1;
+  auto mix = [&](uint8_t top, uint8_t bottom) {
+    return static_cast<uint8_t>((2 * (top * (last - row) + bottom * int64_t{row}) + last) / (2 * last));
+  };
+  return {mix(background.top.blue, background.bottom.blue), mix(background.top.green, background.bottom.green),
+          mix(background.top.red, background.bottom.red)};
+}
+
+Image Composite(const Image& foreground, const Mask& mask, const Background& background) {
+  if (!mask.IsOf(foreground)) {
+    throw Failure(FailureCode::kBadMask, "the mask is not of the picture's size");
+  }
+  Image result = foreground;
+  if (background.IsKeep()) return result;
+  uint8_t* pixel = result.bgr.data();
+  const uint8_t* alpha = mask.values.data();
+  for (int32_t y = 0; y < result.height; ++y) {
+    const Colour colour = RowColour(background, y, result.height);
+    const uint8_t behind[3] = {colour.blue, colour.green, colour.red};
+    for (int32_t x = 0; x < result.width; ++x, pixel += 3, ++alpha) {
+      for (int c = 0; c < 3; ++c) {
+        pixel[c] = static_cast<uint8_t>((pixel[c] * *alpha + behind[c] * (255 - *alpha) + 127) / 255);
+      }
+    }
+  }
+  return result;
+}
+
+}  // namespace qx::photo

@@ -1,0 +1,51 @@
+// Masks that were made elsewhere.
+#include "codec/mask_file.h"
+
+#include <gtest/gtest.h>
+
+#include "support/test_files.h"
+
+namespace qx::codec {
+namespace {
+
+using namespace qx::test;
+using namespace qx::photo;
+
+TEST(MaskFile, IsGreyOrTransparencyOfTheRightSize) {
+  const TestFolder folder;
+  vips::VImage grey = vips::VImage::black(8, 6).linear(1, 200).cast(VIPS_FORMAT_UCHAR);
+  grey = grey.insert(vips::VImage::black(2, 6), 0, 0);
+  grey.write_to_file((folder / "grey.png").c_str());
+  Mask expected(8, 6, 200);
+  for (size_t i = 0; i < expected.values.size(); ++i) expected.values[i] = i % 8 < 2 ? 0 : 200;
+  EXPECT_EQ(expected.values, ReadMask(folder / "grey.png", 8, 6).values);
+
+  // A cut-out: what it shows does not matter, its opacity does; also with 16 bits.
+  const vips::VImage picture = ToVips(GradientImage(8, 6));
+  picture.bandjoin(grey).write_to_file((folder / "cut.png").c_str());
+  EXPECT_EQ(expected.values, ReadMask(folder / "cut.png", 8, 6).values);
+  picture.bandjoin(grey)
+      .linear(257, 0)
+      .cast(VIPS_FORMAT_USHORT)
+      .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16))
+      .write_to_file((folder / "cut16.png").c_str());
+  EXPECT_EQ(expected.values, ReadMask(folder / "cut16.png", 8, 6).values);
+  // Opacity that says nothing leaves the grey value.
+  vips::VImage::bandjoin({grey, grey, grey, vips::VImage::black(8, 6).linear(1, 255).cast(VIPS_FORMAT_UCHAR)})
+      .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+      .write_to_file((folder / "opaque.png").c_str());
+  EXPECT_EQ(expected.values, ReadMask(folder / "opaque.png", 8, 6).values);
+
+  vips::VImage::black(8, 6).write_to_file((folder / "black.png").c_str());
+  WriteBytes(folder / "text.png", "no picture");
+  auto failure = [&](const char* name, int width, int height) {
+    return FailureOf([&] { ReadMask(folder / name, width, height); });
+  };
+  EXPECT_EQ("the mask is 8 x 6 pixels, the upright photograph 6 x 8 pixels; both must be of one size",
+            failure("grey.png", 6, 8));
+  EXPECT_TRUE(Contains(failure("black.png", 8, 6), "black throughout"));
+  EXPECT_TRUE(Contains(failure("text.png", 8, 6), "known format"));
+}
+
+}  // namespace
+}  // namespace qx::codec

@@ -1,0 +1,85 @@
+// Backgrounds, the person's own colours, and masks from files.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+
+#include "photo/person/foreground.h"
+#include "photo/render/background.h"
+#include "support/test_files.h"
+
+namespace qx::photo {
+namespace {
+
+using namespace qx::test;
+
+TEST(Background, IsReadOrRefused) {
+  EXPECT_TRUE(ParseBackground("keep").IsKeep());
+  const Background white = ParseBackground("white"), blue = ParseBackground("#438EdB"),
+                   gradient = ParseBackground("gradient:#000000-#ff8000");
+  auto isColour = [](const Colour& colour, int red, int green, int blueSample) {
+    return colour.red == red && colour.green == green && colour.blue == blueSample;
+  };
+  EXPECT_FALSE(white.IsKeep());
+  EXPECT_TRUE(isColour(white.top, 255, 255, 255) && isColour(white.bottom, 255, 255, 255));
+  EXPECT_TRUE(isColour(blue.top, 0x43, 0x8e, 0xdb) && isColour(blue.bottom, 0x43, 0x8e, 0xdb));
+  EXPECT_TRUE(isColour(gradient.top, 0, 0, 0) && isColour(gradient.bottom, 255, 128, 0));
+  for (const char* text : {"", "White", "blue", "#12345", "#1234567", "#12345g", "438edb", "# 12345",
+                           "gradient:", "gradient:#000000", "gradient:#000000-", "gradient:#000000-white",
+                           "gradient:#000000#111111", "gradient:#000000-#111111-#222222", "\x1b[2J"}) {
+    const std::string failure = FailureOf([&] { ParseBackground(text); });
+    EXPECT_TRUE(Contains(failure, "is no background")) << failure;
+    EXPECT_FALSE(Contains(failure, "\x1b")) << failure;
+  }
+}
+
+TEST(Background, CompositesByHand) {
+  // One column: a gradient 0, 50, 100 behind 200 with the mask 255, 0, 51 (a fifth).
+  const Image person{1, 3, Bytes(9, 200)};
+  const Mask mask(1, 3, Bytes{255, 0, 51});
+  const Background gradient = ParseBackground("gradient:#000000-#646464");
+  EXPECT_EQ((Bytes{200, 200, 200, 50, 50, 50, 120, 120, 120}), Composite(person, mask, gradient).bgr);
+  EXPECT_EQ(person.bgr, Composite(person, mask, ParseBackground("keep")).bgr);
+  // (200 * 128 + 255 * 127) / 255 = 227.39; of one row the gradient shows the top.
+  const Image pixel{1, 1, {200, 0, 255}};
+  EXPECT_EQ((Bytes{227, 127, 255}), Composite(pixel, Mask(1, 1, Bytes{128}), ParseBackground("white")).bgr);
+  EXPECT_EQ((Bytes{0, 0, 0}), Composite(pixel, Mask(1, 1, Bytes{0}), gradient).bgr);
+  EXPECT_THROW(Composite(pixel, Mask(2, 1, Bytes{1, 2}), gradient), Failure);
+}
+
+TEST(Foreground, LosesTheOldBackground) {
+  // A round person of one colour with a soft outline before a wall of two colours; once small, once above the size of
+  // the working copy.
+  const double person[3] = {40, 70, 110};
+  for (const int side : {120, 1500}) {
+    Image photograph{side, side, {}};
+    Mask mask(side, side);
+    uint8_t* to = mask.values.data();
+    for (int y = 0; y < side; ++y) {
+      for (int x = 0; x < side; ++x) {
+        const double wall[3] = {x < side / 2 ? 30.0 : 240.0, 220, 30};
+        const double distance = std::hypot(x - side / 2.0, y - side / 2.0) / side;
+        *to = static_cast<uint8_t>(std::lround(255 * std::clamp((0.36 - distance) / 0.06, 0.0, 1.0)));
+        for (int c = 0; c < 3; ++c) {
+          const double alpha = *to / 255.0;
+          photograph.bgr.push_back(static_cast<uint8_t>(std::lround(alpha * person[c] + (1 - alpha) * wall[c])));
+        }
+        ++to;
+      }
+    }
+    const Image result = EstimateForeground(photograph, mask);
+    int worst = 0;
+    for (size_t i = 0; i < result.bgr.size(); ++i) {
+      if (mask.values[i / 3] == 0 || mask.values[i / 3] == 255) {
+        ASSERT_EQ(photograph.bgr[i], result.bgr[i]);
+      } else if (std::abs(static_cast<int>(i / 3) % side - side / 2) >
+                 side / 12) {  // the walls run into each other there
+        worst = std::max(worst, std::abs(result.bgr[i] - static_cast<int>(person[i % 3])) * mask.values[i / 3] / 255);
+      }
+    }
+    EXPECT_GE(8, worst) << side;  // of 255, as seen in a composite; up to 46 before
+  }
+}
+
+}  // namespace
+}  // namespace qx::photo
