@@ -6,7 +6,7 @@ trap 'rm -f $setup' EXIT
 cat >$setup <<'SETUP'
 PROMPT= RPROMPT=
 stty -echo
-autoload -Uz compinit && compinit -u -D
+autoload -Uz compinit && compinit -u -d ~/.zcompdump
 bindkey '^I' complete-word
 # Every offer passes through compadd: have it say which words match. The shell ends before it shows them itself.
 compadd() {

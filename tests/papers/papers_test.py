@@ -75,13 +75,14 @@ class Papers(unittest.TestCase):
 class Completion:
     """What a shell offers; a subclass says how it is asked."""
 
-    def setUp(self):
+    @classmethod
+    def setUpClass(cls):
         folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        (self.folder / "photo-one.jpg").touch()
-        (self.folder / "photos").mkdir()
-        self.environment = {**os.environ, "PATH": f"{IDPHOTO.parent}:{os.environ['PATH']}", "HOME": folder.name}
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = pathlib.Path(folder.name)
+        (cls.folder / "photo-one.jpg").touch()
+        (cls.folder / "photos").mkdir()
+        cls.environment = {**os.environ, "PATH": f"{IDPHOTO.parent}:{os.environ['PATH']}", "HOME": folder.name}
 
     def shell(self, *command):
         said, status = run(*command, cwd=self.folder, env=self.environment)
