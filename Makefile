@@ -1,7 +1,7 @@
-# Short names for the scripts. PHOTOS='a.jpg b.jpg' names photographs for `make crop`.
-.PHONY: crop test bench docs
-crop:
-	./scripts/crop.sh $(PHOTOS)
+# Short names for the scripts. PHOTOS='a.jpg b.jpg' names photographs for `make try`.
+.PHONY: try test bench docs
+try:
+	./scripts/try.sh $(PHOTOS)
 test:
 	./scripts/test.sh
 bench:

@@ -24,7 +24,7 @@
 #include <stdint.h>
 
 #define QX_IDP_VERSION_MAJOR 0
-#define QX_IDP_VERSION_MINOR 1
+#define QX_IDP_VERSION_MINOR 2
 #define QX_IDP_VERSION_PATCH 0
 /* One number for #if: 10000 * major + 100 * minor + patch. */
 #define QX_IDP_VERSION (QX_IDP_VERSION_MAJOR * 10000 + QX_IDP_VERSION_MINOR * 100 + QX_IDP_VERSION_PATCH)

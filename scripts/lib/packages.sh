@@ -13,7 +13,9 @@ bench_packages=(libbenchmark-dev libopencv-dev)
 test_packages=(
   libgtest-dev libgmock-dev
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
-  python3                     # makes the colour table again
+  python3                     # makes the colour table again, holds papers against the program
+  mandoc zsh                  # check the man pages, complete as a user's shell does
+  debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program
   "${bench_packages[@]}"
 )

@@ -18,7 +18,7 @@ cmake --build "$work/build"
 
 pc_file=$(find "$work/moved" -name qx_idp.pc)
 export PKG_CONFIG_PATH=${pc_file%/*}
-pkg-config --exists --print-errors 'qx_face_sdk' 'qx_idp >= 0.1'
+pkg-config --exists --print-errors 'qx_face_sdk' 'qx_idp >= 0.2'
 read -ra flags < <(pkg-config --cflags --libs qx_idp)
 "$CC" -std=c99 "$work/examples/crop.c" "${flags[@]}" -Wl,-rpath,"$(pkg-config --variable=libdir qx_idp)" -o "$work/crop"
 "$work/crop" "$work/photo.ppm" "$work/pkgconfig_"

@@ -1,0 +1,69 @@
+# Completion of idphoto for bash; needs nothing else.
+
+_idphoto_options() {
+  local document='--preset --size --dpi --head --top --face-width --eyes'
+  local retouch='--beauty --mouth --tone --skin --detail --face'
+  local finish='--background --max-kb --min-kb --relax --force --pair'
+  local common='-h --help'
+  case $1 in
+    '') echo "$common --version" ;;
+    crop) echo "$common -o --output --ratio --bound --src-same --format --max-megapixels" ;;
+    inspect) echo "$common --json --draw --points --max-megapixels" ;;
+    make)
+      echo "$common -o --output $document $retouch $finish --mask --person --compare --quiet --json --max-megapixels"
+      ;;
+    retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
+    presets) echo "$common --json" ;;
+    check) echo "$common $document --json --draw --max-megapixels" ;;
+    sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
+    batch)
+      echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"
+      ;;
+  esac
+}
+
+_idphoto_presets() { "$1" presets 2>/dev/null | awk 'NR > 1 && $1 != "*" { print $1 }'; }
+
+_idphoto_words() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$2"); }
+
+_idphoto_files() { # kind (-f or -d), word
+  compopt -o filenames 2>/dev/null # fails outside a completion
+  mapfile -t COMPREPLY < <(compgen "$1" -- "$2")
+}
+
+_idphoto() {
+  local program=$1 word=$2 before=$3 command='' i
+  COMPREPLY=()
+  for ((i = 1; i < COMP_CWORD; i++)); do
+    [[ ${COMP_WORDS[i]} == -* ]] || { command=${COMP_WORDS[i]} && break; }
+  done
+  [[ $word != = ]] || word=''
+  [[ $before != = ]] || before=${COMP_WORDS[COMP_CWORD - 2]} # --preset=NAME comes as three words
+  case $before in
+    --preset) _idphoto_words "$(_idphoto_presets "$program")" "$word" && return ;;
+    --paper) _idphoto_words '3.5x5 4x6 5x7 6x8 8x10 A3 A4 A5 A6 A7 letter' "$word" && return ;;
+    --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
+    --format) _idphoto_words 'png jpg' "$word" && return ;;
+    --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
+    --background) _idphoto_words 'white keep gradient:' "$word" && return ;;
+    -o | --output)
+      if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
+      return
+      ;;
+    --mask | --draw | --report) _idphoto_files -f "$word" && return ;;
+    # A number or a length: nothing to offer.
+    --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
+      --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --max-megapixels) return ;;
+  esac
+  if [[ $word == -* ]]; then
+    _idphoto_words "$(_idphoto_options "$command")" "$word"
+  elif [[ -z $command ]]; then
+    _idphoto_words 'crop inspect make retouch presets check sheet batch' "$word"
+  elif [[ $command == presets ]]; then
+    _idphoto_words "$(_idphoto_presets "$program")" "$word"
+  else
+    _idphoto_files -f "$word"
+  fi
+}
+
+complete -F _idphoto idphoto

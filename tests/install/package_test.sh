@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# usage: package_test.sh BUILD_DIR PHOTO WORK_DIR
+# Makes the Debian packages of a build, installs them with apt-get into a bare Debian in a folder, so that what they say
+# they depend on is all there is, and lets the installed program make a photograph: it must be the one that the build's
+# own program makes. The bare Debian and the packages that apt-get fetched stay in WORK_DIR for the next run.
+# Exit status 77: not possible here; the reason is said.
+set -euo pipefail
+build=$1 photo=$2 work=$3
+release=bookworm
+unset LD_LIBRARY_PATH
+export LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive
+
+skip() {
+  echo "skipped: $*"
+  exit 77
+}
+
+# With /proc, where the program learns of the processor; the mount ends with the command.
+in_debian() {
+  unshare --mount sh -c 'mount --rbind /proc "$1/proc" && exec chroot "$@"' - "$work/root" "$@" </dev/null
+}
+
+# Makes WORK_DIR/base, with this machine's settings of apt.
+make_base() {
+  local mirror proxy=''
+  mirror=$(apt-get indextargets --format "\$(CODENAME) \$(REPO_URI)" 'Created-By: Packages' | awk -v r=$release '$1 == r { print $2; exit }')
+  eval "$(apt-config shell proxy Acquire::http::Proxy)"
+  [[ -z $proxy ]] || export http_proxy=$proxy
+  rm -rf "$work/base" "$work/new"
+  debootstrap --variant=minbase $release "$work/new" "$mirror" || skip "debootstrap cannot make a bare Debian here"
+  rm -rf "$work/new/etc/apt"
+  cp -a /etc/apt "$work/new/etc/apt"
+  rm -f "$work"/new/etc/apt/apt.conf.d/docker-* # would throw away what was fetched
+  cp -a /usr/share/keyrings/. "$work/new/usr/share/keyrings/"
+  [[ ! -d /etc/ssl/certs ]] || { mkdir -p "$work/new/etc/ssl" && cp -rL /etc/ssl/certs "$work/new/etc/ssl/certs"; }
+  cp -L /etc/resolv.conf /etc/hosts "$work/new/etc/"
+  printf '#!/bin/sh\nexit 101\n' >"$work/new/usr/sbin/policy-rc.d" # no service is to start
+  chmod +x "$work/new/usr/sbin/policy-rc.d"
+  chroot "$work/new" apt-get -qq update </dev/null
+  mv "$work/new" "$work/base"
+}
+
+((EUID == 0)) || skip "root rights are needed for chroot"
+command -v debootstrap >/dev/null || skip "debootstrap is not installed"
+unshare --mount true 2>/dev/null || skip "this machine does not let root mount anything"
+mkdir -p "$work"
+[[ -d $work/base ]] || make_base
+
+rm -rf "$work/root" "$work/packages"
+cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work/packages"
+rm -rf "$work/packages/_CPack_Packages"
+cp -a "$work/base" "$work/root"
+cp "$work"/packages/*.deb "$photo" "$work/root/tmp/"
+packages=("$work"/packages/*.deb)
+install=(apt-get install -q -y --no-install-recommends -o APT::Keep-Downloaded-Packages=true -o APT::Sandbox::User=root)
+# The lists of packages age: once more with new ones.
+in_debian "${install[@]}" "${packages[@]/#*\//\/tmp\/}" || {
+  in_debian apt-get -qq update
+  in_debian "${install[@]}" "${packages[@]/#*\//\/tmp\/}"
+}
+cp -u "$work"/root/var/cache/apt/archives/*.deb "$work/base/var/cache/apt/archives/"
+
+echo "The installed program:"
+[[ $(in_debian idphoto --version) == "$("$build/bin/idphoto" --version)" ]]
+[[ $(in_debian idphoto presets) == "$("$build/bin/idphoto" presets)" ]]
+make=(make --preset schengen-visa --beauty light --force --compare -o)
+in_debian idphoto "${make[@]}" /tmp/made.png "/tmp/${photo##*/}"
+"$build/bin/idphoto" "${make[@]}" "$work/made.png" "$photo" >/dev/null
+cmp "$work/made.png" "$work/root/tmp/made.png"
+
+for file in bin/idphoto lib/libqx_idp.so include/qx_idp.h share/man/man1/idphoto-make.1.gz \
+  share/bash-completion/completions/idphoto share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
+  [[ -s $work/root/usr/$file ]] || { echo "missing: /usr/$file" && exit 1; }
+done
+in_debian apt-get purge -q -y idphoto libqx-idp0 libqx-idp-dev
+left=$(find "$work/root/usr" "$work/root/etc" -iname '*idphoto*' -o -iname '*qx*idp*' -o -iname '*QX_Face*')
+[[ -z $left ]] || { printf 'left behind:\n%s\n' "$left" && exit 1; }
+rm -rf "$work/root"
+echo "The packages install, work and go."
