@@ -1,151 +1,79 @@
 #include "photo/studio.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
+#include <utility>
 
+#include "photo/analysis.h"
 #include "photo/base/failure.h"
-#include "photo/base/text.h"
-#include "photo/person/foreground.h"
-#include "photo/place/fit_report.h"
-#include "photo/place/pair_placement.h"
-#include "photo/render/render.h"
+#include "photo/base/raster.h"
+#include "photo/base/resize.h"
+#include "photo/face/upright.h"
 
 namespace qx::photo {
 namespace {
 
-// In the library's terms, where bounds of 0 are none at all.
-FineCropParams ToParams(const Goals& goals, const Document& document) {
-  constexpr double kAlmostNone = 1e-9;
-  FineCropParams params{};
-  params.width = document.width;
-  params.height = document.height;
-  const auto set = [&](const std::optional<Fraction>& goal, double* min, double* max) {
-    if (!goal) return;
-    *min = std::max<double>(goal->min, kAlmostNone);
-    *max = std::max<double>(goal->max, kAlmostNone);
-  };
-  set(goals.head, &params.headMin, &params.headMax);
-  set(goals.top, &params.topMin, &params.topMax);
-  set(goals.eyes, &params.eyeMin, &params.eyeMax);
-  // The library holds the face's width against the widest photograph, not the one it chooses.
-  params.faceWidthMin = params.faceWidthMax = -1;
-  return params;
+// Enough for the faces, and for the person's map at its working size.
+constexpr int64_t kOverviewPixels = 2'000'000;
+constexpr int32_t kCoarseSide = 1600;  // longest side of the reduced copy of a mask made elsewhere
+
+// The mask's part brought to a size, by way of a picture of three equal channels.
+Mask ResizeMask(const Mask& mask, const PixelBox& box, int32_t width, int32_t height) {
+  Mask part(box.Width(), box.Height());
+  for (int32_t y = 0; y < part.height; ++y) {
+    std::copy_n(mask.Row(box.top + y) + box.left, part.width, part.Row(y));
+  }
+  if (part.width == width && part.height == height) return part;
+  Image picture(part.width, part.height);
+  for (size_t i = 0; i < part.values.size(); ++i) std::fill_n(&picture.bgr[3 * i], 3, part.values[i]);
+  const Image resized =
+      ResizeLanczos(picture, {0, 0, static_cast<double>(part.width), static_cast<double>(part.height)}, width, height);
+  Mask result(width, height);
+  for (size_t i = 0; i < result.values.size(); ++i) result.values[i] = resized.bgr[3 * i];
+  return result;
 }
 
-// A bound on the face's width is one on the head's length, since both grow alike. Nothing is left when they exclude
-// each other.
-std::optional<Goals> WithFaceWidthInHead(const Goals& goals, const PersonGeometry& person, double proportions) {
-  if (!goals.faceWidth || person.faceWidth <= 0) return goals;
-  const double ratio = (person.chin - person.headTop) / person.faceWidth * proportions;
-  Goals merged = goals;
-  merged.head = Fraction{goals.faceWidth->min * ratio, goals.faceWidth->max * ratio};
-  if (goals.head)
-    merged.head = {std::max(merged.head->min, goals.head->min), std::min(merged.head->max, goals.head->max)};
-  if (merged.head->min > merged.head->max) return std::nullopt;
-  return merged;
+Mask Reduced(const Mask& mask) {
+  const double scale = std::min(1.0, static_cast<double>(kCoarseSide) / std::max(mask.width, mask.height));
+  const auto size = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(side * scale + 0.5)); };
+  return ResizeMask(mask, {0, 0, mask.width, mask.height}, size(mask.width), size(mask.height));
 }
 
-// The library's rectangle has whole, odd widths; the document's proportions are kept to the fraction.
-Rectangle ToRectangle(const CropRect& rect, const CropOrigin& origin, double proportions) {
-  Rectangle rectangle;
-  rectangle.height = double{1} * rect.bottom - rect.top + 1;
-  rectangle.width = rectangle.height * proportions;
-  rectangle.left = (double{1} * rect.left + rect.right + 1) / 2 - rectangle.width / 2 + origin.left;
-  rectangle.top = double{1} * rect.top + origin.top;
-  return rectangle;
-}
-
-// How far inside the bounds to aim, first choice first: a measurement that differs by a hair should still pass.
-constexpr double kMargins[] = {0.35, 0.3, 0.25, 0.2, 0.15, 0.1, 0.05, 0};
-
-constexpr double kMostRoll = 5;  // degrees, from which on documents are refused
-
-struct Placing {
-  const PersonGeometry& person;
-  const Document& document;
-  Goals goals;
-  Obstacles obstacles;
-  double proportions;
-
-  bool Serves(const Rectangle& rectangle) const {
-    return IsClear(rectangle, person, obstacles) && MissesOf(MeasuresIn(rectangle, person), goals).empty();
+// The boxes of the chosen faces and of all others.
+void SplitFaces(const UprightPhotograph& upright, std::vector<FaceBox>* persons, std::vector<FaceBox>* others) {
+  for (size_t i = 0; i < upright.faces.size(); ++i) {
+    const bool wanted = std::count(upright.persons.begin(), upright.persons.end(), i) != 0;
+    (wanted ? persons : others)->push_back(upright.faces[i].Box());
   }
-};
-
-std::optional<Rectangle> PlaceByLibrary(const Placing& placing, const CropResult& crops, int32_t face,
-                                        const CropOrigin& origin) {
-  for (const double margin : kMargins) {
-    const auto goals = WithFaceWidthInHead(Narrowed(placing.goals, margin), placing.person, placing.proportions);
-    if (!goals) continue;
-    const auto rect = crops.FineCrop(face, ToParams(*goals, placing.document));
-    if (!rect) continue;
-    const Rectangle rectangle = ToRectangle(*rect, origin, placing.proportions);
-    if (placing.Serves(rectangle)) return rectangle;
-  }
-  return std::nullopt;
-}
-
-// Where the person is cut off or the shoulders are narrow, the library finds none although there may be one.
-std::optional<Rectangle> PlaceBySearch(const Placing& placing) {
-  for (const double margin : kMargins) {
-    const auto nearest =
-        FindNearest(placing.person, Narrowed(placing.goals, margin), placing.proportions, placing.obstacles);
-    if (nearest && placing.Serves(*nearest)) return nearest;
-  }
-  return std::nullopt;
-}
-
-void AddRemarks(const UprightPhotograph& upright, const Document& document, MadePhoto* made) {
-  if (upright.facesFound > upright.persons.size()) {
-    made->remarks.push_back(
-        Count(upright.facesFound, "face") + " found, the " +
-        (upright.persons.size() == 1 ? "one of number " + std::to_string(upright.number) : std::string("two largest")) +
-        " taken");
-  }
-  char text[160];
-  if (made->enlargement > 1.05) {
-    std::snprintf(text, sizeof text, "enlarged %.1f times: the photograph has too few pixels for %d x %d",
-                  made->enlargement, document.width, document.height);
-    made->remarks.push_back(text);
-  }
-  const double roll = upright.faces[upright.persons[0]].Roll();
-  if (upright.persons.size() == 1 && std::abs(roll) > kMostRoll) {
-    std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s; hold it straight", std::abs(roll),
-                  roll > 0 ? "right" : "left");
-    made->remarks.push_back(text);
-  }
-  for (const Miss& miss : made->givenUp) made->remarks.push_back("given up: " + MissText(miss, document));
-}
-
-// What the photograph without retouching is made from, kept only when asked for.
-struct Unretouched {
-  Unretouched(const MakeRequest& request, const Image& photograph, const Mask& personMask) {
-    if (!request.compare) return;
-    image = photograph;
-    mask = personMask;
-  }
-  std::optional<Image> image;
-  Mask mask;
-};
-
-void Finish(const MakeRequest& request, const UprightPhotograph& upright, const Image& colours, const Mask& mask,
-            const Unretouched& before, const Rectangle& rectangle, MadePhoto* made) {
-  const Document& document = request.document;
-  made->quarterTurns = upright.quarterTurns;
-  made->enlargement = document.height / rectangle.height;
-  made->image = RenderPhoto(colours, mask, request.background, rectangle, document);
-  if (before.image) {
-    const Image& image = *before.image;
-    const Image cleaned = request.background.IsKeep()
-                              ? image
-                              : EstimateForeground(image, before.mask, upright.faces[upright.persons[0]].Width());
-    made->before = RenderPhoto(cleaned, before.mask, request.background, rectangle, document);
-  }
-  AddRemarks(upright, document, made);
 }
 
 }  // namespace
+
+struct Studio::Engines {
+  FaceFinder finder;
+  PersonSegmenter segmenter;
+};
+
+Analysis::Analysis(std::unique_ptr<State> state) : state_(std::move(state)) {}
+Analysis::Analysis(Analysis&&) noexcept = default;
+Analysis& Analysis::operator=(Analysis&&) noexcept = default;
+Analysis::~Analysis() = default;
+
+int Analysis::QuarterTurns() const {
+  return state_->quarterTurns;
+}
+size_t Analysis::FacesFound() const {
+  return state_->facesFound;
+}
+double Analysis::LeanDegrees() const {
+  return state_->persons[0].Roll();
+}
+
+Mask MaskOfPart(const Analysis::State& state, const PhotographPart& part) {
+  if (!state.map) return ResizeMask(state.given, part.box, part.picture.width, part.picture.height);
+  return RefineMask(*state.map, part.picture,
+                    {part.box.left * state.toOverviewX, part.box.top * state.toOverviewY,
+                     part.box.Width() * state.toOverviewX, part.box.Height() * state.toOverviewY});
+}
 
 std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force) {
   if (preset.backgroundChange || force)
@@ -164,105 +92,75 @@ void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force) {
                 {{"edit", "retouching"}});
 }
 
-PhotoMaker::PhotoMaker() {
-  CropSettings settings;
-  settings.ratio = 1;
-  settings.sourceScale = true;
-  engine_.Configure(settings);
+Studio::Studio() : engines_(std::make_unique<Engines>()) {}
+Studio::~Studio() = default;
+Studio::Studio(Studio&&) noexcept = default;
+
+std::vector<ProbedFace> Studio::Inspect(const Image& photograph) {
+  return engines_->finder.Find(photograph);
 }
 
-Mask PhotoMaker::MakeMask(const UprightPhotograph& upright, const Mask* given) {
-  if (given) {
-    Mask turned = TurnClockwise(*given, upright.quarterTurns);
-    if (!turned.IsOf(upright.image)) throw Failure(FailureCode::kBadMask, "the mask is not of the photograph's size");
-    return turned;
+std::vector<Image> Studio::Crop(const Image& photograph, const CropSettings& settings) {
+  CheckSettings(settings);
+  std::vector<Image> crops;
+  for (const ProbedFace& face : engines_->finder.Find(photograph)) {
+    crops.push_back(CropFace(photograph, face, settings));
   }
-  std::vector<FaceBox> persons, others;
-  for (size_t i = 0; i < upright.faces.size(); ++i) {
-    const bool wanted = std::count(upright.persons.begin(), upright.persons.end(), i) != 0;
-    (wanted ? persons : others).push_back(BoxOf(upright.faces[i]));
-  }
-  return segmenter_.Segment(upright.image, persons, others);
+  if (crops.empty()) throw NoFace();
+  return crops;
 }
 
-void PhotoMaker::RetouchPersons(const Retouch& retouch, CropResult* crops, UprightPhotograph* upright, Mask* mask) {
-  if (retouch.IsNone()) return;
-  RetouchFaces(engine_, *crops, {upright->persons.begin(), upright->persons.end()}, retouch, &upright->image, mask);
-  if (retouch.face != 0) MeasureAgain(probe_, upright);
-}
-
-MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const Mask* given) {
-  UprightPhotograph upright = MakeUpright(probe_, std::move(photograph), request.face);
-  const size_t face = upright.persons[0];
-  Mask mask = MakeMask(upright, given);
-  CropResult crops = engine_.CropFaces(upright.image);
-  const Unretouched before(request, upright.image, mask);
-  RetouchPersons(request.retouch, &crops, &upright, &mask);
-  const Image& image = upright.image;
-  const PersonGeometry person = MeasurePerson(upright.faces[face], mask);
-  const bool keep = request.background.IsKeep();
-  std::optional<Image> cleaned;
-  const Image& colours =
-      keep ? image : cleaned.emplace(EstimateForeground(image, mask, upright.faces[upright.persons[0]].Width()));
-
-  const Document& document = request.document;
-  Obstacles obstacles;
-  obstacles.keep = keep;
-  const Placing placing{person, document, GoalsOf(document), obstacles, double{1} * document.width / document.height};
-  const auto index = static_cast<int32_t>(face);
-  const CropOrigin origin = crops.FindOrigin(index, image);
-  crops.SetPerson(index, mask, colours);
-  auto rectangle = PlaceByLibrary(placing, crops, index, origin);
-  if (!rectangle) rectangle = PlaceBySearch(placing);
-  MadePhoto made;
-  if (!rectangle) {
-    rectangle = FindNearest(person, placing.goals, placing.proportions, obstacles);
-    if (!rectangle || !request.relax) {
-      throw NoFit(person, document, placing.goals, obstacles, rectangle);
+Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask) {
+  auto state = std::make_unique<Analysis::State>();
+  Image overview = source.Overview(kOverviewPixels);
+  const UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
+                                                 : MakeUpright(engines_->finder, std::move(overview), request.face);
+  state->quarterTurns = upright.quarterTurns;
+  TurnedSource turned(&source, upright.quarterTurns);
+  state->width = turned.Width();
+  state->height = turned.Height();
+  state->toOverviewX = static_cast<double>(upright.image.width) / state->width;
+  state->toOverviewY = static_cast<double>(upright.image.height) / state->height;
+  state->facesFound = upright.facesFound;
+  state->number = upright.number;
+  for (const size_t person : upright.persons) state->persons.push_back(upright.faces[person]);
+  if (mask) {
+    state->given = TurnClockwise(*mask, upright.quarterTurns);
+    if (state->given.width != state->width || state->given.height != state->height) {
+      throw Failure(FailureCode::kBadMask, "the mask is not of the photograph's size");
     }
-    made.givenUp = MissesOf(MeasuresIn(*rectangle, person), placing.goals);
+    state->coarse = Reduced(state->given);
+  } else {
+    std::vector<FaceBox> persons, others;
+    SplitFaces(upright, &persons, &others);
+    state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
+    state->coarse = CoarseMask(*state->map);
   }
-  made.measures = MeasuresIn(*rectangle, person);
-  Finish(request, upright, colours, mask, before, *rectangle, &made);
-  return made;
+  return Analysis(std::move(state));
 }
 
-MadePhoto PhotoMaker::MakePair(Image photograph, const MakeRequest& request, const Mask* given) {
-  UprightPhotograph upright = MakePairUpright(probe_, std::move(photograph));
-  Mask mask = MakeMask(upright, given);
-  const Unretouched before(request, upright.image, mask);
-  if (!request.retouch.IsNone()) {
-    CropResult crops = engine_.CropFaces(upright.image);
-    RetouchPersons(request.retouch, &crops, &upright, &mask);
-  }
-  const Image& image = upright.image;
-  std::array<const ProbedFace*, 2> faces{};
-  std::array<PersonGeometry, 2> persons;
-  for (size_t i = 0; i < 2; ++i) {
-    faces[i] = &upright.faces[upright.persons[i]];
-    persons[i] = MeasurePerson(*faces[i], mask);
-  }
-  const PairGeometry pair = MeasurePair(faces, persons, mask);
-  const Document& document = request.document;
-  Obstacles obstacles;
-  obstacles.keep = request.background.IsKeep();
-  const auto [rectangle, problem] =
-      PlacePair(pair, persons, double{1} * document.width / document.height, obstacles, request.relax);
-  if (!rectangle) {
-    throw Failure(
-        FailureCode::kNoFit,
-        "no rectangle shows both persons with the usual room on all sides: " + problem + "; take another photograph",
-        request.relax ? FailureFields{{"what", "pair"}, {"relaxed", 1.0}} : FailureFields{{"what", "pair"}});
-  }
-  std::optional<Image> cleaned;
-  const Image& colours =
-      obstacles.keep ? image
-                     : cleaned.emplace(EstimateForeground(image, mask, upright.faces[upright.persons[0]].Width()));
-  MadePhoto made;
-  made.measures = MeasuresIn(*rectangle, persons[0]);
-  Finish(request, upright, colours, mask, before, *rectangle, &made);
-  if (!problem.empty()) made.remarks.push_back("given up: the usual room around the faces, for " + problem);
-  return made;
+MadePhoto Studio::Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request) {
+  TurnedSource upright(&source, analysis.state_->quarterTurns);
+  return RenderAnalysed(upright, engines_->finder, analysis.state_.get(), request);
+}
+
+MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request, const Mask* mask) {
+  Analysis analysis = Analyse(source, faces, mask);
+  return Render(source, analysis, request);
+}
+
+RetouchedPhoto Studio::Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face) {
+  // Upright for the work, then turned back: the face's outline is made narrower along the rows.
+  UprightPhotograph upright = MakeUpright(engines_->finder, photograph, face);
+  std::vector<ProbedFace> chosen = upright.faces;
+  if (face) chosen = {upright.faces[upright.persons[0]]};
+  RetouchFaces(chosen, retouch, &upright.image);
+  return {std::move(photograph), TurnClockwise(std::move(upright.image), (4 - upright.quarterTurns) % 4),
+          chosen.size()};
+}
+
+PhotoCheck Studio::Check(const Image& photograph, const FileFacts& file, const Preset& preset) {
+  return CheckPhoto(engines_->finder, engines_->segmenter, photograph, file, preset);
 }
 
 }  // namespace qx::photo

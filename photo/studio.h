@@ -1,31 +1,56 @@
-// From a photograph to the finished picture of a document.
+// The studio: everything that is made of a photograph. One object owns the face finder and the person's network; keep
+// one for many photographs, one in each thread.
 #ifndef QX_PHOTO_STUDIO_H
 #define QX_PHOTO_STUDIO_H
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "photo/base/image.h"
+#include "photo/base/photo_source.h"
+#include "photo/check/check.h"
 #include "photo/document/presets.h"
-#include "photo/face/crop_engine.h"
-#include "photo/face/face_finder.h"
-#include "photo/face/upright.h"
-#include "photo/person/mask.h"
-#include "photo/place/person_geometry.h"
+#include "photo/face/crops.h"
 #include "photo/place/placement.h"
 #include "photo/render/background.h"
 #include "photo/render/retouch.h"
 
 namespace qx::photo {
 
+struct AnalyseRequest {
+  std::optional<int> face;  // number from 1, best face first; without it the largest
+  bool pair = false;        // the two largest instead
+};
+
+// What was found in one photograph: its faces and the mask of the chosen persons. Serves any number of renderings.
+class Analysis {
+ public:
+  Analysis(Analysis&&) noexcept;
+  Analysis& operator=(Analysis&&) noexcept;
+  ~Analysis();
+
+  int QuarterTurns() const;    // clockwise, that made the photograph upright
+  size_t FacesFound() const;   // in the photograph
+  double LeanDegrees() const;  // of the first person's head in the upright photograph, clockwise positive
+
+  struct State;  // the source files' own
+
+ private:
+  friend class Studio;
+  explicit Analysis(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
 struct MakeRequest {
   Document document;
   Background background;
-  std::optional<int> face;  // number from 1 in the order of `idphoto inspect`; without it the largest
-  bool relax = false;       // take the nearest rectangle when none meets the bounds
+  bool straighten =
+      true;            // turn a head that leans by 0.5 to 25 degrees, where there is background or picture around it
+  bool relax = false;  // take the nearest rectangle when none meets the bounds
   Retouch retouch;
   bool compare = false;  // make the picture without retouching too
 };
@@ -37,35 +62,57 @@ struct MadePhoto {
   std::vector<Miss> givenUp;         // by `relax`
   std::vector<std::string> remarks;  // what the user should know, one line each
   int quarterTurns = 0;              // clockwise, that made the photograph upright
+  double lean = 0;                   // of the head in the upright photograph, degrees, clockwise positive
+  double straightened = 0;           // by how much of it the photograph was turned back; 0: not turned
   double enlargement = 1;            // pixels of the document for one of the photograph, along a side
 };
 
+struct RetouchedPhoto {
+  Image before, after;  // the whole photograph
+  size_t faces = 0;     // retouched ones
+};
+
 // The background for a document: the wanted one, or else the first of the preset, or "keep" where the authority forbids
-// a change. Throws Failure when a forbidden one is wanted without `force`.
+// a change. Throws Failure (kForbiddenEdit) when a forbidden one is wanted without `force`.
 std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force);
 
-// Throws Failure when the authority forbids the wanted retouching and there is no `force`.
+// Throws Failure (kForbiddenEdit) when the authority forbids the wanted retouching and there is no `force`.
 void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force);
 
-// Costly to make: keep one for many photographs. One thread at a time. The same input gives the same picture.
-class PhotoMaker {
+// One photograph at a time; one thread at a time. The same input gives the same output. Every call throws Failure when
+// the photograph does not serve, its source fails or memory is short, and leaves the studio as it was.
+class Studio {
  public:
-  PhotoMaker();  // throws Failure when the face engine or the person's network cannot load
+  Studio();  // throws Failure when the face engine or the person's network cannot load
+  ~Studio();
+  Studio(Studio&&) noexcept;
 
-  // `mask`: of a person, made elsewhere, one byte a pixel of the photograph; null to make it here. Throws Failure, also
-  // when no rectangle meets the bounds.
-  MadePhoto Make(Image photograph, const MakeRequest& request, const Mask* mask = nullptr);
-  // The common photograph of two persons: the proportions of the document, both faces with some room on all sides.
-  // The document's bounds and `face` are not used.
-  MadePhoto MakePair(Image photograph, const MakeRequest& request, const Mask* mask = nullptr);
+  // The faces of the photograph as it is, best first; may be none.
+  std::vector<ProbedFace> Inspect(const Image& photograph);
+
+  // The rough crop of every face, best first; at least one. Throws Failure when there is no face.
+  std::vector<Image> Crop(const Image& photograph, const CropSettings& settings);
+
+  // Finds the faces and the persons, once for a photograph. `mask`: of the persons, made elsewhere, of the upright
+  // photograph's size before any quarter turn; null to make it here.
+  Analysis Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask = nullptr);
+  // Makes the finished photograph of what Analyse found in the same source: as often as something of the request
+  // changes. Throws Failure (kNoFit) when no rectangle meets the bounds.
+  // For two persons: the proportions of the document, both faces with some room on all sides; its bounds are not used.
+  MadePhoto Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request);
+  // Both.
+  MadePhoto Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request,
+                 const Mask* mask = nullptr);
+
+  // Retouches the face of that number (from 1), or all faces, and leaves everything else as it is.
+  RetouchedPhoto Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face);
+
+  // Measures a finished photograph, which is taken as the whole document.
+  PhotoCheck Check(const Image& photograph, const FileFacts& file, const Preset& preset);
 
  private:
-  Mask MakeMask(const UprightPhotograph& upright, const Mask* given);
-  void RetouchPersons(const Retouch& retouch, CropResult* crops, UprightPhotograph* upright, Mask* mask);
-
-  FaceProbe probe_;
-  CropEngine engine_;
-  PersonSegmenter segmenter_;
+  struct Engines;
+  std::unique_ptr<Engines> engines_;
 };
 
 }  // namespace qx::photo

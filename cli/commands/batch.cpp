@@ -85,9 +85,8 @@ class Worker {
       : options_(options), request_(request), remark_(remark) {}
 
   void Make(const BatchItem& item, BatchOutcome* outcome) {
-    photo::Image photograph = codec::ReadImage(item.input, options_.maxPixels);
-    const photo::MadePhoto made =
-        options_.pair ? maker_.MakePair(std::move(photograph), request_) : maker_.Make(std::move(photograph), request_);
+    photo::ImageSource source(codec::ReadImage(item.input, options_.maxPixels));
+    const photo::MadePhoto made = studio_.Make(source, {std::nullopt, options_.pair}, request_);
     const photo::Document& document = request_.document;
     const codec::EncodedDocument file =
         codec::EncodeDocument(made.image, options_.format, document.dpi, document.minKb, document.maxKb);
@@ -103,6 +102,7 @@ class Worker {
     outcome->measures.insert(outcome->measures.end(), {{"head_mm", made.measures.head * document.heightMm},
                                                        {"top_mm", made.measures.top * document.heightMm},
                                                        {"eyes_mm", made.measures.eyes * document.heightMm},
+                                                       {"straightened_degrees", made.straightened},
                                                        {"face_width_mm", made.measures.faceWidth * document.widthMm}});
   }
 
@@ -114,7 +114,7 @@ class Worker {
   const BatchOptions& options_;
   const photo::MakeRequest& request_;
   const std::string& remark_;  // on all photographs
-  photo::PhotoMaker maker_;
+  photo::Studio studio_;
 };
 
 int RunBatchCommand(const BatchOptions& options, const std::string& text) {

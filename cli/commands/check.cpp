@@ -12,7 +12,7 @@
 #include "codec/print_file.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
-#include "photo/check/check.h"
+#include "photo/studio.h"
 
 namespace qx::cli {
 namespace fs = std::filesystem;
@@ -81,7 +81,7 @@ void Check(const CheckOptions& options, int* status) {
     format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   }
   const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
-  const photo::PhotoCheck check = photo::PhotoChecker().Check(photograph, FactsOf(options.photograph), preset);
+  const photo::PhotoCheck check = photo::Studio().Check(photograph, FactsOf(options.photograph), preset);
   std::fputs((options.json ? JsonText : TableText)(options, check).c_str(), stdout);
   if (!options.drawing.empty())
     WriteFile(options.drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), format));

@@ -12,7 +12,7 @@
 #include "codec/image_file.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
-#include "photo/face/crop_engine.h"
+#include "photo/studio.h"
 
 namespace qx::cli {
 namespace fs = std::filesystem;
@@ -28,13 +28,14 @@ struct CropOptions {
 
 class CropRun {
  public:
-  explicit CropRun(const CropOptions& options) : options_(options) { engine_.Configure(options.settings); }
+  explicit CropRun(const CropOptions& options) : options_(options) {}
 
   // Returns the names of the files written.
   std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
-    const photo::CropResult result = engine_.CropFaces(codec::ReadImage(photograph, options_.maxPixels));
+    const std::vector<photo::Image> crops =
+        studio_.Crop(codec::ReadImage(photograph, options_.maxPixels), options_.settings);
     std::vector<fs::path> written;
-    for (int32_t i = 0; i < result.FaceCount(); ++i) {
+    for (size_t i = 0; i < crops.size(); ++i) {
       const char* const ending = options_.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";
       const fs::path target = fs::path(options_.folder) / (stem + "_face" + std::to_string(i + 1) + ending);
       for (const std::string& input : options_.photographs) {
@@ -44,7 +45,7 @@ class CropRun {
               "its crop would replace the photograph " + photo::Printable(target.native()) + "; choose another folder");
         }
       }
-      WriteFile(target, codec::EncodeImage(result.Crop(i), options_.format));
+      WriteFile(target, codec::EncodeImage(crops[i], options_.format));
       written.push_back(target);
     }
     return written;
@@ -52,7 +53,7 @@ class CropRun {
 
  private:
   const CropOptions& options_;
-  photo::CropEngine engine_;
+  photo::Studio studio_;
 };
 
 int RunCrop(const CropOptions& options) {

@@ -20,6 +20,7 @@ struct DocumentOptions {
   std::optional<photo::Range> head, top, eyes, faceWidth;
   std::optional<int32_t> minKb, maxKb;
   std::optional<std::string> background;
+  bool noStraighten = false;
   bool relax = false;
   bool force = false;
   RetouchOptions retouch;
@@ -28,7 +29,7 @@ struct DocumentOptions {
 // --preset, --size, --dpi, --head, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
-// --background, --min-kb, --max-kb, --relax, --force.
+// --background, --min-kb, --max-kb, --no-straighten, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
 // The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such

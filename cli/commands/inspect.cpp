@@ -14,8 +14,8 @@
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/drawing/draw_faces.h"
-#include "photo/face/crop_engine.h"
-#include "photo/face/face_finder.h"
+#include "photo/face/upright.h"
+#include "photo/studio.h"
 
 namespace qx::cli {
 namespace fs = std::filesystem;
@@ -87,12 +87,12 @@ void Inspect(const InspectOptions& options) {
                                         ? codec::ImageFormat::kPng
                                         : CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
-  const std::vector<photo::ProbedFace> faces = photo::FaceProbe().Probe(photograph);
+  const std::vector<photo::ProbedFace> faces = photo::Studio().Inspect(photograph);
   std::fputs((options.json ? JsonText : TableText)(options, photograph, faces).c_str(), stdout);
   if (!options.drawing.empty()) {
     WriteFile(options.drawing, codec::EncodeImage(photo::DrawFaces(photograph, faces, options.points), format));
   }
-  if (faces.empty()) throw photo::StatusFailure(IDP_ERR_NO_FACE);
+  if (faces.empty()) throw photo::NoFace();
 }
 
 }  // namespace

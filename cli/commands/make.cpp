@@ -64,6 +64,8 @@ std::string ReportJson(const MakeOptions& options, const photo::Document& docume
                  {"quality", file.quality},
                  {"padding", file.padding},
                  {"quarter_turns", made.quarterTurns},
+                 {"lean_degrees", std::round(made.lean * 100) / 100},
+                 {"straightened_degrees", std::round(made.straightened * 100) / 100},
                  {"enlargement", std::round(made.enlargement * 1000) / 1000},
                  {"retouched", retouched}};
   if (!options.pair) {
@@ -81,7 +83,6 @@ void Make(const MakeOptions& options) {
   if (options.pair && options.person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
   const photo::Preset preset = PresetOf(options.document);
   photo::MakeRequest request = RequestOf(options.document);
-  request.face = options.person;
   request.compare = options.compare;
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
   const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
@@ -98,10 +99,9 @@ void Make(const MakeOptions& options) {
       throw About("the mask " + photo::Printable(options.mask), failure);
     }
   }
-  photo::PhotoMaker maker;
+  photo::ImageSource source(std::move(photograph));
   const photo::Mask* given = options.mask.empty() ? nullptr : &mask;
-  photo::MadePhoto made = options.pair ? maker.MakePair(std::move(photograph), request, given)
-                                       : maker.Make(std::move(photograph), request, given);
+  photo::MadePhoto made = photo::Studio().Make(source, {options.person, options.pair}, request, given);
   const codec::EncodedDocument file =
       codec::EncodeDocument(made.image, format, request.document.dpi, request.document.minKb, request.document.maxKb);
   if (!file.Remark().empty()) made.remarks.push_back(file.Remark());

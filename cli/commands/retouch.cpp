@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,8 +11,8 @@
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
-#include "photo/face/upright.h"
 #include "photo/render/retouch.h"
+#include "photo/studio.h"
 
 namespace qx::cli {
 namespace {
@@ -26,24 +25,6 @@ struct RetouchCommand {
   int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
-// Upright for the work, then turned back: the face's outline is made narrower along the rows.
-photo::Image RetouchPhotograph(photo::Image photograph, const photo::Retouch& retouch, std::optional<int> person,
-                               size_t* faces) {
-  photo::FaceProbe probe;
-  photo::UprightPhotograph upright = photo::MakeUpright(probe, std::move(photograph), person);
-  photo::CropEngine engine;
-  photo::CropSettings small;
-  small.ratio = 0;
-  small.bound = photo::kLowestBound;
-  engine.Configure(small);
-  photo::CropResult crops = engine.CropFaces(upright.image);
-  std::vector<int32_t> chosen(person ? 1 : upright.faces.size(), static_cast<int32_t>(upright.persons[0]));
-  if (!person) std::iota(chosen.begin(), chosen.end(), 0);
-  photo::RetouchFaces(engine, crops, chosen, retouch, &upright.image);
-  *faces = chosen.size();
-  return photo::TurnClockwise(upright.image, (4 - upright.quarterTurns) % 4);
-}
-
 void Run(const RetouchCommand& options) {
   photo::Retouch retouch = RetouchOf(options.retouch);
   if (!options.retouch.Any()) retouch = photo::NamedRetouch("natural");
@@ -52,17 +33,16 @@ void Run(const RetouchCommand& options) {
   const std::string compareName = CompareName(options.output);
   if (options.compare) CheckPictureName(compareName, {photographFile});
   photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
-  const photo::Image before = options.compare ? photograph : photo::Image();
-  size_t faces = 0;
-  const photo::Image after = RetouchPhotograph(std::move(photograph), retouch, options.person, &faces);
-  const std::vector<uint8_t> bytes = codec::EncodeImage(after, format);
+  const photo::RetouchedPhoto retouched = photo::Studio().Retouch(std::move(photograph), retouch, options.person);
+  const std::vector<uint8_t> bytes = codec::EncodeImage(retouched.after, format);
   OutputFile output(options.output);
   output.Write(bytes.data(), bytes.size());
-  if (options.compare) WriteFile(compareName, codec::EncodeImage(photo::SideBySide(before, after), format));
+  if (options.compare)
+    WriteFile(compareName, codec::EncodeImage(photo::SideBySide(retouched.before, retouched.after), format));
   output.Commit();
   if (!options.quiet) {
     std::printf("%s: %s, %s retouched\n", photo::Printable(options.photograph).c_str(),
-                photo::Printable(options.output).c_str(), photo::Count(faces, "face").c_str());
+                photo::Printable(options.output).c_str(), photo::Count(retouched.faces, "face").c_str());
   }
 }
 

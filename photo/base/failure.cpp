@@ -14,7 +14,6 @@ const char* NameOf(FailureCode code) {
     case FailureCode::kTooFewFaces: return "too_few_faces";
     case FailureCode::kNoSuchFace: return "no_such_face";
     case FailureCode::kFacesTurned: return "faces_turned";
-    case FailureCode::kFaceLost: return "face_lost";
     case FailureCode::kNoPerson: return "no_person";
     case FailureCode::kBadMask: return "bad_mask";
     case FailureCode::kTooSmall: return "too_small";

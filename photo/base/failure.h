@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "photo/base/visibility.h"
 
 namespace qx::photo {
 
@@ -20,7 +19,6 @@ enum class FailureCode {
   kTooFewFaces,    // one face where two are needed
   kNoSuchFace,     // there is no face of that number
   kFacesTurned,    // two faces do not stand the same way up
-  kFaceLost,       // a face is not found again in the turned photograph
   kNoPerson,       // no person can be told from the background
   kBadMask,        // a mask made elsewhere does not fit
   kTooSmall,       // a face is too small to be cut out
@@ -39,7 +37,7 @@ enum class FailureCode {
 };
 
 // "no_face" for kNoFace and so on: stable names for programs.
-QX_PHOTO_API const char* NameOf(FailureCode code);
+const char* NameOf(FailureCode code);
 
 // A number or a word that a program may want of a failure, such as {"wanted_min", 32.0} or {"bound", "head"}.
 struct FailureField {
@@ -56,7 +54,7 @@ using FailureFields = std::vector<FailureField>;
 // The text is one line for people, "what is wrong; what to do about it". It names neither the file (whoever reports the
 // failure puts the name in front) nor any option of a program (whoever has options adds what they can do, by code and
 // fields).
-class QX_PHOTO_API Failure : public std::runtime_error {
+class Failure : public std::runtime_error {
  public:
   Failure(FailureCode code, const std::string& text, FailureFields fields = {});
 
@@ -71,7 +69,7 @@ class QX_PHOTO_API Failure : public std::runtime_error {
 };
 
 // What an exception says, as one line for the user; also for those that were not meant for one.
-QX_PHOTO_API std::string ReasonOf(const std::exception& exception);
+std::string ReasonOf(const std::exception& exception);
 
 }  // namespace qx::photo
 

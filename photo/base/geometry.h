@@ -18,6 +18,29 @@ struct Rectangle {
   double Bottom() const { return top + height; }
 };
 
+struct PlacePoint {
+  double x = 0, y = 0;
+};
+
+// A turn of a picture by an angle about a point that stays where it is.
+class Turn {
+ public:
+  Turn() = default;  // none
+  // Clockwise by that many degrees.
+  Turn(double degrees, PlacePoint centre);
+
+  bool IsNone() const { return sin_ == 0; }
+  double Cos() const { return cos_; }
+  double Sin() const { return sin_; }
+  // Where a place of the picture comes to lie, and what lies at a place of the turned picture.
+  PlacePoint operator()(PlacePoint p) const;
+  PlacePoint Back(PlacePoint p) const;
+
+ private:
+  double cos_ = 1, sin_ = 0;
+  PlacePoint centre_;
+};
+
 // Whole pixels; right and bottom are past the last one.
 struct PixelBox {
   int32_t left = 0, top = 0, right = 0, bottom = 0;

@@ -10,13 +10,12 @@
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
-#include "photo/base/visibility.h"
 
 namespace qx::photo {
 
 // All places are pixels of the upright photograph at its full size. One thread at a time. The same calls give the same
 // pictures. Every call throws Failure when the photograph cannot be read.
-class QX_PHOTO_API PhotoSource {
+class PhotoSource {
  public:
   virtual ~PhotoSource();
 
@@ -33,7 +32,7 @@ class QX_PHOTO_API PhotoSource {
 };
 
 // A photograph in memory.
-class QX_PHOTO_API ImageSource : public PhotoSource {
+class ImageSource : public PhotoSource {
  public:
   explicit ImageSource(Image image);
   ~ImageSource() override;

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "photo/base/failure.h"
+#include "photo/face/crops.h"
+#include "photo/person/mask.h"
 
 namespace qx::photo {
 namespace {
@@ -42,26 +43,46 @@ void AddFile(const Image& photograph, const FileFacts& file, const Preset& prese
   check->lines.push_back(size);
 }
 
-// The photograph with its borders continued by half its width: the background's score looks further aside and down than
+// The photograph with its borders continued by `margin`: the background's score looks further aside and down than
 // close documents reach, and would see white there. From the row of the eyes downward the sides go on as they are
 // there, for shoulders are no background.
-Image Continued(const Image& photograph, int32_t eyes) {
-  const int32_t margin = photograph.width / 2;
-  Image wide;
-  wide.width = photograph.width + 2 * margin;
-  wide.height = photograph.height + 2 * margin;
-  wide.bgr.reserve(static_cast<size_t>(wide.width) * static_cast<size_t>(wide.height) * 3);
+Image Continued(const Image& photograph, int32_t margin, int32_t eyes) {
+  Image wide(photograph.width + 2 * margin, photograph.height + 2 * margin);
+  uint8_t* to = wide.bgr.data();
   for (int32_t y = 0; y < wide.height; ++y) {
     const int32_t row = std::clamp(y - margin, 0, photograph.height - 1), sideRow = std::min(row, eyes);
-    for (int32_t x = 0; x < wide.width; ++x) {
-      const int32_t column = std::clamp(x - margin, 0, photograph.width - 1);
-      const int32_t from = column == x - margin ? row : sideRow;
-      const auto* pixel = &photograph.bgr[3 * (static_cast<size_t>(from) * static_cast<size_t>(photograph.width) +
-                                               static_cast<size_t>(column))];
-      wide.bgr.insert(wide.bgr.end(), pixel, pixel + 3);
-    }
+    const auto repeat = [&](int32_t x) {
+      for (int32_t i = 0; i < margin; ++i) to = std::copy_n(photograph.At(x, sideRow), 3, to);
+    };
+    repeat(0);
+    to = std::copy_n(photograph.At(0, row), static_cast<size_t>(photograph.width) * 3, to);
+    repeat(photograph.width - 1);
   }
   return wide;
+}
+
+void MeasureOnePerson(PersonSegmenter& segmenter, const Image& photograph, const std::vector<ProbedFace>& faces,
+                      PhotoCheck* check) {
+  std::vector<FaceBox> persons, others;
+  for (const ProbedFace& face : faces) (&face == &faces[0] ? persons : others).push_back(face.Box());
+  check->person = MeasurePerson(faces[0], segmenter.Segment(photograph, persons, others));
+  const Document& document = check->document;
+  const Rectangle whole{0, 0, static_cast<double>(photograph.width), static_cast<double>(photograph.height)};
+  const PhotoMeasures measures = MeasuresIn(whole, *check->person);
+  check->lines.push_back(Measure("head", measures.head, document.head, document.heightMm));
+  check->lines.push_back(Measure("space above", measures.top, document.top, document.heightMm));
+  check->lines.push_back(Measure("eyes", measures.eyes, document.eyes, document.heightMm));
+  check->lines.push_back(Measure("face width", measures.faceWidth, document.faceWidth, document.widthMm));
+}
+
+void AddScores(const Image& photograph, const ProbedFace& face, PhotoCheck* check) {
+  const auto eyes = static_cast<int32_t>(std::clamp(check->person->eyes, 0.0, photograph.height - 1.0));
+  const int32_t margin = photograph.width / 2;
+  const QualityScores scores = ScoreFace(Continued(photograph, margin, eyes), face.Moved(-margin, -margin, 1, 1));
+  check->lines.push_back(Score("tilt", scores.tilt, kLeastTilt));
+  check->lines.push_back(Score("brightness", scores.brightness, kLeastBrightness));
+  check->lines.push_back(Score("symmetry", scores.symmetry, kLeastSymmetry));
+  check->lines.push_back(Score("background", scores.background, kLeastBackground));
 }
 
 }  // namespace
@@ -70,43 +91,12 @@ bool PhotoCheck::Passed() const {
   return std::all_of(lines.begin(), lines.end(), [](const CheckLine& line) { return line.Passed(); });
 }
 
-PhotoChecker::PhotoChecker() {
-  CropSettings settings;
-  settings.sourceScale = true;
-  engine_.Configure(settings);
-}
-
-void PhotoChecker::MeasureOnePerson(const Image& photograph, const std::vector<ProbedFace>& faces, PhotoCheck* check) {
-  std::vector<FaceBox> persons, others;
-  for (const ProbedFace& face : faces) {
-    (&face == &faces[0] ? persons : others).push_back(BoxOf(face));
-  }
-  const Mask mask = segmenter_.Segment(photograph, persons, others);
-  check->person = MeasurePerson(faces[0], mask);
-  const Document& document = check->document;
-  const Rectangle whole{0, 0, double{1} * photograph.width, double{1} * photograph.height};
-  const PhotoMeasures measures = MeasuresIn(whole, *check->person);
-  check->lines.push_back(Measure("head", measures.head, document.head, document.heightMm));
-  check->lines.push_back(Measure("space above", measures.top, document.top, document.heightMm));
-  check->lines.push_back(Measure("eyes", measures.eyes, document.eyes, document.heightMm));
-  check->lines.push_back(Measure("face width", measures.faceWidth, document.faceWidth, document.widthMm));
-}
-
-void PhotoChecker::AddScores(const Image& photograph, PhotoCheck* check) {
-  const auto eyes = static_cast<int32_t>(std::clamp(check->person->eyes, 0.0, photograph.height - 1.0));
-  const CropResult crops = engine_.CropFaces(Continued(photograph, eyes));
-  const QualityScores scores = engine_.Quality(crops, 0);
-  check->lines.push_back(Score("tilt", scores.tilt, kLeastTilt));
-  check->lines.push_back(Score("brightness", scores.brightness, kLeastBrightness));
-  check->lines.push_back(Score("symmetry", scores.symmetry, kLeastSymmetry));
-  check->lines.push_back(Score("background", scores.background, kLeastBackground));
-}
-
-PhotoCheck PhotoChecker::Check(const Image& photograph, const FileFacts& file, const Preset& preset) {
+PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Image& photograph, const FileFacts& file,
+                      const Preset& preset) {
   PhotoCheck check;
   check.document = Derive(preset);
   AddFile(photograph, file, preset, &check);
-  std::vector<ProbedFace> faces = probe_.Probe(photograph);
+  std::vector<ProbedFace> faces = finder.Find(photograph);
   std::stable_sort(faces.begin(), faces.end(),
                    [](const ProbedFace& a, const ProbedFace& b) { return a.Width() > b.Width(); });
   check.lines.push_back(Exactly("faces", "", static_cast<double>(faces.size()), preset.persons));
@@ -118,8 +108,9 @@ PhotoCheck PhotoChecker::Check(const Image& photograph, const FileFacts& file, c
     check.lines.push_back({"roll", "degrees", faces[0].Roll(), -kOnItsSide, kOnItsSide, 0});
     return check;
   }
-  MeasureOnePerson(photograph, faces, &check);
-  AddScores(photograph, &check);
+  check.lines.push_back({"lean", "degrees", faces[0].Roll(), std::nullopt, std::nullopt, 0});
+  MeasureOnePerson(segmenter, photograph, faces, &check);
+  AddScores(photograph, faces[0], &check);
   return check;
 }
 

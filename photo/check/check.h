@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "photo/base/image.h"
 #include "photo/document/presets.h"
-#include "photo/face/crop_engine.h"
 #include "photo/face/face_finder.h"
-#include "photo/person/mask.h"
 #include "photo/place/person_geometry.h"
 
 namespace qx::photo {
@@ -46,23 +45,13 @@ struct PhotoCheck {
 // of the clothes' own colour.
 inline constexpr int32_t kLeastTilt = 71, kLeastBrightness = 40, kLeastSymmetry = 60, kLeastBackground = 50;
 
-// One thread at a time.
-class PhotoChecker {
- public:
-  PhotoChecker();  // throws Failure when an engine cannot load
+class FaceFinder;
+class PersonSegmenter;
 
-  // `photograph` is the file's picture, which is taken as the whole document. Throws Failure when the person cannot be
-  // measured.
-  PhotoCheck Check(const Image& photograph, const FileFacts& file, const Preset& preset);
-
- private:
-  void MeasureOnePerson(const Image& photograph, const std::vector<ProbedFace>& faces, PhotoCheck* check);
-  void AddScores(const Image& photograph, PhotoCheck* check);
-
-  FaceProbe probe_;
-  CropEngine engine_;
-  PersonSegmenter segmenter_;
-};
+// `photograph` is the file's picture, which is taken as the whole document; its largest face is the one that is
+// measured and scored. Throws Failure when the person cannot be measured.
+PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Image& photograph, const FileFacts& file,
+                      const Preset& preset);
 
 // A copy of the photograph with the top of the hair, the eyes, the chin and the face's sides as lines: green where the
 // bound is met, red where not, blue where there is none. Bands at the sides show the rows that the bounds allow (for

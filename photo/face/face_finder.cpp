@@ -3,94 +3,56 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
+#include "face/face_engine.h"
+#include "face/face_record.h"
+#include "face/grey_convert.h"
 #include "photo/base/failure.h"
 
 namespace qx::photo {
 namespace {
 
-// Luma in integers, rounded half up.
-std::vector<uint8_t> ToGrey(const Image& image) {
-  std::vector<uint8_t> grey(image.bgr.size() / 3);
-  const uint8_t* pixel = image.bgr.data();
-  for (uint8_t& value : grey) {
-    value = static_cast<uint8_t>((299u * pixel[2] + 587u * pixel[1] + 114u * pixel[0] + 500u) / 1000u);
-    pixel += 3;
-  }
+Failure MemoryShort() {
+  return {FailureCode::kOutOfMemory,
+          "memory is short for finding faces; close other programs or make the photograph "
+          "smaller"};
+}
+
+Bytes ToGrey(const Image& picture) {
+  Bytes grey(picture.Pixels());
+  GreyConvert({picture.bgr.data(), picture.width, picture.height, 3}, grey.data());
   return grey;
 }
 
-struct FaceListDelete {
-  void operator()(FaceEntry* faces) const { FaceListFree(faces); }
-};
-using FaceList = std::unique_ptr<FaceEntry, FaceListDelete>;
-
-struct GreyView {
-  const uint8_t* pixels;
-  int32_t width, height;
-};
-
-FaceList Detect(void* detector, const GreyView& grey, int32_t* count) {
-  FaceEntry* faces = nullptr;
-  *count = 0;
-  FaceDetect(detector, grey.pixels, grey.width, grey.height, 1, &faces, count);
-  return FaceList(faces);
-}
-
-// One search with the usual settings and, when it finds nothing, one that is easier to please.
-FaceList DetectWithRetry(void* detector, const GreyView& grey, int32_t* count) {
-  const int32_t shorter = std::min(grey.width, grey.height);
-  SetDetectFlagA(detector, 1);
-  SetDetectParamB(detector, 15);
-  SetDetectFlagC(detector, 1);
-  SetDetectThreshold(detector, 550);
-  SetDetectSizeRange(detector, 80, shorter);
-  SetDetectMinFace(detector, shorter < 800 ? 15 : 25);
-  FaceList faces = Detect(detector, grey, count);
-  if (*count == 0) {
-    faces.reset();
-    SetDetectMinFace(detector, 10);
-    SetDetectThreshold(detector, 500);
-    faces = Detect(detector, grey, count);
-    SetDetectThreshold(detector, 550);
-    SetDetectMinFace(detector, 15);
-  }
-  return faces;
-}
-
 template <size_t N>
-std::array<Point, N> ToPoints(const int32_t* xy) {
-  std::array<Point, N> points;
-  for (size_t i = 0; i < N; ++i) points[i] = {xy[2 * i], xy[2 * i + 1]};
-  return points;
+void CopyPoints(const qx::Point* from, std::array<Point, N>* to) {
+  for (Point& p : *to) {
+    p = {from->x, from->y};
+    ++from;
+  }
 }
 
-ProbedFace Describe(void* landmarker, void* analyser, const GreyView& grey, const FaceEntry& entry) {
-  FaceArgument argument;
-  for (int i = 0; i < 8; ++i) {
-    const int32_t last = (i % 2 == 0 ? grey.width : grey.height) - 1;
-    argument.corners[i] = std::max(std::min(entry.corners[i], last), 0);
-  }
-  argument.tag = entry.tag;
-
+ProbedFace ToFace(const FoundFace& found, const FaceEntry& entry) {
   ProbedFace face{};
-  std::vector<int32_t> blocks(size_t{3} * QX_FACE_BLOCK_INTS);
-  int32_t* const attrBlock = blocks.data() + 2 * QX_FACE_BLOCK_INTS;
-  int32_t landmarks[2 * QX_FACE_LANDMARKS] = {}, keyPoints[2 * QX_FACE_KEY_POINTS] = {};
-  int32_t attributes[2 * QX_FACE_ATTRIBUTE_POINTS] = {};
-  int32_t roll = 0, scratch[3] = {}, info[3] = {};
-  FaceAlign(landmarker, grey.pixels, grey.width, grey.height, 1, &argument, &face.presence, &roll, blocks.data(),
-            landmarks, blocks.data() + QX_FACE_BLOCK_INTS, keyPoints, attrBlock, &face.leftEye, &face.rightEye,
-            &face.mouth, &scratch[0], &scratch[1], &scratch[2], &info[0], &info[1], &info[2]);
-  FaceAttr(analyser, grey.pixels, grey.width, grey.height, 1, keyPoints, attrBlock, info[0], info[1], info[2],
-           attributes);
-
-  face.corners = ToPoints<4>(argument.corners);
+  CopyPoints(found.source.faceBox, &face.corners);
+  CopyPoints(found.source.keyPoints, &face.keyPoints);
+  CopyPoints(found.source.landmarks, &face.landmarks);
+  CopyPoints(found.source.attributes, &face.densePoints);
   face.score = entry.unread;
-  face.keyPoints = ToPoints<QX_FACE_KEY_POINTS>(keyPoints);
-  face.landmarks = ToPoints<QX_FACE_LANDMARKS>(landmarks);
-  face.densePoints = ToPoints<QX_FACE_ATTRIBUTE_POINTS>(attributes);
+  face.tag = entry.tag;
+  face.presence = found.alignOutD;
+  face.leftEye = found.alignOutF;
+  face.rightEye = found.alignOutG;
+  face.mouth = found.alignOutH;
   return face;
+}
+
+ProbedFace Describe(FaceEngine* engine, const ImageView& grey, FaceEntry entry) {
+  FoundFace found{};
+  engine->Describe(grey, &entry, &found);
+  if (found.alignOutD < 0) throw MemoryShort();  // the engine says so by a presence below 0
+  return ToFace(found, entry);
 }
 
 }  // namespace
@@ -103,27 +65,67 @@ double ProbedFace::Roll() const {
 }
 
 double ProbedFace::Width() const {
-  auto length = [](Point a, Point b) { return std::hypot(double{1} * b.x - a.x, double{1} * b.y - a.y); };
+  const auto length = [](Point a, Point b) {
+    const double dx = static_cast<double>(b.x) - a.x, dy = static_cast<double>(b.y) - a.y;
+    return std::sqrt(dx * dx + dy * dy);
+  };
   return (length(corners[0], corners[1]) + length(corners[2], corners[3])) / 2;
 }
 
-FaceProbe::FaceProbe() : detector_(FaceDetectorCreate()), landmarker_(LandmarkerCreate()), analyser_(FaceAttrCreate()) {
-  if (!detector_ || !landmarker_ || !analyser_) {
+FaceBox ProbedFace::Box() const {
+  const auto& c = corners;
+  const auto [left, right] = std::minmax({c[0].x, c[1].x, c[2].x, c[3].x});
+  const auto [top, bottom] = std::minmax({c[0].y, c[1].y, c[2].y, c[3].y});
+  return {static_cast<double>(left), static_cast<double>(top), static_cast<double>(right), static_cast<double>(bottom)};
+}
+
+ProbedFace ProbedFace::Moved(double left, double top, double scaleX, double scaleY) const {
+  const auto move = [&](auto* points) {
+    for (Point& p : *points) {
+      // Points are centres of pixels.
+      p.x = static_cast<int32_t>(std::floor((p.x + 0.5 - left) * scaleX));
+      p.y = static_cast<int32_t>(std::floor((p.y + 0.5 - top) * scaleY));
+    }
+  };
+  ProbedFace moved = *this;
+  move(&moved.corners);
+  move(&moved.keyPoints);
+  move(&moved.landmarks);
+  move(&moved.densePoints);
+  return moved;
+}
+
+FaceFinder::FaceFinder() : engine_(std::make_unique<FaceEngine>()) {
+  if (!engine_->Create()) {
     throw Failure(FailureCode::kEngine, "the face engine cannot load; install the program again or free some memory");
   }
 }
 
-std::vector<ProbedFace> FaceProbe::Probe(const Image& photograph) {
-  const std::vector<uint8_t> pixels = ToGrey(photograph);
-  const GreyView grey{pixels.data(), photograph.width, photograph.height};
-  int32_t count = 0;
-  const FaceList entries = DetectWithRetry(detector_.get(), grey, &count);
+FaceFinder::~FaceFinder() = default;
+FaceFinder::FaceFinder(FaceFinder&&) noexcept = default;
+
+std::vector<ProbedFace> FaceFinder::Find(const Image& picture) {
+  const Bytes pixels = ToGrey(picture);
+  const ImageView grey{pixels.data(), picture.width, picture.height, 1};
+  FaceList list;
+  if (engine_->Detect(grey, &list) != Status::kOk) throw MemoryShort();
   std::vector<ProbedFace> faces;
-  faces.reserve(static_cast<size_t>(std::max(count, 0)));
-  for (int32_t i = 0; i < count; ++i) {
-    faces.push_back(Describe(landmarker_.get(), analyser_.get(), grey, entries.get()[i]));
-  }
+  faces.reserve(static_cast<size_t>(list.Count()));
+  for (int32_t i = 0; i < list.Count(); ++i) faces.push_back(Describe(engine_.get(), grey, list[i]));
   return faces;
+}
+
+bool FaceFinder::Refine(const Image& picture, ProbedFace* face) {
+  const Bytes pixels = ToGrey(picture);
+  FaceEntry entry{};
+  std::memcpy(entry.corners, face->corners.data(), sizeof entry.corners);
+  entry.unread = face->score;
+  entry.tag = face->tag;
+  const ProbedFace refined = Describe(engine_.get(), {pixels.data(), picture.width, picture.height, 1}, entry);
+  constexpr int32_t kPresent = 500;
+  if (refined.presence < std::min(kPresent, face->presence)) return false;
+  *face = refined;
+  return true;
 }
 
 }  // namespace qx::photo

@@ -1,7 +1,4 @@
-// Everything the face engine says about the faces of a photograph, points included.
-//
-// The library keeps the points to itself, so the engine is asked directly, with the same grey picture, settings,
-// retry and order of calls as a crop run: what is shown here is what the crops were made from.
+// The faces of a photograph, found and described once.
 #ifndef QX_PHOTO_FACE_FACE_FINDER_H
 #define QX_PHOTO_FACE_FACE_FINDER_H
 
@@ -14,14 +11,21 @@
 #include "photo/base/image.h"
 #include "qx_face_sdk.h"
 
+namespace qx {
+class FaceEngine;
+}
+
 namespace qx::photo {
 
+// All that the face engine tells of one face. Points are pixels of the picture at hand; left is left as one looks at
+// it.
 struct ProbedFace {
   std::array<Point, 4> corners;      // top-left, top-right, bottom-left, bottom-right of the face's own upright frame,
-                                     // clamped to the photograph
+                                     // clamped to the picture
   int32_t score;                     // of the detector, in thousandths
   int32_t presence;                  // of a face, by the landmark model, in thousandths
-  int32_t leftEye, rightEye, mouth;  // openness; an eye below 100 counts as closed. Left as one looks at it
+  int32_t tag;                       // the engine's own, handed back when the face is described again
+  int32_t leftEye, rightEye, mouth;  // openness; an eye below 100 counts as closed
   std::array<Point, QX_FACE_KEY_POINTS> keyPoints;
   std::array<Point, QX_FACE_LANDMARKS> landmarks;
   std::array<Point, QX_FACE_ATTRIBUTE_POINTS> densePoints;
@@ -30,22 +34,29 @@ struct ProbedFace {
   double Roll() const;
   // Mean length of the box's two upper and lower sides, in pixels.
   double Width() const;
+  // The upright box around the corners.
+  FaceBox Box() const;
+  // The same face in another picture of the photograph: each point moved by (-left, -top) and then scaled, rounded to
+  // the nearest pixel.
+  ProbedFace Moved(double left, double top, double scaleX, double scaleY) const;
 };
 
-class FaceProbe {
+// One picture at a time. Costly to make: keep one for many photographs.
+class FaceFinder {
  public:
-  FaceProbe();  // throws Failure when the engine cannot load
-  // In the engine's order, which is also that of the crops; empty when there is no face.
-  std::vector<ProbedFace> Probe(const Image& photograph);
+  FaceFinder();  // throws Failure when the engine cannot load
+  ~FaceFinder();
+  FaceFinder(FaceFinder&&) noexcept;
+
+  // In the engine's order, best first; empty when there is no face. Throws Failure when memory is short.
+  std::vector<ProbedFace> Find(const Image& picture);
+
+  // Describes a face anew whose box and tag are known, say from a smaller picture. Throws Failure when memory is short.
+  // False when the engine does not see a face there; `face` stays as it is then.
+  bool Refine(const Image& picture, ProbedFace* face);
 
  private:
-  template <void (*Release)(void*)>
-  struct Releaser {
-    void operator()(void* instance) const { Release(instance); }
-  };
-  std::unique_ptr<void, Releaser<FaceDetectorRelease>> detector_;
-  std::unique_ptr<void, Releaser<LandmarkerRelease>> landmarker_;
-  std::unique_ptr<void, Releaser<FaceAttrRelease>> analyser_;
+  std::unique_ptr<FaceEngine> engine_;
 };
 
 }  // namespace qx::photo

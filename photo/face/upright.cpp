@@ -6,14 +6,12 @@
 
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
-#include "photo/face/crop_engine.h"
 
 namespace qx::photo {
 namespace {
 
 template <int Channels>
 Bytes TurnPixels(const Bytes& from, int32_t width, int32_t height, int quarterTurns) {
-  if (quarterTurns == 0) return from;
   // In the target, where the source's first pixel comes to lie and how far apart its neighbours are.
   const auto w = static_cast<std::ptrdiff_t>(width), h = static_cast<std::ptrdiff_t>(height);
   const std::ptrdiff_t first = quarterTurns == 1 ? h - 1 : quarterTurns == 2 ? w * h - 1 : (w - 1) * h;
@@ -52,7 +50,7 @@ std::vector<size_t> BySize(const std::vector<ProbedFace>& faces) {
 }
 
 size_t Choose(const std::vector<ProbedFace>& faces, std::optional<int> number) {
-  if (faces.empty()) throw StatusFailure(IDP_ERR_NO_FACE);
+  if (faces.empty()) throw NoFace();
   if (!number) return BySize(faces)[0];
   if (*number < 1 || static_cast<size_t>(*number) > faces.size()) {
     throw Failure(FailureCode::kNoSuchFace,
@@ -67,51 +65,42 @@ int TurnsToUpright(double roll) {
   return static_cast<int>((4 - std::lround(roll / 90)) % 4);
 }
 
-// The upright face whose eyes are nearest to a place, at most half a face's width away.
-std::optional<size_t> FindNear(const std::vector<ProbedFace>& faces, const Point& place, double width) {
-  double nearest = width / 2;
-  std::optional<size_t> found;
-  for (size_t i = 0; i < faces.size(); ++i) {
-    const Point eyes = EyeMiddle(faces[i]);
-    const double distance = std::hypot(double{1} * eyes.x - place.x, double{1} * eyes.y - place.y);
-    if (distance > nearest || TurnsToUpright(faces[i].Roll()) != 0) continue;
-    nearest = distance;
-    found = i;
-  }
-  return found;
+// The face in the turned photograph: its own frame, and so the order of its corners and its tag, turn along.
+void TurnFace(int32_t width, int32_t height, int quarterTurns, ProbedFace* face) {
+  const auto turn = [=](auto* points) {
+    for (Point& p : *points) p = TurnPoint(p, width, height, quarterTurns);
+  };
+  turn(&face->corners);
+  turn(&face->keyPoints);
+  turn(&face->landmarks);
+  turn(&face->densePoints);
 }
 
-// Turns the photograph for `upright.persons` and finds them again there: a crop run looks at the turned photograph, and
-// its faces may come in another order.
-void Turn(FaceProbe& probe, Image photograph, UprightPhotograph* upright) {
-  const std::vector<ProbedFace> before = upright->faces;
-  upright->quarterTurns = TurnsToUpright(before[upright->persons[0]].Roll());
-  if (upright->quarterTurns == 0) {
-    upright->image = std::move(photograph);
-    return;
-  }
-  upright->image = TurnClockwise(photograph, upright->quarterTurns);
-  upright->faces = probe.Probe(upright->image);
-  for (size_t& person : upright->persons) {
-    const ProbedFace& sought = before[person];
-    const Point place = TurnPoint(EyeMiddle(sought), photograph.width, photograph.height, upright->quarterTurns);
-    const auto found = FindNear(upright->faces, place, sought.Width());
-    if (!found)
-      throw Failure(FailureCode::kFaceLost,
-                    "the face cannot be found again once it is upright; turn the photograph first");
-    person = *found;
-  }
+// Turns the photograph and its faces so that the first chosen one stands upright.
+void StandUp(Image photograph, UprightPhotograph* upright) {
+  const int32_t width = photograph.width, height = photograph.height;
+  upright->quarterTurns = TurnsToUpright(upright->faces[upright->persons[0]].Roll());
+  upright->image = TurnClockwise(std::move(photograph), upright->quarterTurns);
+  for (ProbedFace& face : upright->faces) TurnFace(width, height, upright->quarterTurns, &face);
 }
 
 }  // namespace
 
-Image TurnClockwise(const Image& image, int quarterTurns) {
+Failure NoFace() {
+  return {FailureCode::kNoFace,
+          "no face found; try a photograph that shows the face from the front, sharp, well lit and at least 40 pixels "
+          "wide"};
+}
+
+Image TurnClockwise(Image image, int quarterTurns) {
+  if (quarterTurns == 0) return image;
   Image turned{image.width, image.height, TurnPixels<3>(image.bgr, image.width, image.height, quarterTurns)};
   if (quarterTurns % 2 == 1) std::swap(turned.width, turned.height);
   return turned;
 }
 
-Mask TurnClockwise(const Mask& mask, int quarterTurns) {
+Mask TurnClockwise(Mask mask, int quarterTurns) {
+  if (quarterTurns == 0) return mask;
   Mask turned;
   turned.values = TurnPixels<1>(mask.values, mask.width, mask.height, quarterTurns);
   turned.width = quarterTurns % 2 == 1 ? mask.height : mask.width;
@@ -119,42 +108,50 @@ Mask TurnClockwise(const Mask& mask, int quarterTurns) {
   return turned;
 }
 
-UprightPhotograph MakeUpright(FaceProbe& probe, Image photograph, std::optional<int> number) {
+UprightPhotograph MakeUpright(FaceFinder& finder, Image photograph, std::optional<int> number) {
   UprightPhotograph upright;
-  upright.faces = probe.Probe(photograph);
+  upright.faces = finder.Find(photograph);
   upright.facesFound = upright.faces.size();
   const size_t chosen = Choose(upright.faces, number);
   upright.persons = {chosen};
   upright.number = static_cast<int>(chosen) + 1;
-  Turn(probe, std::move(photograph), &upright);
+  StandUp(std::move(photograph), &upright);
   return upright;
 }
 
-UprightPhotograph MakePairUpright(FaceProbe& probe, Image photograph) {
+UprightPhotograph MakePairUpright(FaceFinder& finder, Image photograph) {
   UprightPhotograph upright;
-  upright.faces = probe.Probe(photograph);
+  upright.faces = finder.Find(photograph);
   upright.facesFound = upright.faces.size();
-  if (upright.faces.empty()) throw StatusFailure(IDP_ERR_NO_FACE);
-  if (upright.faces.size() == 1) throw StatusFailure(IDP_ERR_TOO_FEW_FACES);
+  if (upright.faces.empty()) throw NoFace();
+  if (upright.faces.size() == 1)
+    throw Failure(FailureCode::kTooFewFaces,
+                  "only one face found where two are needed; try a photograph that shows both");
   upright.persons = BySize(upright.faces);
   upright.persons.resize(2);
   if (TurnsToUpright(upright.faces[upright.persons[0]].Roll()) !=
       TurnsToUpright(upright.faces[upright.persons[1]].Roll())) {
-    throw StatusFailure(IDP_ERR_PAIR_CROP);
+    throw Failure(FailureCode::kFacesTurned, "the two faces do not stand the same way up; turn the photograph upright");
   }
   upright.number = static_cast<int>(upright.persons[0]) + 1;
-  Turn(probe, std::move(photograph), &upright);
+  StandUp(std::move(photograph), &upright);
   std::sort(upright.persons.begin(), upright.persons.end(),
             [&upright](size_t a, size_t b) { return EyeMiddle(upright.faces[a]).x < EyeMiddle(upright.faces[b]).x; });
   return upright;
 }
 
-void MeasureAgain(FaceProbe& probe, UprightPhotograph* upright) {
-  const std::vector<ProbedFace> now = probe.Probe(upright->image);
-  for (const size_t person : upright->persons) {
-    ProbedFace& face = upright->faces[person];
-    if (const auto found = FindNear(now, EyeMiddle(face), face.Width())) face = now[*found];
-  }
+Image TurnedSource::Overview(int64_t leastPixels) {
+  return TurnClockwise(source_->Overview(leastPixels), quarterTurns_);
+}
+
+Image TurnedSource::Part(const PixelBox& box, int32_t width, int32_t height) {
+  const int32_t w = source_->Width(), h = source_->Height();
+  const bool lying = quarterTurns_ % 2 == 1;
+  PixelBox there = box;  // as the source lies
+  if (quarterTurns_ == 1) there = {box.top, h - box.right, box.bottom, h - box.left};
+  if (quarterTurns_ == 2) there = {w - box.right, h - box.bottom, w - box.left, h - box.top};
+  if (quarterTurns_ == 3) there = {w - box.bottom, box.left, w - box.top, box.right};
+  return TurnClockwise(source_->Part(there, lying ? height : width, lying ? width : height), quarterTurns_);
 }
 
 }  // namespace qx::photo

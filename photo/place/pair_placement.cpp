@@ -4,34 +4,33 @@
 
 namespace qx::photo {
 
-PairGeometry MeasurePair(const std::array<const ProbedFace*, 2>& faces, const std::array<PersonGeometry, 2>& persons,
+PairGeometry MeasurePair(const std::array<FacePlaces, 2>& faces, const std::array<PersonGeometry, 2>& persons,
                          const Mask& mask) {
-  const int32_t width = mask.width, height = mask.height;
   PairGeometry pair;
-  pair.left = width;
-  for (const ProbedFace* face : faces) {
-    for (const Point& p : face->densePoints) {
-      pair.left = std::min(pair.left, double{1} * p.x);
-      pair.right = std::max(pair.right, double{1} * p.x);
+  pair.left = persons[0].width;
+  for (const FacePlaces& face : faces) {
+    for (const PlacePoint& p : face.outline) {
+      pair.left = std::min(pair.left, p.x);
+      pair.right = std::max(pair.right, p.x);
     }
   }
   pair.faceWidth = (persons[0].faceWidth + persons[1].faceWidth) / 2;
   pair.chin = std::max(persons[0].chin, persons[1].chin);
   pair.headTop = std::min(persons[0].headTop, persons[1].headTop);
   pair.foot = std::min(persons[0].foot, persons[1].foot);
-  // The columns of the common mask, above the lower end of the persons.
-  int32_t first = width, last = -1;
-  for (int32_t y = 0; y < height; ++y) {
+  // The columns of the common mask.
+  int32_t first = mask.width, last = -1;
+  for (int32_t y = 0; y < mask.height; ++y) {
     const uint8_t* row = mask.Row(y);
     const auto isPerson = [](uint8_t byte) { return byte > 64; };
-    const uint8_t* found = std::find_if(row, row + first, isPerson);
-    first = static_cast<int32_t>(found - row);
-    for (int32_t x = width - 1; x > last; --x) {
+    first = static_cast<int32_t>(std::find_if(row, row + first, isPerson) - row);
+    for (int32_t x = mask.width - 1; x > last; --x) {
       if (isPerson(row[x])) last = x;
     }
   }
-  pair.leftEdge = first;
-  pair.rightEdge = last + 1;
+  const double scale = static_cast<double>(persons[0].width) / mask.width;
+  pair.leftEdge = first * scale;
+  pair.rightEdge = (last + 1) * scale;
   return pair;
 }
 

@@ -23,7 +23,8 @@ struct PairGeometry {
   double leftEdge = 0, rightEdge = 0;  // of the persons in the photograph
 };
 
-PairGeometry MeasurePair(const std::array<const ProbedFace*, 2>& faces, const std::array<PersonGeometry, 2>& persons,
+// `mask`: of both persons, of the whole photograph at any size.
+PairGeometry MeasurePair(const std::array<FacePlaces, 2>& faces, const std::array<PersonGeometry, 2>& persons,
                          const Mask& mask);
 
 struct PairPlacement {

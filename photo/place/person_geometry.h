@@ -2,7 +2,9 @@
 #ifndef QX_PHOTO_PLACE_PERSON_GEOMETRY_H
 #define QX_PHOTO_PLACE_PERSON_GEOMETRY_H
 
+#include <array>
 #include <cstdint>
+#include <vector>
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
@@ -10,26 +12,55 @@
 
 namespace qx::photo {
 
-// In pixels of the upright photograph, edges of pixels being whole numbers.
+// The places of a face that are measured, in the turned photograph.
+struct FacePlaces {
+  std::array<PlacePoint, 2> eyes;        // middles
+  std::array<PlacePoint, 2> eyeCorners;  // outer ones
+  std::array<PlacePoint, 2> mouthCorners;
+  std::array<PlacePoint, QX_FACE_ATTRIBUTE_POINTS> outline;  // all of the dense points
+};
+
+// `box`: the part of the photograph that the picture shows in which the face was found; `scaleX` and `scaleY`: pixels
+// of the picture for one of the photograph.
+FacePlaces PlacesOf(const ProbedFace& face, const PixelBox& box, double scaleX, double scaleY, const Turn& turn);
+
+// A person's mask of the whole photograph at any size, and one of a part of it that is finer, seen in the turned
+// photograph.
+struct MaskView {
+  int32_t width = 0, height = 0;  // of the photograph
+  const Mask* whole = nullptr;
+  const Mask* part = nullptr;  // may be null
+  PixelBox partBox;            // what it shows, in pixels of the photograph
+  Turn turn;
+
+  // The mask at a place of the turned photograph, bilinear; 0 outside of the photograph.
+  double At(PlacePoint place) const;
+  // A rectangle of the turned photograph as a mask of that scale, pixels of the mask for one of the photograph.
+  Mask Sample(const Rectangle& rectangle, double scale) const;
+};
+
+// In pixels of the upright photograph, after the turn that makes the head straight; edges of pixels being whole
+// numbers.
 struct PersonGeometry {
   int32_t width = 0, height = 0;  // of the photograph
-  double headTop = 0;             // highest hair
-  double chin = 0, eyes = 0;      // rows
-  double centre = 0;              // column of the face's middle
-  double faceLeft = 0;            // of the face's outline
+  Turn turn;
+  double headTop = 0;         // highest hair
+  double chin = 0, eyes = 0;  // rows
+  double centre = 0;          // column of the face's middle
+  double faceLeft = 0;        // of the face's outline
   double faceWidth = 0;
   double foot = 0;                   // lower end of what the photograph shows of the person
   double leftCut = 0, rightCut = 0;  // rows from which on the photograph's side cuts the person off; height: nowhere
   bool topCut = false;               // the upper edge cuts the head off
+  std::vector<PlacePoint> cuts;      // of a turned photograph, instead of the three: places of the person at its edges
 };
 
-// `mask` as the library's fine crop reads it: a byte above 64 is a part of the person. Hair is looked for above the
-// face and to half its width on both sides, so that a raised hand is none, and begins where it is wider than a tenth
-// of the face. Throws Failure when there is none.
+// A byte of the mask above 64 is a part of the person. Hair is looked for above the face and to half its width on both
+// sides, so that a raised hand is none, and begins where it is wider than a tenth of the face. Throws Failure when
+// there is none.
+PersonGeometry MeasurePerson(const FacePlaces& face, const MaskView& view);
+// The same for a whole picture that is not turned.
 PersonGeometry MeasurePerson(const ProbedFace& face, const Mask& mask);
-
-// What the person's mask is asked for with.
-FaceBox BoxOf(const ProbedFace& face);
 
 // What documents set bounds for.
 struct PhotoMeasures {

@@ -45,6 +45,27 @@ double Cost(const PhotoMeasures& measures, const Goals& goals) {
   return cost;
 }
 
+// Whether all of a rectangle of the turned photograph lies in the photograph.
+bool LiesInside(const Rectangle& rectangle, const PersonGeometry& person, double slack) {
+  for (const double x : {rectangle.left, rectangle.Right()}) {
+    for (const double y : {rectangle.top, rectangle.Bottom()}) {
+      const PlacePoint there = person.turn.Back({x, y});
+      if (there.x < -slack || there.y < -slack || there.x > person.width + slack || there.y > person.height + slack) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+// Whether the rectangle shows a place at which the photograph's edge cuts the person off.
+bool HoldsCut(const Rectangle& rectangle, const PersonGeometry& person, double slack) {
+  return std::any_of(person.cuts.begin(), person.cuts.end(), [&](const PlacePoint& cut) {
+    return cut.x > rectangle.left + slack && cut.x < rectangle.Right() - slack && cut.y > rectangle.top + slack &&
+           cut.y < rectangle.Bottom() - slack;
+  });
+}
+
 }  // namespace
 
 Goals GoalsOf(const Document& document) {
@@ -82,10 +103,11 @@ bool IsClear(const Rectangle& rectangle, const PersonGeometry& person, const Obs
   if (rectangle.width < kLeastWidth * person.faceWidth) return false;
   const double bottom = rectangle.Bottom();
   const double slack = kRounding * rectangle.height;
+  if (obstacles.keep && !LiesInside(rectangle, person, slack)) return false;
+  if (obstacles.foot && bottom > person.foot + slack) return false;
+  if (!person.turn.IsNone()) return !obstacles.sides || !HoldsCut(rectangle, person, slack);
   const bool left = rectangle.left >= -slack, right = rectangle.Right() <= person.width + slack;
   const bool top = rectangle.top >= -slack;
-  if (obstacles.keep && !(left && right && top && bottom <= person.height + slack)) return false;
-  if (obstacles.foot && bottom > person.foot + slack) return false;
   if (obstacles.sides && ((!left && bottom > person.leftCut) || (!right && bottom > person.rightCut))) return false;
   return !(obstacles.top && person.topCut && !top);
 }

@@ -1,56 +1,230 @@
 #include "photo/render/render.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-
-#include "photo/base/resize.h"
+#include <cstddef>
+#include <vector>
 
 namespace qx::photo {
 namespace {
 
-// The pixels around the rectangle, with `reach` more on each side.
-struct Area {
-  int32_t left, top, width, height;
+constexpr double kLobes = 3;
+constexpr double kPi = 3.14159265358979323846;
+constexpr int32_t kPhases = 1024;  // places between two samples that have weights of their own
+constexpr int32_t kChannels = 4;   // blue, green, red, each times the coverage, and the coverage
+
+double Lanczos(double x) {
+  if (x == 0) return 1;
+  if (std::abs(x) >= kLobes) return 0;
+  return kLobes * std::sin(kPi * x) * std::sin(kPi * x / kLobes) / (kPi * kPi * x * x);
+}
+
+// The kernel's weights at every phase, stretched when the picture shrinks.
+class Kernel {
+ public:
+  explicit Kernel(double scale) {
+    const double stretch = std::max(scale, 1.0);
+    reach_ = static_cast<int32_t>(std::ceil(kLobes * stretch));
+    taps_ = 2 * reach_;
+    weights_.resize(static_cast<size_t>(kPhases) * static_cast<size_t>(taps_));
+    std::vector<double> row(static_cast<size_t>(taps_));
+    float* to = weights_.data();
+    for (int32_t phase = 0; phase < kPhases; ++phase) {
+      double sum = 0;
+      for (int32_t k = 0; k < taps_; ++k) {
+        const double distance = k - (reach_ - 1) - static_cast<double>(phase) / kPhases;
+        sum += row[static_cast<size_t>(k)] = Lanczos(distance / stretch);
+      }
+      for (const double weight : row) *to++ = static_cast<float>(weight / sum);
+    }
+  }
+
+  int32_t Taps() const { return taps_; }
+  // The weights for a place (the middle of the first sample is 0), and the first sample that they stand for.
+  const float* At(double place, int32_t* first) const {
+    const double lower = std::floor(place);
+    auto phase = static_cast<int32_t>((place - lower) * kPhases + 0.5);
+    *first = static_cast<int32_t>(lower) - (reach_ - 1);
+    if (phase == kPhases) {
+      phase = 0;
+      ++*first;
+    }
+    return weights_.data() + static_cast<size_t>(phase) * static_cast<size_t>(taps_);
+  }
+
+ private:
+  int32_t reach_ = 0, taps_ = 0;
+  std::vector<float> weights_;
 };
 
-Area AreaAround(const Rectangle& rectangle, int32_t reach) {
-  const auto left = static_cast<int32_t>(std::floor(rectangle.left)) - reach;
-  const auto top = static_cast<int32_t>(std::floor(rectangle.top)) - reach;
-  const auto right = static_cast<int32_t>(std::ceil(rectangle.Right())) + reach;
-  const auto bottom = static_cast<int32_t>(std::ceil(rectangle.Bottom())) + reach;
-  return {left, top, right - left, bottom - top};
+// From the document's pixels to places in the part's picture, middles of pixels at halves: x = a i + b j + c,
+// y = d i + e j + f.
+struct Mapping {
+  double a, b, c, d, e, f;
+};
+
+Mapping MapDocument(const PhotographPart& part, const Turn& turn, const Rectangle& rectangle,
+                    const Document& document) {
+  const PlacePoint origin = turn.Back({rectangle.left, rectangle.top});
+  const double stepX = rectangle.width / document.width, stepY = rectangle.height / document.height;
+  const double sx = part.ScaleX(), sy = part.ScaleY();
+  return {turn.Cos() * stepX * sx,  turn.Sin() * stepY * sx, (origin.x - part.box.left) * sx,
+          -turn.Sin() * stepX * sy, turn.Cos() * stepY * sy, (origin.y - part.box.top) * sy};
 }
+
+// At which sides of the part's picture the background begins.
+struct Ends {
+  bool left = false, top = false, right = false;
+};
+
+Ends FindEnds(const PhotographPart& part, const Turn& turn, const Rectangle& rectangle) {
+  Ends ends;
+  for (const PlacePoint corner : {PlacePoint{rectangle.left, rectangle.top},
+                                  {rectangle.Right(), rectangle.top},
+                                  {rectangle.left, rectangle.Bottom()},
+                                  {rectangle.Right(), rectangle.Bottom()}}) {
+    const PlacePoint there = turn.Back(corner);
+    ends.left |= there.x < 0 && part.box.left == 0;
+    ends.top |= there.y < 0 && part.box.top == 0;
+    ends.right |= there.x > part.width && part.box.right == part.width;
+  }
+  return ends;
+}
+
+// One rendering: the rows of the part are brought to the document's columns, then the columns to its rows.
+class Rendering {
+ public:
+  Rendering(const PhotographPart& part, const Mask& mask, const Background& background, const Turn& turn,
+            const Rectangle& rectangle, const Document& document)
+      : picture_(part.picture),
+        mask_(mask),
+        background_(background),
+        map_(MapDocument(part, turn, rectangle, document)),
+        ends_(background.IsKeep() ? Ends() : FindEnds(part, turn, rectangle)),
+        width_(document.width),
+        height_(document.height),
+        along_(std::abs(map_.a - map_.b * map_.d / map_.e)),
+        across_(std::abs(map_.e)) {}
+
+  Image Render() {
+    FindRows();
+    const auto samples = static_cast<size_t>(width_) * kChannels;
+    rows_.resize(static_cast<size_t>(last_ - first_ + 1) * samples);
+    padding_ = along_.Taps();
+    line_.assign((static_cast<size_t>(picture_.width) + 2 * static_cast<size_t>(padding_)) * kChannels, 0.0f);
+    for (int32_t y = first_; y <= last_; ++y) {
+      ResizeRow(y, rows_.data() + static_cast<size_t>(y - first_) * samples);
+    }
+    Image document(width_, height_);
+    for (int32_t j = 0; j < height_; ++j) MixRow(j, document.At(0, j));
+    return document;
+  }
+
+ private:
+  // The rows of the part that the document needs.
+  void FindRows() {
+    double lowest = map_.f, highest = map_.f;
+    for (const double i : {0.0, static_cast<double>(width_)}) {
+      for (const double j : {0.0, static_cast<double>(height_)}) {
+        const double y = map_.d * i + map_.e * j + map_.f;
+        lowest = std::min(lowest, y);
+        highest = std::max(highest, y);
+      }
+    }
+    first_ = static_cast<int32_t>(std::floor(lowest)) - across_.Taps() / 2 - 1;
+    last_ = static_cast<int32_t>(std::ceil(highest)) + across_.Taps() / 2 + 1;
+  }
+
+  // The row of the part with its border continued or left empty.
+  void FillLine(int32_t row) {
+    const uint8_t* pixel = picture_.At(0, row);
+    const uint8_t* coverage = background_.IsKeep() ? nullptr : mask_.Row(row);
+    float* to = line_.data() + static_cast<size_t>(padding_) * kChannels;
+    for (int32_t x = 0; x < picture_.width; ++x, pixel += 3, to += kChannels) {
+      const float share = coverage ? static_cast<float>(coverage[x]) / 255 : 1.0f;
+      for (int c = 0; c < 3; ++c) to[c] = static_cast<float>(pixel[c]) * share;
+      to[3] = share;
+    }
+    const auto border = [this](float* begin, const float* value, bool empty) {
+      for (int32_t x = 0; x < padding_; ++x, begin += kChannels) {
+        for (int c = 0; c < kChannels; ++c) begin[c] = empty ? 0.0f : value[c];
+      }
+    };
+    const float* firstPixel = line_.data() + static_cast<size_t>(padding_) * kChannels;
+    border(line_.data(), firstPixel, ends_.left);
+    border(to, to - kChannels, ends_.right);
+  }
+
+  // Brings a row of the part, which may lie outside of it, to the document's columns.
+  void ResizeRow(int32_t y, float* out) {
+    if (y < 0 && ends_.top) {
+      std::fill_n(out, static_cast<size_t>(width_) * kChannels, 0.0f);
+      return;
+    }
+    FillLine(std::clamp(y, 0, picture_.height - 1));
+    const double step = map_.a - map_.b * map_.d / map_.e;
+    const double start = map_.b / map_.e * (y + 0.5 - map_.f) + map_.c - 0.5;
+    const int32_t taps = along_.Taps(), size = picture_.width;
+    for (int32_t i = 0; i < width_; ++i, out += kChannels) {
+      int32_t first = 0;
+      const float* weight = along_.At(std::clamp(start + step * (i + 0.5), -1e6, 1e6), &first);
+      // Further outside all samples are alike.
+      const float* sample =
+          line_.data() + static_cast<size_t>(std::clamp(first, -padding_, size) + padding_) * kChannels;
+      float sum[kChannels] = {0, 0, 0, 0};
+      for (int32_t k = 0; k < taps; ++k, sample += kChannels) {
+        for (int c = 0; c < kChannels; ++c) sum[c] += weight[k] * sample[c];
+      }
+      std::copy_n(sum, kChannels, out);
+    }
+  }
+
+  // Brings the columns to a row of the document, before the background.
+  void MixRow(int32_t j, uint8_t* out) const {
+    const Colour behind = RowColour(background_, j, height_);
+    const float colour[3] = {static_cast<float>(behind.blue), static_cast<float>(behind.green),
+                             static_cast<float>(behind.red)};
+    const size_t stride = static_cast<size_t>(width_) * kChannels;
+    const int32_t taps = across_.Taps();
+    for (int32_t i = 0; i < width_; ++i, out += 3) {
+      int32_t first = 0;
+      const float* weight = across_.At(map_.d * (i + 0.5) + map_.e * (j + 0.5) + map_.f - 0.5, &first);
+      const float* sample =
+          rows_.data() + static_cast<size_t>(first - first_) * stride + static_cast<size_t>(i) * kChannels;
+      float sum[kChannels] = {0, 0, 0, 0};
+      for (int32_t k = 0; k < taps; ++k, sample += stride) {
+        for (int c = 0; c < kChannels; ++c) sum[c] += weight[k] * sample[c];
+      }
+      const float rest = 1 - sum[3];
+      for (int c = 0; c < 3; ++c) {
+        out[c] = static_cast<uint8_t>(std::clamp(sum[c] + rest * colour[c] + 0.5f, 0.0f, 255.0f));
+      }
+    }
+  }
+
+  const Image& picture_;
+  const Mask& mask_;
+  const Background& background_;
+  const Mapping map_;
+  const Ends ends_;
+  const int32_t width_, height_;
+  const Kernel along_, across_;
+  int32_t first_ = 0, last_ = 0;  // rows of the part, both inclusive
+  int32_t padding_ = 0;           // samples beside the line's own
+  std::vector<float> line_;
+  Floats rows_;  // resized ones, from the first to the last
+};
 
 }  // namespace
 
-Image RenderPhoto(const Image& colours, const Mask& mask, const Background& background, const Rectangle& rectangle,
-                  const Document& document) {
-  if (background.IsKeep()) return ResizeLanczos(colours, rectangle, document.width, document.height);
-  const Area area = AreaAround(rectangle, LanczosReach(rectangle.height / document.height));
-  Image person(area.width, area.height);
-  std::fill(person.bgr.begin(), person.bgr.end(), uint8_t{0});
-  Mask coverage(area.width, area.height, 0);
-  // Where the rectangle ends inside the photograph, the border pixels continue: they are no end of the person.
-  const bool continueLeft = rectangle.left >= 0, continueRight = rectangle.Right() <= colours.width;
-  const bool continueTop = rectangle.top >= 0;
-  size_t at = 0;
-  for (int32_t y = 0; y < area.height; ++y) {
-    const int32_t sourceY = area.top + y;
-    const bool rowInside = sourceY >= 0 || continueTop;
-    const auto row =
-        static_cast<size_t>(std::clamp(sourceY, 0, colours.height - 1)) * static_cast<size_t>(colours.width);
-    for (int32_t x = 0; x < area.width; ++x, ++at) {
-      const int32_t sourceX = area.left + x;
-      if (!rowInside || (sourceX < 0 && !continueLeft) || (sourceX >= colours.width && !continueRight)) continue;
-      const size_t from = row + static_cast<size_t>(std::clamp(sourceX, 0, colours.width - 1));
-      coverage.values[at] = mask.values[from];
-      std::copy_n(&colours.bgr[3 * from], 3, &person.bgr[3 * at]);
-    }
-  }
-  Rectangle inArea = rectangle;
-  inArea.left -= area.left;
-  inArea.top -= area.top;
-  return ResizeLanczos(Composite(person, coverage, background), inArea, document.width, document.height);
+Image RenderPhoto(const PhotographPart& part, const Mask& mask, const Background& background, const Turn& turn,
+                  const Rectangle& rectangle, const Document& document) {
+  return Rendering(part, mask, background, turn, rectangle, document).Render();
+}
+
+int32_t RenderReach(double scale) {
+  return static_cast<int32_t>(std::ceil(kLobes * std::max(scale, 1.0))) + 2;
 }
 
 }  // namespace qx::photo

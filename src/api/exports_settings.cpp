@@ -6,9 +6,6 @@
 
 namespace {
 
-// One unit in the last place above 0.6; the getter divides by what the setter multiplied with.
-constexpr double kRatioSpan = 0x1.3333333333334p-1;
-constexpr double kRatioBase = 2.0;
 constexpr int32_t kNoBound = -1;
 constexpr int32_t kSmallestBound = 600;
 
@@ -72,19 +69,14 @@ int32_t QX_IDP_SetRCLRRatio(IdpHandle* handle, double ratio) {
   if (handle == nullptr) return IDP_ERR_HANDLE;
   if (0 > ratio) return IDP_ERR_PARAM;  // both tests let a NaN pass
   if (ratio > 1.0) return IDP_ERR_PARAM;
-  qx::CropSettings& settings = handle->settings;
-  const double side = ratio * kRatioSpan + kRatioBase;
-  settings.ratioLeft = side;
-  settings.ratioRight = side;
-  settings.ratioDown = (side * 3.32) / 2.4;
-  settings.ratioUp = (side * 2.78) / 2.4;
+  handle->settings.SetRatio(ratio);
   return IDP_OK;
 }
 
 int32_t QX_IDP_GetRCLRRatio(IdpHandle* handle, double* ratio) {
   if (handle == nullptr) return IDP_ERR_HANDLE;
   if (ratio == nullptr) return IDP_ERR_PARAM;
-  *ratio = (handle->settings.ratioLeft - kRatioBase) / kRatioSpan;
+  *ratio = handle->settings.Ratio();
   return IDP_OK;
 }
 

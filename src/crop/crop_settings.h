@@ -15,6 +15,18 @@ struct CropSettings {
   uint8_t srcSame = 0;    // nonzero: keep the scale of the photograph
   int32_t lrBound = 800;  // upper bound of a crop's width without srcSame; -1 is applied as it stands
 
+  // One number for the width of the frame: 0 (close) to 1 (wide), which is not checked. The getter divides by what the
+  // setter multiplied with: one unit in the last place above 0.6.
+  static constexpr double kRatioSpan = 0x1.3333333333334p-1, kRatioBase = 2.0;
+  void SetRatio(double ratio) {
+    const double side = ratio * kRatioSpan + kRatioBase;
+    ratioLeft = side;
+    ratioRight = side;
+    ratioDown = (side * 3.32) / 2.4;
+    ratioUp = (side * 2.78) / 2.4;
+  }
+  double Ratio() const { return (ratioLeft - kRatioBase) / kRatioSpan; }
+
   double WidthRatio() const { return ratioLeft + ratioRight; }
   double HeightRatio() const { return ratioUp + ratioDown; }
 };

@@ -1,0 +1,22 @@
+#include "photo/base/geometry.h"
+
+#include <cmath>
+
+namespace qx::photo {
+
+Turn::Turn(double degrees, PlacePoint centre)
+    : cos_(std::cos(degrees * (3.14159265358979323846 / 180))),
+      sin_(std::sin(degrees * (3.14159265358979323846 / 180))),
+      centre_(centre) {}
+
+PlacePoint Turn::operator()(PlacePoint p) const {
+  const double x = p.x - centre_.x, y = p.y - centre_.y;
+  return {centre_.x + cos_ * x - sin_ * y, centre_.y + sin_ * x + cos_ * y};
+}
+
+PlacePoint Turn::Back(PlacePoint p) const {
+  const double x = p.x - centre_.x, y = p.y - centre_.y;
+  return {centre_.x + cos_ * x + sin_ * y, centre_.y - sin_ * x + cos_ * y};
+}
+
+}  // namespace qx::photo

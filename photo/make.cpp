@@ -1,0 +1,280 @@
+// From what was found in a photograph to the finished picture of a document.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <utility>
+
+#include "photo/analysis.h"
+#include "photo/base/failure.h"
+#include "photo/base/text.h"
+#include "photo/person/foreground.h"
+#include "photo/place/face_placement.h"
+#include "photo/place/fit_report.h"
+#include "photo/place/pair_placement.h"
+
+namespace qx::photo {
+namespace {
+
+using State = Analysis::State;
+
+constexpr double kMostLean = 5;                                     // degrees, from which on documents are refused
+constexpr double kLeastStraightened = 0.5, kMostStraightened = 25;  // degrees
+constexpr double kFineness = 2;  // pixels of the part for one of the document, where the photograph has them
+constexpr double kRoom = 0.04;   // of the rectangle's height, by which the finer measures may still move it
+constexpr int kMostPlacings = 3;
+
+// The persons of the photograph as measured, in the turned photograph.
+struct Measured {
+  MaskView view;
+  std::vector<FacePlaces> faces;
+  std::vector<PersonGeometry> persons;
+};
+
+struct Placed {
+  Turn turn;
+  double lean = 0, straightened = 0;
+  PhotoMeasures measures;
+  Rectangle rectangle;
+  std::vector<Miss> givenUp;
+  std::string pairProblem;
+};
+
+// Measures by the overview's faces and the coarse mask or, when it is at hand, by a part.
+class Measurer {
+ public:
+  Measurer(const State& state, const PreparedPart* prepared) : state_(state), prepared_(prepared) {}
+
+  double Lean() const { return Faces()[0].Roll(); }
+
+  Turn Straighten() const {
+    const FacePlaces face = Places(Faces()[0], Turn());
+    return {-Lean(), {(face.eyes[0].x + face.eyes[1].x) / 2, (face.eyes[0].y + face.eyes[1].y) / 2}};
+  }
+
+  Measured Measure(const Turn& turn) const {
+    Measured measured;
+    measured.view.width = state_.width;
+    measured.view.height = state_.height;
+    measured.view.whole = &state_.coarse;
+    measured.view.turn = turn;
+    if (prepared_) {
+      measured.view.part = &prepared_->mask;
+      measured.view.partBox = prepared_->part.box;
+    }
+    for (const ProbedFace& face : Faces()) {
+      measured.faces.push_back(Places(face, turn));
+      measured.persons.push_back(MeasurePerson(measured.faces.back(), measured.view));
+    }
+    return measured;
+  }
+
+ private:
+  const std::vector<ProbedFace>& Faces() const { return prepared_ ? prepared_->faces : state_.persons; }
+  FacePlaces Places(const ProbedFace& face, const Turn& turn) const {
+    if (!prepared_) {
+      return PlacesOf(face, {0, 0, state_.width, state_.height}, state_.toOverviewX, state_.toOverviewY, turn);
+    }
+    const PhotographPart& part = prepared_->part;
+    return PlacesOf(face, part.box, part.ScaleX(), part.ScaleY(), turn);
+  }
+
+  const State& state_;
+  const PreparedPart* prepared_;
+};
+
+Obstacles ObstaclesOf(const MakeRequest& request) {
+  Obstacles obstacles;
+  obstacles.keep = request.background.IsKeep();
+  return obstacles;
+}
+
+// Nothing when no rectangle meets the goals.
+std::optional<Rectangle> FindRectangle(const Measured& measured, const MakeRequest& request) {
+  return PlaceFace({measured.faces[0], measured.view, measured.persons[0], request.document, GoalsOf(request.document),
+                    ObstaclesOf(request)});
+}
+
+Placed PlaceOne(const Measurer& measurer, const MakeRequest& request) {
+  Placed placed;
+  placed.lean = measurer.Lean();
+  const double lean = std::abs(placed.lean);
+  std::optional<Measured> measured;
+  std::optional<Rectangle> rectangle;
+  if (request.straighten && lean >= kLeastStraightened && lean <= kMostStraightened) {
+    placed.turn = measurer.Straighten();
+    measured = measurer.Measure(placed.turn);
+    rectangle = FindRectangle(*measured, request);
+    if (rectangle) placed.straightened = placed.lean;
+  }
+  if (!rectangle) {
+    placed.turn = Turn();
+    measured = measurer.Measure(placed.turn);
+    rectangle = FindRectangle(*measured, request);
+  }
+  const PersonGeometry& person = measured->persons[0];
+  if (!rectangle) {
+    const Document& document = request.document;
+    const Goals goals = GoalsOf(document);
+    const double proportions = static_cast<double>(document.width) / document.height;
+    rectangle = FindNearest(person, goals, proportions, ObstaclesOf(request));
+    if (!rectangle || !request.relax) throw NoFit(person, document, goals, ObstaclesOf(request), rectangle);
+    placed.givenUp = MissesOf(MeasuresIn(*rectangle, person), goals);
+  }
+  placed.rectangle = *rectangle;
+  placed.measures = MeasuresIn(*rectangle, person);
+  return placed;
+}
+
+Placed PlaceTwo(const State& state, const Measurer& measurer, const MakeRequest& request) {
+  const Measured measured = measurer.Measure(Turn());
+  const std::array<FacePlaces, 2> faces{measured.faces[0], measured.faces[1]};
+  const std::array<PersonGeometry, 2> persons{measured.persons[0], measured.persons[1]};
+  const PairGeometry pair = MeasurePair(faces, persons, state.coarse);
+  const double proportions = static_cast<double>(request.document.width) / request.document.height;
+  const auto [rectangle, problem] = PlacePair(pair, persons, proportions, ObstaclesOf(request), request.relax);
+  if (!rectangle) {
+    throw Failure(
+        FailureCode::kNoFit,
+        "no rectangle shows both persons with the usual room on all sides: " + problem + "; take another photograph",
+        request.relax ? FailureFields{{"what", "pair"}, {"relaxed", 1.0}} : FailureFields{{"what", "pair"}});
+  }
+  Placed placed;
+  placed.lean = measurer.Lean();
+  placed.rectangle = *rectangle;
+  placed.measures = MeasuresIn(*rectangle, persons[0]);
+  placed.pairProblem = problem;
+  return placed;
+}
+
+Placed Place(const State& state, const PreparedPart* prepared, const MakeRequest& request) {
+  const Measurer measurer(state, prepared);
+  return state.persons.size() == 1 ? PlaceOne(measurer, request) : PlaceTwo(state, measurer, request);
+}
+
+// The part of the photograph that a rectangle of the turned one needs, `room` of its height more on all sides.
+PixelBox BoxAround(const State& state, const Placed& placed, const Document& document, double room) {
+  const Rectangle& r = placed.rectangle;
+  const double pixel = r.height / document.height;  // of the document, in pixels of the photograph
+  const double reach = room * r.height + pixel * RenderReach(1) + 2;
+  double left = 1e9, top = 1e9, right = -1e9, bottom = -1e9;
+  for (const double x : {r.left - reach, r.Right() + reach}) {
+    for (const double y : {r.top - reach, r.Bottom() + reach}) {
+      const PlacePoint there = placed.turn.Back({x, y});
+      left = std::min(left, there.x);
+      top = std::min(top, there.y);
+      right = std::max(right, there.x);
+      bottom = std::max(bottom, there.y);
+    }
+  }
+  const auto clip = [](double v, int32_t size) { return static_cast<int32_t>(std::clamp(v, 0.0, 1.0 * size)); };
+  return {clip(std::floor(left), state.width), clip(std::floor(top), state.height), clip(std::ceil(right), state.width),
+          clip(std::ceil(bottom), state.height)};
+}
+
+bool Holds(const PixelBox& box, const PixelBox& inner) {
+  return inner.left >= box.left && inner.top >= box.top && inner.right <= box.right && inner.bottom <= box.bottom;
+}
+
+// Reads the part, unless it is the one at hand.
+void Prepare(PhotoSource& upright, FaceFinder& finder, const Placed& placed, const Document& document, State* state) {
+  const PixelBox box = BoxAround(*state, placed, document, kRoom);
+  double scale = std::min(1.0, kFineness * document.height / placed.rectangle.height);
+  constexpr double kNotWorthIt = 0.85;
+  if (scale > kNotWorthIt) scale = 1;
+  const auto size = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(std::ceil(side * scale))); };
+  const int32_t width = size(box.Width()), height = size(box.Height());
+  if (state->prepared && state->prepared->part.box == box && state->prepared->part.picture.width == width) return;
+  state->prepared.reset();
+  PreparedPart prepared;
+  prepared.part = {upright.Part(box, width, height), box, state->width, state->height};
+  prepared.mask = MaskOfPart(*state, prepared.part);
+  for (const ProbedFace& face : state->persons) {
+    ProbedFace there =
+        face.Moved(box.left * state->toOverviewX, box.top * state->toOverviewY,
+                   prepared.part.ScaleX() / state->toOverviewX, prepared.part.ScaleY() / state->toOverviewY);
+    finder.Refine(prepared.part.picture, &there);
+    prepared.faces.push_back(there);
+  }
+  state->prepared = std::move(prepared);
+}
+
+// Where the persons stand in the finished photograph, by measures as fine as it needs; the part is prepared then.
+Placed PlaceFinely(PhotoSource& upright, FaceFinder& finder, const MakeRequest& request, State* state) {
+  Placed placed = Place(*state, nullptr, request);
+  for (int i = 0; i < kMostPlacings; ++i) {
+    Prepare(upright, finder, placed, request.document, state);
+    placed = Place(*state, &*state->prepared, request);
+    if (Holds(state->prepared->part.box, BoxAround(*state, placed, request.document, 0))) break;
+  }
+  return placed;
+}
+
+void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
+  char text[160];
+  if (state.facesFound > state.persons.size()) {
+    made->remarks.push_back(
+        Count(state.facesFound, "face") + " found, the " +
+        (state.persons.size() == 1 ? "one of number " + std::to_string(state.number) : std::string("two largest")) +
+        " taken");
+  }
+  if (made->enlargement > 1.05) {
+    std::snprintf(text, sizeof text, "enlarged %.1f times: the photograph has too few pixels for %d x %d",
+                  made->enlargement, document.width, document.height);
+    made->remarks.push_back(text);
+  }
+  const double lean = std::abs(placed.lean);
+  const char* const side = placed.lean > 0 ? "right" : "left";
+  if (placed.straightened != 0) {
+    std::snprintf(text, sizeof text, "straightened: the head leant %.1f degrees to the %s", lean, side);
+    made->remarks.push_back(text);
+  } else if (state.persons.size() == 1 && lean > kMostLean) {
+    std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s; hold it straight", lean, side);
+    made->remarks.push_back(text);
+  }
+  for (const Miss& miss : placed.givenUp) made->remarks.push_back("given up: " + MissText(miss, document));
+  if (!placed.pairProblem.empty()) {
+    made->remarks.push_back("given up: the usual room around the faces, for " + placed.pairProblem);
+  }
+}
+
+// The picture of the document from the part as it is now.
+Image Finish(const PhotographPart& part, const Mask& mask, const std::vector<ProbedFace>& faces,
+             const MakeRequest& request, const Placed& placed) {
+  if (request.background.IsKeep()) {
+    return RenderPhoto(part, mask, request.background, placed.turn, placed.rectangle, request.document);
+  }
+  PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width()), part.box, part.width, part.height};
+  return RenderPhoto(cleaned, mask, request.background, placed.turn, placed.rectangle, request.document);
+}
+
+}  // namespace
+
+MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::State* state, const MakeRequest& request) {
+  const Placed placed = PlaceFinely(upright, finder, request, state);
+  const PreparedPart& prepared = *state->prepared;
+  MadePhoto made;
+  made.measures = placed.measures;
+  made.givenUp = placed.givenUp;
+  made.quarterTurns = state->quarterTurns;
+  made.lean = placed.lean;
+  made.straightened = placed.straightened;
+  made.enlargement = request.document.height / placed.rectangle.height;
+  if (request.retouch.IsNone() || request.compare) {
+    made.image = Finish(prepared.part, prepared.mask, prepared.faces, request, placed);
+  }
+  if (!request.retouch.IsNone()) {
+    if (request.compare) made.before = std::move(made.image);
+    PhotographPart part = prepared.part;
+    Mask mask = prepared.mask;
+    RetouchFaces(prepared.faces, request.retouch, &part.picture, &mask);
+    made.image = Finish(part, mask, prepared.faces, request, placed);
+  } else if (request.compare) {
+    made.before = made.image;
+  }
+  AddRemarks(*state, request.document, placed, &made);
+  return made;
+}
+
+}  // namespace qx::photo
