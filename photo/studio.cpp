@@ -183,9 +183,11 @@ Mask PhotoMaker::MakeMask(const UprightPhotograph& upright, const Mask* given) {
   return segmenter_.Segment(upright.image, persons, others);
 }
 
-void PhotoMaker::RetouchPersons(const Retouch& retouch, CropResult* crops, UprightPhotograph* upright, Mask* mask) {
+void PhotoMaker::RetouchPersons(const Retouch& retouch, UprightPhotograph* upright, Mask* mask) {
   if (retouch.IsNone()) return;
-  RetouchFaces(engine_, *crops, {upright->persons.begin(), upright->persons.end()}, retouch, &upright->image, mask);
+  std::vector<ProbedFace> persons;
+  for (const size_t person : upright->persons) persons.push_back(upright->faces[person]);
+  RetouchFaces(persons, retouch, &upright->image, mask);
   if (retouch.face != 0) MeasureAgain(probe_, upright);
 }
 
@@ -195,7 +197,7 @@ MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const M
   Mask mask = MakeMask(upright, given);
   CropResult crops = engine_.CropFaces(upright.image);
   const Unretouched before(request, upright.image, mask);
-  RetouchPersons(request.retouch, &crops, &upright, &mask);
+  RetouchPersons(request.retouch, &upright, &mask);
   const Image& image = upright.image;
   const PersonGeometry person = MeasurePerson(upright.faces[face], mask);
   const bool keep = request.background.IsKeep();
@@ -228,10 +230,7 @@ MadePhoto PhotoMaker::MakePair(Image photograph, const MakeRequest& request, con
   UprightPhotograph upright = MakePairUpright(probe_, std::move(photograph));
   Mask mask = MakeMask(upright, given);
   const Unretouched before(request, upright.image, mask);
-  if (!request.retouch.IsNone()) {
-    CropResult crops = engine_.CropFaces(upright.image);
-    RetouchPersons(request.retouch, &crops, &upright, &mask);
-  }
+  RetouchPersons(request.retouch, &upright, &mask);
   const Image& image = upright.image;
   std::array<const ProbedFace*, 2> faces{};
   std::array<PersonGeometry, 2> persons;

@@ -61,7 +61,7 @@ class PhotoMaker {
 
  private:
   Mask MakeMask(const UprightPhotograph& upright, const Mask* given);
-  void RetouchPersons(const Retouch& retouch, CropResult* crops, UprightPhotograph* upright, Mask* mask);
+  void RetouchPersons(const Retouch& retouch, UprightPhotograph* upright, Mask* mask);
 
   FaceProbe probe_;
   CropEngine engine_;

@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,15 +30,9 @@ photo::Image RetouchPhotograph(photo::Image photograph, const photo::Retouch& re
                                size_t* faces) {
   photo::FaceProbe probe;
   photo::UprightPhotograph upright = photo::MakeUpright(probe, std::move(photograph), person);
-  photo::CropEngine engine;
-  photo::CropSettings small;
-  small.ratio = 0;
-  small.bound = photo::kLowestBound;
-  engine.Configure(small);
-  photo::CropResult crops = engine.CropFaces(upright.image);
-  std::vector<int32_t> chosen(person ? 1 : upright.faces.size(), static_cast<int32_t>(upright.persons[0]));
-  if (!person) std::iota(chosen.begin(), chosen.end(), 0);
-  photo::RetouchFaces(engine, crops, chosen, retouch, &upright.image);
+  std::vector<photo::ProbedFace> chosen = upright.faces;
+  if (person) chosen = {upright.faces[upright.persons[0]]};
+  photo::RetouchFaces(chosen, retouch, &upright.image);
   *faces = chosen.size();
   return photo::TurnClockwise(upright.image, (4 - upright.quarterTurns) % 4);
 }

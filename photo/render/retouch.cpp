@@ -1,10 +1,14 @@
 #include "photo/render/retouch.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 
+#include "beauty/pipeline.h"
+#include "beauty/retouch_skin.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "photo/render/keep_features.h"
 
 namespace qx::photo {
 namespace {
@@ -21,6 +25,63 @@ constexpr Named kNamed[] = {
     {"strong", {1.5, 0, 3, 2, true, 3}},
 };
 
+LandmarkSet LandmarksOf(const ProbedFace& face) {
+  LandmarkSet set;
+  const auto copy = [](const Point* from, int count, qx::Point* to) {
+    for (int i = 0; i < count; ++i) to[i] = {from[i].x, from[i].y};
+  };
+  constexpr int kEach = LandmarkSet::kRegionPoints;
+  copy(face.corners.data(), kCornerCount, set.FaceBox());
+  copy(face.keyPoints.data(), 2, set.Eyes());
+  set.RegionValue(FaceRegion::kLeftEye) = face.leftEye;
+  set.RegionValue(FaceRegion::kRightEye) = face.rightEye;
+  set.RegionValue(FaceRegion::kMouth) = face.mouth;
+  copy(face.landmarks.data(), kEach, set.Region(FaceRegion::kLeftEye));
+  copy(face.landmarks.data() + 8, kEach, set.Region(FaceRegion::kRightEye));
+  copy(face.landmarks.data() + 16, 2, set.Region(FaceRegion::kMouth));  // its corners
+  copy(face.landmarks.data() + 19, 2, set.Region(FaceRegion::kMouth) + 2);
+  copy(face.densePoints.data(), kAttributeCount, set.Attributes());
+  return set;
+}
+
+// The picture's first rows that the stages of eyes, mouth and outline read or write: lenses reach 1.5 times the length
+// of an eye, and the soft edge of the clearer eyes ten pixels, beyond the points.
+int32_t RowsOfShape(const LandmarkSet& landmarks, int32_t rows) {
+  constexpr int64_t kEdge = 32;
+  int64_t left = INT32_MAX, top = INT32_MAX, right = INT32_MIN, bottom = INT32_MIN;
+  const auto add = [&](const qx::Point* points, int count) {
+    for (int i = 0; i < count; ++i) {
+      left = std::min<int64_t>(left, points[i].x);
+      right = std::max<int64_t>(right, points[i].x);
+      top = std::min<int64_t>(top, points[i].y);
+      bottom = std::max<int64_t>(bottom, points[i].y);
+    }
+  };
+  for (const FaceRegion region : {FaceRegion::kLeftEye, FaceRegion::kRightEye, FaceRegion::kMouth}) {
+    add(landmarks.Region(region), LandmarkSet::kRegionPoints);
+  }
+  add(landmarks.Attributes(), kAttributeCount);
+  return static_cast<int32_t>(std::clamp<int64_t>(bottom + 2 * (right - left + bottom - top) + kEdge, 1, rows));
+}
+
+// The library's stages but the skin's, which alone depend on the face and not on the size of the picture.
+void RunStages(const BeautyParams& params, const LandmarkSet& landmarks, Image* photograph, Mask* mask) {
+  if (std::all_of(std::begin(params.p), std::end(params.p), [](double strength) { return strength == 0; })) return;
+  const bool toned = params.p[3] > 0;
+  uint8_t* const pixels = photograph->bgr.data();
+  RunBeautyPipeline(pixels, toned ? photograph->height : RowsOfShape(landmarks, photograph->height), photograph->width,
+                    landmarks, params, mask ? mask->values.data() : nullptr, pixels);
+}
+
+void RetouchSkinOf(const ProbedFace& face, const Retouch& retouch, LandmarkSet* landmarks, Image* photograph) {
+  const SavedPart before = retouch.keepFeatures ? SavePart(*photograph, face) : SavedPart();
+  {
+    Bytes work(photograph->bgr.size());
+    RetouchSkin(photograph->height, photograph->width, retouch.skin, landmarks, photograph->bgr.data(), work.data());
+  }
+  if (retouch.keepFeatures) KeepFeatures(before, face, retouch.skin, photograph);
+}
+
 }  // namespace
 
 Retouch NamedRetouch(std::string_view name) {
@@ -31,19 +92,21 @@ Retouch NamedRetouch(std::string_view name) {
                 "\"" + Printable(name) + "\" is no kind of retouching; it is light, natural or strong");
 }
 
-void RetouchFaces(CropEngine& engine, CropResult& crops, const std::vector<int32_t>& faces, const Retouch& retouch,
-                  Image* photograph, Mask* mask) {
-  // With a mask the outline is left for a second step, which moves the mask along.
-  BeautyParams params{{retouch.eyes, retouch.eyes, retouch.mouth, 0, retouch.skin, retouch.detail ? 1.0 : 0.0,
-                       mask ? 0 : retouch.face}};
+void RetouchFace(const ProbedFace& face, const Retouch& retouch, Image* photograph, Mask* mask) {
+  if (photograph->Pixels() == 0) return;
+  LandmarkSet landmarks = LandmarksOf(face);
+  RunStages({{0, 0, 0, 0, 0, retouch.detail ? 1.0 : 0.0, 0}}, landmarks, photograph, nullptr);
+  if (retouch.skin > 0) RetouchSkinOf(face, retouch, &landmarks, photograph);
+  RunStages({{retouch.eyes, retouch.eyes, retouch.mouth, double{1} * retouch.tone, 0, 0, retouch.face}}, landmarks,
+            photograph, mask);
+}
+
+void RetouchFaces(const std::vector<ProbedFace>& faces, const Retouch& retouch, Image* photograph, Mask* mask) {
+  Retouch one = retouch;
   for (size_t i = 0; i < faces.size(); ++i) {
-    // The tone is that of the whole photograph, so it is set once.
-    params.p[3] = i + 1 == faces.size() ? retouch.tone : 0;
-    engine.RetouchFace(crops, faces[i], params, photograph);
+    one.tone = i + 1 == faces.size() ? retouch.tone : 0;
+    RetouchFace(faces[i], one, photograph, mask);
   }
-  if (mask == nullptr || retouch.face == 0) return;
-  const BeautyParams outline{{0, 0, 0, 0, 0, 0, retouch.face}};
-  for (const int32_t face : faces) engine.RetouchPerson(crops, face, outline, photograph, mask);
 }
 
 Image SideBySide(const Image& before, const Image& after) {

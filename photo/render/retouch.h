@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "photo/base/image.h"
-#include "photo/face/crop_engine.h"
+#include "photo/face/face_finder.h"
 
 namespace qx::photo {
 
@@ -19,6 +19,9 @@ struct Retouch {
   double skin = 0;      // 0 to 5 (spots filled, skin smoothed)
   bool detail = false;  // clearer eyes
   double face = 0;      // 0 to 5 (narrower)
+  // Lips, brows, eyes, nostrils, beard, hair and spectacles keep their look, and skin keeps a share of its pores;
+  // without it every pixel is that of QX_IDP_DoFaceBeauty with these strengths.
+  bool keepFeatures = true;
 
   bool IsNone() const { return eyes == 0 && mouth == 0 && tone == 0 && skin == 0 && !detail && face == 0; }
 };
@@ -29,11 +32,15 @@ inline constexpr int32_t kMostTone = 10;
 // "light", "natural" or "strong". Throws Failure for any other name.
 Retouch NamedRetouch(std::string_view name);
 
-// Retouches faces, given by their index, of the photograph that the crops were made from, in place. With a mask, which
-// must then be one of an upright photograph cropped at source scale, the mask follows the person's new outline. Throws
-// Failure when memory is short.
-void RetouchFaces(CropEngine& engine, CropResult& crops, const std::vector<int32_t>& faces, const Retouch& retouch,
-                  Image* photograph, Mask* mask = nullptr);
+// Retouches a face in place. The face's points are in pixels of the picture, which may be a part of a photograph, at
+// any scale. mask, which may be null, is of the picture's size and follows the face's narrower outline. The tone is
+// that of the whole picture, all else stays around the face. What memory is too short for is left out, or throws
+// std::bad_alloc.
+void RetouchFace(const ProbedFace& face, const Retouch& retouch, Image* photograph, Mask* mask = nullptr);
+
+// The same for several faces one after the other, with the tone set once.
+void RetouchFaces(const std::vector<ProbedFace>& faces, const Retouch& retouch, Image* photograph,
+                  Mask* mask = nullptr);
 
 // Both pictures, of the same size, beside each other with a narrow white gap.
 Image SideBySide(const Image& before, const Image& after);
