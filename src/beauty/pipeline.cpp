@@ -19,53 +19,52 @@ constexpr double kDetailFactor = 0.7;
 class BeautyRun {
  public:
   BeautyRun(const MutableImage& output, const LandmarkSet& landmarks)
-      : size_(output), bytes_(output.Bytes()), landmarks_(landmarks), output_(output.pixels) {}
+      : output_(output), bytes_(output.Bytes()), landmarks_(landmarks) {}
 
   bool Prepare() { return work_.Allocate(bytes_); }
 
   void EnhanceDetail() {
     ByteBuffer reference;
     if (!reference.Allocate(bytes_)) return;
-    std::memcpy(reference.data(), output_, bytes_);
-    EnhanceRegion(reference.data(), View(output_), landmarks_.Region(FaceRegion::kLeftEye), kDetailFactor,
-                  work_.data());
+    std::memcpy(reference.data(), output_.pixels, bytes_);
+    EnhanceRegion(reference.data(), output_, landmarks_.Region(FaceRegion::kLeftEye), kDetailFactor, work_.data());
     EnhanceRegion(reference.data(), View(work_.data()), landmarks_.Region(FaceRegion::kRightEye), kDetailFactor,
-                  output_);
+                  output_.pixels);
   }
 
-  void RetouchSkin(double strength) { qx::RetouchSkin(size_, strength, &landmarks_, work_.data()); }
+  void RetouchSkin(double strength) { qx::RetouchSkin(output_, strength, &landmarks_, work_.data()); }
 
   void ToneSkin(double strength) {
-    Copy(output_, work_.data());
-    if (ApplySkinToneLut(View(work_.data()), TruncToInt32(strength), output_) != Status::kOk) {
-      Copy(work_.data(), output_);
+    Copy(output_.pixels, work_.data());
+    if (ApplySkinToneLut(View(work_.data()), TruncToInt32(strength), output_.pixels) != Status::kOk) {
+      Copy(work_.data(), output_.pixels);
     }
   }
 
   void WarpRegions(const double* strengths) {
-    Copy(output_, work_.data());
-    WarpRegion(FaceRegion::kLeftEye, strengths[0], work_.data(), output_);
-    WarpRegion(FaceRegion::kRightEye, strengths[1], output_, work_.data());
-    WarpRegion(FaceRegion::kMouth, strengths[2], work_.data(), output_);
+    Copy(output_.pixels, work_.data());
+    WarpRegion(FaceRegion::kLeftEye, strengths[0], work_.data(), output_.pixels);
+    WarpRegion(FaceRegion::kRightEye, strengths[1], output_.pixels, work_.data());
+    WarpRegion(FaceRegion::kMouth, strengths[2], work_.data(), output_.pixels);
   }
 
   void WarpContour(double strength, uint8_t* mask) {
-    Copy(output_, work_.data());
+    Copy(output_.pixels, work_.data());
     const uint64_t maskBytes = bytes_ / 3;
     ByteBuffer maskCopy;
     if (mask != nullptr) {
       if (!maskCopy.Allocate(maskBytes)) return;
       std::memcpy(maskCopy.data(), mask, maskBytes);
     }
-    if (ContourWarp(View(work_.data()), maskCopy.data(), landmarks_.Attributes(), strength, output_, mask) !=
+    if (ContourWarp(View(work_.data()), maskCopy.data(), landmarks_.Attributes(), strength, output_.pixels, mask) !=
         Status::kOk) {
-      Copy(work_.data(), output_);
+      Copy(work_.data(), output_.pixels);
       if (mask != nullptr) std::memcpy(mask, maskCopy.data(), maskBytes);
     }
   }
 
  private:
-  ImageView View(const uint8_t* pixels) const { return {pixels, size_.width, size_.height, 3}; }
+  ImageView View(const uint8_t* pixels) const { return {pixels, output_.width, output_.height, 3}; }
   void Copy(const uint8_t* from, uint8_t* to) const { std::memcpy(to, from, bytes_); }
 
   void WarpRegion(FaceRegion region, double strength, const uint8_t* from, uint8_t* to) const {
@@ -76,10 +75,9 @@ class BeautyRun {
     }
   }
 
-  MutableImage size_;
+  MutableImage output_;
   uint64_t bytes_;
   LandmarkSet landmarks_;  // the skin stage clamps its face box
-  uint8_t* output_;
   ByteBuffer work_;
 };
 

@@ -43,17 +43,23 @@ bool HasAvx2() {
   return __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & bit_AVX2) != 0;
 }
 
+// Null until it is asked for. Threads that ask at once find the same answer, and what it points to is constant: no
+// order is needed.
+std::atomic<const Kernels*> active{nullptr};
+
 }  // namespace
 
 const Kernels& ActiveKernels() {
-  // Threads that come here at once find the same answer, and what it points to is constant: no order is needed.
-  static std::atomic<const Kernels*> active{nullptr};
   const Kernels* kernels = active.load(std::memory_order_relaxed);
   if (kernels == nullptr) {
     kernels = HasAvx2() ? &avx2::kKernels : &generic::kKernels;
     active.store(kernels, std::memory_order_relaxed);
   }
   return *kernels;
+}
+
+void UsePlainKernels(bool plain) {
+  active.store(plain ? &generic::kKernels : nullptr, std::memory_order_relaxed);
 }
 
 const BeautyKernels& ActiveBeautyKernels() {
@@ -68,6 +74,7 @@ const Kernels& ActiveKernels() {
 const BeautyKernels& ActiveBeautyKernels() {
   return generic::kBeautyKernels;
 }
+void UsePlainKernels(bool) {}
 
 #endif
 

@@ -55,6 +55,10 @@ const Kernels& GenericKernels();
 // The fastest variant that this processor runs.
 const Kernels& ActiveKernels();
 
+// For tests that hold the library's results against each other: from now on the active variants are the plain ones, or
+// the fastest again. Not while another thread works.
+void UsePlainKernels(bool plain);
+
 }  // namespace qx
 
 #endif  // QX_KERNELS_KERNELS_H
