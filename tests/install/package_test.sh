@@ -23,7 +23,8 @@ in_debian() {
 # Makes WORK_DIR/base, with this machine's settings of apt.
 make_base() {
   local mirror proxy=''
-  mirror=$(apt-get indextargets --format "\$(CODENAME) \$(REPO_URI)" 'Created-By: Packages' | awk -v r=$release '$1 == r { print $2; exit }')
+  mirror=$(apt-get indextargets --format "\$(CODENAME) \$(REPO_URI)" 'Created-By: Packages' |
+    awk -v release=$release '$1 == release && !mirror { mirror = $2 } END { print mirror }')
   eval "$(apt-config shell proxy Acquire::http::Proxy)"
   [[ -z $proxy ]] || export http_proxy=$proxy
   rm -rf "$work/base" "$work/new"
