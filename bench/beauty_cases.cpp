@@ -6,13 +6,13 @@
 #include <opencv2/ximgproc/edge_filter.hpp>
 #include <vector>
 
-#include "beauty/boost_detail.h"
-#include "beauty/contour_warp.h"
-#include "beauty/lens_warp.h"
+#include "beauty/detail/boost_detail.h"
 #include "beauty/pipeline.h"
+#include "beauty/shape/contour_warp.h"
+#include "beauty/shape/lens_warp.h"
 #include "beauty/skin_tone.h"
 #include "bench/cases.h"
-#include "library/plain_beauty.h"
+#include "reference/plain_beauty.h"
 
 namespace qx::bench {
 namespace {
@@ -39,10 +39,13 @@ struct Scene {
     region(FaceRegion::kLeftEye, 470, 640, 110, 36);
     region(FaceRegion::kRightEye, 730, 640, 110, 36);
     region(FaceRegion::kMouth, 600, 900, 190, 60);
-    const std::pair<int, Point> outline[] = {{32, {600, 560}}, {77, {604, 1080}}, {70, {330, 760}},
-                                             {74, {400, 960}}, {84, {870, 764}},  {78, {800, 962}}};
+    const std::pair<DensePoint, Point> outline[] = {{kNoseRoot, {600, 560}},   {kChin, {604, 1080}},
+                                                    {kLeftCheek, {330, 760}},  {kLeftJaw, {400, 960}},
+                                                    {kRightCheek, {870, 764}}, {kRightOfChin, {800, 962}}};
     for (const auto& [i, p] : outline) set.Attributes()[i] = p;
   }
+
+  ImageView View() const { return {image.data, kColumns, kRows, 3}; }
 
   cv::Mat image, mask, out, outMask;
   LandmarkSet set;
@@ -60,7 +63,7 @@ cv::Rect Changed(const cv::Mat& before, const cv::Mat& after, double* pixels) {
 }
 
 void AddTone(const ScenePointer& scene, Table* table) {
-  const auto tone = [=] { ApplySkinToneLut(scene->image.data, kColumns, kRows, 5, scene->out.data); };
+  const auto tone = [=] { ApplySkinToneLut(scene->View(), 5, scene->out.data); };
   // OpenCV takes 8-bit L*u*v* from a table of 33 points an axis, too.
   table->Add({"colour lookup", static_cast<double>(scene->image.total()), tone, "OpenCV cvtColor to Luv",
               [=] { cv::cvtColor(scene->image, scene->out, cv::COLOR_BGR2Luv); }, 0, 12});
@@ -89,8 +92,8 @@ std::function<void()> Remap(const ScenePointer& scene, const cv::Rect& box) {
 
 void AddLens(const ScenePointer& scene, Table* table) {
   const auto warp = [=] {
-    if (LensWarp(scene->image.data, kColumns, kRows, scene->set.Region(FaceRegion::kLeftEye), kOpen, 1, 2.0,
-                 LensMode::kLeftEye, scene->out.data) != 1) {
+    const Point* eye = scene->set.Region(FaceRegion::kLeftEye);
+    if (LensWarp(scene->View(), FaceRegion::kLeftEye, eye, kOpen, 1, 2.0, scene->out.data) != Status::kOk) {
       std::abort();
     }
   };
@@ -105,8 +108,8 @@ void AddLens(const ScenePointer& scene, Table* table) {
 
 void AddContour(const ScenePointer& scene, Table* table) {
   const auto warp = [=] {
-    if (ContourWarp(scene->image.data, scene->mask.data, kColumns, kRows, scene->set.Attributes(), 4, scene->out.data,
-                    scene->outMask.data) != 1) {
+    if (ContourWarp(scene->View(), scene->mask.data, scene->set.Attributes(), 4, scene->out.data,
+                    scene->outMask.data) != Status::kOk) {
       std::abort();
     }
   };
@@ -127,8 +130,10 @@ void AddDetail(const ScenePointer& scene, Table* table) {
     cv::ximgproc::guidedFilter(grey, *patch, *filtered, 8, 0.04 * 255 * 255);
   };
   table->Add({"detail boost around an eye", static_cast<double>(box.area()),
-              [=] { BoostDetail(patch->data, patch->cols, patch->rows, boosted->data); }, "OpenCV guidedFilter", guided,
-              1.0, 0});
+              [=] {
+                BoostDetail({patch->data, patch->cols, patch->rows, 3}, boosted->data);
+              },
+              "OpenCV guidedFilter", guided, 1.0, 0});
 }
 
 }  // namespace
@@ -142,10 +147,7 @@ void AddBeautyCases(Table* table) {
   const BeautyParams params = {{2, 2, 1, 4, 0, 1, 3}};
   table->Add({"all stages but skin",
               0,
-              [=] {
-                RunBeautyPipeline(scene->image.data, kRows, kColumns, scene->set, params, scene->outMask.data,
-                                  scene->out.data);
-              },
+              [=] { RunBeautyPipeline(scene->View(), scene->set, params, scene->outMask.data, scene->out.data); },
               "",
               {},
               0,

@@ -35,10 +35,12 @@ std::shared_ptr<FaceRecord> MakePerson(int32_t width, int32_t height) {
     return Point{static_cast<int32_t>(width * x), static_cast<int32_t>(height * y)};
   };
   FacePoints& points = face->crop;
-  points.keyPoints[0] = points.landmarks[0] = points.landmarks[1] = at(0.4, 0.36);
-  points.keyPoints[1] = points.landmarks[8] = points.landmarks[9] = at(0.6, 0.365);
-  points.landmarks[16] = at(0.43, 0.5);
-  points.landmarks[17] = at(0.57, 0.505);
+  points.keyPoints[kLeftEyeCentre] = points.landmarks[kLeftEyeOuterCorner] = points.landmarks[kLeftEyeInnerCorner] =
+      at(0.4, 0.36);
+  points.keyPoints[kRightEyeCentre] = points.landmarks[kRightEyeInnerCorner] = points.landmarks[kRightEyeOuterCorner] =
+      at(0.6, 0.365);
+  points.landmarks[kMouthLeftEnd] = at(0.43, 0.5);
+  points.landmarks[kMouthRightEnd] = at(0.57, 0.505);
   for (int i = 0; i < kAttributeCount; ++i) {
     points.attributes[i] = at(0.5 + 0.16 * std::cos(i * 0.0714), 0.4 + 0.18 * std::sin(i * 0.0714));
   }
@@ -60,8 +62,10 @@ void AddMaskTransfer(Table* table) {
     }
   };
   table->Add({"mask transfer, unturned crop", 1200.0 * 1525,
-              [=] { MaskToCrop(mask->data(), colour->data(), kSide, kSide, face.get()); }, "memcpy of as many rows",
-              copy, 1.5});
+              [=] {
+                MaskToCrop({mask->data(), kSide, kSide, 1}, {colour->data(), kSide, kSide, 3}, face.get());
+              },
+              "memcpy of as many rows", copy, 1.5});
 }
 
 void AddQuality(Table* table) {
@@ -70,7 +74,7 @@ void AddQuality(Table* table) {
   const auto sum = std::make_shared<uint64_t>();
   // One conversion and one pass over the square that the grey scores scan.
   const auto onePass = [=] {
-    GreyConvert(face->cropImage.data(), 1525, 1200, grey->data());
+    GreyConvert({face->cropImage.data(), 1200, 1525, 3}, grey->data());
     for (int32_t y = 660 - 165; y <= 660 + 165; ++y) {
       for (int32_t x = 600 - 165; x <= 600 + 165; ++x) {
         *sum += (*grey)[static_cast<size_t>(y * 1200 + x)];

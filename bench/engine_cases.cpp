@@ -19,7 +19,7 @@ struct Scene {
   FaceList faces;
   FaceRecord record;
 
-  GreyImage Image() const { return {grey.data, grey.cols, grey.rows}; }
+  ImageView Image() const { return {grey.data, grey.cols, grey.rows, 1}; }
   void Detect() { engine.Detect(Image(), &faces); }
   void Describe() { engine.Describe(Image(), &faces[0], &record); }
 };

@@ -26,8 +26,10 @@ void AddGrey(const std::string& name, const cv::Mat& bgr, Table* table) {
   const auto source = std::make_shared<const cv::Mat>(bgr.clone());
   const auto grey = std::make_shared<cv::Mat>(bgr.size(), CV_8UC1);
   table->Add({name, static_cast<double>(bgr.total()),
-              [=] { GreyConvert(source->data, source->rows, source->cols, grey->data); }, "OpenCV cvtColor",
-              [=] { cv::cvtColor(*source, *grey, cv::COLOR_BGR2GRAY); }, 1.0});
+              [=] {
+                GreyConvert({source->data, source->cols, source->rows, 3}, grey->data);
+              },
+              "OpenCV cvtColor", [=] { cv::cvtColor(*source, *grey, cv::COLOR_BGR2GRAY); }, 1.0});
 }
 
 // An upright crop of width x height: its pixel (j, i) lies at x = (j cos + i sin) scale + x0, y = (i cos - j sin) scale

@@ -4,11 +4,11 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "beauty/blend_skin_layer.h"
-#include "beauty/median_fill_spots.h"
 #include "beauty/retouch_skin.h"
-#include "beauty/smooth_skin.h"
-#include "beauty/spot_mask.h"
+#include "beauty/skin/skin_layer.h"
+#include "beauty/skin/smooth_skin.h"
+#include "beauty/spots/median_fill_spots.h"
+#include "beauty/spots/spot_mask.h"
 #include "bench/cases.h"
 
 namespace qx::bench {
@@ -50,12 +50,15 @@ struct Portrait {
     landmarks.Eyes()[1] = point(20, -8);
     Point* attributes = landmarks.Attributes();
     std::fill_n(attributes, kAttributeCount, point(0, 30));
-    const int top[] = {8, 12, 10, 14, 9, 24, 28, 26, 30, 25};
+    const DensePoint top[] = {kLeftBrowOuterEnd,  kLeftBrowTopOuter,  kLeftBrowTopMiddle, kLeftBrowTopInner,
+                              kLeftBrowInnerEnd,  kRightBrowInnerEnd, kRightBrowTopInner, kRightBrowTopMiddle,
+                              kRightBrowTopOuter, kRightBrowOuterEnd};
     for (int i = 0; i < 10; ++i) attributes[top[i]] = point(-36 + 8 * i, -18);
-    for (int i = 67; i <= 87; ++i) {
-      attributes[i] = point(-40 * std::cos((i - 67) * kPi / 20), -10 + 60 * std::sin((i - 67) * kPi / 20));
+    for (int i = kOutlineLeftEnd; i <= kOutlineRightEnd; ++i) {
+      const double angle = (i - kOutlineLeftEnd) * kPi / 20;
+      attributes[i] = point(-40 * std::cos(angle), -10 + 60 * std::sin(angle));
     }
-    if (BuildLabTables(&tables) != 0 || BuildLevelTable(&tables) != 0) std::abort();
+    if (BuildLabTables(&tables) != Status::kOk || BuildLevelTable(&tables) != Status::kOk) std::abort();
   }
 
   // Hundredths of the face's side from the middle, in pixels of the crop.
@@ -64,16 +67,17 @@ struct Portrait {
 
   void Fill() {
     SpotMask spots;
-    BuildSpotMask(image.data, kHeight, kWidth, &landmarks, landmarks.Attributes(), &spots);
-    MedianFillSpots(&spots, image.data, kHeight, kWidth, 20, filled.data);
+    BuildSpotMask(View(), &landmarks, landmarks.Attributes(), &spots);
+    MedianFillSpots(&spots, View(), 20, filled.data);
     box = cv::Rect(spots.left, spots.top, spots.right - spots.left, spots.bottom - spots.top);
   }
   void Smooth() {
     SkinLayer layer;
     const Point* eyes = landmarks.Eyes();
-    SmoothSkin(&tables, image.data, kWidth, kHeight, &landmarks, &eyes[0], &eyes[1], &layer);
-    BlendSkinLayer(&layer, image.data, kWidth, kHeight, kStrength, filled.data);
+    SmoothSkin(&tables, View(), &landmarks, &eyes[0], &eyes[1], &layer);
+    BlendSkinLayer(&layer, View(), kStrength, filled.data);
   }
+  ImageView View() const { return {image.data, kWidth, kHeight, 3}; }
 
   cv::Mat image, filled;
   cv::Rect box;  // where spots are looked for
@@ -93,7 +97,7 @@ void AddSkinCases(Table* table) {
   const auto retouched = std::make_shared<cv::Mat>();
   const auto stage = [=] {
     portrait->image.copyTo(*retouched);
-    RetouchSkin(kHeight, kWidth, kStrength, &portrait->landmarks, retouched->data, portrait->filled.data);
+    RetouchSkin({retouched->data, kWidth, kHeight, 3}, kStrength, &portrait->landmarks, portrait->filled.data);
   };
   table->Add({"skin, 1200 x 1525", 0, stage, "", {}, kGoalMilliseconds});
   table->Add({"skin, spots found and filled", pixels, [=] { portrait->Fill(); }, "OpenCV medianBlur(21)",

@@ -92,14 +92,7 @@ bool WantsCloseSearch(const GreyView& image, const DetectorSettings& settings) {
 
 }  // namespace
 
-std::unique_ptr<Detector> Detector::Create() {
-  auto network = LoadFaceDetection();
-  auto mesh = FaceMeshNetwork::Create(LandmarkDetail::kBase);
-  if (!network || !mesh) return nullptr;
-  return std::unique_ptr<Detector>(new Detector(std::move(network), std::move(mesh)));
-}
-
-std::vector<FoundFace> Detector::Find(const GreyView& image, const DetectorSettings& settings) {
+std::vector<FoundFace> Detector::Find(const GreyView& image, const DetectorSettings& settings) const {
   const std::vector<int> turns = settings.allTurns ? std::vector<int>{0, 1, 3, 2} : std::vector<int>{0};
   const GreyImage reduced = ScaleToLongSide(image, kReducedSide);
   const int whole = kReducedSide / kWindowSide;
@@ -115,7 +108,7 @@ std::vector<FoundFace> Detector::Find(const GreyView& image, const DetectorSetti
 }
 
 std::vector<FoundFace> Detector::SearchByTurns(const GreyView& image, const GreyImage& reduced, int whole,
-                                               const std::vector<int>& turns, const DetectorSettings& settings) {
+                                               const std::vector<int>& turns, const DetectorSettings& settings) const {
   const std::vector<Window> tiles = TileWindows(reduced.width, reduced.height);
   std::vector<Detection> found =
       Search(image, reduced, {CentredWindow(reduced.width, reduced.height, whole)}, turns, settings);
@@ -130,7 +123,7 @@ std::vector<FoundFace> Detector::SearchByTurns(const GreyView& image, const Grey
 
 std::vector<Detection> Detector::Search(const GreyView& image, const GreyImage& reduced,
                                         const std::vector<Window>& windows, const std::vector<int>& turns,
-                                        const DetectorSettings& settings) {
+                                        const DetectorSettings& settings) const {
   std::vector<Detection> found;
   for (const Window& window : windows) {
     const Placement place = PlacementOf(window, reduced, image);
@@ -144,18 +137,20 @@ std::vector<Detection> Detector::Search(const GreyView& image, const GreyImage& 
   return found;
 }
 
-std::vector<Detection> Detector::SearchWindow(const std::vector<float>& samples, int turn, double threshold) {
+std::vector<Detection> Detector::SearchWindow(const std::vector<float>& samples, int turn, double threshold) const {
   constexpr double kOverlap = 0.3;
-  FillTurned(samples, turn, network_->Input(0));
-  if (!network_->Run()) return {};
-  const auto decoded = DecodeAnchors(network_->Output(0), network_->Output(1), threshold);
+  const auto borrowed = detection_.Borrow();
+  nn::Runtime* network = borrowed->network.get();
+  FillTurned(samples, turn, network->Input(0));
+  Run(network);
+  const auto decoded = DecodeAnchors(network->Output(0), network->Output(1), threshold);
   std::vector<Detection> found;
   for (const Detection& d : SuppressWeighted(decoded, kOverlap)) found.push_back(TurnBack(d, turn));
   return found;
 }
 
 std::vector<int> Detector::SureTurns(const GreyView& image, const std::vector<Detection>& found,
-                                     const DetectorSettings& settings) {
+                                     const DetectorSettings& settings) const {
   std::vector<int> turns;
   for (const Detection& d : KeepBest(found, settings.overlap)) {
     if (d.score < kSureScore || std::find(turns.begin(), turns.end(), d.turn) != turns.end()) continue;
@@ -166,7 +161,7 @@ std::vector<int> Detector::SureTurns(const GreyView& image, const std::vector<De
 }
 
 std::vector<FoundFace> Detector::Merge(const GreyView& image, std::vector<Detection> found,
-                                       const DetectorSettings& settings) {
+                                       const DetectorSettings& settings) const {
   std::vector<FoundFace> faces;
   for (const Detection& detection : KeepBest(std::move(found), settings.overlap)) {
     FoundFace face;
@@ -179,16 +174,16 @@ std::vector<FoundFace> Detector::Merge(const GreyView& image, std::vector<Detect
   return faces;
 }
 
-bool Detector::FindMesh(const GreyView& image, const Detection& d, FaceMesh* mesh) {
-  return mesh_->Find(image, RegionOfBox(CentreOf(d), Size(d), AngleOf(d)), false, mesh) && mesh->presence >= kPresent;
+bool Detector::FindMesh(const GreyView& image, const Detection& d, FaceMesh* mesh) const {
+  return mesh_.Find(image, RegionOfBox(CentreOf(d), Size(d), AngleOf(d)), false, mesh) && mesh->presence >= kPresent;
 }
 
-bool Detector::Confirm(const GreyView& image, const Detection& detection, bool believeScore, FoundFace* face) {
+bool Detector::Confirm(const GreyView& image, const Detection& detection, bool believeScore, FoundFace* face) const {
   FaceMesh mesh;
   bool present = FindMesh(image, detection, &mesh);
   if (present && detection.score < kSureScore) {
     // What only looks like a face does not hold when it is looked at again where its mesh says it is.
-    present = mesh_->Find(image, RegionOfMesh(mesh.points), false, &mesh) && mesh.presence >= kPresentAgain;
+    present = mesh_.Find(image, RegionOfMesh(mesh.points), false, &mesh) && mesh.presence >= kPresentAgain;
   }
   *face = present ? FaceAt(detection.score, SquareOfMesh(mesh.points), EyeAngle(mesh.points))
                   : FaceAt(detection.score, {CentreOf(detection), kSquareOfBox * Size(detection)}, AngleOf(detection));

@@ -2,12 +2,13 @@
 #ifndef QX_ENGINE_DETECTOR_H
 #define QX_ENGINE_DETECTOR_H
 
-#include <memory>
 #include <vector>
 
 #include "engine/detection.h"
 #include "engine/face_mesh.h"
 #include "engine/image.h"
+#include "engine/network_pool.h"
+#include "engine/networks.h"
 #include "engine/windows.h"
 
 namespace qx::face {
@@ -32,34 +33,33 @@ struct FoundFace {
 
 class Detector {
  public:
-  // Returns null when a network cannot be loaded.
-  static std::unique_ptr<Detector> Create();
+  // Throws when the networks cannot be loaded.
+  Detector() : mesh_(LandmarkDetail::kBase) {}
 
-  // Best score first.
-  std::vector<FoundFace> Find(const GreyView& image, const DetectorSettings& settings);
+  // Best score first. Throws when memory is short.
+  std::vector<FoundFace> Find(const GreyView& image, const DetectorSettings& settings) const;
 
  private:
-  Detector(std::unique_ptr<nn::Runtime> network, std::unique_ptr<FaceMeshNetwork> mesh)
-      : network_(std::move(network)), mesh_(std::move(mesh)) {}
   // Looks at the whole photograph in every turn, then closer in the turns that are sure to hold a face; while none is
   // known, turn by turn. `whole` is the step of the window that takes in the whole photograph.
   std::vector<FoundFace> SearchByTurns(const GreyView& image, const GreyImage& reduced, int whole,
-                                       const std::vector<int>& turns, const DetectorSettings& settings);
+                                       const std::vector<int>& turns, const DetectorSettings& settings) const;
   // Detections of all windows and turns, in the photograph.
   std::vector<Detection> Search(const GreyView& image, const GreyImage& reduced, const std::vector<Window>& windows,
-                                const std::vector<int>& turns, const DetectorSettings& settings);
+                                const std::vector<int>& turns, const DetectorSettings& settings) const;
   // Detections in 0 to 1 of the window.
-  std::vector<Detection> SearchWindow(const std::vector<float>& samples, int turn, double threshold);
+  std::vector<Detection> SearchWindow(const std::vector<float>& samples, int turn, double threshold) const;
   // Turns in which a face was found beyond doubt.
   std::vector<int> SureTurns(const GreyView& image, const std::vector<Detection>& found,
-                             const DetectorSettings& settings);
+                             const DetectorSettings& settings) const;
   // One face for all detections of it, confirmed, best first.
-  std::vector<FoundFace> Merge(const GreyView& image, std::vector<Detection> found, const DetectorSettings& settings);
-  bool FindMesh(const GreyView& image, const Detection& detection, FaceMesh* mesh);
-  bool Confirm(const GreyView& image, const Detection& detection, bool believeScore, FoundFace* face);
+  std::vector<FoundFace> Merge(const GreyView& image, std::vector<Detection> found,
+                               const DetectorSettings& settings) const;
+  bool FindMesh(const GreyView& image, const Detection& detection, FaceMesh* mesh) const;
+  bool Confirm(const GreyView& image, const Detection& detection, bool believeScore, FoundFace* face) const;
 
-  std::unique_ptr<nn::Runtime> network_;
-  std::unique_ptr<FaceMeshNetwork> mesh_;
+  NetworkUser<DetectionNetwork> detection_;
+  FaceMeshNetwork mesh_;
 };
 
 }  // namespace qx::face

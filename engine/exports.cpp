@@ -2,11 +2,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
-#include <utility>
 #include <vector>
 
 #include "engine/detector.h"
@@ -17,7 +14,7 @@ namespace qx::face {
 namespace {
 
 struct DetectorInstance {
-  std::unique_ptr<Detector> detector;
+  Detector detector;
   DetectorSettings settings;
 };
 
@@ -67,8 +64,7 @@ FaceEntry EntryOf(const FoundFace& face, const GreyView& image) {
 
 FaceEntry* NewEntries(const std::vector<FoundFace>& faces, const GreyView& image) {
   if (faces.empty()) return nullptr;
-  auto* entries = static_cast<FaceEntry*>(std::calloc(faces.size(), sizeof(FaceEntry)));
-  if (entries == nullptr) return nullptr;
+  auto* entries = new FaceEntry[faces.size()];
   for (size_t i = 0; i < faces.size(); ++i) entries[i] = EntryOf(faces[i], image);
   return entries;
 }
@@ -85,6 +81,9 @@ void Write(const std::array<Pixel, n>& points, int32_t* out) {
     *out++ = p.y;
   }
 }
+
+// Stands where a count or a presence would.
+constexpr int32_t kNoMemory = -1;
 
 // Runs `call` and answers what it answers, or `failed` when memory is short.
 template <typename Result, typename Call>
@@ -114,13 +113,10 @@ void Change(void* detector, int DetectorSettings::*setting, int32_t value) {
 using qx::face::Change;
 using qx::face::DetectorSettings;
 using qx::face::GreyView;
+using qx::face::kNoMemory;
 
 void* FaceDetectorCreate(void) {
-  using Instance = qx::face::DetectorInstance;
-  return qx::face::Guarded(static_cast<void*>(nullptr), []() -> void* {
-    auto detector = qx::face::Detector::Create();
-    return detector ? new Instance{std::move(detector), {}} : nullptr;
-  });
+  return qx::face::Guarded(static_cast<void*>(nullptr), []() -> void* { return new qx::face::DetectorInstance; });
 }
 
 void FaceDetectorRelease(void* detector) {
@@ -128,8 +124,7 @@ void FaceDetectorRelease(void* detector) {
 }
 
 void* LandmarkerCreate(void) {
-  return qx::face::Guarded(static_cast<void*>(nullptr),
-                           []() -> void* { return qx::face::Landmarker::Create().release(); });
+  return qx::face::Guarded(static_cast<void*>(nullptr), []() -> void* { return new qx::face::Landmarker; });
 }
 
 void LandmarkerRelease(void* landmarker) {
@@ -175,18 +170,17 @@ void FaceDetect(void* detector, const uint8_t* grey, int32_t width, int32_t heig
   if (count != nullptr) *count = 0;
   if (detector == nullptr || faces == nullptr || count == nullptr) return;
   if (!qx::face::IsImage(grey, width, height, channels)) return;
-  qx::face::Guarded(false, [=] {
-    auto* instance = static_cast<qx::face::DetectorInstance*>(detector);
+  *count = qx::face::Guarded(kNoMemory, [=] {
+    const auto* instance = static_cast<qx::face::DetectorInstance*>(detector);
     const GreyView image{grey, width, height};
-    const auto found = instance->detector->Find(image, instance->settings);
+    const auto found = instance->detector.Find(image, instance->settings);
     *faces = qx::face::NewEntries(found, image);
-    if (*faces != nullptr) *count = static_cast<int32_t>(found.size());
-    return true;
+    return static_cast<int32_t>(found.size());
   });
 }
 
 void FaceListFree(FaceEntry* faces) {
-  std::free(faces);
+  delete[] faces;
 }
 
 void FaceAlign(void* landmarker, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
@@ -196,12 +190,16 @@ void FaceAlign(void* landmarker, const uint8_t* grey, int32_t width, int32_t hei
                int32_t* infoB, int32_t* infoC) {
   using qx::face::Write;
   qx::face::FaceDescription d;
-  const bool found = landmarker != nullptr && face != nullptr && qx::face::IsImage(grey, width, height, channels) &&
-                     qx::face::Guarded(false, [&] {
-                       return static_cast<qx::face::Landmarker*>(landmarker)
-                           ->Describe({grey, width, height}, face->corners, face->tag, &d);
-                     });
-  if (!found) d = {};
+  bool found = false;
+  if (landmarker != nullptr && face != nullptr && qx::face::IsImage(grey, width, height, channels)) {
+    const int answer = qx::face::Guarded(kNoMemory, [&] {
+      const auto* instance = static_cast<qx::face::Landmarker*>(landmarker);
+      return instance->Describe({grey, width, height}, face->corners, face->tag, &d) ? 1 : 0;
+    });
+    found = answer > 0;
+    if (!found) d = {};
+    d.presence = answer == kNoMemory ? kNoMemory : d.presence;
+  }
   Write(d.presence, outD);
   Write(d.roll, outE);
   Write(d.landmarks, landmarks);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <cstddef>
 
 namespace qx::face {
 namespace {
@@ -10,13 +10,22 @@ namespace {
 constexpr int kImageSide = 192;  // input of the network
 constexpr double kMargin = 1.5;  // side of the region for an extent of the face of 1
 
-bool RefinePart(nn::Runtime* part, const float* map, const MeshSubset& subset, const MeshPoints& base,
+// Three equal channels, 0 to 1.
+void FillInput(const GreyView& image, const Region& region, float* input) {
+  constexpr ptrdiff_t kCells = ptrdiff_t{kImageSide} * kImageSide;
+  SampleRegion(image, region, kImageSide, input);
+  for (ptrdiff_t i = kCells - 1; i >= 0; --i) {  // from behind, where every cell still is to be read
+    const float value = input[i] / 255;
+    for (ptrdiff_t channel = 0; channel < 3; ++channel) input[3 * i + channel] = value;
+  }
+}
+
+void RefinePart(nn::Runtime* part, const float* map, const MeshSubset& subset, const MeshPoints& base,
                 MeshPoints* refined) {
   const Affine transform = PatchTransform(base, subset);
   SamplePatch(map, transform, part->Input(0));
-  if (!part->Run()) return false;
+  Run(part);
   PlacePoints(part->Output(0), transform, subset, refined);
-  return true;
 }
 
 }  // namespace
@@ -52,38 +61,31 @@ FaceSquare SquareOfMesh(const MeshPoints& points) {
   return {eyes + (unit * (kSide / 2 - kAboveEyes)) * down, kSide * unit};
 }
 
-std::unique_ptr<FaceMeshNetwork> FaceMeshNetwork::Create(LandmarkDetail detail) {
-  LandmarkParts parts;
-  if (!LoadLandmarks(detail, &parts)) return nullptr;
-  return std::unique_ptr<FaceMeshNetwork>(new FaceMeshNetwork(std::move(parts)));
+FaceMeshNetwork::FaceMeshNetwork(LandmarkDetail detail) {
+  if (detail == LandmarkDetail::kFull) refining_.emplace();
 }
 
-bool FaceMeshNetwork::Find(const GreyView& image, const Region& region, bool refine, FaceMesh* mesh) {
-  std::vector<float> grey(static_cast<size_t>(kImageSide) * kImageSide);
-  SampleRegion(image, region, kImageSide, grey.data());
-  float* input = parts_.base->Input(0);
-  for (const float value : grey) {
-    for (int channel = 0; channel < 3; ++channel) *input++ = value / 255;
-  }
-  if (!parts_.base->Run()) return false;
-  const float* raw = parts_.base->Output(0);
+bool FaceMeshNetwork::Find(const GreyView& image, const Region& region, bool refine, FaceMesh* mesh) const {
+  const auto base = mesh_.Borrow();
+  FillInput(image, region, base->network->Input(0));
+  Run(base->network.get());
+  const float* raw = base->network->Output(0);
   for (size_t i = 0; i < mesh->points.size(); ++i) mesh->points[i] = {raw[3 * i], raw[3 * i + 1]};
-  mesh->presence = 1 / (1 + std::exp(-static_cast<double>(parts_.base->Output(2)[0])));
-  if (refine && !Refine(&mesh->points)) return false;
+  mesh->presence = 1 / (1 + std::exp(-static_cast<double>(base->network->Output(2)[0])));
+  if (refine) {
+    const auto parts = refining_->Borrow();
+    const MeshPoints points = mesh->points;
+    const float* map = base->network->Output(1);
+    RefinePart(parts->lips.get(), map, kLips, points, &mesh->points);
+    RefinePart(parts->leftEye.get(), map, kLeftEye, points, &mesh->points);
+    RefinePart(parts->rightEye.get(), map, kRightEye, points, &mesh->points);
+  }
   bool finite = std::isfinite(mesh->presence);
   for (Point& p : mesh->points) {
     finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
     p = FromRegion(region, p.x / kImageSide, p.y / kImageSide);
   }
   return finite;
-}
-
-bool FaceMeshNetwork::Refine(MeshPoints* points) {
-  const MeshPoints base = *points;
-  const float* map = parts_.base->Output(1);
-  return RefinePart(parts_.lips.get(), map, kLips, base, points) &&
-         RefinePart(parts_.leftEye.get(), map, kLeftEye, base, points) &&
-         RefinePart(parts_.rightEye.get(), map, kRightEye, base, points);
 }
 
 }  // namespace qx::face

@@ -2,11 +2,12 @@
 #ifndef QX_ENGINE_FACE_MESH_H
 #define QX_ENGINE_FACE_MESH_H
 
-#include <memory>
+#include <optional>
 
 #include "engine/attention.h"
 #include "engine/geometry.h"
 #include "engine/image.h"
+#include "engine/network_pool.h"
 #include "engine/networks.h"
 
 namespace qx::face {
@@ -33,20 +34,24 @@ struct FaceSquare {
 };
 FaceSquare SquareOfMesh(const MeshPoints& points);
 
+enum class LandmarkDetail {
+  kBase,  // only the mesh
+  kFull,  // also what refines it
+};
+
 class FaceMeshNetwork {
  public:
-  // Returns null when the network cannot be loaded.
-  static std::unique_ptr<FaceMeshNetwork> Create(LandmarkDetail detail);
+  // Throws when the networks cannot be loaded.
+  explicit FaceMeshNetwork(LandmarkDetail detail);
 
   // Finds the mesh of the face in `region`. With `refine` (only with LandmarkDetail::kFull) the points of lips, eyes
-  // and brows come from the parts that look closer. False when the network gives no usable numbers.
-  bool Find(const GreyView& image, const Region& region, bool refine, FaceMesh* mesh);
+  // and brows come from the parts that look closer. False when the network gives no usable numbers; throws when it
+  // cannot be run.
+  bool Find(const GreyView& image, const Region& region, bool refine, FaceMesh* mesh) const;
 
  private:
-  explicit FaceMeshNetwork(LandmarkParts parts) : parts_(std::move(parts)) {}
-  bool Refine(MeshPoints* points);
-
-  LandmarkParts parts_;
+  NetworkUser<MeshNetwork> mesh_;
+  std::optional<NetworkUser<RefiningNetworks>> refining_;
 };
 
 }  // namespace qx::face

@@ -53,18 +53,14 @@ std::array<Pixel, n> PixelsOf(const std::array<PointRule, n>& rules, const MeshP
 
 }  // namespace
 
-std::unique_ptr<Landmarker> Landmarker::Create() {
-  auto network = FaceMeshNetwork::Create(LandmarkDetail::kFull);
-  return network ? std::unique_ptr<Landmarker>(new Landmarker(std::move(network))) : nullptr;
-}
-
-bool Landmarker::FindMesh(const GreyView& image, const Region& region, FaceMesh* mesh) {
-  if (!network_->Find(image, region, false, mesh)) return false;
+bool Landmarker::FindMesh(const GreyView& image, const Region& region, FaceMesh* mesh) const {
+  if (!network_.Find(image, region, false, mesh)) return false;
   const Region second = mesh->presence >= kPresent ? RegionOfMesh(mesh->points) : region;
-  return network_->Find(image, second, true, mesh);
+  return network_.Find(image, second, true, mesh);
 }
 
-bool Landmarker::Describe(const GreyView& image, const int32_t corners[8], int32_t roll, FaceDescription* description) {
+bool Landmarker::Describe(const GreyView& image, const int32_t corners[8], int32_t roll,
+                          FaceDescription* description) const {
   const CornerFrame frame = FrameOfCorners(corners, image.width, image.height);
   const double angle = TurnAngle(frame.turn) + Radians(roll / 100.0);
   FaceMesh mesh;

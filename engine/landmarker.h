@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 
 #include "engine/face_mesh.h"
 #include "engine/image.h"
@@ -31,18 +30,17 @@ struct FaceDescription {
 
 class Landmarker {
  public:
-  // Returns null when the network cannot be loaded.
-  static std::unique_ptr<Landmarker> Create();
+  // Throws when the networks cannot be loaded.
+  Landmarker() : network_(LandmarkDetail::kFull) {}
 
   // corners: the face's square, clamped to the image or not; roll: what its quarter turn leaves, hundredths of a
-  // degree. False when the network gives no usable numbers.
-  bool Describe(const GreyView& image, const int32_t corners[8], int32_t roll, FaceDescription* description);
+  // degree. False when the network gives no usable numbers; throws when memory is short.
+  bool Describe(const GreyView& image, const int32_t corners[8], int32_t roll, FaceDescription* description) const;
 
  private:
-  explicit Landmarker(std::unique_ptr<FaceMeshNetwork> network) : network_(std::move(network)) {}
-  bool FindMesh(const GreyView& image, const Region& region, FaceMesh* mesh);
+  bool FindMesh(const GreyView& image, const Region& region, FaceMesh* mesh) const;
 
-  std::unique_ptr<FaceMeshNetwork> network_;
+  FaceMeshNetwork network_;
 };
 
 // The 88 points of the dense description, from a description's mesh.

@@ -7,21 +7,14 @@
 
 namespace qx::nn {
 
-// Exact for every bit pattern; a NaN keeps its payload.
+// Exact for every bit pattern; a NaN keeps its payload. Without a branch, so that a loop over it runs on whole vectors.
 inline float HalfToFloat(uint16_t half) {
-  const uint32_t sign = static_cast<uint32_t>(half & 0x8000u) << 16;
-  uint32_t exponent = (half >> 10) & 31u;
-  uint32_t mantissa = half & 1023u;
-  uint32_t bits = sign;
-  if (exponent == 31) {
-    bits |= 0x7f800000u | mantissa << 13;
-  } else if (exponent != 0) {
-    bits |= (exponent + 112u) << 23 | mantissa << 13;
-  } else if (mantissa != 0) {  // subnormal: shift the leading bit to where it is implied
-    exponent = 113;
-    for (; (mantissa & 1024u) == 0; mantissa <<= 1) --exponent;
-    bits |= exponent << 23 | (mantissa & 1023u) << 13;
-  }
+  const uint32_t magnitude = half & 0x7fffu;
+  const uint32_t rebias = (magnitude >= 0x7c00u ? 224u : 112u) << 23;  // infinities and NaNs take the highest exponent
+  const float small = static_cast<float>(static_cast<int32_t>(magnitude)) * 0x1p-24f;  // a subnormal counts units
+  uint32_t bits;
+  std::memcpy(&bits, &small, sizeof bits);
+  bits = (magnitude < 0x400u ? bits : (magnitude << 13) + rebias) | static_cast<uint32_t>(half & 0x8000u) << 16;
   float value;
   std::memcpy(&value, &bits, sizeof value);
   return value;

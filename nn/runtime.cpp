@@ -34,13 +34,19 @@ struct RuntimeDeleter {
 };
 
 // Floats with the bytes behind them that XNNPACK may read.
-std::vector<float> MakeBuffer(size_t count) {
-  return std::vector<float>(count + XNN_EXTRA_BYTES / sizeof(float));
+struct Buffer {
+  std::unique_ptr<float[]> values;
+  size_t count = 0;  // without the bytes behind
+};
+
+// Not filled: nothing comes from the bytes behind, and what XNNPACK computes it writes first.
+Buffer MakeBuffer(size_t count) {
+  return {std::unique_ptr<float[]>(new float[count + XNN_EXTRA_BYTES / sizeof(float)]), count};
 }
 
-std::vector<float> MakeBuffer(const std::vector<float>& values) {
-  std::vector<float> buffer = MakeBuffer(values.size());
-  std::copy(values.begin(), values.end(), buffer.begin());
+Buffer MakeBuffer(const std::vector<float>& values) {
+  Buffer buffer = MakeBuffer(values.size());
+  std::copy(values.begin(), values.end(), buffer.values.get());
   return buffer;
 }
 
@@ -98,14 +104,10 @@ std::vector<const Operator*> Reach(const Model& model, const std::vector<int>& i
 }  // namespace
 
 struct Runtime::Impl {
-  struct Buffer {
-    std::vector<float> values;
-    size_t count = 0;  // without the bytes behind
-  };
   // The runtime points into the buffers and constants: destroyed first.
   std::vector<Buffer> inputs;
   std::vector<Buffer> outputs;
-  std::vector<std::vector<float>> constants;
+  std::vector<Buffer> constants;  // those that a run reads
   std::unique_ptr<xnn_runtime, RuntimeDeleter> runtime;
 };
 
@@ -132,15 +134,16 @@ class Builder {
   uint32_t AddValue(int tensor, const std::vector<int>& shape, const float* constant, uint32_t external,
                     uint32_t flags);
   uint32_t Id(int tensor);
-  uint32_t SlopeId(int tensor);
+  uint32_t PackedId(int tensor);
+  uint32_t PackedId(int tensor, const std::vector<int>& shape);
   std::vector<size_t> Shape(int tensor) const;
   const Tensor& At(int tensor) const { return model_.Tensors()[static_cast<size_t>(tensor)]; }
-  const float* Keep(const Tensor& tensor);
 
   const Model& model_;
   const std::vector<int>& inputs_;
   const std::vector<int>& outputs_;
-  std::vector<uint32_t> ids_;  // per tensor: its value in the subgraph
+  std::vector<uint32_t> ids_;   // per tensor: its value in the subgraph
+  std::vector<Buffer> packed_;  // constants of which the runtime has its own copy once it is made
   std::unique_ptr<xnn_subgraph, SubgraphDeleter> subgraph_;
   std::unique_ptr<Runtime::Impl> built_;
   std::vector<xnn_external_value> external_;
@@ -193,16 +196,19 @@ void Builder::AddEnds(const std::vector<const Operator*>& operators) {
       return std::find(read.begin(), read.end(), tensor) != read.end();
     });
   };
-  const auto add = [this](int tensor, uint32_t flags, std::vector<Runtime::Impl::Buffer>* buffers) {
+  const auto add = [this](int tensor, uint32_t flags, std::vector<Buffer>* buffers) {
     const size_t count = static_cast<size_t>(ElementCount(At(tensor)));
-    buffers->push_back({MakeBuffer(count), count});
+    buffers->push_back(MakeBuffer(count));
     if (flags == 0) return;
     const uint32_t id = static_cast<uint32_t>(built_->inputs.size() + built_->outputs.size() - 1);
     ids_[static_cast<size_t>(tensor)] = AddValue(tensor, At(tensor).shape, nullptr, id, flags);
-    external_.push_back({id, buffers->back().values.data()});
+    external_.push_back({id, buffers->back().values.get()});
   };
   // An input that nobody reads has its buffer but is unknown to XNNPACK, which would refuse it.
-  for (const int input : inputs_) add(input, isRead(input) ? XNN_VALUE_FLAG_EXTERNAL_INPUT : 0, &built_->inputs);
+  for (const int input : inputs_) {
+    add(input, isRead(input) ? XNN_VALUE_FLAG_EXTERNAL_INPUT : 0, &built_->inputs);
+    std::fill_n(built_->inputs.back().values.get(), built_->inputs.back().count, 0.0f);
+  }
   for (const int output : outputs_) add(output, XNN_VALUE_FLAG_EXTERNAL_OUTPUT, &built_->outputs);
 }
 
@@ -219,11 +225,6 @@ void Builder::AddOperator(const Operator& op) {
             "tensor " + std::to_string(input) + " cannot be reached");
   }
   Require(Define(op) == xnn_status_success, "XNNPACK refuses an operator or memory is short");
-}
-
-const float* Builder::Keep(const Tensor& tensor) {
-  built_->constants.push_back(MakeBuffer(tensor.constant));
-  return built_->constants.back().data();
 }
 
 std::vector<size_t> Builder::Shape(int tensor) const {
@@ -243,15 +244,25 @@ uint32_t Builder::AddValue(int tensor, const std::vector<int>& shape, const floa
 uint32_t Builder::Id(int tensor) {
   uint32_t& id = ids_[static_cast<size_t>(tensor)];
   if (id == XNN_INVALID_VALUE_ID) {
-    const float* constant = At(tensor).constant.empty() ? nullptr : Keep(At(tensor));
+    const float* constant = nullptr;
+    if (!At(tensor).constant.empty()) {
+      built_->constants.push_back(MakeBuffer(At(tensor).constant));
+      constant = built_->constants.back().values.get();
+    }
     id = AddValue(tensor, At(tensor).shape, constant, XNN_INVALID_VALUE_ID, 0);
   }
   return id;
 }
 
-// XNNPACK wants the slopes [C], the file has [1,1,C]: a value of its own.
-uint32_t Builder::SlopeId(int tensor) {
-  return AddValue(tensor, {At(tensor).shape.back()}, Keep(At(tensor)), XNN_INVALID_VALUE_ID, 0);
+// Filters, biases and slopes: XNNPACK brings them into its own order when it makes the runtime and reads only that
+// afterwards. A value of its own, since another operator may read the same tensor in every run.
+uint32_t Builder::PackedId(int tensor) {
+  return PackedId(tensor, At(tensor).shape);
+}
+
+uint32_t Builder::PackedId(int tensor, const std::vector<int>& shape) {
+  packed_.push_back(MakeBuffer(At(tensor).constant));
+  return AddValue(tensor, shape, packed_.back().values.get(), XNN_INVALID_VALUE_ID, 0);
 }
 
 xnn_status Builder::Define(const Operator& op) {
@@ -269,7 +280,10 @@ xnn_status Builder::Define(const Operator& op) {
     case OperatorKind::kMaxPool: return DefineMaxPool(op);
     case OperatorKind::kGlobalAveragePool: return xnn_define_global_average_pooling_2d(graph, low, high, in, out, 0);
     case OperatorKind::kClamp: return xnn_define_clamp(graph, low, high, in, out, 0);
-    case OperatorKind::kPrelu: return xnn_define_prelu(graph, in, SlopeId(op.inputs[1]), out, 0);
+    case OperatorKind::kPrelu: {  // the slopes as [C], the file has [1,1,C]
+      const uint32_t slopes = PackedId(op.inputs[1], {At(op.inputs[1]).shape.back()});
+      return xnn_define_prelu(graph, in, slopes, out, 0);
+    }
     case OperatorKind::kSigmoid: return xnn_define_sigmoid(graph, in, out, 0);
     case OperatorKind::kHardSwish: return xnn_define_hardswish(graph, in, out, 0);
     case OperatorKind::kPad: return DefinePad(op);
@@ -301,8 +315,8 @@ xnn_status Builder::DefineConvolution(const Operator& op) {
   const uint32_t height = static_cast<uint32_t>(filter[1]);
   const uint32_t width = static_cast<uint32_t>(filter[2]);
   const uint32_t in = Id(op.inputs[0]);
-  const uint32_t weights = Id(op.inputs[1]);
-  const uint32_t bias = Id(op.inputs[2]);
+  const uint32_t weights = PackedId(op.inputs[1]);
+  const uint32_t bias = PackedId(op.inputs[2]);
   const uint32_t out = Id(op.outputs[0]);
   if (op.kind == OperatorKind::kDepthwiseConvolution) {
     return xnn_define_depthwise_convolution_2d(subgraph_.get(), margins.top, margins.right, margins.bottom,
@@ -325,10 +339,11 @@ xnn_status Builder::DefineTransposedConvolution(const Operator& op) {
   SetMargins(op.strideWidth, window[2], op.strideWidth, 1, &margins.left, &margins.right);
   const uint32_t adjustmentHeight = Unsigned(std::max(op.strideHeight - window[1], 0));
   const uint32_t adjustmentWidth = Unsigned(std::max(op.strideWidth - window[2], 0));
-  return xnn_define_deconvolution_2d(
-      subgraph_.get(), margins.top, margins.right, margins.bottom, margins.left, adjustmentHeight, adjustmentWidth,
-      Unsigned(window[1]), Unsigned(window[2]), Unsigned(op.strideHeight), Unsigned(op.strideWidth), 1, 1, 1, filter[3],
-      filter[0], op.minimum, op.maximum, Id(op.inputs[0]), Id(op.inputs[1]), Id(op.inputs[2]), Id(op.outputs[0]), 0);
+  return xnn_define_deconvolution_2d(subgraph_.get(), margins.top, margins.right, margins.bottom, margins.left,
+                                     adjustmentHeight, adjustmentWidth, Unsigned(window[1]), Unsigned(window[2]),
+                                     Unsigned(op.strideHeight), Unsigned(op.strideWidth), 1, 1, 1, filter[3], filter[0],
+                                     op.minimum, op.maximum, Id(op.inputs[0]), PackedId(op.inputs[1]),
+                                     PackedId(op.inputs[2]), Id(op.outputs[0]), 0);
 }
 
 xnn_status Builder::DefineMaxPool(const Operator& op) {
@@ -369,13 +384,13 @@ std::unique_ptr<Runtime> Runtime::Create(const Model& model, const std::vector<i
 }
 
 float* Runtime::Input(size_t i) {
-  return impl_->inputs[i].values.data();
+  return impl_->inputs[i].values.get();
 }
 size_t Runtime::InputSize(size_t i) const {
   return impl_->inputs[i].count;
 }
 const float* Runtime::Output(size_t i) const {
-  return impl_->outputs[i].values.data();
+  return impl_->outputs[i].values.get();
 }
 size_t Runtime::OutputSize(size_t i) const {
   return impl_->outputs[i].count;

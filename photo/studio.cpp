@@ -137,7 +137,9 @@ void Finish(const MakeRequest& request, const UprightPhotograph& upright, const 
   made->image = RenderPhoto(colours, mask, request.background, rectangle, document);
   if (before.image) {
     const Image& image = *before.image;
-    const Image cleaned = request.background.IsKeep() ? image : EstimateForeground(image, before.mask);
+    const Image cleaned = request.background.IsKeep()
+                              ? image
+                              : EstimateForeground(image, before.mask, upright.faces[upright.persons[0]].Width());
     made->before = RenderPhoto(cleaned, before.mask, request.background, rectangle, document);
   }
   AddRemarks(upright, document, made);
@@ -200,7 +202,8 @@ MadePhoto PhotoMaker::Make(Image photograph, const MakeRequest& request, const M
   const PersonGeometry person = MeasurePerson(upright.faces[face], mask);
   const bool keep = request.background.IsKeep();
   std::optional<Image> cleaned;
-  const Image& colours = keep ? image : cleaned.emplace(EstimateForeground(image, mask));
+  const Image& colours =
+      keep ? image : cleaned.emplace(EstimateForeground(image, mask, upright.faces[upright.persons[0]].Width()));
 
   const Document& document = request.document;
   Obstacles obstacles;
@@ -252,7 +255,9 @@ MadePhoto PhotoMaker::MakePair(Image photograph, const MakeRequest& request, con
         request.relax ? FailureFields{{"what", "pair"}, {"relaxed", 1.0}} : FailureFields{{"what", "pair"}});
   }
   std::optional<Image> cleaned;
-  const Image& colours = obstacles.keep ? image : cleaned.emplace(EstimateForeground(image, mask));
+  const Image& colours =
+      obstacles.keep ? image
+                     : cleaned.emplace(EstimateForeground(image, mask, upright.faces[upright.persons[0]].Width()));
   MadePhoto made;
   made.measures = MeasuresIn(*rectangle, persons[0]);
   Finish(request, upright, colours, mask, before, *rectangle, &made);

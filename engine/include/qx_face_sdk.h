@@ -4,7 +4,8 @@
  * All images are grey, one byte a pixel, rows top to bottom with no gap; `channels` is 1. All points are int32
  * (x, y) pairs in pixels of the image. Left and right are those of the image, with the face upright.
  *
- * Instances are independent of each other and each serves one call at a time. A function that is handed a null
+ * Instances are independent of each other and each serves one call at a time. Their networks stand behind them all:
+ * memory grows with the calls that are at work at once, not with the instances. A function that is handed a null
  * instance or an empty image answers with nothing found. The header is valid C99 and C++.
  */
 #ifndef QX_FACE_SDK_H
@@ -70,7 +71,8 @@ QX_FACE_SDK_API void SetDetectSizeRange(void* detector, int32_t lower, int32_t u
 QX_FACE_SDK_API void SetDetectMinFace(void* detector, int32_t value);
 
 /* Finds faces. Writes the number of faces to *count and an array of that many entries to *faces (null for none),
- * best score first. The caller frees the array with FaceListFree. */
+ * best score first. The caller frees the array with FaceListFree. When memory is short the count is -1 and the array
+ * null, whatever the photograph holds. */
 QX_FACE_SDK_API void FaceDetect(void* detector, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
                                 FaceEntry** faces, int32_t* count);
 /* Frees an array of FaceDetect. Null is allowed. */
@@ -86,7 +88,7 @@ QX_FACE_SDK_API void FaceListFree(FaceEntry* faces);
  * scratch1 to 3       free for the engine's use
  * infoA to infoC      quarter turns clockwise, 0 to 3; outE and outD again; to be handed to FaceAttr of the same face
  * Any of the outputs may be null. All are zero when there is nothing to describe, and points that lie outside of the
- * image are at most one image size away from it. */
+ * image are at most one image size away from it. When memory is short, outD and infoC are -1 and all else is zero. */
 QX_FACE_SDK_API void FaceAlign(void* landmarker, const uint8_t* grey, int32_t width, int32_t height, int32_t channels,
                                const FaceArgument* face, int32_t* outD, int32_t* outE, int32_t* scratchBlock1,
                                int32_t* landmarks, int32_t* scratchBlock2, int32_t* keyPoints, int32_t* attrBlock,

@@ -9,8 +9,8 @@ namespace qx::photo {
 namespace {
 
 constexpr double kWorkingPixels = 1e6;
-// Reach of the two blurs, in parts of the square root of the picture's area: the first fills, the second follows.
-constexpr double kFirstReach = 0.06, kSecondReach = 0.006;
+// Reach of the two blurs, in face widths: the first fills, the second follows.
+constexpr double kFirstReach = 0.35, kSecondReach = 0.035;
 constexpr int kChannels = 8;  // foreground (3), its weight, background (3), its weight; colours times their weights
 
 // Blurred foreground and background colours, 3 and 3 channels. `current` holds the estimates so far, likewise.
@@ -45,9 +45,8 @@ float Foreground(float blurredForeground, float blurredBackground, float alpha, 
   return std::clamp(blurredForeground + alpha * rest, 0.0f, 1.0f);
 }
 
-Raster BlurFusion(const Raster& picture, const Raster& alpha) {
-  const double size = std::sqrt(double{1} * picture.width * picture.height);
-  auto reach = [&](double part) { return std::max(1, static_cast<int>(std::lround(part * size))); };
+Raster BlurFusion(const Raster& picture, const Raster& alpha, double faceWidth) {
+  auto reach = [&](double part) { return std::max(1, static_cast<int>(std::lround(part * faceWidth))); };
   Raster current(picture.width, picture.height, 6);
   for (size_t i = 0; i < alpha.values.size(); ++i) {
     for (size_t c = 0; c < 6; ++c) current.values[6 * i + c] = picture.values[3 * i + c % 3];
@@ -64,31 +63,29 @@ Raster BlurFusion(const Raster& picture, const Raster& alpha) {
 
 }  // namespace
 
-Image EstimateForeground(const Image& photograph, const Mask& mask) {
-  const double pixels = double{1} * photograph.width * photograph.height;
+Image EstimateForeground(Image picture, const Mask& mask, double faceWidth) {
+  const double pixels = double{1} * picture.width * picture.height;
   const double scale = std::min(1.0, std::sqrt(kWorkingPixels / pixels));
-  const int width = std::max(1, static_cast<int>(std::lround(photograph.width * scale)));
-  const int height = std::max(1, static_cast<int>(std::lround(photograph.height * scale)));
-  const Raster picture =
-      Resample(photograph, {0, 0, double{1} * photograph.width, double{1} * photograph.height}, width, height);
-  const Raster blurred = BlurFusion(picture, Resample(mask, width, height));
-  Image result = photograph;
-  const double toX = double{1} * width / photograph.width, toY = double{1} * height / photograph.height;
+  const int width = std::max(1, static_cast<int>(std::lround(picture.width * scale)));
+  const int height = std::max(1, static_cast<int>(std::lround(picture.height * scale)));
+  const Raster copy = Resample(picture, {0, 0, double{1} * picture.width, double{1} * picture.height}, width, height);
+  const Raster blurred = BlurFusion(copy, Resample(mask, width, height), faceWidth * scale);
+  const double toX = double{1} * width / picture.width, toY = double{1} * height / picture.height;
   size_t i = 0;
-  for (int y = 0; y < photograph.height; ++y) {
-    for (int x = 0; x < photograph.width; ++x, ++i) {
+  for (int y = 0; y < picture.height; ++y) {
+    for (int x = 0; x < picture.width; ++x, ++i) {
       if (mask.values[i] == 0 || mask.values[i] == 255) continue;
       float colours[6];
       Sample(blurred, (x + 0.5) * toX, (y + 0.5) * toY, colours);
       for (size_t c = 0; c < 3; ++c) {
-        uint8_t& sample = result.bgr[3 * i + c];
+        uint8_t& sample = picture.bgr[3 * i + c];
         const float own = Foreground(colours[c], colours[3 + c], static_cast<float>(mask.values[i]) / 255,
                                      static_cast<float>(sample) / 255);
         sample = static_cast<uint8_t>(own * 255 + 0.5f);
       }
     }
   }
-  return result;
+  return picture;
 }
 
 }  // namespace qx::photo

@@ -109,7 +109,7 @@ void DropUnsure(Raster& map, const WorkingPicture& picture) {
 }
 
 // Each pixel mostly as it appears around the person to whom it is nearest.
-Raster PersonMap(PersonNetwork& network, const WorkingPicture& picture) {
+Raster PersonsProbability(PersonNetwork& network, const WorkingPicture& picture) {
   if (picture.persons.size() == 1) return PersonProbability(network, picture, picture.persons[0]);
   Raster map(picture.colours.width, picture.colours.height, 1), sum = map;
   for (const FaceBox& face : picture.persons) {
@@ -223,24 +223,61 @@ WorkingPicture MakeWorkingPicture(const Image& photograph, const std::vector<Fac
   return picture;
 }
 
+// Radius of a filter's windows in pixels, from a part of the face's width.
+int Reach(double part, double faceWidth) {
+  return std::max(2, static_cast<int>(std::lround(part * faceWidth)));
+}
+
+Bytes ToBytes(const std::vector<float>& values) {
+  Bytes bytes(values.size());
+  for (size_t i = 0; i < values.size(); ++i) {
+    bytes[i] = static_cast<uint8_t>(std::clamp(values[i], 0.0f, 1.0f) * 255 + 0.5f);
+  }
+  return bytes;
+}
+
 }  // namespace
+
+PersonMap PersonSegmenter::FindPersons(const Image& overview, const std::vector<FaceBox>& persons,
+                                       const std::vector<FaceBox>& others) {
+  if (persons.empty())
+    throw Failure(FailureCode::kNoFace, "no face to make the mask for; use a photograph that shows one");
+  const std::vector<FaceBox> wanted = Clamped(persons, overview);
+  if (wanted.size() != persons.size())
+    throw Failure(FailureCode::kNoFace, "a face for the mask lies outside the photograph");
+  const WorkingPicture picture = MakeWorkingPicture(overview, wanted, Clamped(others, overview));
+  Raster map = PersonsProbability(network_, picture);
+  DropUnsure(map, picture);
+  // A wide filter finds the edges that the network missed by a little, a narrow one follows them closely.
+  const auto width = static_cast<float>(picture.faceWidth);
+  map = FilterOutline(map, picture.colours, {Reach(0.07, picture.faceWidth), 1e-4, 2.5f, 0.08f * width});
+  KeepPersons(map, picture);
+  PersonMap result;
+  result.coverage = Mask(map.width, map.height, ToBytes(map.values));
+  result.colours = Image(map.width, map.height, ToBytes(picture.colours.values));
+  result.faceWidth = picture.faceWidth;
+  result.scaleX = double{1} * map.width / overview.width;
+  result.scaleY = double{1} * map.height / overview.height;
+  return result;
+}
 
 Mask PersonSegmenter::Segment(const Image& photograph, const std::vector<FaceBox>& persons,
                               const std::vector<FaceBox>& others) {
-  if (persons.empty())
-    throw Failure(FailureCode::kNoFace, "no face to make the mask for; use a photograph that shows one");
-  const std::vector<FaceBox> wanted = Clamped(persons, photograph);
-  if (wanted.size() != persons.size())
-    throw Failure(FailureCode::kNoFace, "a face for the mask lies outside the photograph");
-  const WorkingPicture picture = MakeWorkingPicture(photograph, wanted, Clamped(others, photograph));
-  Raster map = PersonMap(network_, picture);
-  DropUnsure(map, picture);
-  const auto width = static_cast<float>(picture.faceWidth);
-  auto reach = [&](float part) { return std::max(2, static_cast<int>(std::lround(part * width))); };
-  // A wide filter finds the edges that the network missed by a little, a narrow one follows them closely.
-  map = FilterOutline(map, picture.colours, {reach(0.07f), 1e-4, 2.5f, 0.08f * width});
-  KeepPersons(map, picture);
-  return FilterOutline(map, picture.colours, {reach(0.03f), 1e-4, 2.0f, 0.05f * width}, photograph);
+  return RefineMask(FindPersons(photograph, persons, others), photograph,
+                    {0, 0, double{1} * photograph.width, double{1} * photograph.height});
+}
+
+Mask CoarseMask(const PersonMap& map) {
+  return RefineMask(map, map.colours, {0, 0, map.coverage.width / map.scaleX, map.coverage.height / map.scaleY});
+}
+
+Mask RefineMask(const PersonMap& map, const Image& picture, const Rectangle& window) {
+  const int width = map.coverage.width, height = map.coverage.height;
+  const OutlineFilter filter{Reach(0.03, map.faceWidth), 1e-4, 2.0f, 0.05f * static_cast<float>(map.faceWidth)};
+  return FilterOutline(
+      Resample(map.coverage, width, height),
+      Resample(map.colours, {0, 0, double{1} * width, double{1} * height}, width, height), filter, picture,
+      {window.left * map.scaleX, window.top * map.scaleY, window.width * map.scaleX, window.height * map.scaleY});
 }
 
 }  // namespace qx::photo

@@ -111,17 +111,21 @@ Raster FilterOutline(const Raster& map, const Raster& colours, const OutlineFilt
   return result;
 }
 
-Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter, const Image& photograph) {
+Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter, const Image& picture,
+                   const Rectangle& window) {
   const Outline outline(map, colours, filter);
-  Mask mask(photograph.width, photograph.height);
-  // The photograph's pixels that belong to a tile.
-  auto scaled = [&](const PixelBox& tile) {
-    auto column = [&](int x) { return static_cast<int>(int64_t{x} * photograph.width / map.width); };
-    auto row = [&](int y) { return static_cast<int>(int64_t{y} * photograph.height / map.height); };
-    return PixelBox{column(tile.left), row(tile.top), column(tile.right), row(tile.bottom)};
+  Mask mask(picture.width, picture.height);
+  const double toX = window.width / picture.width, toY = window.height / picture.height;
+  // The first pixel that belongs to the tile which begins at `at`; the outermost tiles hold what is outside.
+  auto first = [](int at, int end, double start, double scale, int pixels) {
+    if (at == 0) return 0;
+    if (at == end) return pixels;
+    return static_cast<int>(std::clamp(std::floor((at - start) / scale), 0.0, double{1} * pixels));
   };
-  auto index = [&](int x, int y) {
-    return static_cast<size_t>(y) * static_cast<size_t>(photograph.width) + static_cast<size_t>(x);
+  auto column = [&](int x) { return first(x, map.width, window.left, toX, picture.width); };
+  auto row = [&](int y) { return first(y, map.height, window.top, toY, picture.height); };
+  auto scaled = [&](const PixelBox& tile) {
+    return PixelBox{column(tile.left), row(tile.top), column(tile.right), row(tile.bottom)};
   };
   outline.ForTiles(
       [&](const PixelBox& tile, bool inside) {
@@ -132,15 +136,15 @@ Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter
       },
       [&](const PixelBox& tile) {
         const PixelBox target = scaled(tile), box = Widened(tile, 1, map);  // the interpolation reads one more
+        if (target.Width() <= 0 || target.Height() <= 0) return;
         const Raster decisions = outline.Decisions(box);
-        const double toX = double{1} * map.width / photograph.width, toY = double{1} * map.height / photograph.height;
         for (int y = target.top; y < target.bottom; ++y) {
           for (int x = target.left; x < target.right; ++x) {
             float decision[kChannels], pixel[3];
-            Sample(decisions, (x + 0.5) * toX - box.left, (y + 0.5) * toY - box.top, decision);
-            const size_t at = index(x, y);
-            for (size_t c = 0; c < 3; ++c) pixel[c] = static_cast<float>(photograph.bgr[3 * at + c]) / 255;
-            mask.values[at] = static_cast<uint8_t>(Alpha(decision, pixel, filter) * 255 + 0.5f);
+            Sample(decisions, window.left + (x + 0.5) * toX - box.left, window.top + (y + 0.5) * toY - box.top,
+                   decision);
+            for (size_t c = 0; c < 3; ++c) pixel[c] = static_cast<float>(picture.At(x, y)[c]) / 255;
+            mask.Row(y)[x] = static_cast<uint8_t>(Alpha(decision, pixel, filter) * 255 + 0.5f);
           }
         }
       });

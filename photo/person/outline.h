@@ -2,6 +2,7 @@
 #ifndef QX_PHOTO_PERSON_OUTLINE_H
 #define QX_PHOTO_PERSON_OUTLINE_H
 
+#include "photo/base/geometry.h"
 #include "photo/base/image.h"
 #include "photo/base/raster.h"
 
@@ -19,9 +20,10 @@ struct OutlineFilter {
 // The map filtered at its own size. `colours`: three channels, 0 to 1, of the map's size.
 Raster FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter);
 
-// The map filtered at the photograph's size: `colours` is a reduced copy of the photograph, of the map's size. Fills
-// photographs of any size tile by tile, so that memory beyond the result does not grow with them.
-Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter, const Image& photograph);
+// The map filtered at a picture's size: `colours` is a copy of the photograph at the map's size, `window` the part that
+// the picture shows, in pixels of the map; what lies outside of the map goes on as at its border.
+Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter, const Image& picture,
+                   const Rectangle& window);
 
 }  // namespace qx::photo
 

@@ -16,8 +16,8 @@ void StorePairParams(int32_t index, const BeautyParams& params, PairCrop* pair) 
 
 void BeautifyPairImage(const IdpImage& image, const IDPResult& result, uint8_t* out) {
   for (int i = 0; i < 2; ++i) {
-    RunBeautyPipeline(i == 0 ? image.pixels : out, image.height, image.width, BuildLandmarkSetSource(*result.Face(i)),
-                      result.pairCrop->beauty[i], nullptr, out);
+    const ImageView source = {i == 0 ? image.pixels : out, image.width, image.height, 3};
+    RunBeautyPipeline(source, BuildLandmarkSetSource(*result.Face(i)), result.pairCrop->beauty[i], nullptr, out);
   }
 }
 
@@ -28,8 +28,9 @@ bool BeautifyPairCrop(IDPResult* result, uint8_t* out) {
     const FaceRecord& face = *result->Face(i);
     if (!retouched[i].AllocateZeroed(ImageBytes(face.cropWidth, face.cropHeight, 3))) return false;
     // Without a foreground image the buffer of zeros stands in for it.
-    RunBeautyPipeline(face.fgColour ? face.fgColour.data() : retouched[i].data(), face.cropHeight, face.cropWidth,
-                      BuildLandmarkSetCrop(face), result->pairCrop->beauty[i], nullptr, retouched[i].data());
+    const ImageView source = {face.fgColour ? face.fgColour.data() : retouched[i].data(), face.cropWidth,
+                              face.cropHeight, 3};
+    RunBeautyPipeline(source, BuildLandmarkSetCrop(face), result->pairCrop->beauty[i], nullptr, retouched[i].data());
   }
   ComposePairBeauty(result, retouched[0].data(), retouched[1].data(), out);
   return true;
@@ -37,6 +38,13 @@ bool BeautifyPairCrop(IDPResult* result, uint8_t* out) {
 
 bool HasForeground(const FaceRecord& face) {
   return face.fgColour && face.fgMask;
+}
+
+// A face's colour image, which is there, into buffers of the crop's size; the mask goes in as the face's own.
+void BeautifyCrop(const FaceRecord& face, const BeautyParams& params, uint8_t* mask, uint8_t* image) {
+  std::memcpy(mask, face.fgMask.data(), ImageBytes(face.cropWidth, face.cropHeight, 1));
+  RunBeautyPipeline({face.fgColour.data(), face.cropWidth, face.cropHeight, 3}, BuildLandmarkSetCrop(face), params,
+                    mask, image);
 }
 
 }  // namespace
@@ -54,15 +62,13 @@ int32_t QX_IDP_DoFaceBeauty(IdpHandle* handle, const IdpImage* image, IDPResult*
   if (givenImage && image->channels != 3) return IDP_ERR_PARAM;  // the stages read three bytes a pixel
   if (result->cropMode == IDP_CROP_SINGLE) {
     if (givenImage) {
-      qx::RunBeautyPipeline(image->pixels, image->height, image->width, qx::BuildLandmarkSetSource(face), *params,
+      qx::RunBeautyPipeline({image->pixels, image->width, image->height, 3}, qx::BuildLandmarkSetSource(face), *params,
                             nullptr, imageOut);
       return IDP_OK;
     }
     if (maskOut == nullptr) return IDP_ERR_PARAM;
     if (!qx::HasForeground(face)) return IDP_ERR_NO_MASK;
-    std::memcpy(maskOut, face.fgMask.data(), qx::ImageBytes(face.cropWidth, face.cropHeight, 1));
-    qx::RunBeautyPipeline(face.fgColour.data(), face.cropHeight, face.cropWidth, qx::BuildLandmarkSetCrop(face),
-                          *params, maskOut, imageOut);
+    qx::BeautifyCrop(face, *params, maskOut, imageOut);
     return IDP_OK;
   }
   qx::StorePairParams(index, *params, result->pairCrop.get());
@@ -84,10 +90,9 @@ int32_t QX_IDP_Do91Beauty(IdpHandle* handle, IDPResult* result, int32_t index, c
   const uint64_t pixels = qx::ImageBytes(face.cropWidth, face.cropHeight, 1);
   qx::ByteBuffer mask, image;
   if (!mask.Allocate(pixels) || !image.Allocate(pixels * 3)) return IDP_ERR_PARAM;
-  std::memcpy(mask.data(), face.fgMask.data(), pixels);
-  qx::RunBeautyPipeline(face.fgColour.data(), face.cropHeight, face.cropWidth, qx::BuildLandmarkSetCrop(face), *params,
-                        mask.data(), image.data());
-  return qx::MapCropToSource(face, result->srcHeight, result->srcWidth, mask.data(), image.data(), maskOut, imageOut)
+  qx::BeautifyCrop(face, *params, mask.data(), image.data());
+  return qx::MapCropToSource(face, mask.data(), image.data(), {maskOut, result->srcWidth, result->srcHeight, 1},
+                             {imageOut, result->srcWidth, result->srcHeight, 3})
              ? IDP_OK
              : IDP_ERR_PARAM;
 }

@@ -19,6 +19,7 @@ int32_t ExportStatus(Status status) {
     case Status::kTooManyFaces: return IDP_ERR_TOO_MANY_FACES;
     case Status::kTurnsDiffer: return IDP_ERR_PAIR_CROP;
     case Status::kBadArgument:
+    case Status::kBadDirection:
     case Status::kMemoryShort: break;
   }
   return IDP_ERR_PARAM;

@@ -31,8 +31,9 @@ int32_t QX_IDP_GetSrcMaskFg(IDPResult* result, int32_t index, uint8_t* mask, uin
   const qx::FaceRecord& face = *result->Face(index);
   if (!face.fgMask) return IDP_ERR_NO_MASK;
   if (result->settings.srcSame == 0) return IDP_ERR_PARAM;
-  return qx::MapCropToSource(face, result->srcHeight, result->srcWidth, face.fgMask.data(), face.fgColour.data(), mask,
-                             colour)
+  return qx::MapCropToSource(face, face.fgMask.data(), face.fgColour.data(),
+                             {mask, result->srcWidth, result->srcHeight, 1},
+                             {colour, result->srcWidth, result->srcHeight, 3})
              ? IDP_OK
              : IDP_ERR_PARAM;
 }
@@ -45,7 +46,8 @@ int32_t QX_IDP_SetSrcMaskFg(IDPResult* result, int32_t index, const uint8_t* mas
   }
   qx::FaceRecord& face = *result->Face(index);
   if (!qx::ReserveForeground(&face)) return IDP_ERR_PARAM;
-  return qx::MaskToCrop(mask, colour, result->srcWidth, result->srcHeight, &face) ? IDP_OK : IDP_ERR_PARAM;
+  const int32_t width = result->srcWidth, height = result->srcHeight;
+  return qx::MaskToCrop({mask, width, height, 1}, {colour, width, height, 3}, &face) ? IDP_OK : IDP_ERR_PARAM;
 }
 
 }  // extern "C"

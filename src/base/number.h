@@ -2,6 +2,7 @@
 #ifndef QX_BASE_NUMBER_H
 #define QX_BASE_NUMBER_H
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -15,7 +16,9 @@ inline int32_t TruncToInt32(double value) {
 }
 
 // Half away from zero, then TruncToInt32.
-int32_t RoundHalfAwayToInt32(double value);
+inline int32_t RoundHalfAwayToInt32(double value) {
+  return TruncToInt32(value > 0 ? std::floor(value + 0.5) : std::ceil(value - 0.5));
+}
 
 // int32 arithmetic that wraps around instead of overflowing.
 inline int32_t WrapAdd(int32_t a, int32_t b) {

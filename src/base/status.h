@@ -7,6 +7,7 @@ namespace qx {
 enum class Status {
   kOk,
   kBadArgument,
+  kBadDirection,  // of a lens
   kMemoryShort,
   kNoFace,
   kTooFewFaces,

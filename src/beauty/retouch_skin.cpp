@@ -2,11 +2,11 @@
 
 #include <cstring>
 
-#include "beauty/blend_skin_layer.h"
-#include "beauty/lab_tables.h"
-#include "beauty/median_fill_spots.h"
-#include "beauty/smooth_skin.h"
-#include "beauty/spot_mask.h"
+#include "beauty/skin/lab_tables.h"
+#include "beauty/skin/skin_layer.h"
+#include "beauty/skin/smooth_skin.h"
+#include "beauty/spots/median_fill_spots.h"
+#include "beauty/spots/spot_mask.h"
 
 namespace qx {
 namespace {
@@ -14,27 +14,27 @@ namespace {
 constexpr double kMedianSquare = 20.0;
 
 // Without memory for the spots, the result is a copy.
-void FillSpots(const uint8_t* image, int32_t rows, int32_t columns, const LandmarkSet& landmarks, uint8_t* filled) {
+void FillSpots(const ImageView& image, const LandmarkSet& landmarks, uint8_t* filled) {
   SpotMask spots;
-  const bool built = BuildSpotMask(image, rows, columns, &landmarks, landmarks.Attributes(), &spots);
-  if (MedianFillSpots(built ? &spots : nullptr, image, rows, columns, kMedianSquare, filled) < 0) {
-    std::memcpy(filled, image, ImageBytes(columns, rows, 3));
+  const bool built = BuildSpotMask(image, &landmarks, landmarks.Attributes(), &spots) == Status::kOk;
+  if (MedianFillSpots(built ? &spots : nullptr, image, kMedianSquare, filled) != Status::kOk) {
+    std::memcpy(filled, image.pixels, image.Bytes());
   }
 }
 
 }  // namespace
 
-void RetouchSkin(int32_t rows, int32_t columns, double strength, LandmarkSet* landmarks, uint8_t* image,
-                 uint8_t* work) {
-  if (rows <= 0 || columns <= 0) return;
-  FillSpots(image, rows, columns, *landmarks, work);
+void RetouchSkin(const MutableImage& image, double strength, LandmarkSet* landmarks, uint8_t* work) {
+  if (image.Empty()) return;
+  FillSpots(image, *landmarks, work);
+  const ImageView filled = {work, image.width, image.height, image.channels};
   LabTables tables;  // left empty when memory is short: nothing is smoothed then
-  if (BuildLabTables(&tables) == 0) BuildLevelTable(&tables);
+  if (BuildLabTables(&tables) == Status::kOk) BuildLevelTable(&tables);
   SkinLayer layer;
   const Point* eyes = landmarks->Eyes();
-  const bool smoothed = SmoothSkin(&tables, work, columns, rows, landmarks, &eyes[0], &eyes[1], &layer);
+  const bool smoothed = SmoothSkin(&tables, filled, landmarks, &eyes[0], &eyes[1], &layer) == Status::kOk;
   // A refused blend leaves a copy of the filled image.
-  BlendSkinLayer(smoothed ? &layer : nullptr, work, columns, rows, strength, image);
+  BlendSkinLayer(smoothed ? &layer : nullptr, filled, strength, image.pixels);
 }
 
 }  // namespace qx

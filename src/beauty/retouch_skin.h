@@ -3,14 +3,15 @@
 
 #include <cstdint>
 
-#include "beauty/landmark_set.h"
+#include "base/image_view.h"
+#include "face/landmark_set.h"
 
 namespace qx {
 
-// Fills the blemishes of a face and then blends smoothed skin over it. image: rows * columns * 3 bytes, retouched in
+// Fills the blemishes of a face and then blends smoothed skin over it. image: three channels, retouched in
 // place; work: as many, overwritten. strength: 0 to 5; beyond, and for a face too small, only the blemishes are filled.
 // What memory is too short for is left out. The landmarks' face box is clamped into the image unless it is too small.
-void RetouchSkin(int32_t rows, int32_t columns, double strength, LandmarkSet* landmarks, uint8_t* image, uint8_t* work);
+void RetouchSkin(const MutableImage& image, double strength, LandmarkSet* landmarks, uint8_t* work);
 
 }  // namespace qx
 

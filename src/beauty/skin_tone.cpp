@@ -2,21 +2,21 @@
 
 #include <cstring>
 
-#include "base/buffer.h"
 #include "kernels/beauty_kernels.h"
 
 namespace qx {
 
-int ApplySkinToneLut(const uint8_t* source, int32_t columns, int32_t rows, int32_t strength, uint8_t* destination) {
-  if (source == nullptr || destination == nullptr || columns < 0 || rows < 0 || strength < 0) return -1;
-  const uint64_t bytes = ImageBytes(columns, rows, 3);
+Status ApplySkinToneLut(const ImageView& source, int32_t strength, uint8_t* destination) {
+  if (source.pixels == nullptr || destination == nullptr || source.width < 0 || source.height < 0 || strength < 0) {
+    return Status::kBadArgument;
+  }
   if (strength == 0) {
-    std::memcpy(destination, source, bytes);
-    return 0;
+    std::memcpy(destination, source.pixels, source.Bytes());
+    return Status::kOk;
   }
   const double s = strength / 10.0;
-  ActiveBeautyKernels().toneRow(SkinToneLut, source, bytes / 3, 1.0 - s, s, destination);
-  return 0;
+  ActiveBeautyKernels().toneRow(SkinToneLut, source.pixels, source.Pixels(), 1.0 - s, s, destination);
+  return Status::kOk;
 }
 
 }  // namespace qx

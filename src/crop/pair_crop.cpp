@@ -6,8 +6,7 @@
 #include <limits>
 #include <utility>
 
-#include "crop/point_mapping.h"
-#include "crop/quarter_turn.h"
+#include "crop/crop_geometry.h"
 #include "crop/resample.h"
 
 namespace qx {
@@ -21,16 +20,18 @@ bool FitsInt32(uint64_t bytes) {
 // negated (the sampling uses the matching sign).
 void FrameFace(const CropSettings& settings, FaceRecord* face) {
   const Point* l = face->source.landmarks;
-  const Point* k = face->source.keyPoints;
+  const Point eye0 = l[kLeftEyeOuterCorner], eye1 = l[kRightEyeOuterCorner];
+  const Point mouth0 = l[kMouthLeftEnd], mouth1 = l[kMouthRightEnd];
+  const Point left = face->source.keyPoints[kLeftEyeCentre], right = face->source.keyPoints[kRightEyeCentre];
   const auto middle = [](int32_t a, int32_t b, int32_t c, int32_t d) {
     const auto lower = static_cast<double>(static_cast<float>(WrapAdd(a, b)));
     const auto upper = static_cast<double>(static_cast<float>(WrapAdd(c, d)));
     return (lower * 0.5 + upper * 0.5) * 0.5;
   };
-  face->centreX = middle(l[16].x, l[17].x, l[0].x, l[9].x);
-  face->centreY = middle(l[16].y, l[17].y, l[0].y, l[9].y);
+  face->centreX = middle(mouth0.x, mouth1.x, eye0.x, eye1.x);
+  face->centreY = middle(mouth0.y, mouth1.y, eye0.y, eye1.y);
 
-  const double eyeDistance = std::sqrt(static_cast<double>(SquaredDistance(l[0], l[9])));
+  const double eyeDistance = std::sqrt(static_cast<double>(SquaredDistance(eye0, eye1)));
   face->naturalWidth = TruncToInt32(eyeDistance * settings.WidthRatio() + 0.5);
   if (face->naturalWidth % 2 == 0) ++face->naturalWidth;
   face->naturalHeight = TruncToInt32(settings.HeightRatio() * face->naturalWidth / settings.WidthRatio() + 0.5);
@@ -38,16 +39,16 @@ void FrameFace(const CropSettings& settings, FaceRecord* face) {
   face->scale = bounded ? static_cast<double>(face->naturalWidth) / settings.lrBound : 1.0;
 
   const QuarterTurn turn = NearestQuarterTurn(
-      std::atan2(static_cast<double>(WrapSub(k[1].y, k[0].y)), static_cast<double>(WrapSub(k[1].x, k[0].x))));
+      std::atan2(static_cast<double>(WrapSub(right.y, left.y)), static_cast<double>(WrapSub(right.x, left.x))));
   face->rotCos = turn.cos;
   face->rotSin = turn.sin;
 }
 
 // Where the middle of the eyes falls along the crop's x axis.
 int32_t EyePosition(const FaceRecord& face) {
-  const Point* k = face.source.keyPoints;
-  const int32_t x = WrapAdd(k[0].x, k[1].x) / 2;
-  const int32_t y = WrapAdd(k[0].y, k[1].y) / 2;
+  const Point left = face.source.keyPoints[kLeftEyeCentre], right = face.source.keyPoints[kRightEyeCentre];
+  const int32_t x = WrapAdd(left.x, right.x) / 2;
+  const int32_t y = WrapAdd(left.y, right.y) / 2;
   return TruncToInt32(y * face.rotSin + x * face.rotCos + 0.5);
 }
 

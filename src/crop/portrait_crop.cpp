@@ -3,8 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "crop/point_mapping.h"
-#include "crop/quarter_turn.h"
+#include "crop/crop_geometry.h"
 #include "crop/resample.h"
 
 namespace qx {
@@ -19,13 +18,16 @@ struct Frame {
 
 void FindCentre(FaceRecord* face) {
   const Point* l = face->source.landmarks;
-  face->centreX = (WrapAdd(l[16].x, l[17].x) * 0.5 + WrapAdd(l[0].x, l[9].x) * 0.5) * 0.5;
-  face->centreY = (WrapAdd(l[16].y, l[17].y) * 0.5 + WrapAdd(l[0].y, l[9].y) * 0.5) * 0.5;
+  const Point eye0 = l[kLeftEyeOuterCorner], eye1 = l[kRightEyeOuterCorner];
+  const Point mouth0 = l[kMouthLeftEnd], mouth1 = l[kMouthRightEnd];
+  face->centreX = (WrapAdd(mouth0.x, mouth1.x) * 0.5 + WrapAdd(eye0.x, eye1.x) * 0.5) * 0.5;
+  face->centreY = (WrapAdd(mouth0.y, mouth1.y) * 0.5 + WrapAdd(eye0.y, eye1.y) * 0.5) * 0.5;
 }
 
 Frame ChooseSize(const CropSettings& settings, FaceRecord* face) {
   const Point* l = face->source.landmarks;
-  const double eyeDistance = std::sqrt(static_cast<double>(SquaredDistance(l[0], l[9])));
+  const double eyeDistance =
+      std::sqrt(static_cast<double>(SquaredDistance(l[kLeftEyeOuterCorner], l[kRightEyeOuterCorner])));
   const double widthRatio = settings.WidthRatio();
   const double heightRatio = settings.HeightRatio();
   Frame frame;
@@ -43,9 +45,9 @@ Frame ChooseSize(const CropSettings& settings, FaceRecord* face) {
 }
 
 void ChooseTurn(FaceRecord* face) {
-  const Point* k = face->source.keyPoints;
+  const Point left = face->source.keyPoints[kLeftEyeCentre], right = face->source.keyPoints[kRightEyeCentre];
   const QuarterTurn turn = NearestQuarterTurn(
-      -std::atan2(static_cast<double>(WrapSub(k[1].y, k[0].y)), static_cast<double>(WrapSub(k[1].x, k[0].x))));
+      -std::atan2(static_cast<double>(WrapSub(right.y, left.y)), static_cast<double>(WrapSub(right.x, left.x))));
   face->rotCos = turn.cos;
   face->rotSin = turn.sin;
 }

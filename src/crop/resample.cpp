@@ -98,12 +98,16 @@ void RenderTurned(const ImageView& source, const CropSampling& sampling, uint8_t
   const AxisSampling& columns = sampling.columns;
   const AxisSampling& rows = sampling.rows;
   const bool whole = columns.Step() != 0 && rows.Step() != 0;
-  const auto render = whole ? CopyTile : BlendTile;
   for (int32_t left = columns.Begin(), right; left < columns.End(); left = right) {
     right = left + std::min(columns.End() - left, kTileHeight);
     for (int32_t top = rows.Begin(), bottom; top < rows.End(); top = bottom) {
       bottom = top + std::min(rows.End() - top, kTileWidth);
-      render(source, sampling, {top, bottom, left, right}, image);
+      const Tile tile = {top, bottom, left, right};
+      if (whole) {
+        CopyTile(source, sampling, tile, image);
+      } else {
+        BlendTile(source, sampling, tile, image);
+      }
     }
   }
 }
@@ -140,7 +144,11 @@ int32_t AxisSampling::FindStep() const {
 
 void ResampleUpright(const ImageView& source, const CropSampling& sampling, uint8_t outside, uint8_t* image) {
   Fill(sampling, PixelBytes(source), outside, nullptr, image);
-  (sampling.turned ? RenderTurned : RenderRows)(source, sampling, image);
+  if (sampling.turned) {
+    RenderTurned(source, sampling, image);
+  } else {
+    RenderRows(source, sampling, image);
+  }
 }
 
 void ResampleCrop(const ImageView& source, const CropSampling& sampling, uint8_t* image, uint8_t* mask) {

@@ -22,7 +22,7 @@ int32_t ClampToExtent(int32_t value, int32_t extent) {
   return value < 1 ? 0 : value;
 }
 
-void ClampCorners(const GreyImage& grey, int32_t (&corners)[2 * kCornerCount]) {
+void ClampCorners(const ImageView& grey, int32_t (&corners)[2 * kCornerCount]) {
   for (int i = 0; i < kCornerCount; ++i) {
     corners[2 * i] = ClampToExtent(corners[2 * i], grey.width);
     corners[2 * i + 1] = ClampToExtent(corners[2 * i + 1], grey.height);
@@ -67,14 +67,14 @@ void FaceEngine::Release() {
   detector_ = aligner_ = attributeEngine_ = nullptr;
 }
 
-Status FaceEngine::RunDetector(const GreyImage& grey, FaceList* faces) {
+Status FaceEngine::RunDetector(const ImageView& grey, FaceList* faces) {
   faces->Free();
   FaceDetect(detector_, grey.pixels, grey.width, grey.height, kOneChannel, &faces->entries_, &faces->count_);
   faces->held_ = true;
   return faces->count_ < 0 ? Status::kMemoryShort : Status::kOk;
 }
 
-Status FaceEngine::Detect(const GreyImage& grey, FaceList* faces) {
+Status FaceEngine::Detect(const ImageView& grey, FaceList* faces) {
   const int32_t shorterSide = std::min(grey.width, grey.height);
   SetDetectFlagA(detector_, 1);
   SetDetectParamB(detector_, kParamB);
@@ -95,7 +95,7 @@ Status FaceEngine::Detect(const GreyImage& grey, FaceList* faces) {
   return status;
 }
 
-void FaceEngine::Describe(const GreyImage& grey, FaceEntry* entry, FoundFace* face) {
+void FaceEngine::Describe(const ImageView& grey, FaceEntry* entry, FoundFace* face) {
   ClampCorners(grey, entry->corners);
   FaceArgument argument;
   std::memcpy(argument.corners, entry->corners, sizeof argument.corners);

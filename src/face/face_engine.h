@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/image_view.h"
 #include "base/status.h"
 #include "face/face_record.h"
 #include "qx_face_sdk.h"
@@ -30,14 +31,7 @@ class FaceList {
   bool held_ = false;  // a detection has run, so the engine waits for its list, even for a null one
 };
 
-// A grey image: width * height bytes.
-struct GreyImage {
-  const uint8_t* pixels;
-  int32_t width;
-  int32_t height;
-};
-
-// The three instances of the engine. Each call changes their state: one call at a time.
+// The three instances of the engine. Each call changes their state: one call at a time. Images are grey: one channel.
 class FaceEngine {
  public:
   FaceEngine() = default;
@@ -50,14 +44,14 @@ class FaceEngine {
 
   // Finds the faces, with one more permissive try when there are none at first. kOk, or kMemoryShort when the engine
   // tells so, by a negative count; the list is empty then.
-  Status Detect(const GreyImage& grey, FaceList* faces);
+  Status Detect(const ImageView& grey, FaceList* faces);
 
   // Clamps the entry to the image and fills the face from it.
-  void Describe(const GreyImage& grey, FaceEntry* entry, FoundFace* face);
+  void Describe(const ImageView& grey, FaceEntry* entry, FoundFace* face);
 
  private:
   void Release();
-  Status RunDetector(const GreyImage& grey, FaceList* faces);
+  Status RunDetector(const ImageView& grey, FaceList* faces);
 
   void* detector_ = nullptr;
   void* aligner_ = nullptr;

@@ -13,10 +13,23 @@ inline constexpr int kLandmarkCount = 38;
 inline constexpr int kAttributeCount = 88;
 inline constexpr int kCornerCount = 4;
 
+// Those of the landmarks that are read one by one. Left and right are those of the image of an upright face.
+enum Landmark {
+  kLeftEyeOuterCorner = 0,  // the four points that span the left eye
+  kLeftEyeInnerCorner = 1,
+  kRightEyeInnerCorner = 8,  // the four points that span the right eye
+  kRightEyeOuterCorner = 9,
+  kMouthLeftEnd = 16,
+  kMouthRightEnd = 17,
+  kMouthTop = 19,
+  kMouthBottom = 20,
+};
+enum KeyPoint { kLeftEyeCentre = 0, kRightEyeCentre = 1 };
+
 // The points that describe a face, all in one frame of reference.
 struct FacePoints {
-  Point keyPoints[kKeyPointCount];    // 0 and 1: the eyes, whose line gives the face's angle
-  Point landmarks[kLandmarkCount];    // 0, 9: outer eye corners; 16, 17: mouth corners
+  Point keyPoints[kKeyPointCount];    // by KeyPoint; the line between the eyes gives the face's angle
+  Point landmarks[kLandmarkCount];    // by Landmark
   Point attributes[kAttributeCount];  // the dense description: eyes, brows, nose, mouth, outline
   Point faceBox[kCornerCount];        // corners of the detected face
 };

@@ -12,12 +12,11 @@ namespace {
 constexpr int32_t kPairFaces = 2;
 
 bool MakeGrey(const ImageView& photograph, ByteBuffer* grey) {
-  const uint64_t pixels = ImageBytes(photograph.width, photograph.height, 1);
-  if (!grey->Allocate(pixels)) return false;
+  if (!grey->Allocate(photograph.Pixels())) return false;
   if (photograph.channels == 1) {
-    std::memcpy(grey->data(), photograph.pixels, pixels);
+    std::memcpy(grey->data(), photograph.pixels, photograph.Pixels());
   } else {
-    GreyConvert(photograph.pixels, photograph.height, photograph.width, grey->data());
+    GreyConvert(photograph, grey->data());
   }
   return true;
 }
@@ -35,7 +34,7 @@ Status FindFaces(const ImageView& photograph, FacesWanted wanted, FaceEngine* en
   *found = {};
   ByteBuffer greyPixels;
   if (!MakeGrey(photograph, &greyPixels)) return Status::kMemoryShort;
-  const GreyImage grey = {greyPixels.data(), photograph.width, photograph.height};
+  const ImageView grey = {greyPixels.data(), photograph.width, photograph.height, 1};
 
   FaceList list;
   if (engine->Detect(grey, &list) != Status::kOk) return Status::kMemoryShort;

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 
+#include "base/image_view.h"
+#include "kernels/kernels.h"
+
 namespace qx {
 
 // Luma of one pixel of three bytes (blue, green, red) by the weights of ITU-R BT.601, rounded half up.
@@ -10,9 +13,10 @@ inline uint8_t GreyOf(const uint8_t* bgr) {
   return static_cast<uint8_t>((299u * bgr[2] + 587u * bgr[1] + 114u * bgr[0] + 500u) / 1000u);
 }
 
-// The same for a whole image.
-// bgr: rows * columns * 3 bytes; grey: rows * columns bytes. Rows or columns of 0 or below write nothing.
-void GreyConvert(const uint8_t* bgr, int32_t rows, int32_t columns, uint8_t* grey);
+// The same for an image of three channels; grey takes one byte a pixel. Rows have no gap, so it is one run of pixels.
+inline void GreyConvert(const ImageView& image, uint8_t* grey) {
+  ActiveKernels().greyRow(image.pixels, image.Pixels(), grey);
+}
 
 }  // namespace qx
 

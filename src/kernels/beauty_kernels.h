@@ -12,7 +12,7 @@ namespace qx {
 // An image to sample from: rows without gaps.
 struct SampleSource {
   const uint8_t* pixels;
-  int32_t columns, rows;
+  int32_t width, height;
 };
 
 // A run of output pixels (x, x + 1, ...) of one row, with the affine map of positions into the source:
@@ -42,8 +42,8 @@ struct BeautyKernels {
                         float* sx, float* sy);
 
   // Bilinear samples of three bytes in single precision, (lower right * fx + lower left * (1 - fx)) * fy + (upper right
-  // * fx + upper left * (1 - fx)) * (1 - fy), truncated. Black where the position is not in 0 to below columns - 1, or
-  // rows - 1; a pixel whose position is not a number is left alone.
+  // * fx + upper left * (1 - fx)) * (1 - fy), truncated. Black where the position is not in 0 to below width - 1, or
+  // height - 1; a pixel whose position is not a number is left alone.
   void (*lensSamples)(const SampleSource& source, const float* sx, const float* sy, size_t count, uint8_t* out);
 
   // Bilinear samples in doubles, upper left * (1 - fx) * (1 - fy) + lower left * (1 - fx) * fy + upper right * fx *

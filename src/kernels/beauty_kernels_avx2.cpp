@@ -141,13 +141,13 @@ inline __m256i SampleTwo(const uint8_t* a, const uint8_t* b, size_t stride, cons
 // Eight pixels at a time while all are inside; returns where it stopped. Loads reach two bytes beyond a neighbour, so
 // the last row of the source is left out.
 size_t LensSampleBlocks(const SampleSource& source, const float* sx, const float* sy, size_t count, uint8_t* out) {
-  const __m256 right = _mm256_set1_ps(static_cast<float>(source.columns - 1));
-  const __m256 bottom = _mm256_set1_ps(static_cast<float>(source.rows - 2));
+  const __m256 right = _mm256_set1_ps(static_cast<float>(source.width - 1));
+  const __m256 bottom = _mm256_set1_ps(static_cast<float>(source.height - 2));
   const __m256 zero = _mm256_setzero_ps(), one = _mm256_set1_ps(1);
   const __m256i firstTwo = _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1), two = _mm256_set1_epi32(2);
   const __m256i toPixels = _mm256_setr_epi8(0, 1, 2, -1, -1, -1, 4, 5, 6, -1, -1, -1, -1, -1, -1, -1,  //
                                             -1, -1, -1, 0, 1, 2, -1, -1, -1, 4, 5, 6, -1, -1, -1, -1);
-  const size_t stride = static_cast<size_t>(source.columns) * 3;
+  const size_t stride = static_cast<size_t>(source.width) * 3;
   size_t k = 0;
   for (; k + 8 <= count; k += 8) {
     const __m256 x = _mm256_loadu_ps(sx + k), y = _mm256_loadu_ps(sy + k);
@@ -222,10 +222,10 @@ inline __m128i MaskPixels(const uint8_t* mask, const size_t* at, size_t stride, 
 // neighbour, so the last row of the source is left out.
 size_t AffineSampleBlocks(const SampleSource& source, const uint8_t* mask, const AffineRun& run, size_t k, size_t count,
                           uint8_t* out, uint8_t* maskOut) {
-  const __m256d right = _mm256_set1_pd(source.columns - 1), bottom = _mm256_set1_pd(source.rows - 2);
+  const __m256d right = _mm256_set1_pd(source.width - 1), bottom = _mm256_set1_pd(source.height - 2);
   const __m256d zero = _mm256_setzero_pd(), one = _mm256_set1_pd(1), determinant = _mm256_set1_pd(run.determinant);
   const __m128i toPixels = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-  const size_t stride = static_cast<size_t>(source.columns);
+  const size_t stride = static_cast<size_t>(source.width);
   const auto map = [&](__m256d x, double along, double row, double constant) __attribute__((always_inline)) {
     const __m256d sum = _mm256_add_pd(_mm256_mul_pd(_mm256_set1_pd(along), x), _mm256_set1_pd(row));
     return _mm256_div_pd(_mm256_add_pd(sum, _mm256_set1_pd(constant)), determinant);

@@ -23,7 +23,8 @@ bool ReserveForeground(FaceRecord* face) {
   return true;
 }
 
-bool MaskToCrop(const uint8_t* mask, const uint8_t* colour, int32_t srcWidth, int32_t srcHeight, FaceRecord* face) {
+bool MaskToCrop(const ImageView& mask, const ImageView& colour, FaceRecord* face) {
+  const int32_t srcWidth = mask.width, srcHeight = mask.height;
   const double c = face->rotCos, s = face->rotSin;
   CropSampling sampling;
   sampling.turned = c == 0;
@@ -32,13 +33,14 @@ bool MaskToCrop(const uint8_t* mask, const uint8_t* colour, int32_t srcWidth, in
                                      : sampling.columns.Build(face->cropWidth, srcWidth, Along(c, face->originX)) &&
                                            sampling.rows.Build(face->cropHeight, srcHeight, Along(c, face->originY));
   if (!built) return false;
-  ResampleUpright({mask, srcWidth, srcHeight, 1}, sampling, kOutside, face->fgMask.data());
-  ResampleUpright({colour, srcWidth, srcHeight, 3}, sampling, kOutside, face->fgColour.data());
+  ResampleUpright(mask, sampling, kOutside, face->fgMask.data());
+  ResampleUpright(colour, sampling, kOutside, face->fgColour.data());
   return true;
 }
 
-bool MapCropToSource(const FaceRecord& face, int32_t srcHeight, int32_t srcWidth, const uint8_t* cropMask,
-                     const uint8_t* cropImage, uint8_t* mask, uint8_t* image) {
+bool MapCropToSource(const FaceRecord& face, const uint8_t* cropMask, const uint8_t* cropImage,
+                     const MutableImage& mask, const MutableImage& image) {
+  const int32_t srcWidth = mask.width, srcHeight = mask.height;
   const double c = face.rotCos, s = face.rotSin;
   CropSampling sampling;
   sampling.turned = c == 0;
@@ -48,8 +50,8 @@ bool MapCropToSource(const FaceRecord& face, int32_t srcHeight, int32_t srcWidth
                                            sampling.rows.Build(srcHeight, face.cropHeight, Along(c, -face.originY));
   if (!built) return false;
   const int32_t width = face.cropWidth, height = face.cropHeight;
-  if (mask != nullptr) ResampleUpright({cropMask, width, height, 1}, sampling, kOutside, mask);
-  if (image != nullptr) ResampleUpright({cropImage, width, height, 3}, sampling, kOutside, image);
+  if (mask.pixels != nullptr) ResampleUpright({cropMask, width, height, 1}, sampling, kOutside, mask.pixels);
+  if (image.pixels != nullptr) ResampleUpright({cropImage, width, height, 3}, sampling, kOutside, image.pixels);
   return true;
 }
 

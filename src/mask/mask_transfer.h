@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "base/image_view.h"
 #include "face/face_record.h"
 
 namespace qx {
@@ -11,16 +12,15 @@ namespace qx {
 // has both or neither then.
 bool ReserveForeground(FaceRecord* face);
 
-// Fills the face's fgMask and fgColour, which are present, from a mask and a colour image of the photograph:
-// srcWidth * srcHeight bytes and three times as many. 0 where a crop pixel falls outside the photograph.
-// False when memory is short; nothing is written then.
-bool MaskToCrop(const uint8_t* mask, const uint8_t* colour, int32_t srcWidth, int32_t srcHeight, FaceRecord* face);
+// Fills the face's fgMask and fgColour, which are present, from a mask and a colour image of the photograph, of the
+// same size. 0 where a crop pixel falls outside the photograph. False when memory is short; nothing is written then.
+bool MaskToCrop(const ImageView& mask, const ImageView& colour, FaceRecord* face);
 
-// Carries a mask and a colour image of the face's crop into the photograph's geometry, 0 outside the crop. Either pair
-// of input and output may be null. Not the inverse of MaskToCrop for a turned crop: this direction subtracts the
-// origin before it turns, the other adds it before it turns. False when memory is short.
-bool MapCropToSource(const FaceRecord& face, int32_t srcHeight, int32_t srcWidth, const uint8_t* cropMask,
-                     const uint8_t* cropImage, uint8_t* mask, uint8_t* image);
+// Carries a mask and a colour image of the face's crop into the photograph's geometry, 0 outside the crop. Both outputs
+// are of the photograph's size; either may be without pixels. Not the inverse of MaskToCrop for a turned crop: this
+// direction subtracts the origin before it turns, the other adds it before it turns. False when memory is short.
+bool MapCropToSource(const FaceRecord& face, const uint8_t* cropMask, const uint8_t* cropImage,
+                     const MutableImage& mask, const MutableImage& image);
 
 }  // namespace qx
 

@@ -13,7 +13,8 @@ int32_t Half(int32_t a, int32_t b) {
 
 FaceFrame BuildFaceFrame(const FaceRecord& face) {
   const Point* l = face.crop.landmarks;
-  const Point a = l[0], b = l[9], e = l[16], f = l[17];
+  const Point a = l[kLeftEyeOuterCorner], b = l[kRightEyeOuterCorner];
+  const Point e = l[kMouthLeftEnd], f = l[kMouthRightEnd];
   FaceFrame frame;
   frame.width = std::sqrt(static_cast<double>(SquaredDistance(b, a)));
   frame.centreX = Half(a.x, b.x);

@@ -20,8 +20,8 @@ Point Middle(Point a, Point b) {
 
 int32_t Tilt(const FaceRecord& face) {
   const Point* l = face.crop.landmarks;
-  const Point p = Middle(l[0], l[1]);
-  const Point q = Middle(l[8], l[9]);
+  const Point p = Middle(l[kLeftEyeOuterCorner], l[kLeftEyeInnerCorner]);
+  const Point q = Middle(l[kRightEyeInnerCorner], l[kRightEyeOuterCorner]);
   const double distance = std::sqrt(static_cast<double>(SquaredDistance(q, p)));
   const double rise = std::fabs(static_cast<double>(WrapSub(q.y, p.y)));
   // Coinciding eyes give no quotient, and the conversion makes 0 of it.
@@ -81,7 +81,7 @@ bool ConvertSquare(const FaceRecord& face, const ScannedFace& scan, ByteBuffer* 
   const auto columns = static_cast<int32_t>(scan.Columns());
   uint8_t* to = grey->data();
   for (int64_t y = scan.top; y <= scan.bottom; ++y, to += columns) {
-    GreyConvert(PixelAt(face, scan.left, y), 1, columns, to);
+    GreyConvert({PixelAt(face, scan.left, y), columns, 1, 3}, to);
   }
   return true;
 }

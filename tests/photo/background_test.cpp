@@ -67,7 +67,7 @@ TEST(Foreground, LosesTheOldBackground) {
         ++to;
       }
     }
-    const Image result = EstimateForeground(photograph, mask);
+    const Image result = EstimateForeground(photograph, mask, side / 6.0);
     int worst = 0;
     for (size_t i = 0; i < result.bgr.size(); ++i) {
       if (mask.values[i / 3] == 0 || mask.values[i / 3] == 255) {

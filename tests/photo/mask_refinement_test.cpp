@@ -159,7 +159,7 @@ TEST(Outline, MovesToTheEdgeOfThePictureAndIsFlatBeyondTheBand) {
   }
   const OutlineFilter filter{12, 1e-4, 2.5f, 14};
   const Raster small = FilterOutline(map, colours, filter);
-  const Mask large = FilterOutline(map, colours, filter, photograph);
+  const Mask large = FilterOutline(map, colours, filter, photograph, {0, 0, kWidth, kHeight});
   for (int y = 0; y < kHeight; y += 7) {
     for (int x = 0; x < kWidth; ++x) {
       const bool person = x < kEdge, far = x < kEdge + 4 - 15 || x > kEdge + 4 + 15;

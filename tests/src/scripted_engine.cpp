@@ -1,0 +1,256 @@
+#include "src/scripted_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+
+#include "face/landmark_set.h"
+
+namespace qx::test {
+
+ScriptedEngine& Script() {
+  static ScriptedEngine engine;
+  return engine;
+}
+
+namespace {
+
+void Log(const std::string& name, std::initializer_list<int32_t> arguments = {}) {
+  std::string call = name + "(";
+  for (const int32_t a : arguments) call += (call.back() == '(' ? "" : ",") + std::to_string(a);
+  Script().calls.push_back(call + ")");
+}
+
+void* Create(const char* name, int which) {
+  Log(name);
+  if (Script().refuse[which]) return nullptr;
+  ++Script().openInstances;
+  return new int(which);
+}
+
+void Release(const char* name, void* instance) {
+  Log(name);
+  --Script().openInstances;
+  delete static_cast<int*>(instance);
+}
+
+}  // namespace
+
+ScriptedFace LevelFace(int32_t x, int32_t y, int32_t eyeDistance) {
+  ScriptedFace face;
+  const int32_t half = eyeDistance / 2;
+  face.landmarks[0] = {x - half, y - half};
+  face.landmarks[9] = {x + half, y - half};
+  face.landmarks[16] = {x - half / 2, y + half};
+  face.landmarks[17] = {x + half / 2, y + half};
+  face.keyPoints[0] = face.landmarks[0];
+  face.keyPoints[1] = face.landmarks[9];
+  for (int32_t i = 0; i < QX_FACE_ATTRIBUTE_POINTS; ++i) face.attributes[i] = {x - 44 + i, y + i % 7};
+  const int32_t box[] = {x - half, y - half, x + half, y - half, x - half, y + half, x + half, y + half};
+  std::copy(std::begin(box), std::end(box), face.corners);
+  return face;
+}
+
+ScriptedFace DetailedFace(int32_t x, int32_t y, int32_t eyeDistance) {
+  const int32_t d = eyeDistance;
+  ScriptedFace face = LevelFace(x, y, d);
+  const auto eye = [&face, d](int at, int32_t cx, int32_t cy) {
+    const Point points[] = {{cx - d / 6, cy}, {cx + d / 6, cy}, {cx, cy - d / 12}, {cx, cy + d / 12}};
+    std::copy(std::begin(points), std::end(points), face.landmarks + at);
+  };
+  eye(0, x - d / 3, y - d / 2);
+  eye(8, x + d / 3, y - d / 2);
+  face.landmarks[9] = {x + d / 2, y - d / 2};
+  face.landmarks[19] = {x, y + d / 2 - d / 12};
+  face.landmarks[20] = {x, y + d / 2 + d / 12};
+  const std::pair<DensePoint, Point> outline[] = {
+      {kNoseRoot, {x, y - d / 2}},           {kChin, {x, y + d}},
+      {kLeftCheek, {x - d * 3 / 4, y}},      {kLeftJaw, {x - d / 2, y + d / 2}},
+      {kRightCheek, {x + d * 3 / 4, y + 1}}, {kRightOfChin, {x + d / 2, y + d / 2}}};
+  for (const auto& [i, p] : outline) face.attributes[i] = p;
+  return face;
+}
+
+ScriptedFace TurnClockwise(const ScriptedFace& face, int32_t height) {
+  ScriptedFace turned = face;
+  const auto turn = [height](Point p) { return Point{height - 1 - p.y, p.x}; };
+  std::transform(std::begin(face.keyPoints), std::end(face.keyPoints), turned.keyPoints, turn);
+  std::transform(std::begin(face.landmarks), std::end(face.landmarks), turned.landmarks, turn);
+  std::transform(std::begin(face.attributes), std::end(face.attributes), turned.attributes, turn);
+  for (int i = 0; i < 4; ++i) {
+    const Point p = turn({face.corners[2 * i], face.corners[2 * i + 1]});
+    turned.corners[2 * i] = p.x;
+    turned.corners[2 * i + 1] = p.y;
+  }
+  return turned;
+}
+
+HandlePtr FreshHandle() {
+  Script().Reset();
+  return HandlePtr(QX_IDP_CreateHandle());
+}
+
+Photo::Photo(int32_t imageWidth, int32_t imageHeight, int32_t imageChannels)
+    : width(imageWidth),
+      height(imageHeight),
+      channels(imageChannels),
+      pixels(static_cast<size_t>(imageWidth * imageHeight * imageChannels)) {
+  std::mt19937 random(7);
+  for (uint8_t& p : pixels) p = static_cast<uint8_t>(random());
+}
+
+const uint8_t* Photo::At(int32_t x, int32_t y) const {
+  return pixels.data() + static_cast<size_t>((y * width + x) * channels);
+}
+
+Photo Photo::TurnedClockwise() const {
+  Photo turned(height, width, channels);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      std::memcpy(const_cast<uint8_t*>(turned.At(height - 1 - y, x)), At(x, y), static_cast<size_t>(channels));
+    }
+  }
+  return turned;
+}
+
+Crop ReadCrop(IDPResult* result, int32_t index) {
+  Crop crop;
+  EXPECT_EQ(QX_IDP_GetRCSize(result, index, &crop.height, &crop.width), IDP_OK);
+  const auto pixels = static_cast<size_t>(std::max(crop.width, 0)) * static_cast<size_t>(std::max(crop.height, 0));
+  crop.image.assign(pixels * 3 + 1, 0xa5);
+  crop.mask.assign(pixels + 1, 0xa5);
+  EXPECT_EQ(QX_IDP_GetRCImage(result, index, crop.image.data(), crop.mask.data()), IDP_OK);
+  EXPECT_EQ(crop.image.back(), 0xa5) << "wrote past the end";
+  EXPECT_EQ(crop.mask.back(), 0xa5) << "wrote past the end";
+  crop.image.pop_back();
+  crop.mask.pop_back();
+  return crop;
+}
+
+void ExpectCropped(const Photo& photo, const Crop& crop, int32_t step,
+                   const std::function<Place(int32_t, int32_t)>& place) {
+  for (int32_t i = 0; i < crop.width * crop.height; i += step) {
+    const auto at = static_cast<size_t>(i);
+    const auto [x, y] = place(i % crop.width, i / crop.width);
+    const bool inside = !(x < 0 || x > photo.width - 1 || y < 0 || y > photo.height - 1);
+    ASSERT_EQ(crop.mask[at], inside ? 1 : 0) << x << "," << y;
+    const auto x0 = inside ? static_cast<int32_t>(x) : 0, y0 = inside ? static_cast<int32_t>(y) : 0;
+    const int32_t x1 = std::min(x0 + 1, photo.width - 1), y1 = std::min(y0 + 1, photo.height - 1);
+    const double fx = x - x0, fy = y - y0;
+    for (size_t k = 0; k < 3; ++k) {
+      const size_t c = photo.channels == 1 ? 0 : k;
+      const double value = photo.At(x0, y0)[c] * (1 - fx) * (1 - fy) + photo.At(x0, y1)[c] * (1 - fx) * fy +
+                           photo.At(x1, y0)[c] * fx * (1 - fy) + photo.At(x1, y1)[c] * fx * fy;
+      ASSERT_EQ(crop.image[at * 3 + k], inside ? static_cast<int>(value + 0.5) : 255) << x << "," << y;
+    }
+  }
+}
+
+}  // namespace qx::test
+
+using namespace qx::test;
+
+extern "C" {
+
+void* FaceDetectorCreate(void) {
+  return Create("FaceDetectorCreate", 0);
+}
+void FaceDetectorRelease(void* detector) {
+  Release("FaceDetectorRelease", detector);
+}
+void* LandmarkerCreate(void) {
+  return Create("LandmarkerCreate", 1);
+}
+void LandmarkerRelease(void* landmarker) {
+  Release("LandmarkerRelease", landmarker);
+}
+void* FaceAttrCreate(void) {
+  return Create("FaceAttrCreate", 2);
+}
+void FaceAttrRelease(void* analyser) {
+  Release("FaceAttrRelease", analyser);
+}
+
+void SetDetectFlagA(void*, int32_t value) {
+  Log("SetDetectFlagA", {value});
+}
+void SetDetectParamB(void*, int32_t value) {
+  Log("SetDetectParamB", {value});
+}
+void SetDetectFlagC(void*, int32_t value) {
+  Log("SetDetectFlagC", {value});
+}
+void SetDetectThreshold(void*, int32_t value) {
+  Log("SetDetectThreshold", {value});
+}
+void SetDetectSizeRange(void*, int32_t lower, int32_t upper) {
+  Log("SetDetectSizeRange", {lower, upper});
+}
+void SetDetectMinFace(void*, int32_t value) {
+  Log("SetDetectMinFace", {value});
+}
+
+void FaceDetect(void*, const uint8_t* grey, int32_t width, int32_t height, int32_t channels, FaceEntry** faces,
+                int32_t* count) {
+  Log("FaceDetect", {width, height, channels});
+  ScriptedEngine& script = Script();
+  ++script.openLists;
+  script.grey.clear();
+  if (width > 0 && height > 0)
+    script.grey.assign(grey, grey + static_cast<size_t>(width) * static_cast<size_t>(height));
+  if (script.shortFrom-- <= 0) {
+    *count = -1;
+    *faces = nullptr;
+    return;
+  }
+  std::vector<ScriptedFace> found;
+  if (!script.detections.empty()) {
+    found = script.detections.front();
+    if (script.detections.size() > 1) script.detections.erase(script.detections.begin());
+  }
+  *count = static_cast<int32_t>(found.size());
+  *faces = new FaceEntry[found.size() + 1];
+  for (size_t i = 0; i < found.size(); ++i) {
+    std::copy(std::begin(found[i].corners), std::end(found[i].corners), (*faces)[i].corners);
+    (*faces)[i].unread = -77;
+    (*faces)[i].tag = static_cast<int32_t>(i);
+  }
+}
+
+void FaceListFree(FaceEntry* faces) {
+  Log("FaceListFree");
+  --Script().openLists;
+  delete[] faces;
+}
+
+void FaceAlign(void*, const uint8_t*, int32_t width, int32_t height, int32_t channels, const FaceArgument* face,
+               int32_t* outD, int32_t* outE, int32_t* scratchBlock1, int32_t* landmarks, int32_t* scratchBlock2,
+               int32_t* keyPoints, int32_t* attrBlock, int32_t* outF, int32_t* outG, int32_t* outH, int32_t* scratch1,
+               int32_t* scratch2, int32_t* scratch3, int32_t* infoA, int32_t* infoB, int32_t* infoC) {
+  Log("FaceAlign",
+      {width, height, channels, face->tag, face->corners[0], face->corners[1], face->corners[6], face->corners[7]});
+  const ScriptedFace& scripted = Script().detections.back()[static_cast<size_t>(face->tag)];
+  std::memcpy(landmarks, scripted.landmarks, sizeof scripted.landmarks);
+  std::memcpy(keyPoints, scripted.keyPoints, sizeof scripted.keyPoints);
+  for (int32_t* block : {scratchBlock1, scratchBlock2, attrBlock}) std::fill_n(block, QX_FACE_BLOCK_INTS, face->tag);
+  for (int32_t* value : {scratch1, scratch2, scratch3}) *value = -1;
+  *outD = 900;
+  *outE = 5;
+  *outF = scripted.regionValues[0];
+  *outG = scripted.regionValues[1];
+  *outH = scripted.regionValues[2];
+  *infoA = 10 + face->tag;
+  *infoB = 20 + face->tag;
+  *infoC = 30 + face->tag;
+}
+
+void FaceAttr(void*, const uint8_t*, int32_t width, int32_t height, int32_t channels, const int32_t* keyPoints,
+              const int32_t* attrBlock, int32_t infoA, int32_t infoB, int32_t infoC, int32_t* attributes) {
+  Log("FaceAttr", {width, height, channels, keyPoints[0], attrBlock[QX_FACE_BLOCK_INTS - 1], infoA, infoB, infoC});
+  const auto& scripted = Script().detections.back()[static_cast<size_t>(infoA - 10)];
+  std::memcpy(attributes, scripted.attributes, sizeof scripted.attributes);
+}
+
+}  // extern "C"
