@@ -44,4 +44,5 @@ foreach(package ${pkgconfig_packages})
 endforeach()
 
 # The papers go wherever the libraries go.
-install(FILES CHANGELOG.md LICENSE NOTICE THIRD_PARTY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qx_idp COMPONENT runtime)
+install(FILES CHANGELOG.md LICENSE NOTICE THIRD_PARTY.md
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/qx_idp COMPONENT runtime)

@@ -38,7 +38,9 @@ gcc_build() { configure release -DQX_BUILD_TESTS=ON -DQX_BUILD_BENCH=ON && build
 unit_tests() { run_tests release -LE 'exports|install'; }
 exports() { run_tests release -L exports; }
 installed() { run_tests release -L install; }
-debian_package() { "$root/tests/install/package_test.sh" "$root/build/release" "$sample_photo" "$root/build/package_test"; }
+debian_package() {
+  "$root/tests/install/package_test.sh" "$root/build/release" "$sample_photo" "$root/build/package_test"
+}
 address_undefined() { configure asan+ubsan && build asan+ubsan && run_tests asan+ubsan; }
 # The tests that start threads say so in their names.
 threads() { configure tsan -DQX_BUILD_HOST=OFF && build tsan && run_tests tsan -R '[Tt]hread'; }
@@ -86,5 +88,7 @@ step "fuzzing" fuzzing
 list() { (($#)) && printf '%s, ' "$@" | sed 's/, $//' || printf none; }
 verdict=PASSED
 ((${#failed[@]} == 0)) || verdict=FAILED
-echo "$verdict in $SECONDS s; passed: $(list "${passed[@]}"); failed: $(list "${failed[@]}")$(((${#skipped[@]} == 0)) || echo "; skipped: $(list "${skipped[@]}")")"
+last_line="$verdict in $SECONDS s; passed: $(list "${passed[@]}"); failed: $(list "${failed[@]}")"
+((${#skipped[@]} == 0)) || last_line+="; skipped: $(list "${skipped[@]}")"
+echo "$last_line"
 [[ $verdict == PASSED ]]

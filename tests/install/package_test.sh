@@ -23,7 +23,8 @@ in_debian() {
 # Makes WORK_DIR/base, with this machine's settings of apt.
 make_base() {
   local mirror proxy=''
-  mirror=$(apt-get indextargets --format "\$(CODENAME) \$(REPO_URI)" 'Created-By: Packages' | awk -v r=$release '$1 == r { print $2; exit }')
+  mirror=$(apt-get indextargets --format "\$(CODENAME) \$(REPO_URI)" 'Created-By: Packages' |
+    awk -v release=$release '$1 == release && !mirror { mirror = $2 } END { print mirror }')
   eval "$(apt-config shell proxy Acquire::http::Proxy)"
   [[ -z $proxy ]] || export http_proxy=$proxy
   rm -rf "$work/base" "$work/new"
@@ -34,6 +35,7 @@ make_base() {
   cp -a /usr/share/keyrings/. "$work/new/usr/share/keyrings/"
   [[ ! -d /etc/ssl/certs ]] || { mkdir -p "$work/new/etc/ssl" && cp -rL /etc/ssl/certs "$work/new/etc/ssl/certs"; }
   cp -L /etc/resolv.conf /etc/hosts "$work/new/etc/"
+  echo force-unsafe-io >"$work/new/etc/dpkg/dpkg.cfg.d/quick" # no waiting for the disk
   printf '#!/bin/sh\nexit 101\n' >"$work/new/usr/sbin/policy-rc.d" # no service is to start
   chmod +x "$work/new/usr/sbin/policy-rc.d"
   chroot "$work/new" apt-get -qq update </dev/null
@@ -69,7 +71,8 @@ in_debian idphoto "${make[@]}" /tmp/made.png "/tmp/${photo##*/}"
 cmp "$work/made.png" "$work/root/tmp/made.png"
 
 for file in bin/idphoto lib/libqx_idp.so include/qx_idp.h share/man/man1/idphoto-make.1.gz \
-  share/bash-completion/completions/idphoto share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
+  share/bash-completion/completions/idphoto share/zsh/vendor-completions/_idphoto \
+  share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
   [[ -s $work/root/usr/$file ]] || { echo "missing: /usr/$file" && exit 1; }
 done
 in_debian apt-get purge -q -y idphoto libqx-idp0 libqx-idp-dev

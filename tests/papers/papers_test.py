@@ -120,13 +120,17 @@ class Completion:
 
     def test_values_are_those_that_the_program_takes(self):
         """Each offered word is accepted: the program goes on to complain of the photograph, which does not exist."""
-        for command, option in [("make", "--beauty"), ("make", "--background"), ("sheet", "--paper"),
-                                ("crop", "--format"), ("batch", "--format"), ("inspect", "--points")]:
-            for word in self.offers(command, option, "") - {"gradient:"}:
-                out = {"crop": ["-o", "d"], "batch": ["-o", "d"], "inspect": ["--draw", "d.png"]}.get(command, ["-o", "o.png"])
-                size = ["--size", "35x45mm"] if command in ("make", "batch") else []
-                said, _ = run(IDPHOTO, command, "none.jpg", *out, *size, option, word, cwd=self.folder)
-                self.assertIn("no such file", said, (command, option, word))
+        for line, option in [
+            ("make -o out.png --size 35x45mm", "--beauty"),
+            ("make -o out.png --size 35x45mm", "--background"),
+            ("batch -o out --size 35x45mm", "--format"),
+            ("sheet -o out.png", "--paper"),
+            ("crop -o out", "--format"),
+            ("inspect --draw out.png", "--points"),
+        ]:
+            for word in self.offers(*line.split(), option, "") - {"gradient:"}:
+                said, _ = run(IDPHOTO, *line.split(), option, word, "none.jpg", cwd=self.folder)
+                self.assertIn("no such file", said, (line, option, word))
 
 
 class BashCompletion(Completion, unittest.TestCase):
