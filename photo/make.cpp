@@ -239,6 +239,14 @@ void AddRemarks(const State& state, const Document& document, const Placed& plac
   }
 }
 
+// The measures of the first person after the face was made narrower.
+PhotoMeasures MeasureAgain(FaceFinder& finder, const State& state, const PhotographPart& part, const Mask& mask,
+                           const Placed& placed) {
+  PreparedPart retouched{part, mask, {state.prepared->faces[0]}};
+  finder.Refine(part.picture, &retouched.faces[0]);
+  return MeasuresIn(placed.rectangle, Measurer(state, &retouched).Measure(placed.turn).persons[0]);
+}
+
 // The picture of the document from the part as it is now.
 Image Finish(const PhotographPart& part, const Mask& mask, const std::vector<ProbedFace>& faces,
              const MakeRequest& request, const Placed& placed) {
@@ -270,6 +278,7 @@ MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::Sta
     Mask mask = prepared.mask;
     RetouchFaces(prepared.faces, request.retouch, &part.picture, &mask);
     made.image = Finish(part, mask, prepared.faces, request, placed);
+    if (request.retouch.face != 0) made.measures = MeasureAgain(finder, *state, part, mask, placed);
   } else if (request.compare) {
     made.before = made.image;
   }

@@ -37,7 +37,7 @@ double ValueOf(const json& check, const std::string& name) {
 
 // White where a block around head and chest is.
 Image BlockMask(const Image& photograph) {
-  const ProbedFace face = FaceProbe().Probe(photograph).at(0);
+  const ProbedFace face = FaceFinder().Find(photograph).at(0);
   const double side = face.Width(), middle = (face.corners[0].x + face.corners[1].x) / 2.0;
   Image mask{photograph.width, photograph.height, Bytes(photograph.bgr.size())};
   for (int y = 0; y < mask.height; ++y) {
@@ -135,8 +135,8 @@ TEST(SampleMake, PairKeepsBothPersons) {
   const TestFolder folder;
   // Doubled side by side, close enough to each other.
   const Image sample = ReadImage(QX_SAMPLE_PHOTO);
-  FaceProbe probe;
-  const ProbedFace face = probe.Probe(sample).at(0);
+  FaceFinder finder;
+  const ProbedFace face = finder.Find(sample).at(0);
   const int width = static_cast<int>(2.15 * face.Width());
   const int left = (face.corners[0].x + face.corners[1].x - width) / 2;
   const vips::VImage half = ToVips(sample).extract_area(left, 0, width, sample.height);
@@ -146,7 +146,7 @@ TEST(SampleMake, PairKeepsBothPersons) {
   EXPECT_EQ(626, made.width);
   EXPECT_EQ(413, made.height);
   EXPECT_EQ(0x1b, made.bgr[0]);
-  const std::vector<ProbedFace> faces = probe.Probe(made);
+  const std::vector<ProbedFace> faces = finder.Find(made);
   ASSERT_EQ(2u, faces.size());
   EXPECT_NEAR(faces[0].Width(), faces[1].Width(), 0.05 * faces[0].Width());
   EXPECT_EQ(2, RunProgram(folder, {"make", "x.png", "-o", "n.png", "--preset", "cn-marriage-certificate"}).status);

@@ -58,7 +58,7 @@ TEST(SampleRetouch, ChangesTheFaceAloneAndNothingAtStrengthZero) {
   // Large enough for every stage: the eyes' lenses fade in from 15 to 25 pixels.
   ToVips(ReadImage(QX_SAMPLE_PHOTO)).resize(2).write_to_file((folder / "x.png").c_str());
   const Image photograph = ReadImage(folder / "x.png");
-  const ProbedFace face = FaceProbe().Probe(photograph).at(0);
+  const ProbedFace face = FaceFinder().Find(photograph).at(0);
   EXPECT_EQ(0u, Compare(photograph, Retouched(folder, {"--eyes", "-0", "--skin", "0"})).pixels);
   std::vector<Image> results;
   for (const Names& options :
@@ -101,7 +101,7 @@ TEST(SampleRetouch, OnePersonOfTwo) {
   const vips::VImage sample = ToVips(one);
   sample.join(sample, VIPS_DIRECTION_HORIZONTAL).write_to_file((folder / "x.png").c_str());
   const Image photograph = ReadImage(folder / "x.png");
-  const std::vector<ProbedFace> faces = FaceProbe().Probe(photograph);
+  const std::vector<ProbedFace> faces = FaceFinder().Find(photograph);
   ASSERT_EQ(2u, faces.size());
   const bool leftFirst = faces[0].corners[0].x < faces[1].corners[0].x;
   const Difference first = Compare(photograph, Retouched(folder, {"--skin", "3", "--person", "1"}));

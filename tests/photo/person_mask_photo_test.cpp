@@ -16,7 +16,7 @@ using namespace qx::test;
 using namespace qx::codec;
 
 FaceBox BoxOf(const Image& photograph) {
-  const auto corners = FaceProbe().Probe(photograph).at(0).corners;
+  const auto corners = FaceFinder().Find(photograph).at(0).corners;
   return {double{1} * corners[0].x, double{1} * corners[0].y, double{1} * corners[3].x, double{1} * corners[3].y};
 }
 

@@ -152,7 +152,8 @@ TEST(Render, PutsBackgroundAroundAndNeverAfterThePhotographsEnd) {
   Document document;
   document.width = document.height = 25;
   const Rectangle rectangle{-5, -10, 50, 50};  // beyond three sides, down to the foot
-  const Image made = RenderPhoto(photograph, mask, ParseBackground("white"), rectangle, document);
+  const PhotographPart part{photograph, {0, 0, 40, 40}, 40, 40};
+  const Image made = RenderPhoto(part, mask, ParseBackground("white"), Turn(), rectangle, document);
   auto pixel = [&made](int x, int y) {
     const uint8_t* p = &made.bgr[static_cast<size_t>(3 * (y * made.width + x))];
     return std::array<int, 3>{p[0], p[1], p[2]};
@@ -161,7 +162,7 @@ TEST(Render, PutsBackgroundAroundAndNeverAfterThePhotographsEnd) {
   EXPECT_EQ((std::array<int, 3>{255, 255, 255}), pixel(0, 24));
   EXPECT_EQ((std::array<int, 3>{255, 255, 255}), pixel(24, 12));
   EXPECT_EQ((std::array<int, 3>{0, 0, 255}), pixel(12, 24));  // no white line under the person
-  const Image kept = RenderPhoto(photograph, mask, ParseBackground("keep"), {0, 0, 40, 40}, document);
+  const Image kept = RenderPhoto(part, mask, ParseBackground("keep"), Turn(), {0, 0, 40, 40}, document);
   EXPECT_EQ(255, kept.bgr[0]);
 }
 
