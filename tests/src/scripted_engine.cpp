@@ -41,12 +41,12 @@ void Release(const char* name, void* instance) {
 ScriptedFace LevelFace(int32_t x, int32_t y, int32_t eyeDistance) {
   ScriptedFace face;
   const int32_t half = eyeDistance / 2;
-  face.landmarks[0] = {x - half, y - half};
-  face.landmarks[9] = {x + half, y - half};
-  face.landmarks[16] = {x - half / 2, y + half};
-  face.landmarks[17] = {x + half / 2, y + half};
-  face.keyPoints[0] = face.landmarks[0];
-  face.keyPoints[1] = face.landmarks[9];
+  face.landmarks[kLeftEyeOuterCorner] = {x - half, y - half};
+  face.landmarks[kRightEyeOuterCorner] = {x + half, y - half};
+  face.landmarks[kMouthLeftEnd] = {x - half / 2, y + half};
+  face.landmarks[kMouthRightEnd] = {x + half / 2, y + half};
+  face.keyPoints[kLeftEyeCentre] = face.landmarks[kLeftEyeOuterCorner];
+  face.keyPoints[kRightEyeCentre] = face.landmarks[kRightEyeOuterCorner];
   for (int32_t i = 0; i < QX_FACE_ATTRIBUTE_POINTS; ++i) face.attributes[i] = {x - 44 + i, y + i % 7};
   const int32_t box[] = {x - half, y - half, x + half, y - half, x - half, y + half, x + half, y + half};
   std::copy(std::begin(box), std::end(box), face.corners);
@@ -60,11 +60,11 @@ ScriptedFace DetailedFace(int32_t x, int32_t y, int32_t eyeDistance) {
     const Point points[] = {{cx - d / 6, cy}, {cx + d / 6, cy}, {cx, cy - d / 12}, {cx, cy + d / 12}};
     std::copy(std::begin(points), std::end(points), face.landmarks + at);
   };
-  eye(0, x - d / 3, y - d / 2);
-  eye(8, x + d / 3, y - d / 2);
-  face.landmarks[9] = {x + d / 2, y - d / 2};
-  face.landmarks[19] = {x, y + d / 2 - d / 12};
-  face.landmarks[20] = {x, y + d / 2 + d / 12};
+  eye(kLeftEyeOuterCorner, x - d / 3, y - d / 2);
+  eye(kRightEyeInnerCorner, x + d / 3, y - d / 2);
+  face.landmarks[kRightEyeOuterCorner] = {x + d / 2, y - d / 2};
+  face.landmarks[kMouthTop] = {x, y + d / 2 - d / 12};
+  face.landmarks[kMouthBottom] = {x, y + d / 2 + d / 12};
   const std::pair<DensePoint, Point> outline[] = {
       {kNoseRoot, {x, y - d / 2}},           {kChin, {x, y + d}},
       {kLeftCheek, {x - d * 3 / 4, y}},      {kLeftJaw, {x - d / 2, y + d / 2}},

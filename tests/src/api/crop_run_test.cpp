@@ -96,7 +96,7 @@ TEST_F(CropRun, OneFindingServesManyCuts) {
   std::unique_ptr<FaceRecord[]> pairRecords, records;
   std::unique_ptr<PairCrop> pair;
   ASSERT_EQ(CutPair(view, CropSettings(), found, &pairRecords, &pair), Status::kOk);
-  EXPECT_EQ(pairRecords[0].source.keyPoints[0].x, 65) << "the left face comes first in the pair";
+  EXPECT_EQ(pairRecords[0].source.keyPoints[kLeftEyeCentre].x, 65) << "the left face comes first in the pair";
   ASSERT_EQ(CutPortraits(view, CropSettings(), found, &records), Status::kOk);
   EXPECT_TRUE(Script().calls.empty()) << "cutting asks the engine for nothing";
 

@@ -25,8 +25,8 @@ FaceRecord Person() {
   };
   fill(70, 60, 130, 169);
   fill(20, 170, 180, 259);
-  face.crop.keyPoints[0] = {85, 100};
-  face.crop.keyPoints[1] = {115, 101};
+  face.crop.keyPoints[kLeftEyeCentre] = {85, 100};
+  face.crop.keyPoints[kRightEyeCentre] = {115, 101};
   for (int i = 0; i < kAttributeCount; ++i) face.crop.attributes[i] = {75 + i % 51, 90 + i % 61};
   return face;
 }
@@ -47,7 +47,8 @@ struct Walk {
   }
   bool RowFits(int64_t h, int64_t b) const {
     const auto d = static_cast<double>(h);
-    const int64_t eye = b - (face.crop.keyPoints[0].y + face.crop.keyPoints[1].y) / 2, top = headTop - b + h;
+    const int64_t eye = b - (face.crop.keyPoints[kLeftEyeCentre].y + face.crop.keyPoints[kRightEyeCentre].y) / 2,
+                  top = headTop - b + h;
     if (p.eyeMin > 0 && p.eyeMax > 0 && !(Rnd(d * p.eyeMin) <= eye && eye <= Rnd(d * p.eyeMax))) return false;
     return !(p.topMin > 0 && p.topMax > 0) || (Rnd(d * p.topMin) <= top && top <= Rnd(d * p.topMax));
   }

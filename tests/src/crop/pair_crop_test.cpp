@@ -49,7 +49,8 @@ TEST_F(PairCropTest, LaysTwoLevelFacesOut) {
     }
   }
   // 50 left of the centre, 50 above: 190.5 + 0.5 and 228.46 + 0.5, truncated. The box is not mapped.
-  EXPECT_EQ(std::pair(f0.crop.landmarks[0].x, f0.crop.landmarks[0].y), std::pair(191, 228));
+  EXPECT_EQ(std::pair(f0.crop.landmarks[kLeftEyeOuterCorner].x, f0.crop.landmarks[kLeftEyeOuterCorner].y),
+            std::pair(191, 228));
   EXPECT_EQ(std::pair(f0.crop.faceBox[3].x, f0.crop.faceBox[3].y), std::pair(0, 0));
   EXPECT_EQ(f0.originX, 0);
 }
@@ -82,7 +83,8 @@ TEST_F(PairCropTest, TurnedPairsStandUprightAndMixedOnesFail) {
     const PairCrop& pair = *result->pairCrop;
     const FaceRecord& f0 = *result->Face(0);
     EXPECT_EQ(std::pair(pair.rotCos, pair.rotSin), std::pair(c, s));
-    EXPECT_EQ(f0.source.keyPoints[0].x, left.keyPoints[0].x) << "the face that is left when upright comes first";
+    EXPECT_EQ(f0.source.keyPoints[kLeftEyeCentre].x, left.keyPoints[kLeftEyeCentre].x)
+        << "the face that is left when upright comes first";
     ExpectCropped(photo, ReadCrop(result.get(), 0), 7, [&, c = c, s = s](int32_t j, int32_t i) {
       const double rx = j - pair.refX, ry = i - pair.refY;
       return Place{c * rx - s * ry + f0.centreX, s * rx + c * ry + f0.centreY};

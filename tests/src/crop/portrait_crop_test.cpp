@@ -30,8 +30,8 @@ TEST_F(PortraitCrop, ALevelFaceAtScaleOneIsACopyOfSourcePixels) {
     const Crop crop = Read();
     ASSERT_EQ(std::pair(crop.width, crop.height), std::pair(480, 610));
     ExpectCropped(photo, crop, 1, [](int32_t j, int32_t i) { return Place{j + 60.0, i - 78.0}; });
-    EXPECT_EQ(face.crop.landmarks[0].x, 190);
-    EXPECT_EQ(face.crop.landmarks[0].y, 228);
+    EXPECT_EQ(face.crop.landmarks[kLeftEyeOuterCorner].x, 190);
+    EXPECT_EQ(face.crop.landmarks[kLeftEyeOuterCorner].y, 228);
     EXPECT_EQ(face.crop.attributes[87].x, face.source.attributes[87].x - 60);
     EXPECT_EQ(face.crop.faceBox[3].y, face.source.faceBox[3].y + 78);
   }
@@ -58,7 +58,8 @@ TEST_F(PortraitCrop, FourQuarterTurnsGiveTheSameCrop) {
     } else if (record.rotSin < 0) {
       // The offsets are distances along the source's axes, 278 and 240, also where the crop's axes are swapped:
       // the eye corner at (50, -50) from the centre comes to (50 + 278, 50 + 240).
-      EXPECT_EQ(std::pair(record.crop.landmarks[0].x, record.crop.landmarks[0].y), std::pair(328, 290));
+      EXPECT_EQ(std::pair(record.crop.landmarks[kLeftEyeOuterCorner].x, record.crop.landmarks[kLeftEyeOuterCorner].y),
+                std::pair(328, 290));
     }
   }
 }
@@ -72,8 +73,8 @@ TEST_F(PortraitCrop, TheWidthBoundScalesDown) {
   EXPECT_EQ(face.offsetX, 480 / 1.2);
   EXPECT_EQ(face.offsetY, 556 / 1.2);
   // 100 source pixels left of the centre: 400 - 83.33 + 0.5, truncated.
-  EXPECT_EQ(face.crop.landmarks[0].x, 317);
-  EXPECT_EQ(face.crop.landmarks[0].y, 380);
+  EXPECT_EQ(face.crop.landmarks[kLeftEyeOuterCorner].x, 317);
+  EXPECT_EQ(face.crop.landmarks[kLeftEyeOuterCorner].y, 380);
 }
 
 TEST_F(PortraitCrop, ScaledPixelsAreBilinearRoundedHalfUp) {
@@ -98,7 +99,7 @@ TEST_F(PortraitCrop, CoincidingEyesGiveAnEmptyCrop) {
 TEST_F(PortraitCrop, ACropOfOverTwoGigabytesIsLeftWithoutImages) {
   QX_IDP_SetSrcSame(handle.get(), 1);
   ScriptedFace face = LevelFace(25, 25, 10);
-  face.landmarks[9].x = 40020;  // 40,000 from the other eye
+  face.landmarks[kRightEyeOuterCorner].x = 40020;  // 40,000 from the other eye
   const FaceRecord& record = Run(Photo(50, 50), face);
   uint8_t byte = 0;
   EXPECT_EQ(std::pair(record.cropWidth, record.cropHeight), std::pair(192000, 244000));
@@ -108,9 +109,9 @@ TEST_F(PortraitCrop, ACropOfOverTwoGigabytesIsLeftWithoutImages) {
 TEST_F(PortraitCrop, PointsAnywhereNeitherOverflowNorCrash) {
   for (const int32_t far : {46341, 1000000000, 2147483647, -2147483647}) {
     ScriptedFace face = LevelFace(25, 25, 10);
-    face.landmarks[9] = {far, -far};
-    face.landmarks[16] = {far, far};
-    face.keyPoints[1] = {far, -far};
+    face.landmarks[kRightEyeOuterCorner] = {far, -far};
+    face.landmarks[kMouthLeftEnd] = {far, far};
+    face.keyPoints[kRightEyeCentre] = {far, -far};
     Run(Photo(50, 50), face);
   }
 }

@@ -84,8 +84,8 @@ TEST(Quality, FacesOverTheEdgeReadOnlyTheCrop) {
   for (const int32_t dx : {-1000, -215, -30, 180, 1000, 2000000000}) {
     for (const int32_t dy : {-2000000000, -300, -190, 250, 5000}) {
       FaceRecord face = PaintedFace(90);
-      for (int k : {0, 1, 8, 9, 16, 17}) {
-        face.crop.landmarks[k] = {WrapAdd(face.crop.landmarks[k].x, dx), WrapAdd(face.crop.landmarks[k].y, dy)};
+      for (Point& p : face.crop.landmarks) {
+        p = {WrapAdd(p.x, dx), WrapAdd(p.y, dy)};
       }
       const QualityScores scores = CheckQuality(face);
       for (const int32_t s : {scores.tilt, scores.brightness, scores.symmetry, scores.background}) {
