@@ -124,13 +124,13 @@ TEST(Presets, DeriveTheRightNumbers) {
 
 TEST(Presets, SayWhatIsWrong) {
   EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("us-pasport"); }).find("did you mean us-passport"));
-  EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("atlantis"); }).find("idphoto presets"));
+  EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("atlantis"); }).find("there is no preset"));
   Preset preset = FindPreset("one-inch");
   preset.head = Range{30, 40, Unit::kMillimetre};
   EXPECT_NE(std::string::npos, FailureOf([&] { Derive(preset); }).find("head length of 30-40mm"));
   preset.head.reset();
   preset.dpi = 1'000'000;
-  EXPECT_NE(std::string::npos, FailureOf([&] { Derive(preset); }).find("--dpi"));
+  EXPECT_NE(std::string::npos, FailureOf([&] { Derive(preset); }).find("resolution"));
   EXPECT_NE(std::string::npos, FailureOf([] { ParsePresets("[{\"name\": 1}]"); }).find("preset 1"));
   EXPECT_NE("(no failure)", FailureOf([] { ParsePresets("["); }));
 }
