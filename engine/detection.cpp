@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <tuple>
 
 #include "engine/windows.h"
@@ -12,6 +13,12 @@ namespace {
 
 double Sigmoid(double logit) {
   return 1 / (1 + std::exp(-std::clamp(logit, -100.0, 100.0)));
+}
+
+// A logit safely below that of any score of `threshold` or more.
+double LogitBelow(double threshold) {
+  if (!(threshold > 0)) return -std::numeric_limits<double>::infinity();
+  return threshold < 1 ? std::log(threshold / (1 - threshold)) - 0.001 : 10;
 }
 
 Detection DecodeAnchor(const float* raw, Point anchor, double score) {
@@ -59,8 +66,10 @@ bool Better(const Detection& a, const Detection& b) {
 }  // namespace
 
 std::vector<Detection> DecodeAnchors(const float* boxes, const float* logits, double threshold) {
+  const double lowest = LogitBelow(threshold);
   std::vector<Detection> found;
   for (int i = 0; i < kAnchors; ++i) {
+    if (!(logits[i] >= lowest)) continue;
     const double score = Sigmoid(logits[i]);
     if (!(score >= threshold)) continue;
     const Point anchor{(i % kAnchorSide + 0.5) / kAnchorSide, (i / kAnchorSide + 0.5) / kAnchorSide};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace qx::face {
 namespace {
@@ -14,6 +15,18 @@ constexpr double kSureScore = 0.75;
 // Presence from which the landmark network confirms a face; on the second look real ones come close to 1.
 constexpr double kPresent = 0.5;
 constexpr double kPresentAgain = 0.99;
+// Lowest score of what is worth another look, of what one turn of it shows, of what both its squares must show in some
+// turn, and of a face that the landmark network does not confirm but both squares show in the same turn.
+constexpr double kHintScore = 0.25;
+constexpr double kGlimpse = 0.2;
+constexpr double kSeenAgain = 0.4;
+constexpr double kAgreedScore = 0.55;
+// Sides of the two squares for a face of 1, and how many hints of a photograph are looked at.
+constexpr double kFarZoom = 4.5;
+constexpr double kNearZoom = 3;
+constexpr int kMostLooks = 16;
+// Intersection over union above which detections of one window are of one face.
+constexpr double kGroupOverlap = 0.3;
 // Side of a face's square for a detection's box of 1.
 constexpr double kSquareOfBox = 1.1;
 
@@ -81,113 +94,235 @@ bool InSizeRange(const FoundFace& face, const GreyView& image, const DetectorSet
   return std::min(width, height) <= settings.largest;
 }
 
+bool IsNew(const FoundFace& face, const std::vector<FoundFace>& faces, const GreyView& image,
+           const DetectorSettings& settings) {
+  return InSizeRange(face, image, settings) && std::none_of(faces.begin(), faces.end(), [&](const FoundFace& better) {
+           return SameFace(BoxOf(face.square), BoxOf(better.square), settings.overlap);
+         });
+}
+
+bool Contains(const std::vector<int>& turns, int turn) {
+  return std::find(turns.begin(), turns.end(), turn) != turns.end();
+}
+
+bool HasScore(const std::vector<Detection>& seen, double score) {
+  return std::any_of(seen.begin(), seen.end(), [score](const Detection& d) { return d.score >= score; });
+}
+
+// The turn in which two looks at a face agree best, if they do: a profile, which the landmark network does not know.
+bool Agree(const std::vector<Detection>& far, const std::vector<Detection>& near, double threshold, FoundFace* face) {
+  double best = 0;
+  for (const Detection& a : far) {
+    for (const Detection& b : near) {
+      const double score = std::min(a.score, b.score);
+      if (a.turn != b.turn || score < std::max(threshold, kAgreedScore) || score <= best) continue;
+      best = score;
+      const double angle = NearestTurn(AngleOf(a)) == a.turn ? AngleOf(a) : TurnAngle(a.turn);
+      *face = FaceAt(score, {CentreOf(a), kSquareOfBox * Size(a)}, angle);
+    }
+  }
+  return best > 0;
+}
+
+bool WantsSmallFaces(const DetectorSettings& settings) {
+  constexpr int kSmallFace = 15;  // smallest face from which on the ordinary search will do
+  return settings.smallest < kSmallFace;
+}
+
 // Whether to look for faces too small for the ordinary search: where they are asked for and the photograph holds the
 // pixels for them.
 bool WantsCloseSearch(const GreyView& image, const DetectorSettings& settings) {
-  constexpr int kSmallFace = 15;    // smallest face from which on the ordinary search will do
   constexpr int kFacesAcross = 24;  // the ordinary search sees a face of that fraction of the longer side
   const int longest = std::max(image.width, image.height);
-  return settings.smallest < kSmallFace && longest >= kCloseSide && longest / kFacesAcross >= settings.smallestExpected;
+  return WantsSmallFaces(settings) && longest >= kCloseSide && longest / kFacesAcross >= settings.smallestExpected;
 }
 
 }  // namespace
 
 std::vector<FoundFace> Detector::Find(const GreyView& image, const DetectorSettings& settings) const {
-  const std::vector<int> turns = settings.allTurns ? std::vector<int>{0, 1, 3, 2} : std::vector<int>{0};
-  const GreyImage reduced = ScaleToLongSide(image, kReducedSide);
+  Query query{image, settings, ScaleToLongSide(image, kReducedSide), {0}, {}, {}, {}, {}};
+  if (settings.allTurns) query.turns = {0, 1, 3, 2};
+  std::vector<FoundFace> faces = FindPlain(&query);
+  if (!faces.empty() || WantsSmallFaces(settings)) AddOverlooked(&faces, &query);
+  return faces;
+}
+
+std::vector<FoundFace> Detector::FindPlain(Query* query) const {
   const int whole = kReducedSide / kWindowSide;
-  std::vector<FoundFace> faces = SearchByTurns(image, reduced, whole, turns, settings);
+  std::vector<FoundFace> faces = SearchByTurns(whole, query);
   if (!faces.empty()) return faces;
   // A close-up that fills the photograph.
+  const GreyImage& reduced = query->reduced;
   const std::vector<Window> wide = {CentredWindow(reduced.width, reduced.height, 2 * whole)};
-  faces = Merge(image, Search(image, reduced, wide, turns, settings), settings);
-  if (!faces.empty() || !WantsCloseSearch(image, settings)) return faces;
-  const GreyImage closer = ScaleToLongSide(image, kCloseSide);
-  const std::vector<Window> tiles = TileWindows(closer.width, closer.height);
-  return Merge(image, Search(image, closer, tiles, turns, settings), settings);
+  faces = Merge(Search(reduced, wide, query->turns, query), query);
+  if (!faces.empty() || !WantsCloseSearch(query->image, query->settings)) return faces;
+  const GreyImage closer = ScaleToLongSide(query->image, kCloseSide);
+  return Merge(Search(closer, TileWindows(closer.width, closer.height), query->turns, query), query);
 }
 
-std::vector<FoundFace> Detector::SearchByTurns(const GreyView& image, const GreyImage& reduced, int whole,
-                                               const std::vector<int>& turns, const DetectorSettings& settings) const {
-  const std::vector<Window> tiles = TileWindows(reduced.width, reduced.height);
+std::vector<FoundFace> Detector::SearchByTurns(int whole, Query* query) const {
+  const GreyImage& reduced = query->reduced;
   std::vector<Detection> found =
-      Search(image, reduced, {CentredWindow(reduced.width, reduced.height, whole)}, turns, settings);
-  const std::vector<int> sure = SureTurns(image, found, settings);
-  for (const int turn : sure.empty() ? turns : sure) {
-    const std::vector<Detection> more = Search(image, reduced, tiles, {turn}, settings);
+      Search(reduced, {CentredWindow(reduced.width, reduced.height, whole)}, query->turns, query);
+  const std::vector<int> sure = SureTurns(found, query);
+  for (const int turn : sure.empty() ? query->turns : sure) {
+    const std::vector<Detection> more = SearchTiles(turn, query);
     found.insert(found.end(), more.begin(), more.end());
-    if (sure.empty() && !SureTurns(image, more, settings).empty()) break;
+    if (sure.empty() && !SureTurns(more, query).empty()) break;
   }
-  return Merge(image, std::move(found), settings);
+  return Merge(std::move(found), query);
 }
 
-std::vector<Detection> Detector::Search(const GreyView& image, const GreyImage& reduced,
-                                        const std::vector<Window>& windows, const std::vector<int>& turns,
-                                        const DetectorSettings& settings) const {
+std::vector<Detection> Detector::SearchTiles(int turn, Query* query) const {
+  query->tiledTurns.push_back(turn);
+  return Search(query->reduced, TileWindows(query->reduced.width, query->reduced.height), {turn}, query);
+}
+
+std::vector<Detection> Detector::Search(const GreyImage& reduced, const std::vector<Window>& windows,
+                                        const std::vector<int>& turns, Query* query) const {
+  const double threshold = query->settings.threshold;
   std::vector<Detection> found;
   for (const Window& window : windows) {
-    const Placement place = PlacementOf(window, reduced, image);
+    const Placement place = PlacementOf(window, reduced, query->image);
     const std::vector<float> samples = SampleWindow(reduced, window);
-    for (const int turn : turns) {
-      for (const Detection& d : SearchWindow(samples, turn, settings.threshold)) {
-        if (!TouchesInnerBorder(window, d.box)) found.push_back(place(d));
+    const auto keep = [&](const std::vector<Detection>& decoded, int turn, std::vector<Detection>* kept) {
+      for (Detection d : SuppressWeighted(decoded, kGroupOverlap)) {
+        d = TurnBack(d, turn);
+        if (!TouchesInnerBorder(window, d.box)) kept->push_back(place(d));
       }
+    };
+    for (const int turn : turns) {
+      std::vector<Detection> decoded = RunWindow(samples, turn, std::min(threshold, kHintScore));
+      keep(decoded, turn, &query->hints);
+      decoded.erase(
+          std::remove_if(decoded.begin(), decoded.end(), [&](const Detection& d) { return !(d.score >= threshold); }),
+          decoded.end());
+      keep(decoded, turn, &found);
     }
   }
   return found;
 }
 
-std::vector<Detection> Detector::SearchWindow(const std::vector<float>& samples, int turn, double threshold) const {
-  constexpr double kOverlap = 0.3;
+std::vector<Detection> Detector::RunWindow(const std::vector<float>& samples, int turn, double threshold) const {
   const auto borrowed = detection_.Borrow();
   nn::Runtime* network = borrowed->network.get();
   FillTurned(samples, turn, network->Input(0));
   Run(network);
-  const auto decoded = DecodeAnchors(network->Output(0), network->Output(1), threshold);
-  std::vector<Detection> found;
-  for (const Detection& d : SuppressWeighted(decoded, kOverlap)) found.push_back(TurnBack(d, turn));
-  return found;
+  return DecodeAnchors(network->Output(0), network->Output(1), threshold);
 }
 
-std::vector<int> Detector::SureTurns(const GreyView& image, const std::vector<Detection>& found,
-                                     const DetectorSettings& settings) const {
+std::vector<int> Detector::SureTurns(const std::vector<Detection>& found, Query* query) const {
   std::vector<int> turns;
-  for (const Detection& d : KeepBest(found, settings.overlap)) {
-    if (d.score < kSureScore || std::find(turns.begin(), turns.end(), d.turn) != turns.end()) continue;
+  for (const Detection& d : KeepBest(found, query->settings.overlap)) {
+    if (d.score < kSureScore || Contains(turns, d.turn)) continue;
     FaceMesh mesh;
-    if (FindMesh(image, d, &mesh) && NearestTurn(EyeAngle(mesh.points)) == d.turn) turns.push_back(d.turn);
+    if (FindMesh(d, &mesh, query) && NearestTurn(EyeAngle(mesh.points)) == d.turn) turns.push_back(d.turn);
   }
   return turns;
 }
 
-std::vector<FoundFace> Detector::Merge(const GreyView& image, std::vector<Detection> found,
-                                       const DetectorSettings& settings) const {
+std::vector<FoundFace> Detector::Merge(std::vector<Detection> found, Query* query) const {
   std::vector<FoundFace> faces;
-  for (const Detection& detection : KeepBest(std::move(found), settings.overlap)) {
+  for (const Detection& detection : KeepBest(std::move(found), query->settings.overlap)) {
     FoundFace face;
-    if (!Confirm(image, detection, !settings.confirm, &face) || !InSizeRange(face, image, settings)) continue;
-    const bool repeated = std::any_of(faces.begin(), faces.end(), [&](const FoundFace& better) {
-      return SameFace(BoxOf(face.square), BoxOf(better.square), settings.overlap);
-    });
-    if (!repeated) faces.push_back(face);
+    if (Confirm(detection, &face, query) && IsNew(face, faces, query->image, query->settings)) faces.push_back(face);
   }
   return faces;
 }
 
-bool Detector::FindMesh(const GreyView& image, const Detection& d, FaceMesh* mesh) const {
-  return mesh_.Find(image, RegionOfBox(CentreOf(d), Size(d), AngleOf(d)), false, mesh) && mesh->presence >= kPresent;
+void Detector::AddOverlooked(std::vector<FoundFace>* faces, Query* query) const {
+  const auto add = [&](const FoundFace& face) {
+    if (IsNew(face, *faces, query->image, query->settings)) faces->push_back(face);
+  };
+  int looks = 0;
+  while (!query->hints.empty()) {
+    for (const Detection& hint : KeepBest(std::exchange(query->hints, {}), query->settings.overlap)) {
+      const bool isFound = std::any_of(faces->begin(), faces->end(), [&](const FoundFace& face) {
+        return SameFace(hint.box, BoxOf(face.square), query->settings.overlap);
+      });
+      FoundFace face;
+      if (isFound || ++looks > kMostLooks || !LookAgain(hint, &face, query)) continue;
+      add(face);
+      // Where one face of another turn is, others may be.
+      if (Contains(query->tiledTurns, face.turn) || !Contains(query->turns, face.turn)) continue;
+      for (const FoundFace& other : Merge(SearchTiles(face.turn, query), query)) add(other);
+    }
+  }
+  std::stable_sort(faces->begin(), faces->end(),
+                   [](const FoundFace& a, const FoundFace& b) { return a.score > b.score; });
 }
 
-bool Detector::Confirm(const GreyView& image, const Detection& detection, bool believeScore, FoundFace* face) const {
-  FaceMesh mesh;
-  bool present = FindMesh(image, detection, &mesh);
-  if (present && detection.score < kSureScore) {
-    // What only looks like a face does not hold when it is looked at again where its mesh says it is.
-    present = mesh_.Find(image, RegionOfMesh(mesh.points), false, &mesh) && mesh.presence >= kPresentAgain;
+bool Detector::LookAgain(const Detection& hint, FoundFace* face, Query* query) const {
+  const bool isStrong = hint.score >= query->settings.threshold;
+  // Most of what is no face does not show again, and one turn tells.
+  std::vector<Detection> far = LookAround(hint, kFarZoom, {hint.turn}, *query);
+  if (far.empty() && !isStrong) return false;
+  std::vector<int> others = query->turns;
+  others.erase(std::remove(others.begin(), others.end(), hint.turn), others.end());
+  for (const Detection& d : LookAround(hint, kFarZoom, others, *query)) far.push_back(d);
+  if (!HasScore(far, kSeenAgain)) return false;
+  const std::vector<Detection> near = LookAround(hint, kNearZoom, query->turns, *query);
+  if (!HasScore(near, kSeenAgain)) return false;
+
+  std::vector<Detection> seen = far;
+  seen.insert(seen.end(), near.begin(), near.end());
+  std::stable_sort(seen.begin(), seen.end(), [](const Detection& a, const Detection& b) { return a.score > b.score; });
+  for (const Detection& d : seen) {
+    FaceMesh mesh;
+    if (d.score < query->settings.threshold || !FindMeshTwice(d, &mesh, query)) continue;
+    *face = FaceAt(d.score, SquareOfMesh(mesh.points), EyeAngle(mesh.points));
+    return true;
   }
+  return isStrong && Agree(far, near, query->settings.threshold, face);
+}
+
+std::vector<Detection> Detector::LookAround(const Detection& hint, double zoom, const std::vector<int>& turns,
+                                            const Query& query) const {
+  const Point centre = CentreOf(hint);
+  const double side = zoom * Size(hint);
+  std::vector<float> samples(static_cast<size_t>(kWindowSide) * kWindowSide);
+  SampleRegion(query.image, {centre, side, 0}, kWindowSide, samples.data());
+  const Placement place{centre.x - side / 2, side, centre.y - side / 2, side};
+  std::vector<Detection> seen;
+  for (const int turn : turns) {
+    for (const Detection& d : SuppressWeighted(RunWindow(samples, turn, kGlimpse), kGroupOverlap)) {
+      const Detection placed = place(TurnBack(d, turn));
+      if (Distance(CentreOf(placed), centre) <= 0.5 * Size(hint)) seen.push_back(placed);
+    }
+  }
+  return seen;
+}
+
+bool Detector::FindMesh(const Detection& d, FaceMesh* mesh, Query* query) const {
+  const Region region = RegionOfBox(CentreOf(d), Size(d), AngleOf(d));
+  for (size_t i = 0; i < query->meshes.size(); ++i) {
+    const Region& known = query->meshedFor[i];
+    if (known.centre.x != region.centre.x || known.centre.y != region.centre.y || known.side != region.side ||
+        known.angle != region.angle) {
+      continue;
+    }
+    *mesh = query->meshes[i];
+    return mesh->presence >= kPresent;
+  }
+  if (!mesh_.Find(query->image, region, false, mesh)) return false;
+  query->meshes.push_back(*mesh);
+  query->meshedFor.push_back(region);
+  return mesh->presence >= kPresent;
+}
+
+// What only looks like a face does not hold when it is looked at again where its mesh says it is.
+bool Detector::FindMeshTwice(const Detection& d, FaceMesh* mesh, Query* query) const {
+  return FindMesh(d, mesh, query) && mesh_.Find(query->image, RegionOfMesh(mesh->points), false, mesh) &&
+         mesh->presence >= kPresentAgain;
+}
+
+bool Detector::Confirm(const Detection& detection, FoundFace* face, Query* query) const {
+  FaceMesh mesh;
+  const bool isSure = detection.score >= kSureScore;
+  const bool present = isSure ? FindMesh(detection, &mesh, query) : FindMeshTwice(detection, &mesh, query);
   *face = present ? FaceAt(detection.score, SquareOfMesh(mesh.points), EyeAngle(mesh.points))
                   : FaceAt(detection.score, {CentreOf(detection), kSquareOfBox * Size(detection)}, AngleOf(detection));
-  return present || believeScore || detection.score >= kSureScore;
+  return present || isSure || !query->settings.confirm;
 }
 
 }  // namespace qx::face

@@ -40,23 +40,42 @@ class Detector {
   std::vector<FoundFace> Find(const GreyView& image, const DetectorSettings& settings) const;
 
  private:
+  // One photograph, what is wanted of it, and what has come up so far.
+  struct Query {
+    const GreyView& image;
+    const DetectorSettings& settings;
+    GreyImage reduced;              // for the ordinary search
+    std::vector<int> turns;         // in which faces are looked for
+    std::vector<int> tiledTurns;    // in which the tiles have been searched so far
+    std::vector<Detection> hints;   // all detections, down to scores far below the lowest of a face
+    std::vector<FaceMesh> meshes;   // found so far, and
+    std::vector<Region> meshedFor;  // the region of each
+  };
+
+  // The faces that the search finds at a score that counts.
+  std::vector<FoundFace> FindPlain(Query* query) const;
   // Looks at the whole photograph in every turn, then closer in the turns that are sure to hold a face; while none is
   // known, turn by turn. `whole` is the step of the window that takes in the whole photograph.
-  std::vector<FoundFace> SearchByTurns(const GreyView& image, const GreyImage& reduced, int whole,
-                                       const std::vector<int>& turns, const DetectorSettings& settings) const;
+  std::vector<FoundFace> SearchByTurns(int whole, Query* query) const;
+  std::vector<Detection> SearchTiles(int turn, Query* query) const;
   // Detections of all windows and turns, in the photograph.
-  std::vector<Detection> Search(const GreyView& image, const GreyImage& reduced, const std::vector<Window>& windows,
-                                const std::vector<int>& turns, const DetectorSettings& settings) const;
-  // Detections in 0 to 1 of the window.
-  std::vector<Detection> SearchWindow(const std::vector<float>& samples, int turn, double threshold) const;
+  std::vector<Detection> Search(const GreyImage& reduced, const std::vector<Window>& windows,
+                                const std::vector<int>& turns, Query* query) const;
+  // Decoded anchors of one turn, best first, in 0 to 1 of the turned window.
+  std::vector<Detection> RunWindow(const std::vector<float>& samples, int turn, double threshold) const;
   // Turns in which a face was found beyond doubt.
-  std::vector<int> SureTurns(const GreyView& image, const std::vector<Detection>& found,
-                             const DetectorSettings& settings) const;
+  std::vector<int> SureTurns(const std::vector<Detection>& found, Query* query) const;
   // One face for all detections of it, confirmed, best first.
-  std::vector<FoundFace> Merge(const GreyView& image, std::vector<Detection> found,
-                               const DetectorSettings& settings) const;
-  bool FindMesh(const GreyView& image, const Detection& detection, FaceMesh* mesh) const;
-  bool Confirm(const GreyView& image, const Detection& detection, bool believeScore, FoundFace* face) const;
+  std::vector<FoundFace> Merge(std::vector<Detection> found, Query* query) const;
+  // Adds what the hints turn out to be when each is looked at again.
+  void AddOverlooked(std::vector<FoundFace>* faces, Query* query) const;
+  bool LookAgain(const Detection& hint, FoundFace* face, Query* query) const;
+  // Detections in the middle of a square around `hint`, `zoom` times its size, in the photograph.
+  std::vector<Detection> LookAround(const Detection& hint, double zoom, const std::vector<int>& turns,
+                                    const Query& query) const;
+  bool FindMesh(const Detection& detection, FaceMesh* mesh, Query* query) const;
+  bool FindMeshTwice(const Detection& detection, FaceMesh* mesh, Query* query) const;
+  bool Confirm(const Detection& detection, FoundFace* face, Query* query) const;
 
   NetworkUser<DetectionNetwork> detection_;
   FaceMeshNetwork mesh_;

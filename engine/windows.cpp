@@ -29,6 +29,19 @@ float CellMean(const GreyImage& image, int left, int top, int step) {
   return sum / static_cast<float>((x1 - x0) * (y1 - y0));
 }
 
+// A window of step 1: a copy with black where the image ends.
+std::vector<float> CopyWindow(const GreyImage& image, const Window& window) {
+  std::vector<float> samples(static_cast<size_t>(kWindowSide) * kWindowSide);
+  const int x0 = std::max(window.left, 0), x1 = std::min(window.left + kWindowSide, image.width);
+  const int y0 = std::max(window.top, 0), y1 = std::min(window.top + kWindowSide, image.height);
+  for (int y = y0; y < y1 && x0 < x1; ++y) {
+    const float* row = image.values.data() + static_cast<ptrdiff_t>(y) * image.width;
+    std::copy(row + x0, row + x1,
+              samples.begin() + static_cast<ptrdiff_t>(y - window.top) * kWindowSide + (x0 - window.left));
+  }
+  return samples;
+}
+
 }  // namespace
 
 Window CentredWindow(int width, int height, int step) {
@@ -50,6 +63,7 @@ std::vector<Window> TileWindows(int width, int height) {
 }
 
 std::vector<float> SampleWindow(const GreyImage& image, const Window& window) {
+  if (window.step == 1) return CopyWindow(image, window);
   std::vector<float> samples;
   samples.reserve(static_cast<size_t>(kWindowSide) * kWindowSide);
   for (int v = 0; v < kWindowSide; ++v) {

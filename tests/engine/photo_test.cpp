@@ -1,8 +1,10 @@
 // The engine on a photograph: a portrait whose face is upright, about 110 of 512 pixels wide, and open-eyed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
+#include <vector>
 #include <vips/vips8>
 
 #include "engine_instance.h"
@@ -138,6 +140,37 @@ TEST_F(Photograph, FoundWhenPartlyOutside) {
     for (size_t i = 0; i < 4; ++i) {
       EXPECT_NEAR(d.keyPoints[i] + (i % 2 == 0 ? part.x : part.y), whole.keyPoints[i], 0.06 * Side(*reference_));
     }
+  }
+}
+
+// Faces of different quarter turns in one picture, each at its place and in its turn.
+TEST_F(Photograph, EveryFaceHasItsOwnTurn) {
+  Engine engine;
+  const vips::VImage turned[] = {*upright_, upright_->rot90(), upright_->rot180(), upright_->rot270()};
+  const struct {
+    std::vector<vips::VImage> images;
+    std::vector<int> turns;
+    int across;
+  } cases[] = {{{turned[0], turned[1]}, {0, 1}, 2},
+               {{turned[0], turned[2]}, {0, 2}, 1},
+               {{turned[3], turned[0]}, {3, 0}, 1},
+               {{turned[0], turned[1], turned[2], turned[3]}, {0, 1, 2, 3}, 2}};
+  for (const auto& c : cases) {
+    const Grey image =
+        Read(vips::VImage::arrayjoin(c.images, vips::VImage::option()->set("across", c.across)->set("shim", 0)));
+    const std::vector<FaceEntry> faces = engine.Detect(image);
+    EXPECT_EQ(faces.size(), c.turns.size());
+    for (size_t i = 0; i < c.turns.size(); ++i) {
+      const int left = static_cast<int>(i) % c.across * upright_->width();
+      const int top = static_cast<int>(i) / c.across * upright_->height();
+      const auto is = [&](const FaceEntry& face) {
+        const int x = (face.corners[0] + face.corners[6]) / 2 - left, y = (face.corners[1] + face.corners[7]) / 2 - top;
+        return x >= 0 && x < upright_->width() && y >= 0 && y < upright_->height() &&
+               engine.Align(image, face).info[0] == c.turns[i];
+      };
+      EXPECT_EQ(std::count_if(faces.begin(), faces.end(), is), 1) << c.images.size() << " images, turn " << c.turns[i];
+    }
+    for (size_t i = 1; i < faces.size(); ++i) EXPECT_GE(faces[i - 1].unread, faces[i].unread) << "best first";
   }
 }
 
