@@ -2,81 +2,124 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace qx::photo {
 namespace {
 
-// Which source samples make one target sample, and how much of each.
+// Which source samples make each target sample, and how much of each: `count` from first[i] on, of sum 1.
 struct Taps {
-  size_t first = 0;
-  std::vector<float> weights;  // sum 1
+  std::vector<int> first;
+  std::vector<float> weights;
+  int count = 0;
 };
 
-std::vector<Taps> TriangleTaps(int sourceSize, double start, double extent, int targetSize) {
+Taps TriangleTaps(int sourceSize, double start, double extent, int targetSize) {
   const double step = extent / targetSize, support = std::max(1.0, step);
-  std::vector<Taps> all(static_cast<size_t>(targetSize));
+  Taps taps;
+  taps.count = std::min(sourceSize, static_cast<int>(std::ceil(2 * support)));
   for (int i = 0; i < targetSize; ++i) {
     // A centre outside takes the nearest sample.
     const double centre = std::clamp(start + (i + 0.5) * step, 0.5, sourceSize - 0.5);
-    const int first = std::max(0, static_cast<int>(std::floor(centre - support)));
-    const int last = std::min(sourceSize - 1, static_cast<int>(std::ceil(centre + support)));
-    Taps& taps = all[static_cast<size_t>(i)];
-    taps.first = static_cast<size_t>(first);
+    const int first = std::clamp(static_cast<int>(std::ceil(centre - support - 0.5)), 0, sourceSize - taps.count);
+    auto weight = [&](int j) { return std::max(0.0, 1 - std::abs(first + j + 0.5 - centre) / support); };
     double sum = 0;
-    for (int j = first; j <= last; ++j) sum += std::max(0.0, 1 - std::abs(j + 0.5 - centre) / support);
-    for (int j = first; j <= last; ++j) {
-      taps.weights.push_back(static_cast<float>(std::max(0.0, 1 - std::abs(j + 0.5 - centre) / support) / sum));
-    }
+    for (int j = 0; j < taps.count; ++j) sum += weight(j);
+    taps.first.push_back(first);
+    for (int j = 0; j < taps.count; ++j) taps.weights.push_back(static_cast<float>(weight(j) / sum));
   }
-  return all;
+  return taps;
 }
 
+// One row between the source's rows.
 template <typename Sample>
-Raster ResampleSamples(const Sample* source, int sourceWidth, int sourceHeight, int channels, float unit,
-                       const Window& window, int width, int height) {
-  const std::vector<Taps> columns = TriangleTaps(sourceWidth, window.left, window.width, width);
-  const std::vector<Taps> rows = TriangleTaps(sourceHeight, window.top, window.height, height);
-  const auto step = static_cast<size_t>(channels);
-  const size_t stride = static_cast<size_t>(sourceWidth) * step;
-  const size_t begin = columns.front().first * step;
-  const size_t end = (columns.back().first + columns.back().weights.size()) * step;
-  Raster target(width, height, channels);
-  std::vector<float> line(stride);
-  for (int y = 0; y < height; ++y) {
-    const Taps& taps = rows[static_cast<size_t>(y)];
-    std::fill(line.begin(), line.end(), 0.0f);
-    for (size_t j = 0; j < taps.weights.size(); ++j) {
-      const float weight = taps.weights[j] * unit;
-      const Sample* from = source + (taps.first + j) * stride;
-      for (size_t i = begin; i < end; ++i) line[i] += weight * static_cast<float>(from[i]);
-    }
-    float* to = target.At(0, y);
-    for (const Taps& column : columns) {
-      for (size_t c = 0; c < step; ++c) {
-        const float* from = line.data() + column.first * step + c;
-        float sum = 0;
-        for (size_t j = 0; j < column.weights.size(); ++j) sum += column.weights[j] * from[j * step];
-        *to++ = sum;
-      }
-    }
+void BlendRows(const Sample* source, size_t stride, const float* weights, int count, size_t samples, float* line) {
+  for (size_t i = 0; i < samples; ++i) line[i] = weights[0] * static_cast<float>(source[i]);
+  for (int j = 1; j < count; ++j) {
+    const Sample* from = source + static_cast<size_t>(j) * stride;
+    const float weight = weights[j];
+    if (weight == 0) continue;
+    for (size_t i = 0; i < samples; ++i) line[i] += weight * static_cast<float>(from[i]);
   }
-  return target;
+}
+
+// `kCount`: of the taps, or 0 for any.
+template <int kChannels, int kCount>
+void BlendColumns(const float* line, const Taps& taps, int begin, float* to) {
+  const float* weight = taps.weights.data();
+  const int count = kCount > 0 ? kCount : taps.count;
+  for (const int first : taps.first) {
+    const float* from = line + static_cast<ptrdiff_t>(first - begin) * kChannels;
+    float sum[kChannels] = {};
+    for (int j = 0; j < count; ++j, from += kChannels) {
+      for (int c = 0; c < kChannels; ++c) sum[c] += weight[j] * from[c];
+    }
+    weight += count;
+    to = std::copy_n(sum, kChannels, to);
+  }
+}
+
+// Calls `emit` with each target row, in the source's units.
+template <int kChannels, typename Sample, typename Emit>
+void ResampleRows(const Sample* source, int sourceWidth, int sourceHeight, const Rectangle& window, int width,
+                  int height, Emit emit) {
+  const Taps columns = TriangleTaps(sourceWidth, window.left, window.width, width);
+  const Taps rows = TriangleTaps(sourceHeight, window.top, window.height, height);
+  const size_t stride = static_cast<size_t>(sourceWidth) * kChannels;
+  const int begin = columns.first.front();  // of the columns that take part
+  const auto samples = static_cast<size_t>(columns.first.back() + columns.count - begin) * kChannels;
+  Floats line(samples), row(static_cast<size_t>(width) * kChannels);
+  for (int y = 0; y < height; ++y) {
+    const auto at = static_cast<size_t>(y);
+    BlendRows(source + static_cast<size_t>(rows.first[at]) * stride + static_cast<size_t>(begin) * kChannels, stride,
+              rows.weights.data() + at * static_cast<size_t>(rows.count), rows.count, samples, line.data());
+    if (columns.count == 2) {
+      BlendColumns<kChannels, 2>(line.data(), columns, begin, row.data());
+    } else {
+      BlendColumns<kChannels, 0>(line.data(), columns, begin, row.data());
+    }
+    emit(y, row);
+  }
+}
+
+void Round(const Floats& row, uint8_t* to) {
+  for (const float value : row) *to++ = static_cast<uint8_t>(static_cast<int>(value + 0.5f));
 }
 
 }  // namespace
 
-Raster Resample(const Raster& source, const Window& window, int width, int height) {
-  return ResampleSamples(source.values.data(), source.width, source.height, source.channels, 1.0f, window, width,
-                         height);
+Raster Resample(const Raster& source, const Rectangle& window, int width, int height) {
+  Raster target(width, height, source.channels);
+  auto emit = [&](int y, const Floats& row) { std::copy(row.begin(), row.end(), target.At(0, y)); };
+  ResampleRows<1>(source.values.data(), source.width, source.height, window, width, height, emit);
+  return target;
 }
 
-Raster Resample(const Image& source, const Window& window, int width, int height) {
-  return ResampleSamples(source.bgr.data(), source.width, source.height, 3, 1.0f / 255, window, width, height);
+Raster Resample(const Image& source, const Rectangle& window, int width, int height) {
+  Raster target(width, height, 3);
+  ResampleRows<3>(source.bgr.data(), source.width, source.height, window, width, height, [&](int y, const Floats& row) {
+    float* to = target.At(0, y);
+    for (const float value : row) *to++ = value / 255;
+  });
+  return target;
 }
 
-Raster Resample(const Mask& source, int width, int height) {
-  const Window whole{0, 0, static_cast<double>(source.width), static_cast<double>(source.height)};
-  return ResampleSamples(source.values.data(), source.width, source.height, 1, 1.0f / 255, whole, width, height);
+Image ResampleWhole(const Image& source, int width, int height) {
+  if (width == source.width && height == source.height) return source;
+  Image target(width, height);
+  ResampleRows<3>(source.bgr.data(), source.width, source.height,
+                  {0, 0, double{1} * source.width, double{1} * source.height}, width, height,
+                  [&](int y, const Floats& row) { Round(row, target.At(0, y)); });
+  return target;
+}
+
+Mask ResampleWhole(const Mask& source, int width, int height) {
+  if (width == source.width && height == source.height) return source;
+  Mask target(width, height);
+  ResampleRows<1>(source.values.data(), source.width, source.height,
+                  {0, 0, double{1} * source.width, double{1} * source.height}, width, height,
+                  [&](int y, const Floats& row) { Round(row, target.Row(y)); });
+  return target;
 }
 
 void Sample(const Raster& source, double x, double y, float* channels) {
@@ -91,41 +134,6 @@ void Sample(const Raster& source, double x, double y, float* channels) {
     const float upper = a[i] + fx * (b[i] - a[i]), lower = c[i] + fx * (d[i] - c[i]);
     channels[i] = upper + fy * (lower - upper);
   }
-}
-
-Raster BoxMean(const Raster& source, int radius) {
-  const int width = source.width, height = source.height;
-  const auto step = static_cast<size_t>(source.channels);
-  const size_t stride = static_cast<size_t>(width) * step;
-  Raster target(width, height, source.channels);
-  // Running sums, in double so that what leaves the window leaves it without a trace that matters.
-  std::vector<double> columns(stride), sum(step);
-  auto add = [&](int y, double sign) {
-    const float* row = source.At(0, y);
-    for (size_t i = 0; i < stride; ++i) columns[i] += sign * static_cast<double>(row[i]);
-  };
-  for (int y = 0; y < std::min(radius, height); ++y) add(y, 1);
-  for (int y = 0; y < height; ++y) {
-    if (y + radius < height) add(y + radius, 1);
-    if (y - radius - 1 >= 0) add(y - radius - 1, -1);
-    const int rows = std::min(y + radius, height - 1) - std::max(y - radius, 0) + 1;
-    std::fill(sum.begin(), sum.end(), 0.0);
-    auto column = [&](int x, size_t c) { return columns[static_cast<size_t>(x) * step + c]; };
-    for (size_t c = 0; c < step; ++c) {
-      for (int x = 0; x < std::min(radius, width); ++x) sum[c] += column(x, c);
-    }
-    float* to = target.At(0, y);
-    for (int x = 0; x < width; ++x) {
-      const int count = (std::min(x + radius, width - 1) - std::max(x - radius, 0) + 1) * rows;
-      const double part = 1.0 / count;
-      for (size_t c = 0; c < step; ++c) {
-        if (x + radius < width) sum[c] += column(x + radius, c);
-        if (x - radius - 1 >= 0) sum[c] -= column(x - radius - 1, c);
-        *to++ = static_cast<float>(sum[c] * part);
-      }
-    }
-  }
-  return target;
 }
 
 }  // namespace qx::photo

@@ -1,16 +1,15 @@
-// Pictures of floating-point samples: resampling and box means.
+// Pictures of floating-point samples, and resampling.
 #ifndef QX_PHOTO_BASE_RASTER_H
 #define QX_PHOTO_BASE_RASTER_H
 
 #include <cstddef>
-#include <cstdint>
-#include <vector>
 
+#include "photo/base/geometry.h"
 #include "photo/base/image.h"
 
 namespace qx::photo {
 
-// Rows top to bottom without gaps, the channels of a pixel side by side.
+// Rows top to bottom without gaps, the channels of a pixel side by side. Unfilled at first.
 struct Raster {
   Raster() = default;
   Raster(int w, int h, int c)
@@ -28,27 +27,20 @@ struct Raster {
   int width = 0;
   int height = 0;
   int channels = 0;
-  std::vector<float> values;
-};
-
-// A part of a picture, in pixels; the centre of the first pixel lies at (0.5, 0.5).
-struct Window {
-  double left = 0, top = 0, width = 0, height = 0;
+  Floats values;
 };
 
 // The window brought to width x height pixels: a triangle filter that is as wide as two source pixels or, when
-// shrinking, two target pixels. Whatever lies outside the source has no weight; a window needs to overlap it.
-Raster Resample(const Raster& source, const Window& window, int width, int height);
+// shrinking, two target pixels. Beyond the source its border goes on.
+Raster Resample(const Raster& source, const Rectangle& window, int width, int height);
 // The same for a photograph; bytes become 0 to 1, the order blue, green, red stays.
-Raster Resample(const Image& source, const Window& window, int width, int height);
-// The same for the whole of a mask; bytes become 0 to 1.
-Raster Resample(const Mask& source, int width, int height);
+Raster Resample(const Image& source, const Rectangle& window, int width, int height);
+// The same for the whole, in bytes.
+Image ResampleWhole(const Image& source, int width, int height);
+Mask ResampleWhole(const Mask& source, int width, int height);
 
 // The channels at a point, bilinear between the pixels' centres; points outside take the nearest.
 void Sample(const Raster& source, double x, double y, float* channels);
-
-// Mean of each channel over the square of side 2 * radius + 1 around each pixel, as far as it lies in the picture.
-Raster BoxMean(const Raster& source, int radius);
 
 }  // namespace qx::photo
 

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "photo/base/failure.h"
+#include "photo/base/raster.h"
+#include "photo/person/guided_filter.h"
 #include "photo/person/outline.h"
 #include "photo/person/region.h"
 
@@ -32,12 +35,12 @@ constexpr double kBody = 1.3;  // in face widths below the face
 constexpr float kSureReach = 0.06f;
 
 struct WorkingPicture {
-  Raster colours;                        // blue, green, red, 0 to 1
+  Image colours;
   double faceWidth;                      // of the largest person, in working pixels
   std::vector<FaceBox> persons, others;  // in working pixels
 };
 
-Window SquareAround(const FaceBox& face, double side, const Raster& picture) {
+Rectangle SquareAround(const FaceBox& face, double side, const Image& picture) {
   const double width = face.Width(), extent = side * width;
   const double left = (face.left + face.right - extent) / 2;
   const double top = face.top - std::clamp((side - 1) / 3, 0.85, 1.2) * width;
@@ -46,41 +49,52 @@ Window SquareAround(const FaceBox& face, double side, const Raster& picture) {
   return {std::max(left, 0.0), std::max(top, 0.0), right - std::max(left, 0.0), bottom - std::max(top, 0.0)};
 }
 
-// 0 at the window's sides, 1 from the feather's width on; the sides that are the picture's own do not fade.
-float Weight(const Window& window, double x, double y, const Raster& picture) {
-  const double feather = kFeather * std::max(window.width, window.height);
-  double inside = feather;
-  if (window.left > 0) inside = std::min(inside, x - window.left);
-  if (window.top > 0) inside = std::min(inside, y - window.top);
-  if (window.left + window.width < picture.width) inside = std::min(inside, window.left + window.width - x);
-  if (window.top + window.height < picture.height) inside = std::min(inside, window.top + window.height - y);
-  return static_cast<float>(std::clamp(inside / feather, 0.0, 1.0));
+// How far each of the pixels from `first` on lies inside a window's two sides, at most `feather`; a side that is the
+// picture's own does not count.
+std::vector<float> Inside(int first, int end, double start, double length, int pixels, double feather) {
+  std::vector<float> inside;
+  for (int i = first; i < end; ++i) {
+    double least = feather;
+    if (start > 0) least = std::min(least, i + 0.5 - start);
+    if (start + length < pixels) least = std::min(least, start + length - (i + 0.5));
+    inside.push_back(static_cast<float>(std::max(least, 0.0)));
+  }
+  return inside;
 }
 
-void Blend(Raster& map, const Raster& colours, const Raster& probability, const Window& window, float share) {
+// The window's answer has the weight `share`, less towards the window's sides.
+void Blend(Raster& map, const Raster& probability, const Rectangle& window, float share) {
   const int left = static_cast<int>(std::floor(window.left)), top = static_cast<int>(std::floor(window.top));
-  const int right = std::min(map.width, static_cast<int>(std::ceil(window.left + window.width)));
-  const int bottom = std::min(map.height, static_cast<int>(std::ceil(window.top + window.height)));
+  const int right = std::min(map.width, static_cast<int>(std::ceil(window.Right())));
+  const int bottom = std::min(map.height, static_cast<int>(std::ceil(window.Bottom())));
   const double toX = PersonNetwork::kSide / window.width, toY = PersonNetwork::kSide / window.height;
-  const Window part{(left - window.left) * toX, (top - window.top) * toY, (right - left) * toX, (bottom - top) * toY};
+  const Rectangle part{(left - window.left) * toX, (top - window.top) * toY, (right - left) * toX,
+                       (bottom - top) * toY};
   const Raster fitted = Resample(probability, part, right - left, bottom - top);
+  const double feather = kFeather * std::max(window.width, window.height);
+  const std::vector<float> columns = Inside(left, right, window.left, window.width, map.width, feather);
+  const std::vector<float> rows = Inside(top, bottom, window.top, window.height, map.height, feather);
+  const float unit = share / static_cast<float>(feather);
   for (int y = top; y < bottom; ++y) {
-    for (int x = left; x < right; ++x) {
-      const float weight = share * Weight(window, x + 0.5, y + 0.5, colours);
-      float* value = map.At(x, y);
-      *value += weight * (*fitted.At(x - left, y - top) - *value);
-    }
+    const float row = rows[static_cast<size_t>(y - top)];
+    const float* from = fitted.At(0, y - top);
+    float* to = map.At(left, y);
+    for (size_t x = 0; x < columns.size(); ++x) to[x] += unit * std::min(columns[x], row) * (from[x] - to[x]);
   }
 }
 
+Rectangle Whole(const Image& picture) {
+  return {0, 0, double{1} * picture.width, double{1} * picture.height};
+}
+
 Raster PersonProbability(PersonNetwork& network, const WorkingPicture& picture, const FaceBox& face) {
-  const Raster& colours = picture.colours;
-  const Window whole{0, 0, double{1} * colours.width, double{1} * colours.height};
-  Raster map(colours.width, colours.height, 1);
-  Blend(map, colours, network.Probability(colours, whole), whole, 1);
+  const Image& colours = picture.colours;
+  constexpr double kSide = PersonNetwork::kSide;
+  Raster map =
+      Resample(network.Probability(colours, Whole(colours)), {0, 0, kSide, kSide}, colours.width, colours.height);
   for (const Square& square : kSquares) {
-    const Window window = SquareAround(face, square.side, colours);
-    Blend(map, colours, network.Probability(colours, window), window, square.share);
+    const Rectangle window = SquareAround(face, square.side, colours);
+    Blend(map, network.Probability(colours, window), window, square.share);
   }
   return map;
 }
@@ -92,26 +106,34 @@ double BodyDistance(const FaceBox& face, double x, double y) {
   return (dx * dx + dy * dy) / (width * width);
 }
 
-// Takes away what the network is unsure of.
-void DropUnsure(Raster& map, const WorkingPicture& picture) {
+// Without what the network is unsure of.
+Mask DropUnsure(const Raster& map, const WorkingPicture& picture) {
   Region sure(map.width, map.height);
   double body = 0;  // the row below which bodies lie
   for (const FaceBox& face : picture.persons) body = std::max(body, face.bottom + kBody * face.Width());
   for (int y = 0; y < map.height; ++y) {
     const float least = y < body ? kSureAtHead : kSureAtBody;
-    for (int x = 0; x < map.width; ++x) sure.At(x, y) = *map.At(x, y) > least;
+    const float* from = map.At(0, y);
+    uint8_t* to = &sure.At(0, y);
+    for (int x = 0; x < map.width; ++x) to[x] = from[x] > least;
   }
-  const Raster distance = SignedDistance(sure);
   const float reach = kSureReach * static_cast<float>(picture.faceWidth);
-  for (size_t i = 0; i < map.values.size(); ++i) {
-    map.values[i] *= std::clamp(2 + distance.values[i] / reach, 0.0f, 1.0f);
+  const Distances distances = SignedDistance(sure, 2 * reach);
+  Mask left(map.width, map.height);
+  for (size_t i = 0; i < distances.size(); ++i) {
+    const float share = 2 + static_cast<float>(distances[i]) / (kDistanceUnit * reach);
+    const float value = map.values[i] * std::clamp(share, 0.0f, 1.0f);
+    left.values[i] = static_cast<uint8_t>(static_cast<int>(std::clamp(value, 0.0f, 1.0f) * 255 + 0.5f));
   }
+  return left;
 }
 
 // Each pixel mostly as it appears around the person to whom it is nearest.
 Raster PersonsProbability(PersonNetwork& network, const WorkingPicture& picture) {
   if (picture.persons.size() == 1) return PersonProbability(network, picture, picture.persons[0]);
-  Raster map(picture.colours.width, picture.colours.height, 1), sum = map;
+  Raster map(picture.colours.width, picture.colours.height, 1);
+  std::fill(map.values.begin(), map.values.end(), 0.0f);
+  Raster sum = map;
   for (const FaceBox& face : picture.persons) {
     const Raster one = PersonProbability(network, picture, face);
     for (int y = 0; y < map.height; ++y) {
@@ -140,51 +162,72 @@ constexpr double kCopyFaceWidth = 96;
 // come back after the cut; the rim around a person in which the map stays as it is; the largest hole, in square pixels.
 constexpr int kNeck = 6, kReturn = 16, kRim = 3, kHole = 1200;
 
-Window Whole(const Raster& raster) {
-  return {0, 0, double{1} * raster.width, double{1} * raster.height};
-}
-
 // The faces' pixels in the copy; what belongs to other persons is wiped from it.
-Region MarkFaces(Raster& copy, const Raster& map, const WorkingPicture& picture) {
+Region MarkFaces(Mask& copy, const WorkingPicture& picture) {
+  const double toX = double{1} * picture.colours.width / copy.width;
+  const double toY = double{1} * picture.colours.height / copy.height;
   Region faces(copy.width, copy.height);
-  for (int y = 0; y < copy.height; ++y) {
-    for (int x = 0; x < copy.width; ++x) {
-      const double px = (x + 0.5) * map.width / copy.width, py = (y + 0.5) * map.height / copy.height;
-      if (!picture.others.empty() && NearerToOther(picture, px, py)) *copy.At(x, y) = 0;
-      for (const FaceBox& face : picture.persons) {
+  for (const FaceBox& face : picture.persons) {
+    for (int y = 0; y < copy.height; ++y) {
+      const double py = (y + 0.5) * toY;
+      for (int x = 0; x < copy.width; ++x) {
+        const double px = (x + 0.5) * toX;
         if (px > face.left && px < face.right && py > face.top && py < face.bottom) faces.At(x, y) = 1;
       }
+    }
+  }
+  if (picture.others.empty()) return faces;
+  for (int y = 0; y < copy.height; ++y) {
+    for (int x = 0; x < copy.width; ++x) {
+      if (NearerToOther(picture, (x + 0.5) * toX, (y + 0.5) * toY)) copy.Row(y)[x] = 0;
     }
   }
   return faces;
 }
 
-// Keeps what hangs together with the faces by more than a thin neck, and closes small holes.
-void KeepPersons(Raster& map, const WorkingPicture& picture) {
-  const double scale = std::min(1.0, kCopyFaceWidth / picture.faceWidth);
-  const int width = std::max(1, static_cast<int>(std::lround(map.width * scale)));
-  const int height = std::max(1, static_cast<int>(std::lround(map.height * scale)));
-  Raster copy = Resample(map, Whole(map), width, height);
-  const Region faces = MarkFaces(copy, map, picture);
-  const Region open = Above(copy, 0.5f);
+// How much of the map stays, and what is filled whatever it says, at the copy's size.
+struct Keeping {
+  Mask share, filled;
+};
+
+Keeping KeepConnected(const Region& faces, const Region& open) {
+  const int width = open.width, height = open.height;
   Region solid = open;
   FillHoles(solid, kHole);
-  const Region core = Grow(faces, Above(SignedDistance(solid), kNeck), width * height);
+  Region core(width, height);
+  Distances distances = SignedDistance(solid, kNeck + 1);
+  for (size_t i = 0; i < distances.size(); ++i) core.bits[i] = distances[i] > kNeck * kDistanceUnit;
+  core = Grow(faces, core, width * height);
   if (std::find(core.bits.begin(), core.bits.end(), 1) == core.bits.end()) {
     throw Failure(FailureCode::kNoPerson, "no person can be told from the background; keep it, or give a mask");
   }
   const Region persons = Grow(core, solid, kReturn);
-  Raster keep = SignedDistance(persons);
-  for (float& value : keep.values) value = std::clamp((value + kRim) / 2, 0.0f, 1.0f);
   Region holes = persons;
   for (size_t i = 0; i < holes.bits.size(); ++i) holes.bits[i] = persons.bits[i] && !open.bits[i];
   holes = Grow(holes, persons, 2);  // their rim as well
-  Raster filled(width, height, 1);
-  std::copy(holes.bits.begin(), holes.bits.end(), filled.values.begin());
-  keep = Resample(keep, Whole(keep), map.width, map.height);
-  filled = Resample(filled, Whole(filled), map.width, map.height);
+  Keeping keeping{Mask(width, height), Mask(width, height)};
+  distances = SignedDistance(persons, kRim);
+  for (size_t i = 0; i < distances.size(); ++i) {
+    const int share = (distances[i] + kRim * kDistanceUnit) * 255 / (2 * kDistanceUnit);
+    keeping.share.values[i] = static_cast<uint8_t>(std::clamp(share, 0, 255));
+    keeping.filled.values[i] = static_cast<uint8_t>(255 * holes.bits[i]);
+  }
+  return keeping;
+}
+
+// Keeps what hangs together with the faces by more than a thin neck, and closes small holes.
+void KeepPersons(Mask& map, const WorkingPicture& picture) {
+  const double scale = std::min(1.0, kCopyFaceWidth / picture.faceWidth);
+  const int width = std::max(1, static_cast<int>(std::lround(map.width * scale)));
+  const int height = std::max(1, static_cast<int>(std::lround(map.height * scale)));
+  Mask copy = ResampleWhole(map, width, height);
+  const Region faces = MarkFaces(copy, picture);
+  const Keeping keeping = KeepConnected(faces, AtLeastHalf(copy, {0, 0, width, height}));
+  const Mask share = ResampleWhole(keeping.share, map.width, map.height);
+  const Mask filled = ResampleWhole(keeping.filled, map.width, map.height);
   for (size_t i = 0; i < map.values.size(); ++i) {
-    map.values[i] = std::max(map.values[i] * keep.values[i], filled.values[i]);
+    const int kept = (map.values[i] * share.values[i] + 127) / 255;
+    map.values[i] = std::max(static_cast<uint8_t>(kept), filled.values[i]);
   }
 }
 
@@ -209,8 +252,7 @@ WorkingPicture MakeWorkingPicture(const Image& photograph, const std::vector<Fac
   const double scale = std::min({1.0, kWorkingFaceWidth / widest, std::sqrt(kWorkingPixels / pixels)});
   const int width = std::max(1, static_cast<int>(std::lround(photograph.width * scale)));
   const int height = std::max(1, static_cast<int>(std::lround(photograph.height * scale)));
-  picture.colours =
-      Resample(photograph, {0, 0, double{1} * photograph.width, double{1} * photograph.height}, width, height);
+  picture.colours = ResampleWhole(photograph, width, height);
   picture.faceWidth = widest * scale;
   auto toWorking = [&](const std::vector<FaceBox>& faces) {
     std::vector<FaceBox> scaled;
@@ -223,17 +265,16 @@ WorkingPicture MakeWorkingPicture(const Image& photograph, const std::vector<Fac
   return picture;
 }
 
-// Radius of a filter's windows in pixels, from a part of the face's width.
-int Reach(double part, double faceWidth) {
-  return std::max(2, static_cast<int>(std::lround(part * faceWidth)));
-}
+// A wide filter finds the edges that the network missed by a little, a narrow one follows them closely.
+enum class Follow { kWide, kClose };
 
-Bytes ToBytes(const std::vector<float>& values) {
-  Bytes bytes(values.size());
-  for (size_t i = 0; i < values.size(); ++i) {
-    bytes[i] = static_cast<uint8_t>(std::clamp(values[i], 0.0f, 1.0f) * 255 + 0.5f);
-  }
-  return bytes;
+OutlineFilter FilterFor(Follow follow, double faceWidth) {
+  auto radius = [&](double part) {
+    return std::clamp(static_cast<int>(std::lround(part * faceWidth)), 2, GuidedFilter::kMostRadius);
+  };
+  auto band = [&](double part) { return std::max(2.0f, static_cast<float>(part * faceWidth)); };
+  if (follow == Follow::kWide) return {radius(0.07), 1e-4, 2.5f, band(0.08)};
+  return {radius(0.03), 1e-4, 2.0f, band(0.05)};
 }
 
 }  // namespace
@@ -245,20 +286,14 @@ PersonMap PersonSegmenter::FindPersons(const Image& overview, const std::vector<
   const std::vector<FaceBox> wanted = Clamped(persons, overview);
   if (wanted.size() != persons.size())
     throw Failure(FailureCode::kNoFace, "a face for the mask lies outside the photograph");
-  const WorkingPicture picture = MakeWorkingPicture(overview, wanted, Clamped(others, overview));
-  Raster map = PersonsProbability(network_, picture);
-  DropUnsure(map, picture);
-  // A wide filter finds the edges that the network missed by a little, a narrow one follows them closely.
-  const auto width = static_cast<float>(picture.faceWidth);
-  map = FilterOutline(map, picture.colours, {Reach(0.07, picture.faceWidth), 1e-4, 2.5f, 0.08f * width});
-  KeepPersons(map, picture);
-  PersonMap result;
-  result.coverage = Mask(map.width, map.height, ToBytes(map.values));
-  result.colours = Image(map.width, map.height, ToBytes(picture.colours.values));
-  result.faceWidth = picture.faceWidth;
-  result.scaleX = double{1} * map.width / overview.width;
-  result.scaleY = double{1} * map.height / overview.height;
-  return result;
+  WorkingPicture picture = MakeWorkingPicture(overview, wanted, Clamped(others, overview));
+  const Image& colours = picture.colours;
+  Mask coverage = DropUnsure(PersonsProbability(network_, picture), picture);
+  coverage = FilterOutline(coverage, colours, FilterFor(Follow::kWide, picture.faceWidth), colours, Whole(colours));
+  KeepPersons(coverage, picture);
+  const double scaleX = double{1} * colours.width / overview.width;
+  const double scaleY = double{1} * colours.height / overview.height;
+  return {std::move(coverage), std::move(picture.colours), picture.faceWidth, scaleX, scaleY};
 }
 
 Mask PersonSegmenter::Segment(const Image& photograph, const std::vector<FaceBox>& persons,
@@ -272,11 +307,8 @@ Mask CoarseMask(const PersonMap& map) {
 }
 
 Mask RefineMask(const PersonMap& map, const Image& picture, const Rectangle& window) {
-  const int width = map.coverage.width, height = map.coverage.height;
-  const OutlineFilter filter{Reach(0.03, map.faceWidth), 1e-4, 2.0f, 0.05f * static_cast<float>(map.faceWidth)};
   return FilterOutline(
-      Resample(map.coverage, width, height),
-      Resample(map.colours, {0, 0, double{1} * width, double{1} * height}, width, height), filter, picture,
+      map.coverage, map.colours, FilterFor(Follow::kClose, map.faceWidth), picture,
       {window.left * map.scaleX, window.top * map.scaleY, window.width * map.scaleX, window.height * map.scaleY});
 }
 

@@ -1,5 +1,6 @@
 #include "photo/person/network.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 
@@ -24,9 +25,10 @@ PersonNetwork::PersonNetwork() {
   }
 }
 
-Raster PersonNetwork::Probability(const Raster& photograph, const Window& window) {
+Raster PersonNetwork::Probability(const Image& photograph, const Rectangle& window) {
   const Raster picture = Resample(photograph, window, kSide, kSide);
   Raster mean(kSide, kSide, 1);
+  std::fill(mean.values.begin(), mean.values.end(), 0.0f);
   for (const bool mirrored : {false, true}) {
     auto column = [&](int x) { return mirrored ? kSide - 1 - x : x; };
     float* to = runtime_->Input(0);

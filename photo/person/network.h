@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "nn/runtime.h"
+#include "photo/base/geometry.h"
+#include "photo/base/image.h"
 #include "photo/base/raster.h"
 
 namespace qx::photo {
@@ -18,8 +20,7 @@ class PersonNetwork {
 
   // How likely each point of a window shows a person, 0 to 1, kSide x kSide values over the window. The mean of the
   // window and its mirror image, so that a mirrored photograph has the mirrored answer.
-  // `photograph`: blue, green, red, 0 to 1.
-  Raster Probability(const Raster& photograph, const Window& window);
+  Raster Probability(const Image& photograph, const Rectangle& window);
 
  private:
   std::unique_ptr<nn::Runtime> runtime_;

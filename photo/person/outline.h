@@ -4,7 +4,6 @@
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
-#include "photo/base/raster.h"
 
 namespace qx::photo {
 
@@ -13,16 +12,14 @@ struct OutlineFilter {
   int radius;      // of the filter's windows
   double epsilon;  // of the filter
   float contrast;  // slope of the result over the filter's value, around one half
-  float band;      // half the width of the band around the outline in which the filter decides; beyond it the result
-                   // is 0 or 1, towards its sides the filter's say fades
+  float band;      // half the width of the band around the outline in which the filter decides, 1 to 120; beyond it
+                   // the result is 0 or 1, towards its sides the filter's say fades
 };
 
-// The map filtered at its own size. `colours`: three channels, 0 to 1, of the map's size.
-Raster FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter);
-
 // The map filtered at a picture's size: `colours` is a copy of the photograph at the map's size, `window` the part that
-// the picture shows, in pixels of the map; what lies outside of the map goes on as at its border.
-Mask FilterOutline(const Raster& map, const Raster& colours, const OutlineFilter& filter, const Image& picture,
+// the picture shows, in pixels of the map; what lies outside of the map goes on as at its border. The picture may be
+// `colours` itself. The time grows with the pixels only where the outline passes; so does the memory beyond the result.
+Mask FilterOutline(const Mask& map, const Image& colours, const OutlineFilter& filter, const Image& picture,
                    const Rectangle& window);
 
 }  // namespace qx::photo

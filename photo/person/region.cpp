@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace qx::photo {
 namespace {
 
-constexpr float kFar = 1e6f;
-constexpr float kDiagonal = 1.41421356f;
+constexpr int kDiagonal = 181;  // sqrt 2 in distance units
 
 // Calls `visit` for each of the four neighbours within the picture.
 template <typename Visit>
@@ -18,47 +18,89 @@ void ForNeighbours(const Region& region, int x, int y, Visit visit) {
   if (y + 1 < region.height) visit(x, y + 1);
 }
 
-// Distance of the pixels outside the set of `bit` from it, between centres; 0 in it.
-Raster DistanceTo(const Region& region, uint8_t bit) {
-  const int width = region.width, height = region.height;
-  Raster distance(width, height, 1);
-  for (size_t i = 0; i < region.bits.size(); ++i) distance.values[i] = region.bits[i] == bit ? 0.0f : kFar;
-  // Forward from the top left with the neighbours already passed, then backward from the bottom right.
-  for (const int step : {1, -1}) {
-    const int firstX = step > 0 ? 0 : width - 1, firstY = step > 0 ? 0 : height - 1;
-    for (int y = firstY; y >= 0 && y < height; y += step) {
-      const float* before = y == firstY ? nullptr : distance.At(0, y - step);
-      float* row = distance.At(0, y);
-      for (int x = firstX; x >= 0 && x < width; x += step) {
-        float best = row[x];
-        if (x != firstX) best = std::min(best, row[x - step] + 1);
-        if (before) {
-          best = std::min(best, before[x] + 1);
-          if (x > 0) best = std::min(best, before[x - 1] + kDiagonal);
-          if (x + 1 < width) best = std::min(best, before[x + 1] + kDiagonal);
-        }
-        row[x] = best;
-      }
+// Distances between centres from the set of `bit`, 0 in it, and at most `far`: steps to the left, the right and the
+// next row at once for whole rows, which the processor takes eight pixels at a time.
+class DistanceTo {
+ public:
+  DistanceTo(const Region& region, uint8_t bit, int16_t far)
+      : width_(region.width),
+        far_(far),
+        distances_(region.bits.size()),
+        row_(PaddedSize(), far),
+        next_(PaddedSize(), far) {
+    for (size_t i = 0; i < region.bits.size(); ++i) distances_[i] = region.bits[i] == bit ? int16_t{0} : far;
+    Pass(region.height, 0, 1);
+    Pass(region.height, region.height - 1, -1);
+  }
+
+  Distances Take() { return std::move(distances_); }
+
+ private:
+  // Rows with as many pixels on both sides as the distance reaches, all of them far.
+  size_t Pad() const { return static_cast<size_t>(far_ / kDistanceUnit) + 2; }
+  size_t PaddedSize() const { return static_cast<size_t>(width_) + 2 * Pad(); }
+
+  // to[x] = the least of from[x] and from[x + offset] + cost.
+  void Step(const int16_t* from, ptrdiff_t offset, int cost, const int16_t* least, int16_t* to) const {
+    for (int x = 0; x < width_; ++x) {
+      const auto other = static_cast<int16_t>(from[x + offset] + cost);
+      to[x] = std::min(least[x], other);
     }
   }
-  return distance;
-}
+
+  // Rows first, first + step ...: with the neighbours in the row before, then along the row.
+  void Pass(int height, int first, int step) {
+    int16_t *row = row_.data() + Pad(), *next = next_.data() + Pad();
+    for (int i = 0, y = first; i < height; ++i, y += step) {
+      int16_t* own = distances_.data() + static_cast<size_t>(y) * static_cast<size_t>(width_);
+      if (i == 0) {
+        std::copy_n(own, width_, row);
+      } else {
+        for (int x = 0; x < width_; ++x) {
+          const int16_t side = std::min(row[x - 1], row[x + 1]);
+          const auto straight = static_cast<int16_t>(row[x] + kDistanceUnit);
+          const auto slanted = static_cast<int16_t>(side + kDiagonal);
+          next[x] = std::min(own[x], std::min(straight, slanted));
+        }
+        std::swap(row, next);
+      }
+      // The least within 1, 2, 4 ... steps.
+      for (int steps = 1; steps * kDistanceUnit < far_; steps *= 2) {
+        Step(row, -step * steps, steps * kDistanceUnit, row, next);
+        std::swap(row, next);
+      }
+      std::copy_n(row, width_, own);
+    }
+  }
+
+  int width_;
+  int16_t far_;
+  Distances distances_;
+  std::vector<int16_t> row_, next_;
+};
 
 }  // namespace
 
-Region Above(const Raster& map, float threshold) {
-  Region region(map.width, map.height);
-  for (size_t i = 0; i < region.bits.size(); ++i) region.bits[i] = map.values[i] > threshold;
+Region AtLeastHalf(const Mask& mask, const PixelBox& box) {
+  Region region(box.Width(), box.Height());
+  uint8_t* to = region.bits.data();
+  for (int y = box.top; y < box.bottom; ++y) {
+    const uint8_t* from = mask.Row(y) + box.left;
+    for (int x = 0; x < region.width; ++x) *to++ = from[x] >= 128;
+  }
   return region;
 }
 
-Raster SignedDistance(const Region& region) {
-  Raster distance = DistanceTo(region, 0);
-  const Raster outside = DistanceTo(region, 1);
-  for (size_t i = 0; i < region.bits.size(); ++i) {
-    distance.values[i] = region.bits[i] ? distance.values[i] - 0.5f : 0.5f - outside.values[i];
+Distances SignedDistance(const Region& region, double reach) {
+  const auto far = static_cast<int16_t>((std::min(127.0, std::ceil(reach)) + 1) * kDistanceUnit);
+  Distances distances = DistanceTo(region, 0, far).Take();
+  const Distances outside = DistanceTo(region, 1, far).Take();
+  for (size_t i = 0; i < distances.size(); ++i) {
+    // One of the two is 0.
+    const int difference = distances[i] - outside[i];
+    distances[i] = static_cast<int16_t>(difference + (difference > 0 ? -kDistanceUnit / 2 : kDistanceUnit / 2));
   }
-  return distance;
+  return distances;
 }
 
 Region Grow(const Region& seed, const Region& region, int steps) {

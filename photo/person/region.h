@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "photo/base/raster.h"
+#include "photo/base/geometry.h"
+#include "photo/base/image.h"
 
 namespace qx::photo {
 
@@ -26,13 +27,17 @@ struct Region {
   std::vector<uint8_t> bits;
 };
 
-// The pixels whose value is above the threshold.
-Region Above(const Raster& map, float threshold);
+// The pixels of a box within the mask that a person covers by at least half.
+Region AtLeastHalf(const Mask& mask, const PixelBox& box);
 
-// Distance of each pixel's centre from the region's border line, in pixels: positive inside, negative outside, half a
-// pixel at the line (chamfer distance of steps 1 and sqrt 2, G. Borgefors 1986). The picture's edge is no border line;
-// without any line the distance is that of the largest picture.
-Raster SignedDistance(const Region& region);
+// Distances in parts of a pixel, one a pixel, rows without gaps.
+constexpr int kDistanceUnit = 128;
+using Distances = std::vector<int16_t, UnfilledAllocator<int16_t>>;
+
+// Distance of each pixel's centre from the region's border line: positive inside, negative outside, half a pixel at the
+// line (chamfer distance of steps 1 and sqrt 2, G. Borgefors 1986). The picture's edge is no border line. Beyond
+// `reach`, in pixels and at most 127, the distance is at least that.
+Distances SignedDistance(const Region& region, double reach);
 
 // The part of the region that can be reached from the seed (the pixels of both), stepping to the four neighbours at
 // most `steps` times.
