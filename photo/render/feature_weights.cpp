@@ -138,20 +138,31 @@ Raster WindowMedian(const Raster& values, int radius) {
 }
 
 // The lower third of what the skin loses: a beard may cover half of the face.
-float SkinLevel(const ProbedFace& face, const CellGrid& grid, const Raster& medians, const Raster& features) {
-  const std::vector<Place> outline = InCells(face, SkinOutline(), grid);
-  const PixelBox cells = CellsAround(outline, 0, medians);
-  std::vector<float> levels;
-  for (int y = cells.top; y < cells.bottom; ++y) {
-    for (int x = cells.left; x < cells.right; ++x) {
-      if (*features.At(x, y) == 0 && IsInside({x + 0.5, y + 0.5}, outline)) levels.push_back(*medians.At(x, y));
+class SkinCells {
+ public:
+  SkinCells(const ProbedFace& face, const CellGrid& grid, const Raster& features) {
+    const std::vector<Place> outline = InCells(face, SkinOutline(), grid);
+    const PixelBox cells = CellsAround(outline, 0, features);
+    for (int y = cells.top; y < cells.bottom; ++y) {
+      for (int x = cells.left; x < cells.right; ++x) {
+        if (*features.At(x, y) == 0 && IsInside({x + 0.5, y + 0.5}, outline)) cells_.push_back(features.Offset(x, y));
+      }
     }
   }
-  if (levels.empty()) return 0;
-  const auto third = levels.begin() + static_cast<ptrdiff_t>(levels.size() / 3);
-  std::nth_element(levels.begin(), third, levels.end());
-  return *third;
-}
+
+  float LowerThird(const Raster& values) const {
+    if (cells_.empty()) return 0;
+    std::vector<float> levels;
+    levels.reserve(cells_.size());
+    for (const size_t cell : cells_) levels.push_back(values.values[cell]);
+    const auto third = levels.begin() + static_cast<ptrdiff_t>(levels.size() / 3);
+    std::nth_element(levels.begin(), third, levels.end());
+    return *third;
+  }
+
+ private:
+  std::vector<size_t> cells_;
+};
 
 // Raises the weights on groups of strong cells (8 neighbours) that are longer than any spot.
 class LongGroups {
@@ -166,7 +177,7 @@ class LongGroups {
         Collect();
         if (std::max(right_ - left_, bottom_ - top_) < length_) continue;
         for (const size_t i : group_) {
-          const double weight = SmoothStep(changes_.values[i], strong_, 1.8 * strong_);
+          const double weight = SmoothStep(changes_.values[i], strong_, 2.2 * strong_);
           weights->values[i] = std::max(weights->values[i], static_cast<float>(weight));
         }
       }
@@ -216,22 +227,23 @@ double EyeDistance(const ProbedFace& face) {
   return std::hypot(double{1} * b.x - a.x, double{1} * b.y - a.y);
 }
 
-FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const Raster& changes, double strength) {
+FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellChanges& changes, double strength) {
   constexpr double kWindow = 0.11, kLongest = 0.4;  // eye distances: half of the window's side, what no spot reaches
   const double unit = EyeDistance(face) / grid.step;
   FeatureWeights found;
   Raster& weights = found.weights;
   weights = Raster(grid.Width(), grid.Height(), 1);
   for (const Feature& feature : Features()) DrawFeature(feature, InCells(face, feature.points, grid), unit, &weights);
-  const Raster medians = WindowMedian(changes, std::max(1, static_cast<int>(std::lround(kWindow * unit))));
-  found.skinLevel = SkinLevel(face, grid, medians, weights);
-  const double skin = found.skinLevel;
+  const SkinCells skin(face, grid, weights);
+  const Raster medians = WindowMedian(changes.texture, std::max(1, static_cast<int>(std::lround(kWindow * unit))));
+  found.skinTexture = skin.LowerThird(medians);
+  const double texture = found.skinTexture;
   for (size_t i = 0; i < weights.values.size(); ++i) {
-    const double weight = SmoothStep(medians.values[i], 1.6 * skin + 1.0 * strength, 2.6 * skin + 5 * strength);
+    const double weight = SmoothStep(medians.values[i], 1.3 * texture + strength, 2 * texture + 3 * strength);
     weights.values[i] = std::max(weights.values[i], static_cast<float>(weight));
   }
-  LongGroups(changes, static_cast<float>(3 * skin + 8 * strength), static_cast<int>(std::ceil(kLongest * unit)))
-      .Raise(&weights);
+  const double strong = 3 * static_cast<double>(skin.LowerThird(changes.shift)) + 4 * strength;
+  LongGroups(changes.shift, static_cast<float>(strong), static_cast<int>(std::ceil(kLongest * unit))).Raise(&weights);
   weights = BoxMean(weights, 1);
   return found;
 }

@@ -22,19 +22,24 @@ struct CellGrid {
 // Pixels between the middles of the eyes, the measure of all that is done to a face.
 double EyeDistance(const ProbedFace& face);
 
-struct FeatureWeights {
-  Raster weights;       // a cell: 1 where the photograph is to stay, 0 on skin, with soft borders
-  float skinLevel = 0;  // what the retouching takes from the face's own skin, in levels
+// What a retouching took from each cell, in levels, one channel.
+struct CellChanges {
+  Raster texture;  // mean of the absolute differences
+  Raster shift;    // absolute mean of the differences, which noise and pores leave alone
 };
 
-// changes: mean absolute difference between photograph and retouched photograph in each cell, in levels, one channel.
+struct FeatureWeights {
+  Raster weights;         // a cell: 1 where the photograph is to stay, 0 on skin, with soft borders
+  float skinTexture = 0;  // mean absolute change of the face's own skin, in levels
+};
+
 // strength: by which a change on skin grows, 1 for that of a full retouching.
 //
 // Lips, eyes with lashes, brows, and nostrils with the wings of the nose are drawn from the face's points. Beard, hair,
 // folds of cloth and the like are where most cells around one lose much more than the face's skin does: the median over
 // a window passes over spots, whose cells are few (J. Tukey, "Exploratory Data Analysis", 1977). Thin things such as
 // the rims of spectacles are strong changes that hang together over a longer way than any spot.
-FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const Raster& changes, double strength);
+FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellChanges& changes, double strength);
 
 }  // namespace qx::photo
 

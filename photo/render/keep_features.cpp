@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
+#include <vector>
 
 #include "photo/base/raster.h"
 #include "photo/render/feature_weights.h"
@@ -12,138 +14,229 @@ namespace qx::photo {
 namespace {
 
 constexpr double kCellsBetweenEyes = 40;
+constexpr double kLargestCell = 128;   // pixels a side
 constexpr double kPoreRadius = 0.012;  // eye distances; what is finer counts as pores
-constexpr float kPores = 0.55f;        // share of the pores that comes back
-constexpr float kRelief = 0.2f;        // share of all else of the skin
+constexpr double kLargestRadius = 80;  // pixels; the sums of a square fit in 32 bits
+constexpr float kPores = 0.6f;         // share of the pores that comes back
+constexpr float kRelief = 0.25f;       // share of all else of the skin
 constexpr double kFullStrength = 2;    // from which on the skin is all smoothed
-
-const uint8_t* RowOf(const SavedPart& before, int32_t y) {
-  return before.image.At(0, y - before.box.top);
-}
 
 // The smallest box outside which photograph and part are equal; empty when they are all equal.
 PixelBox ChangedBox(const SavedPart& before, const Image& photograph) {
   const PixelBox& box = before.box;
   PixelBox changed{box.right, box.bottom, box.left, box.top};
-  const auto bytes = static_cast<ptrdiff_t>(box.Width()) * 3;
+  const auto same = [&](int32_t left, int32_t right, int32_t y) {
+    return left >= right ||
+           std::memcmp(before.At(left, y), photograph.At(left, y), 3 * static_cast<size_t>(right - left)) == 0;
+  };
   for (int32_t y = box.top; y < box.bottom; ++y) {
-    const uint8_t *was = RowOf(before, y), *is = photograph.At(box.left, y);
-    const ptrdiff_t first = std::mismatch(was, was + bytes, is).first - was;
-    if (first == bytes) continue;
-    ptrdiff_t last = bytes - 1;
-    while (was[last] == is[last]) --last;
-    changed.left = std::min(changed.left, box.left + static_cast<int32_t>(first / 3));
-    changed.right = std::max(changed.right, box.left + static_cast<int32_t>(last / 3) + 1);
-    changed.top = std::min(changed.top, y);
+    if (same(box.left, box.right, y)) continue;
+    if (changed.left >= changed.right) {  // the first row
+      changed.left = box.right;
+      changed.right = box.left;
+      changed.top = y;
+    }
     changed.bottom = y + 1;
+    if (!same(box.left, changed.left, y)) {
+      changed.left = box.left;
+      while (same(changed.left, changed.left + 1, y)) ++changed.left;
+    }
+    if (!same(std::max(changed.right, box.left), box.right, y)) {
+      changed.right = box.right;
+      while (same(changed.right - 1, changed.right, y)) --changed.right;
+    }
   }
   return changed;
 }
 
-Raster MeanChanges(const SavedPart& before, const Image& photograph, const CellGrid& grid) {
-  Raster changes(grid.Width(), grid.Height(), 1);
+// Differences of the bytes of a box, summed over the rows of a row of cells. Few enough rows for 16 bits.
+class RowSums {
+ public:
+  explicit RowSums(int32_t columns)
+      : differences_(static_cast<size_t>(columns) * 3), magnitudes_(differences_.size()) {}
+
+  void Clear() {
+    std::fill(differences_.begin(), differences_.end(), int16_t{0});
+    std::fill(magnitudes_.begin(), magnitudes_.end(), int16_t{0});
+  }
+  void Add(const uint8_t* was, const uint8_t* is) {
+    for (size_t i = 0; i < differences_.size(); ++i) {
+      const int difference = was[i] - is[i];
+      differences_[i] = static_cast<int16_t>(differences_[i] + difference);
+      magnitudes_[i] = static_cast<int16_t>(magnitudes_[i] + std::abs(difference));
+    }
+  }
+  // Of columns `first` to `last` - 1.
+  int32_t Difference(int first, int last) const { return Sum(differences_, first, last); }
+  int32_t Magnitude(int first, int last) const { return Sum(magnitudes_, first, last); }
+
+ private:
+  static int32_t Sum(const std::vector<int16_t>& values, int first, int last) {
+    return std::accumulate(values.begin() + 3 * ptrdiff_t{first}, values.begin() + 3 * ptrdiff_t{last}, 0);
+  }
+
+  std::vector<int16_t> differences_, magnitudes_;
+};
+
+CellChanges MeasureChanges(const SavedPart& before, const Image& photograph, const CellGrid& grid) {
+  CellChanges changes{Raster(grid.Width(), grid.Height(), 1), Raster(grid.Width(), grid.Height(), 1)};
   const PixelBox& box = grid.box;
-  std::vector<int32_t> sums(static_cast<size_t>(grid.Width()));
+  RowSums sums(box.Width());
   for (int cellY = 0; cellY < grid.Height(); ++cellY) {
     const int32_t top = box.top + cellY * grid.step, bottom = std::min(top + grid.step, box.bottom);
-    std::fill(sums.begin(), sums.end(), 0);
-    for (int32_t y = top; y < bottom; ++y) {
-      const uint8_t* was = RowOf(before, y) + (box.left - before.box.left) * 3;
-      const uint8_t* is = photograph.At(box.left, y);
-      for (int cellX = 0; cellX < grid.Width(); ++cellX) {
-        const int bytes = 3 * std::min(grid.step, box.Width() - cellX * grid.step);
-        int32_t sum = 0;
-        for (int i = 0; i < bytes; ++i) sum += std::abs(*was++ - *is++);
-        sums[static_cast<size_t>(cellX)] += sum;
-      }
-    }
+    sums.Clear();
+    for (int32_t y = top; y < bottom; ++y) sums.Add(before.At(box.left, y), photograph.At(box.left, y));
     for (int cellX = 0; cellX < grid.Width(); ++cellX) {
-      const int count = 3 * std::min(grid.step, box.Width() - cellX * grid.step) * (bottom - top);
-      *changes.At(cellX, cellY) = static_cast<float>(sums[static_cast<size_t>(cellX)]) / static_cast<float>(count);
+      const int first = cellX * grid.step, last = std::min(first + grid.step, box.Width());
+      const auto count = static_cast<float>(3 * (last - first) * (bottom - top));
+      *changes.texture.At(cellX, cellY) = static_cast<float>(sums.Magnitude(first, last)) / count;
+      *changes.shift.At(cellX, cellY) = static_cast<float>(std::abs(sums.Difference(first, last))) / count;
     }
   }
   return changes;
 }
 
-// The weights of a row of pixels, bilinear between the middles of the cells.
+// A position between the middles of two neighbouring cells.
+struct CellPosition {
+  CellPosition(int pixel, int step, int cells) {
+    const float at = std::max(0.0f, (static_cast<float>(pixel) + 0.5f) / static_cast<float>(step) - 0.5f);
+    first = std::min(static_cast<int>(at), cells - 1);
+    second = std::min(first + 1, cells - 1);
+    share = at - static_cast<float>(first);
+  }
+  int first, second;
+  float share;
+};
+
+// The weights of a row of pixels, bilinear between the cells.
 class WeightRows {
  public:
   WeightRows(const CellGrid& grid, const Raster& weights)
       : grid_(grid),
         weights_(weights),
         cells_(static_cast<size_t>(weights.width)),
-        row_(static_cast<size_t>(grid.box.Width())) {}
+        row_(static_cast<size_t>(grid.box.Width())) {
+    columns_.reserve(row_.size());
+    for (int x = 0; x < grid.box.Width(); ++x) columns_.emplace_back(x, grid.step, weights.width);
+  }
 
   const float* Row(int32_t y) {
-    const Position at = Find(y - grid_.box.top, weights_.height);
+    const CellPosition at(y - grid_.box.top, grid_.step, weights_.height);
     const float *upper = weights_.At(0, at.first), *lower = weights_.At(0, at.second);
     for (size_t i = 0; i < cells_.size(); ++i) cells_[i] = upper[i] + at.share * (lower[i] - upper[i]);
-    for (int x = 0; x < grid_.box.Width(); ++x) {
-      const Position across = Find(x, weights_.width);
-      const float a = cells_[static_cast<size_t>(across.first)], b = cells_[static_cast<size_t>(across.second)];
-      row_[static_cast<size_t>(x)] = a + across.share * (b - a);
+    for (size_t x = 0; x < row_.size(); ++x) {
+      const CellPosition& column = columns_[x];
+      const float a = cells_[static_cast<size_t>(column.first)], b = cells_[static_cast<size_t>(column.second)];
+      row_[x] = a + column.share * (b - a);
     }
     return row_.data();
   }
 
  private:
-  struct Position {
-    int first, second;
-    float share;
-  };
-  Position Find(int pixel, int cells) const {
-    const float at = std::max(0.0f, (static_cast<float>(pixel) + 0.5f) / static_cast<float>(grid_.step) - 0.5f);
-    const int first = std::min(static_cast<int>(at), cells - 1);
-    return {first, std::min(first + 1, cells - 1), at - static_cast<float>(first)};
-  }
-
   const CellGrid& grid_;
   const Raster& weights_;
+  std::vector<CellPosition> columns_;
   std::vector<float> cells_, row_;
 };
 
-// Brightness that the retouching took away, for rows of a box. Luma in 256ths.
-class LostBrightness {
- public:
-  LostBrightness(const SavedPart& before, const Image& photograph, const PixelBox& box)
-      : before_(before), photograph_(photograph), box_(box) {}
+// Brightness that the retouching took from the pixels of some rows of a box, in 256ths of a level.
+struct LostRows {
+  const int32_t* Row(int32_t y) const { return values.data() + static_cast<size_t>(y - top) * columns; }
 
-  Raster Rows(int32_t top, int32_t bottom) const {
-    Raster lost(box_.Width(), bottom - top, 1);
-    for (int32_t y = top; y < bottom; ++y) {
-      const uint8_t* was = RowOf(before_, y) + (box_.left - before_.box.left) * 3;
-      const uint8_t* is = photograph_.At(box_.left, y);
-      float* to = lost.At(0, y - top);
-      for (int x = 0; x < lost.width; ++x, was += 3, is += 3) {
-        *to++ = static_cast<float>(29 * (was[0] - is[0]) + 150 * (was[1] - is[1]) + 77 * (was[2] - is[2])) / 256;
-      }
+  int32_t top = 0, bottom = 0;
+  size_t columns = 0;
+  std::vector<int32_t> values;
+};
+
+void Measure(const SavedPart& before, const Image& photograph, const PixelBox& box, int32_t top, int32_t bottom,
+             LostRows* lost) {
+  lost->top = std::max(top, box.top);
+  lost->bottom = std::min(bottom, box.bottom);
+  lost->columns = static_cast<size_t>(box.Width());
+  lost->values.resize(lost->columns * static_cast<size_t>(std::max(lost->bottom - lost->top, 0)));
+  int32_t* to = lost->values.data();
+  for (int32_t y = lost->top; y < lost->bottom; ++y) {
+    const uint8_t *was = before.At(box.left, y), *is = photograph.At(box.left, y);
+    for (int x = 0; x < box.Width(); ++x, was += 3, is += 3) {
+      *to++ = 29 * (was[0] - is[0]) + 150 * (was[1] - is[1]) + 77 * (was[2] - is[2]);
     }
-    return lost;
+  }
+}
+
+// Means of lost brightness over the square around each pixel of a row, in 256ths of a level. Outside the box nothing
+// was lost.
+class SquareMeans {
+ public:
+  SquareMeans(size_t columns, int radius)
+      : radius_(radius), sums_(columns + 2 * static_cast<size_t>(radius) + 1), means_(columns) {}
+
+  // Rows of `lost` reach `radius` beyond y, as far as the box goes. Rows of one block are asked for from top to bottom.
+  const float* Row(const LostRows& lost, int32_t y) {
+    const int32_t first = std::max(y - radius_, lost.top), last = std::min(y + radius_, lost.bottom - 1);
+    if (lost.values.data() != block_ || first < first_) {
+      std::fill(sums_.begin(), sums_.end(), 0);
+      block_ = lost.values.data();
+      first_ = last_ = first;
+      --last_;
+    }
+    while (last_ < last) Add<1>(lost.Row(++last_));
+    while (first_ < first) Add<-1>(lost.Row(first_++));
+    const auto side = 2 * static_cast<size_t>(radius_) + 1;
+    const float part = 1 / static_cast<float>(side * side);
+    int32_t sum = std::accumulate(sums_.begin(), sums_.begin() + static_cast<ptrdiff_t>(side) - 1, 0);
+    for (size_t x = 0; x < means_.size(); ++x) {
+      sum += sums_[x + side - 1];
+      means_[x] = static_cast<float>(sum) * part;
+      sum -= sums_[x];
+    }
+    return means_.data();
   }
 
  private:
-  const SavedPart& before_;
-  const Image& photograph_;
-  PixelBox box_;
+  template <int kSign>
+  void Add(const int32_t* row) {
+    int32_t* sums = sums_.data() + radius_;
+    for (size_t x = 0; x < means_.size(); ++x) sums[x] += kSign * row[x];
+  }
+
+  int32_t radius_;
+  const int32_t* block_ = nullptr;
+  int32_t first_ = 0, last_ = -1;  // rows in the sums
+  std::vector<int32_t> sums_;      // of columns, `radius` more on each side
+  std::vector<float> means_;
 };
 
-// How much of the skin's own look a pixel that lost so much brightness gets back: all of it up to the usual, nothing
-// where a spot was.
-float SpotGate(float lost, float usual) {
-  return std::clamp(2 - std::abs(lost) / usual, 0.0f, 1.0f);
-}
+// What the face's own skin lost, in 256ths of a level.
+struct SkinLoss {
+  float usual;  // of brightness, at the most
+  float grain;  // of pores and noise, at the most
+};
 
-void LayRow(const uint8_t* was, const float* weights, const float* lost, const float* coarse, float usual, int count,
-            uint8_t* is) {
-  for (int x = 0; x < count; ++x, was += 3, is += 3) {
-    const float gate = SpotGate(lost[x], usual);
+// Gives the pixels of a row back a share of what they lost, and some brightness beside; what lost nothing stays.
+// Skin gets back some relief and more of its pores, all of which fades out where more than the usual was lost: that was
+// a spot. Features get back all but a share of their finest texture while that is no stronger than the skin's, so that
+// noise does not end at their border.
+void GiveBack(const uint8_t* was, const float* weights, const int32_t* lost, const float* coarse, const SkinLoss& skin,
+              size_t count, uint8_t* is) {
+  const float perUsual = 1 / skin.usual, perGrain = 1 / skin.grain;
+  for (size_t x = 0; x < count; ++x, was += 3, is += 3) {
+    const int blue = was[0] - is[0], green = was[1] - is[1], red = was[2] - is[2];
+    if ((blue | green | red) == 0) continue;
+    const auto all = static_cast<float>(lost[x]);
+    const float fine = all - coarse[x];
+    const float spot = std::max(std::abs(all), 2 * std::abs(coarse[x]));
+    const float gate = std::min(std::max(2 - spot * perUsual, 0.0f), 1.0f);
+    const float strong = std::min(std::max(std::abs(fine) * perGrain - 1, 0.0f), 1.0f);
     const float rest = (1 - weights[x]) * gate;
-    const float keep = weights[x] + kRelief * rest;
-    const float pores = (kPores - kRelief) * rest * (lost[x] - coarse[x]);
-    for (int c = 0; c < 3; ++c) {
-      const float value = static_cast<float>(is[c]) + keep * static_cast<float>(was[c] - is[c]) + pores;
-      is[c] = static_cast<uint8_t>(std::clamp(value + 0.5f, 0.0f, 255.0f));
-    }
+    const float share = weights[x] + kRelief * rest;
+    const float texture = ((kPores - kRelief) * rest - weights[x] * (1 - kPores) * (1 - strong)) * fine / 256;
+    const auto give = [&](int difference, uint8_t* byte) {
+      const float value = static_cast<float>(*byte) + share * static_cast<float>(difference) + texture + 0.5f;
+      *byte = static_cast<uint8_t>(std::min(std::max(static_cast<int>(value), 0), 255));
+    };
+    give(blue, is);
+    give(green, is + 1);
+    give(red, is + 2);
   }
 }
 
@@ -174,28 +267,26 @@ void KeepFeatures(const SavedPart& before, const ProbedFace& face, double streng
   grid.box = ChangedBox(before, *photograph);
   const double unit = EyeDistance(face);
   if (grid.box.Width() <= 0 || grid.box.Height() <= 0 || unit < 1) return;
-  grid.step = std::max(1, static_cast<int>(std::lround(unit / kCellsBetweenEyes)));
+  grid.step = static_cast<int>(std::lround(std::clamp(unit / kCellsBetweenEyes, 1.0, kLargestCell)));
   const double share = std::min(strength / kFullStrength, 1.0);
-  const FeatureWeights features = FindFeatures(face, grid, MeanChanges(before, *photograph, grid), share);
-  const auto usual = static_cast<float>(4 * static_cast<double>(features.skinLevel) + 4 * share);
-  const int radius = std::max(1, static_cast<int>(std::lround(kPoreRadius * unit)));
+  const FeatureWeights features = FindFeatures(face, grid, MeasureChanges(before, *photograph, grid), share);
+  const SkinLoss skin = {256 * (2.5f * features.skinTexture + 2 * static_cast<float>(share)),
+                         256 * (1.5f * features.skinTexture + static_cast<float>(share))};
+  const int radius = static_cast<int>(std::lround(std::clamp(kPoreRadius * unit, 1.0, kLargestRadius)));
+  const PixelBox& box = grid.box;
   WeightRows weights(grid, features.weights);
-  const LostBrightness brightness(before, *photograph, grid.box);
-  Raster next = brightness.Rows(grid.box.top, std::min(grid.box.top + kBand + radius, grid.box.bottom));
-  int32_t begin = grid.box.top;  // of the rows in `next`
-  for (int32_t top = grid.box.top; top < grid.box.bottom; top += kBand) {
-    const int32_t bottom = std::min(top + kBand, grid.box.bottom);
-    const Raster lost = std::move(next);
-    const Raster coarse = BoxMean(lost, radius);
-    // The rows of the next band that this one's result would hide, and those that are still to come.
-    const int32_t from = std::max(bottom - radius, grid.box.top),
-                  until = std::min(bottom + kBand + radius, grid.box.bottom);
-    if (bottom < grid.box.bottom) next = brightness.Rows(from, until);
+  SquareMeans means(static_cast<size_t>(box.Width()), radius);
+  LostRows lost, next;
+  Measure(before, *photograph, box, box.top, box.top + kBand + radius, &next);
+  for (int32_t top = box.top; top < box.bottom; top += kBand) {
+    const int32_t bottom = std::min(top + kBand, box.bottom);
+    std::swap(lost, next);
+    // What the next band needs is taken before this one's result hides it.
+    if (bottom < box.bottom) Measure(before, *photograph, box, bottom - radius, bottom + kBand + radius, &next);
     for (int32_t y = top; y < bottom; ++y) {
-      LayRow(RowOf(before, y) + (grid.box.left - before.box.left) * 3, weights.Row(y), lost.At(0, y - begin),
-             coarse.At(0, y - begin), usual, grid.box.Width(), photograph->At(grid.box.left, y));
+      GiveBack(before.At(box.left, y), weights.Row(y), lost.Row(y), means.Row(lost, y), skin, lost.columns,
+               photograph->At(box.left, y));
     }
-    begin = from;
   }
 }
 

@@ -10,6 +10,9 @@ namespace qx::photo {
 
 // A part of a picture as it was.
 struct SavedPart {
+  // x and y are of the whole picture.
+  const uint8_t* At(int32_t x, int32_t y) const { return image.At(x - box.left, y - box.top); }
+
   PixelBox box;
   Image image;  // of the box's size
 };
