@@ -9,7 +9,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/document_options.h"
 #include "cli/output_file.h"
-#include "codec/print_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/check/check.h"
@@ -80,7 +80,7 @@ void Check(const CheckOptions& options, int* status) {
   if (!options.drawing.empty()) {
     format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   }
-  const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  const photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
   const photo::PhotoCheck check = photo::PhotoChecker().Check(photograph, FactsOf(options.photograph), preset);
   std::fputs((options.json ? JsonText : TableText)(options, check).c_str(), stdout);
   if (!options.drawing.empty())

@@ -9,7 +9,7 @@
 #include "cli/output_names.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
-#include "codec/image_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/face/crop_engine.h"
@@ -32,7 +32,7 @@ class CropRun {
 
   // Returns the names of the files written.
   std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
-    const photo::CropResult result = engine_.CropFaces(codec::ReadImage(photograph, options_.maxPixels));
+    const photo::CropResult result = engine_.CropFaces(codec::ReadImage(photograph, {options_.maxPixels}));
     std::vector<fs::path> written;
     for (int32_t i = 0; i < result.FaceCount(); ++i) {
       const char* const ending = options_.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";

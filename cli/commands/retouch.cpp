@@ -51,7 +51,7 @@ void Run(const RetouchCommand& options) {
   const codec::ImageFormat format = CheckPictureName(options.output, {photographFile});
   const std::string compareName = CompareName(options.output);
   if (options.compare) CheckPictureName(compareName, {photographFile});
-  photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
   const photo::Image before = options.compare ? photograph : photo::Image();
   size_t faces = 0;
   const photo::Image after = RetouchPhotograph(std::move(photograph), retouch, options.person, &faces);
