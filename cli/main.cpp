@@ -7,7 +7,7 @@
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
 #include "cli/wording.h"
-#include "codec/image_file.h"
+#include "codec/codec.h"
 #include "photo/base/text.h"
 #include "qx_idp.h"
 
@@ -61,7 +61,7 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     qx::cli::RemoveTemporariesOnSignals();
-    const qx::codec::ImageLibrary images(argv[0]);
+    const qx::codec::ImageLibrary images;
     int status = Run(argc, argv);
     // A report that could not be written (a full disk, say) must not count as done.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {

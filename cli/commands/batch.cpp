@@ -16,7 +16,7 @@
 #include "cli/output_file.h"
 #include "cli/output_names.h"
 #include "cli/wording.h"
-#include "codec/document_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
@@ -85,7 +85,7 @@ class Worker {
       : options_(options), request_(request), remark_(remark) {}
 
   void Make(const BatchItem& item, BatchOutcome* outcome) {
-    photo::ImageSource source(codec::ReadImage(item.input, options_.maxPixels));
+    codec::FileSource source(item.input, {options_.maxPixels});
     const photo::MadePhoto made = studio_.Make(source, {std::nullopt, options_.pair}, request_);
     const photo::Document& document = request_.document;
     const codec::EncodedDocument file =
@@ -127,7 +127,6 @@ int RunBatchCommand(const BatchOptions& options, const std::string& text) {
   const fs::path report = options.report.empty() ? fs::path(options.folder) / "report.jsonl" : fs::path(options.report);
   const std::vector<BatchItem> items = PlanBatch(options, report);
 
-  codec::UseOneImageThread();
   const auto makeWorker = [&]() -> BatchWorker {
     const auto worker = std::make_shared<Worker>(options, request, remark);
     return [worker](const BatchItem& item, BatchOutcome* outcome) { worker->Make(item, outcome); };

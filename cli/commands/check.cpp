@@ -9,7 +9,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/document_options.h"
 #include "cli/output_file.h"
-#include "codec/print_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
@@ -67,21 +67,16 @@ std::string TableText(const CheckOptions& options, const photo::PhotoCheck& chec
   return text;
 }
 
-photo::FileFacts FactsOf(const fs::path& file) {
-  std::error_code error;
-  const auto bytes = fs::file_size(file, error);
-  if (error) throw photo::Failure(photo::FailureCode::kCannotRead, "its size cannot be read; check its permissions");
-  return {codec::ReadPrintResolution(file), static_cast<int64_t>(bytes)};
-}
-
 void Check(const CheckOptions& options, int* status) {
   const photo::Preset preset = PresetOf(options.document);
   codec::ImageFormat format = codec::ImageFormat::kPng;
   if (!options.drawing.empty()) {
     format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   }
-  const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
-  const photo::PhotoCheck check = photo::Studio().Check(photograph, FactsOf(options.photograph), preset);
+  codec::FileSource source(options.photograph, {options.maxPixels});
+  const photo::Image photograph = source.Whole();
+  const photo::FileFacts facts{source.Resolution(), static_cast<int64_t>(source.FileSize())};
+  const photo::PhotoCheck check = photo::Studio().Check(photograph, facts, preset);
   std::fputs((options.json ? JsonText : TableText)(options, check).c_str(), stdout);
   if (!options.drawing.empty())
     WriteFile(options.drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), format));

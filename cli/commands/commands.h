@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "codec/image_file.h"
+#include "codec/codec.h"
 
 namespace qx::cli {
 

@@ -6,7 +6,7 @@
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
 #include "cli/wording.h"
-#include "codec/image_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 

@@ -9,7 +9,7 @@
 #include "cli/output_names.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
-#include "codec/image_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
@@ -33,7 +33,7 @@ class CropRun {
   // Returns the names of the files written.
   std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
     const std::vector<photo::Image> crops =
-        studio_.Crop(codec::ReadImage(photograph, options_.maxPixels), options_.settings);
+        studio_.Crop(codec::ReadImage(photograph, {options_.maxPixels}), options_.settings);
     std::vector<fs::path> written;
     for (size_t i = 0; i < crops.size(); ++i) {
       const char* const ending = options_.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";

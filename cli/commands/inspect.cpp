@@ -10,7 +10,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
-#include "codec/image_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/drawing/draw_faces.h"
@@ -86,7 +86,7 @@ void Inspect(const InspectOptions& options) {
   const codec::ImageFormat format = options.drawing.empty()
                                         ? codec::ImageFormat::kPng
                                         : CheckPictureName(options.drawing, {{"photograph", options.photograph}});
-  const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  const photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
   const std::vector<photo::ProbedFace> faces = photo::Studio().Inspect(photograph);
   std::fputs((options.json ? JsonText : TableText)(options, photograph, faces).c_str(), stdout);
   if (!options.drawing.empty()) {

@@ -10,8 +10,7 @@
 #include "cli/commands/document_options.h"
 #include "cli/output_file.h"
 #include "cli/wording.h"
-#include "codec/document_file.h"
-#include "codec/mask_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/place/fit_report.h"
@@ -90,16 +89,15 @@ void Make(const MakeOptions& options) {
   const std::string compareName = CompareName(options.output);
   if (options.compare) CheckPictureName(compareName, {photographFile, maskFile});
 
-  photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  codec::FileSource source(options.photograph, {options.maxPixels});
   photo::Mask mask;
   if (!options.mask.empty()) {
     try {
-      mask = codec::ReadMask(options.mask, photograph.width, photograph.height);
+      mask = codec::ReadMask(options.mask, source.Width(), source.Height(), {options.maxPixels});
     } catch (const photo::Failure& failure) {
       throw About("the mask " + photo::Printable(options.mask), failure);
     }
   }
-  photo::ImageSource source(std::move(photograph));
   const photo::Mask* given = options.mask.empty() ? nullptr : &mask;
   photo::MadePhoto made = photo::Studio().Make(source, {options.person, options.pair}, request, given);
   const codec::EncodedDocument file =

@@ -32,7 +32,7 @@ void Run(const RetouchCommand& options) {
   const codec::ImageFormat format = CheckPictureName(options.output, {photographFile});
   const std::string compareName = CompareName(options.output);
   if (options.compare) CheckPictureName(compareName, {photographFile});
-  photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
+  photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
   const photo::RetouchedPhoto retouched = photo::Studio().Retouch(std::move(photograph), retouch, options.person);
   const std::vector<uint8_t> bytes = codec::EncodeImage(retouched.after, format);
   OutputFile output(options.output);

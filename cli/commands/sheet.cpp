@@ -12,7 +12,7 @@
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
 #include "cli/wording.h"
-#include "codec/print_file.h"
+#include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/document/units.h"
@@ -115,7 +115,7 @@ photo::SheetPhotograph ReadPhotograph(const SheetOptions& options, const SheetPl
     throw SetupFailure(photo::Printable(options.output) + ": would replace the photograph; choose another name");
   }
   try {
-    photograph.image = codec::ReadImage(path, options.maxPixels);
+    photograph.image = codec::ReadImage(path, {options.maxPixels});
     photograph.resolution = ResolutionOf(path, photograph.image, plan.size);
   } catch (const std::exception& exception) {
     throw About(photograph.name, exception);

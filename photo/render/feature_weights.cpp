@@ -227,12 +227,31 @@ double EyeDistance(const ProbedFace& face) {
   return std::hypot(double{1} * b.x - a.x, double{1} * b.y - a.y);
 }
 
+// The mean over the square of three cells a side around each cell, as far as it lies in the grid.
+Raster Softened(const Raster& weights) {
+  Raster soft(weights.width, weights.height, 1);
+  for (int y = 0; y < weights.height; ++y) {
+    for (int x = 0; x < weights.width; ++x) {
+      float sum = 0;
+      int count = 0;
+      for (int row = std::max(y - 1, 0); row <= std::min(y + 1, weights.height - 1); ++row) {
+        for (int column = std::max(x - 1, 0); column <= std::min(x + 1, weights.width - 1); ++column, ++count) {
+          sum += *weights.At(column, row);
+        }
+      }
+      *soft.At(x, y) = sum / static_cast<float>(count);
+    }
+  }
+  return soft;
+}
+
 FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellChanges& changes, double strength) {
   constexpr double kWindow = 0.11, kLongest = 0.4;  // eye distances: half of the window's side, what no spot reaches
   const double unit = EyeDistance(face) / grid.step;
   FeatureWeights found;
   Raster& weights = found.weights;
   weights = Raster(grid.Width(), grid.Height(), 1);
+  std::fill(weights.values.begin(), weights.values.end(), 0.0f);
   for (const Feature& feature : Features()) DrawFeature(feature, InCells(face, feature.points, grid), unit, &weights);
   const SkinCells skin(face, grid, weights);
   const Raster medians = WindowMedian(changes.texture, std::max(1, static_cast<int>(std::lround(kWindow * unit))));
@@ -244,7 +263,7 @@ FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const 
   }
   const double strong = 3 * static_cast<double>(skin.LowerThird(changes.shift)) + 4 * strength;
   LongGroups(changes.shift, static_cast<float>(strong), static_cast<int>(std::ceil(kLongest * unit))).Raise(&weights);
-  weights = BoxMean(weights, 1);
+  weights = Softened(weights);
   return found;
 }
 

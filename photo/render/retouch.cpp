@@ -78,7 +78,8 @@ void RetouchSkinOf(const ProbedFace& face, const Retouch& retouch, LandmarkSet* 
   const SavedPart before = retouch.keepFeatures ? SavePart(*photograph, face) : SavedPart();
   {
     Bytes work(photograph->bgr.size());
-    RetouchSkin({photograph->bgr.data(), photograph->width, photograph->height, 3}, retouch.skin, landmarks, work.data());
+    RetouchSkin({photograph->bgr.data(), photograph->width, photograph->height, 3}, retouch.skin, landmarks,
+                work.data());
   }
   if (retouch.keepFeatures) KeepFeatures(before, face, retouch.skin, photograph);
 }

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "codec/print_file.h"
+#include "codec/codec.h"
 #include "support/test_files.h"
 
 namespace qx::cli {

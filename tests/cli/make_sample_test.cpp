@@ -5,7 +5,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "codec/print_file.h"
+#include "codec/codec.h"
 #include "photo/document/presets.h"
 #include "photo/face/upright.h"
 #include "support/test_files.h"

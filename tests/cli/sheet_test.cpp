@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "codec/print_file.h"
+#include "codec/codec.h"
 #include "support/test_files.h"
 
 namespace qx::cli {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "codec/image_file.h"
+#include "codec/codec.h"
 #include "photo/face/face_finder.h"
 #include "photo/person/mask.h"
 #include "support/test_files.h"

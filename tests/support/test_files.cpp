@@ -57,9 +57,8 @@ photo::Image GradientImage(int width, int height) {
 }
 
 vips::VImage ToVips(const photo::Image& image) {
-  vips::VImage bgr = vips::VImage::new_from_memory(const_cast<uint8_t*>(image.bgr.data()), image.bgr.size(),
-                                                   image.width, image.height, 3, VIPS_FORMAT_UCHAR);
-  bgr = bgr.copy_memory();  // outlives the image
+  const vips::VImage bgr(vips_image_new_from_memory_copy(image.bgr.data(), image.bgr.size(), image.width, image.height,
+                                                         3, VIPS_FORMAT_UCHAR));
   return vips::VImage::bandjoin({bgr[2], bgr[1], bgr[0]})
       .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }

@@ -7,8 +7,8 @@
 #include <vector>
 #include <vips/vips8>
 
+#include "codec/codec.h"
 #include "photo/base/failure.h"
-#include "codec/image_file.h"
 
 namespace qx::test {
 

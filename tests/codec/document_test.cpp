@@ -1,10 +1,11 @@
 // Finished documents as files: what they carry, and limits of their size.
-#include "codec/document_file.h"
+#include "codec/codec.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
+#include "photo/document/presets.h"
 #include "support/test_files.h"
 
 namespace qx::codec {

@@ -1,55 +1,36 @@
-#include "codec/document_file.h"
-
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <limits>
-#include <vips/vips8>
+#include <utility>
 
+#include "codec/codec.h"
+#include "codec/encode.h"
+#include "codec/library.h"
 #include "photo/base/failure.h"
-#include "photo/base/text.h"
-#include "photo/document/units.h"
+#include "photo/document/presets.h"
 
 namespace qx::codec {
-using vips::VImage;
 namespace {
 
 constexpr int kGoodQuality = 80;
 
-class Encoder {
+// A JPEG file with its resolution in pixels an inch.
+class DocumentJpeg {
  public:
-  Encoder(const photo::Image& image, ImageFormat format, int32_t dpi) : format_(format) {
-    const VImage bgr = VImage::new_from_memory(const_cast<uint8_t*>(image.bgr.data()), image.bgr.size(), image.width,
-                                               image.height, 3, VIPS_FORMAT_UCHAR);
-    rgb_ = VImage::bandjoin({bgr[2], bgr[1], bgr[0]})
-               .copy(VImage::option()
-                         ->set("interpretation", VIPS_INTERPRETATION_sRGB)
-                         ->set("xres", dpi / photo::kMillimetresPerInch)
-                         ->set("yres", dpi / photo::kMillimetresPerInch))
-               .copy_memory();
+  DocumentJpeg(const photo::Image& image, int32_t dpi) : encoder_(image, dpi) {
     const auto high = static_cast<uint8_t>(dpi >> 8), low = static_cast<uint8_t>(dpi);
     jfif_ = {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 1, high, low, high, low, 0, 0};
   }
 
-  // Of a JPEG: `quality` 1 to 100, and whether colour keeps its full resolution.
-  std::vector<uint8_t> Encode(int quality, bool fullColour) const {
-    auto* options = VImage::option()->set("strip", true);
-    if (format_ == ImageFormat::kJpeg) {
-      options->set("Q", quality)
-          ->set("optimize_coding", true)
-          ->set("subsample_mode", fullColour ? VIPS_FOREIGN_SUBSAMPLE_OFF : VIPS_FOREIGN_SUBSAMPLE_ON);
-    }
-    VipsBlob* blob = format_ == ImageFormat::kJpeg ? rgb_.jpegsave_buffer(options) : rgb_.pngsave_buffer(options);
-    size_t size = 0;
-    const auto* bytes = static_cast<const uint8_t*>(vips_blob_get(blob, &size));
-    std::vector<uint8_t> file(bytes, bytes + size);
-    vips_area_unref(VIPS_AREA(blob));
-    if (format_ == ImageFormat::kJpeg) file.insert(file.begin() + 2, jfif_.begin(), jfif_.end());
+  std::vector<uint8_t> Encode(int quality, bool isFullColour) const {
+    std::vector<uint8_t> file = encoder_.Jpeg(quality, isFullColour, true);
+    file.insert(file.begin() + 2, jfif_.begin(), jfif_.end());
     return file;
   }
 
  private:
-  VImage rgb_;
-  ImageFormat format_;
+  Encoder encoder_;
   // The first segment of a JPEG file (JFIF 1.02, ITU-T T.871), which the encoder leaves out with the metadata: marker,
   // length, name, version 1.1, pixels an inch in both directions, no thumbnail.
   std::vector<uint8_t> jfif_;
@@ -80,7 +61,7 @@ void Pad(std::vector<uint8_t>* file, size_t bytes) {
 }
 
 // The highest quality from lo up to hi whose file is not above the ceiling; nothing is known of the others.
-EncodedDocument Bisect(const Encoder& encoder, int lo, int hi, bool fullColour, int64_t ceiling) {
+EncodedDocument Bisect(const DocumentJpeg& encoder, int lo, int hi, bool fullColour, int64_t ceiling) {
   EncodedDocument best;
   while (lo <= hi) {
     const int middle = (lo + hi) / 2;
@@ -96,7 +77,7 @@ EncodedDocument Bisect(const Encoder& encoder, int lo, int hi, bool fullColour, 
   return best;
 }
 
-EncodedDocument EncodeJpeg(const Encoder& encoder, int64_t floor, int64_t ceiling) {
+EncodedDocument EncodeJpeg(const DocumentJpeg& encoder, int64_t floor, int64_t ceiling) {
   EncodedDocument document;
   document.bytes = encoder.Encode(kUsualQuality, true);
   document.quality = kUsualQuality;
@@ -130,6 +111,18 @@ EncodedDocument EncodeJpeg(const Encoder& encoder, int64_t floor, int64_t ceilin
   return document;
 }
 
+EncodedDocument EncodePng(const photo::Image& image, int32_t dpi, int64_t floor, int64_t ceiling) {
+  EncodedDocument document;
+  document.bytes = Encoder(image, dpi).Png();
+  const auto size = static_cast<int64_t>(document.bytes.size());
+  if (size > ceiling || size < floor) {
+    throw photo::Failure(photo::FailureCode::kFileSize,
+                         "the PNG file takes " + Kilobytes(size) + " and cannot be made " +
+                             (size > ceiling ? "smaller" : "larger") + "; write a .jpg file");
+  }
+  return document;
+}
+
 }  // namespace
 
 std::string EncodedDocument::Remark() const {
@@ -147,24 +140,12 @@ EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, in
   const int64_t ceiling = maxKb ? *maxKb * photo::kCeilingKilobyte : std::numeric_limits<int64_t>::max();
   if (floor > ceiling)
     throw photo::Failure(photo::FailureCode::kBadOption, "the least size is above the largest; turn them round");
-  try {
-    const Encoder encoder(image, format, dpi);
-    if (format == ImageFormat::kJpeg) return EncodeJpeg(encoder, floor, ceiling);
-    EncodedDocument document;
-    document.bytes = encoder.Encode(kUsualQuality, true);
-    const auto size = static_cast<int64_t>(document.bytes.size());
-    if (size > ceiling || size < floor) {
-      throw photo::Failure(photo::FailureCode::kFileSize,
-                           "the PNG file takes " + Kilobytes(size) + " and cannot be made " +
-                               (size > ceiling ? "smaller" : "larger") + "; write a .jpg file");
-    }
-    return document;
-  } catch (const vips::VError&) {
-    const std::string reason = photo::Printable(vips_error_buffer());
-    vips_error_clear();
-    throw photo::Failure(photo::FailureCode::kOutOfMemory,
-                         "the picture cannot be encoded (" + reason.substr(0, 200) + ")");
-  }
+  return UseLibrary(
+      [&] {
+        return format == ImageFormat::kJpeg ? EncodeJpeg(DocumentJpeg(image, dpi), floor, ceiling)
+                                            : EncodePng(image, dpi, floor, ceiling);
+      },
+      EncodingFailure);
 }
 
 }  // namespace qx::codec

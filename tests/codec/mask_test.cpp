@@ -1,5 +1,5 @@
 // Masks that were made elsewhere.
-#include "codec/mask_file.h"
+#include "codec/codec.h"
 
 #include <gtest/gtest.h>
 

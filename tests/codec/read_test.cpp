@@ -1,4 +1,4 @@
-#include "codec/image_file.h"
+#include "codec/codec.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -27,7 +27,7 @@ int Difference(const Image& a, const Image& b) {
 }
 
 std::string FailureOfReading(const fs::path& path, int64_t maxPixels = kDefaultMaxPixels) {
-  return FailureOf([&] { ReadImage(path, maxPixels); });
+  return FailureOf([&] { ReadImage(path, {maxPixels}); });
 }
 
 Image GreyOf(const Image& image) {  // green in all three channels

@@ -1,5 +1,5 @@
 // The print size that image files carry.
-#include "codec/print_file.h"
+#include "codec/codec.h"
 
 #include <gtest/gtest.h>
 

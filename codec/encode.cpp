@@ -1,0 +1,103 @@
+#include "codec/encode.h"
+
+#include <cctype>
+#include <cstddef>
+#include <memory>
+
+#include "codec/library.h"
+#include "photo/document/units.h"
+
+namespace qx::codec {
+namespace fs = std::filesystem;
+using vips::VImage;
+namespace {
+
+photo::Bytes RedGreenBlue(const photo::Image& image) {
+  photo::Bytes samples(image.bgr.size());
+  for (size_t i = 0; i + 2 < samples.size(); i += 3) {
+    samples[i] = image.bgr[i + 2];
+    samples[i + 1] = image.bgr[i + 1];
+    samples[i + 2] = image.bgr[i];
+  }
+  return samples;
+}
+
+std::vector<uint8_t> TakeBytes(VipsBlob* blob) {
+  const std::unique_ptr<VipsBlob, void (*)(VipsBlob*)> owner(blob, [](VipsBlob* b) { vips_area_unref(VIPS_AREA(b)); });
+  size_t size = 0;
+  const auto* bytes = static_cast<const uint8_t*>(vips_blob_get(blob, &size));
+  return {bytes, bytes + size};
+}
+
+// In lower case.
+std::string EndingOf(const fs::path& path) {
+  std::string ending = path.extension().native();
+  for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return ending;
+}
+
+}  // namespace
+
+Encoder::Encoder(const photo::Image& image, std::optional<int32_t> dpi) : samples_(RedGreenBlue(image)) {
+  auto* options = VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB);
+  if (dpi) options->set("xres", *dpi / photo::kMillimetresPerInch)->set("yres", *dpi / photo::kMillimetresPerInch);
+  rgb_ = VImage::new_from_memory(samples_.data(), samples_.size(), image.width, image.height, 3, VIPS_FORMAT_UCHAR)
+             .copy(options);
+}
+
+std::vector<uint8_t> Encoder::Png() const {
+  return TakeBytes(rgb_.pngsave_buffer(VImage::option()->set("strip", true)));
+}
+
+std::vector<uint8_t> Encoder::Jpeg(int quality, bool isFullColour, bool isOptimised) const {
+  return TakeBytes(rgb_.jpegsave_buffer(
+      VImage::option()
+          ->set("strip", true)
+          ->set("Q", quality)
+          ->set("optimize_coding", isOptimised)
+          ->set("subsample_mode", isFullColour ? VIPS_FOREIGN_SUBSAMPLE_OFF : VIPS_FOREIGN_SUBSAMPLE_ON)));
+}
+
+std::vector<uint8_t> Encoder::Tiff() const {
+  return TakeBytes(rgb_.tiffsave_buffer(VImage::option()
+                                            ->set("strip", true)
+                                            ->set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_LZW)
+                                            ->set("predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL)
+                                            ->set("resunit", VIPS_FOREIGN_TIFF_RESUNIT_INCH)));
+}
+
+photo::Failure EncodingFailure(const std::string& message) {
+  return {photo::FailureCode::kOutOfMemory, "the picture cannot be encoded (" + message + ")"};
+}
+
+std::optional<ImageFormat> FormatOfName(const fs::path& path) {
+  const std::string ending = EndingOf(path);
+  if (ending == ".png") return ImageFormat::kPng;
+  if (ending == ".jpg" || ending == ".jpeg") return ImageFormat::kJpeg;
+  return std::nullopt;
+}
+
+std::optional<PrintFormat> PrintFormatOfName(const fs::path& path) {
+  const std::string ending = EndingOf(path);
+  if (ending == ".tif" || ending == ".tiff") return PrintFormat::kTiff;
+  const auto format = FormatOfName(path);
+  if (!format) return std::nullopt;
+  return *format == ImageFormat::kJpeg ? PrintFormat::kJpeg : PrintFormat::kPng;
+}
+
+std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format) {
+  return UseLibrary(
+      [&] {
+        const Encoder encoder(image, std::nullopt);
+        return format == ImageFormat::kJpeg ? encoder.Jpeg(kUsualQuality, true, false) : encoder.Png();
+      },
+      EncodingFailure);
+}
+
+std::vector<uint8_t> EncodePrint(const photo::Image& image, PrintFormat format, int32_t dpi) {
+  if (format == PrintFormat::kTiff) return UseLibrary([&] { return Encoder(image, dpi).Tiff(); }, EncodingFailure);
+  const ImageFormat other = format == PrintFormat::kJpeg ? ImageFormat::kJpeg : ImageFormat::kPng;
+  return EncodeDocument(image, other, dpi, std::nullopt, std::nullopt).bytes;
+}
+
+}  // namespace qx::codec

@@ -1,0 +1,38 @@
+// Encoding: pixels to the bytes of files.
+#ifndef QX_CODEC_ENCODE_H
+#define QX_CODEC_ENCODE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+#include <vips/vips8>
+
+#include "codec/codec.h"
+#include "photo/base/failure.h"
+#include "photo/base/image.h"
+
+namespace qx::codec {
+
+// A picture that is encoded, perhaps more than once. Its calls throw vips::VError.
+class Encoder {
+ public:
+  Encoder(const photo::Image& image, std::optional<int32_t> dpi);
+  Encoder(const Encoder&) = delete;
+  Encoder& operator=(const Encoder&) = delete;
+
+  std::vector<uint8_t> Png() const;
+  // `quality` 1 to 100; colour at its full or half resolution.
+  std::vector<uint8_t> Jpeg(int quality, bool isFullColour, bool isOptimised) const;
+  std::vector<uint8_t> Tiff() const;
+
+ private:
+  photo::Bytes samples_;  // red, green, blue
+  vips::VImage rgb_;
+};
+
+photo::Failure EncodingFailure(const std::string& message);
+
+}  // namespace qx::codec
+
+#endif  // QX_CODEC_ENCODE_H

@@ -1,0 +1,201 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "codec/codec.h"
+#include "codec/decode.h"
+#include "codec/library.h"
+#include "photo/base/failure.h"
+#include "photo/base/resize.h"
+
+namespace qx::codec {
+namespace fs = std::filesystem;
+namespace {
+
+// Decoded pictures up to this size stay for Part, although their format could decode a part: they cost little memory
+// and a second decoding as much time as the first.
+constexpr int64_t kSmallPixels = 4'000'000;
+
+[[noreturn]] void FailToRead(int error) {
+  throw photo::Failure(photo::FailureCode::kCannotRead,
+                       "cannot be opened (" + std::generic_category().message(error) + "); check its permissions");
+}
+
+class Descriptor {
+ public:
+  // Without waiting: opening a pipe would wait for its writer.
+  explicit Descriptor(const fs::path& path) : number_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+  ~Descriptor() {
+    if (number_ >= 0) close(number_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int Number() const { return number_; }
+
+ private:
+  int number_;
+};
+
+// The size of the regular file that is open. Throws Failure for everything else.
+uint64_t CheckKind(int descriptor) {
+  struct stat status = {};
+  if (fstat(descriptor, &status) != 0) FailToRead(errno);
+  if (S_ISDIR(status.st_mode))
+    throw photo::Failure(photo::FailureCode::kNoFile, "is a folder; name the photographs in it");
+  if (!S_ISREG(status.st_mode)) throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
+  return static_cast<uint64_t>(status.st_size);
+}
+
+// Reads `size` bytes, or up to the end of a file that has become shorter.
+photo::Bytes ReadAll(int descriptor, size_t size) {
+  photo::Bytes bytes(size);
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t count = read(descriptor, bytes.data() + done, size - done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) FailToRead(errno);
+    if (count == 0) break;
+    done += static_cast<size_t>(count);
+  }
+  bytes.resize(done);
+  return bytes;
+}
+
+photo::PixelBox Covering(const photo::Rectangle& area, int32_t reach, const Extent& size) {
+  auto clamped = [](double value, int32_t most) {
+    return static_cast<int32_t>(std::clamp(value, 0.0, static_cast<double>(most)));
+  };
+  return {clamped(std::floor(area.left) - reach, size.width - 1),
+          clamped(std::floor(area.top) - reach, size.height - 1), clamped(std::ceil(area.Right()) + reach, size.width),
+          clamped(std::ceil(area.Bottom()) + reach, size.height)};
+}
+
+// The largest reduction that leaves at least `least` pixels of the picture.
+int32_t ReductionForPixels(const Decoder& decoder, int64_t least) {
+  int32_t reduction = 1;
+  for (int32_t next = 1; (next = decoder.NextReduction(next)) != 0 && decoder.StoredAt(next).Pixels() >= least;)
+    reduction = next;
+  return reduction;
+}
+
+// The largest reduction that leaves at least the wanted pixels of the box, both as stored.
+int32_t ReductionForPart(const Decoder& decoder, const photo::PixelBox& box, const Extent& wanted) {
+  int32_t reduction = 1;
+  for (int32_t next = 1; (next = decoder.NextReduction(next)) != 0;) {
+    if (box.Width() * decoder.ScaleX(next) < wanted.width || box.Height() * decoder.ScaleY(next) < wanted.height) break;
+    reduction = next;
+  }
+  return reduction;
+}
+
+// The box brought to the wanted size, both as stored: decoded reduced where that leaves enough, then resampled.
+photo::Image ResampledPart(const Decoder& decoder, const photo::PixelBox& box, const Extent& wanted) {
+  const int32_t reduction = ReductionForPart(decoder, box, wanted);
+  const double x = decoder.ScaleX(reduction), y = decoder.ScaleY(reduction);
+  photo::Rectangle area{box.left * x, box.top * y, box.Width() * x, box.Height() * y};
+  const int32_t reach = photo::LanczosReach(std::max(area.width / wanted.width, area.height / wanted.height));
+  const photo::PixelBox needed = Covering(area, reach, decoder.StoredAt(reduction));
+  area.left -= needed.left;
+  area.top -= needed.top;
+  return photo::ResizeLanczos(decoder.Decode(reduction, needed, false), area, wanted.width, wanted.height);
+}
+
+void CheckPart(const photo::PixelBox& box, int32_t width, int32_t height, const Extent& size) {
+  const bool isInside = box.left >= 0 && box.top >= 0 && box.right <= size.width && box.bottom <= size.height;
+  if (!isInside || width < 1 || height < 1 || width > box.Width() || height > box.Height())
+    throw std::invalid_argument("a part of a photograph lies outside it, is empty or enlarged");
+}
+
+}  // namespace
+
+photo::Bytes ReadFileBytes(const fs::path& path, const Limits& limits) {
+  // Sixteen bytes a pixel are more than any of the formats takes for a picture; the rest is for what else files carry.
+  constexpr uint64_t kPixelBytes = 16, kOtherBytes = uint64_t{64} << 20;
+  const Descriptor file(path);
+  if (file.Number() < 0) {
+    if (errno == ENOENT || errno == ENOTDIR)
+      throw photo::Failure(photo::FailureCode::kNoFile, "no such file; check the name");
+    if (errno == ENXIO) throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
+    FailToRead(errno);
+  }
+  const uint64_t size = CheckKind(file.Number());
+  if (size > static_cast<uint64_t>(limits.pixels) * kPixelBytes + kOtherBytes)
+    throw photo::Failure(photo::FailureCode::kTooLarge,
+                         "takes more bytes than any photograph within the limits; name a photograph");
+  try {
+    return ReadAll(file.Number(), static_cast<size_t>(size));
+  } catch (const std::bad_alloc&) {
+    throw MemoryFailure();
+  }
+}
+
+FileSource::FileSource(const fs::path& path, const Limits& limits) : FileSource(ReadFileBytes(path, limits), limits) {}
+FileSource::FileSource(photo::Bytes file, const Limits& limits)
+    : decoder_(std::make_unique<Decoder>(std::move(file), limits)) {}
+FileSource::~FileSource() = default;
+
+int32_t FileSource::Width() {
+  return decoder_->Upright().width;
+}
+
+int32_t FileSource::Height() {
+  return decoder_->Upright().height;
+}
+
+photo::Image FileSource::Overview(int64_t leastPixels) try {
+  if (kept_) return kept_->Overview(leastPixels);
+  const int32_t reduction = ReductionForPixels(*decoder_, std::max<int64_t>(leastPixels, 1));
+  const bool isSmall = decoder_->Stored().Pixels() <= kSmallPixels;
+  if (reduction > 1 || (decoder_->NextReduction(1) != 0 && !isSmall)) return decoder_->DecodeWhole(reduction);
+  kept_ = std::make_unique<photo::ImageSource>(decoder_->DecodeWhole(1));
+  return kept_->Overview(leastPixels);
+} catch (const std::bad_alloc&) {
+  throw MemoryFailure();
+}
+
+photo::Image FileSource::Part(const photo::PixelBox& box, int32_t width, int32_t height) try {
+  CheckPart(box, width, height, decoder_->Upright());
+  if (const auto kept = std::move(kept_)) return kept->Part(box, width, height);
+  const Turn& turn = decoder_->Orientation();
+  const photo::PixelBox stored = StoredBox(box, turn, decoder_->Stored());
+  if (box.Width() == width && box.Height() == height) return decoder_->Decode(1, stored, true);
+  const Extent wanted = turn.isTransposed ? Extent{height, width} : Extent{width, height};
+  return Turned(ResampledPart(*decoder_, stored, wanted), turn);
+} catch (const std::bad_alloc&) {
+  throw MemoryFailure();
+}
+
+photo::Image FileSource::Whole() {
+  return decoder_->DecodeWhole(1);
+}
+
+std::optional<photo::PrintResolution> FileSource::Resolution() const {
+  return decoder_->Resolution();
+}
+
+size_t FileSource::FileSize() const {
+  return decoder_->File().size();
+}
+
+photo::Image ReadImage(const fs::path& path, const Limits& limits) {
+  return FileSource(path, limits).Whole();
+}
+
+photo::Image ReadImage(photo::Bytes file, const Limits& limits) {
+  return FileSource(std::move(file), limits).Whole();
+}
+
+std::optional<photo::PrintResolution> ReadPrintResolution(const fs::path& path, const Limits& limits) {
+  return FileSource(path, limits).Resolution();
+}
+
+}  // namespace qx::codec
