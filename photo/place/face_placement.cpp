@@ -16,7 +16,7 @@ namespace {
 constexpr double kMargins[] = {0.35, 0.3, 0.25, 0.2, 0.15, 0.1, 0.05, 0};
 
 // Width of the face in the frame in which the library looks for the rectangle, in pixels: as fine as a document's own.
-constexpr double kFrameFace = 320;
+constexpr double kFrameFace = 256;
 
 // In the library's terms, where bounds of 0 are none at all.
 FineCropParams ToParams(const Goals& goals, const Document& document) {

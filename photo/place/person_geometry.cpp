@@ -17,17 +17,38 @@ bool IsPerson(uint8_t byte) {
 }
 
 // Bilinear between the middles of the mask's pixels, of which the border goes on.
-double SampleAt(const Mask& mask, double x, double y) {
-  const double fromLeft = std::clamp(x - 0.5, 0.0, mask.width - 1.0);
-  const double fromTop = std::clamp(y - 0.5, 0.0, mask.height - 1.0);
-  const auto left = static_cast<int32_t>(fromLeft), top = static_cast<int32_t>(fromTop);
-  const int32_t right = std::min(left + 1, mask.width - 1), bottom = std::min(top + 1, mask.height - 1);
-  const double fx = fromLeft - left, fy = fromTop - top;
-  const uint8_t *upper = mask.Row(top), *lower = mask.Row(bottom);
-  const double a = upper[left] + fx * (upper[right] - upper[left]);
-  const double b = lower[left] + fx * (lower[right] - lower[left]);
-  return a + fy * (b - a);
-}
+class Sampler {
+ public:
+  // `box`: what the mask shows of the photograph.
+  Sampler(const Mask& mask, const PixelBox& box)
+      : mask_(mask),
+        box_(box),
+        scaleX_(static_cast<float>(mask.width) / static_cast<float>(box.Width())),
+        scaleY_(static_cast<float>(mask.height) / static_cast<float>(box.Height())),
+        lastX_(static_cast<float>(mask.width - 1)),
+        lastY_(static_cast<float>(mask.height - 1)) {}
+
+  bool Holds(float x, float y) const {
+    return x >= static_cast<float>(box_.left) && x <= static_cast<float>(box_.right) &&
+           y >= static_cast<float>(box_.top) && y <= static_cast<float>(box_.bottom);
+  }
+  uint8_t At(float x, float y) const {
+    const float fromLeft = std::clamp((x - static_cast<float>(box_.left)) * scaleX_ - 0.5f, 0.0f, lastX_);
+    const float fromTop = std::clamp((y - static_cast<float>(box_.top)) * scaleY_ - 0.5f, 0.0f, lastY_);
+    const auto left = static_cast<int32_t>(fromLeft), top = static_cast<int32_t>(fromTop);
+    const int32_t right = left + (left + 1 < mask_.width), below = top + 1 < mask_.height ? mask_.width : 0;
+    const float fx = fromLeft - static_cast<float>(left), fy = fromTop - static_cast<float>(top);
+    const uint8_t* row = mask_.Row(top);
+    const float a = row[left], b = row[right], c = row[below + left], d = row[below + right];
+    const float upper = a + fx * (b - a), lower = c + fx * (d - c);
+    return static_cast<uint8_t>(upper + fy * (lower - upper) + 0.5f);
+  }
+
+ private:
+  const Mask& mask_;
+  const PixelBox box_;
+  const float scaleX_, scaleY_, lastX_, lastY_;
+};
 
 // Where the mask of the whole photograph reaches its edges, and how far down it goes.
 void MeasureEnds(const MaskView& view, PersonGeometry* person) {
@@ -90,24 +111,21 @@ void MeasureHair(const MaskView& view, double left, double right, PersonGeometry
 
 }  // namespace
 
-double MaskView::At(PlacePoint place) const {
-  const PlacePoint p = turn.Back(place);
-  if (p.x < 0 || p.y < 0 || p.x > width || p.y > height) return 0;
-  if (part && p.x >= partBox.left && p.x <= partBox.right && p.y >= partBox.top && p.y <= partBox.bottom) {
-    return SampleAt(*part, (p.x - partBox.left) * part->width / partBox.Width(),
-                    (p.y - partBox.top) * part->height / partBox.Height());
-  }
-  return SampleAt(*whole, p.x * whole->width / width, p.y * whole->height / height);
-}
-
 Mask MaskView::Sample(const Rectangle& rectangle, double scale) const {
   Mask mask(std::max(1, static_cast<int32_t>(std::lround(rectangle.width * scale))),
             std::max(1, static_cast<int32_t>(std::lround(rectangle.height * scale))));
+  const Sampler coarse(*whole, {0, 0, width, height});
+  const Sampler fine = part ? Sampler(*part, partBox) : coarse;
+  const auto right = static_cast<float>(width), bottom = static_cast<float>(height);
+  const auto stepX = static_cast<float>(turn.Cos() / scale), stepY = static_cast<float>(-turn.Sin() / scale);
   for (int32_t y = 0; y < mask.height; ++y) {
     uint8_t* row = mask.Row(y);
-    const double placeY = rectangle.top + (y + 0.5) / scale;
+    const PlacePoint first = turn.Back({rectangle.left + 0.5 / scale, rectangle.top + (y + 0.5) / scale});
+    const auto firstX = static_cast<float>(first.x), firstY = static_cast<float>(first.y);
     for (int32_t x = 0; x < mask.width; ++x) {
-      row[x] = static_cast<uint8_t>(At({rectangle.left + (x + 0.5) / scale, placeY}) + 0.5);
+      const float placeX = firstX + static_cast<float>(x) * stepX, placeY = firstY + static_cast<float>(x) * stepY;
+      const bool outside = placeX < 0 || placeY < 0 || placeX > right || placeY > bottom;
+      row[x] = outside ? uint8_t{0} : (fine.Holds(placeX, placeY) ? fine : coarse).At(placeX, placeY);
     }
   }
   return mask;

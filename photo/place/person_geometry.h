@@ -33,9 +33,8 @@ struct MaskView {
   PixelBox partBox;            // what it shows, in pixels of the photograph
   Turn turn;
 
-  // The mask at a place of the turned photograph, bilinear; 0 outside of the photograph.
-  double At(PlacePoint place) const;
-  // A rectangle of the turned photograph as a mask of that scale, pixels of the mask for one of the photograph.
+  // A rectangle of the turned photograph as a mask of that scale, pixels of the mask for one of the photograph:
+  // bilinear, 0 outside of the photograph.
   Mask Sample(const Rectangle& rectangle, double scale) const;
 };
 
