@@ -16,6 +16,9 @@ struct Rectangle {
   double left = 0, top = 0, width = 0, height = 0;
   double Right() const { return left + width; }
   double Bottom() const { return top + height; }
+  bool operator==(const Rectangle& o) const {
+    return left == o.left && top == o.top && width == o.width && height == o.height;
+  }
 };
 
 struct PlacePoint {

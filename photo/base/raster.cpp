@@ -7,26 +7,32 @@
 namespace qx::photo {
 namespace {
 
-// Which source samples make each target sample, and how much of each: `count` from first[i] on, of sum 1.
+constexpr int kTapsAtOnce = 4;  // so that the processor's registers are full
+
+// Which source samples make each target sample, and how much of each: `count` from first[i] on, of sum 1. Weights lie
+// `stride` apart, a multiple of kTapsAtOnce; those behind the count are 0.
 struct Taps {
   std::vector<int> first;
   std::vector<float> weights;
-  int count = 0;
+  int count = 0, stride = 0;
 };
 
 Taps TriangleTaps(int sourceSize, double start, double extent, int targetSize) {
   const double step = extent / targetSize, support = std::max(1.0, step);
   Taps taps;
   taps.count = std::min(sourceSize, static_cast<int>(std::ceil(2 * support)));
-  for (int i = 0; i < targetSize; ++i) {
+  taps.stride = (taps.count + kTapsAtOnce - 1) / kTapsAtOnce * kTapsAtOnce;
+  taps.weights.resize(static_cast<size_t>(taps.stride) * static_cast<size_t>(targetSize));
+  float* weights = taps.weights.data();
+  for (int i = 0; i < targetSize; ++i, weights += taps.stride) {
     // A centre outside takes the nearest sample.
     const double centre = std::clamp(start + (i + 0.5) * step, 0.5, sourceSize - 0.5);
     const int first = std::clamp(static_cast<int>(std::ceil(centre - support - 0.5)), 0, sourceSize - taps.count);
     auto weight = [&](int j) { return std::max(0.0, 1 - std::abs(first + j + 0.5 - centre) / support); };
     double sum = 0;
     for (int j = 0; j < taps.count; ++j) sum += weight(j);
+    for (int j = 0; j < taps.count; ++j) weights[j] = static_cast<float>(weight(j) / sum);
     taps.first.push_back(first);
-    for (int j = 0; j < taps.count; ++j) taps.weights.push_back(static_cast<float>(weight(j) / sum));
   }
   return taps;
 }
@@ -34,28 +40,60 @@ Taps TriangleTaps(int sourceSize, double start, double extent, int targetSize) {
 // One row between the source's rows.
 template <typename Sample>
 void BlendRows(const Sample* source, size_t stride, const float* weights, int count, size_t samples, float* line) {
-  for (size_t i = 0; i < samples; ++i) line[i] = weights[0] * static_cast<float>(source[i]);
-  for (int j = 1; j < count; ++j) {
+  std::fill_n(line, samples, 0.0f);
+  int j = 0;
+  for (; j + kTapsAtOnce <= count; j += kTapsAtOnce) {
+    const Sample *a = source + static_cast<size_t>(j) * stride, *b = a + stride, *c = b + stride, *d = c + stride;
+    const float wa = weights[j], wb = weights[j + 1], wc = weights[j + 2], wd = weights[j + 3];
+    for (size_t i = 0; i < samples; ++i) {
+      line[i] += wa * static_cast<float>(a[i]) + wb * static_cast<float>(b[i]) + wc * static_cast<float>(c[i]) +
+                 wd * static_cast<float>(d[i]);
+    }
+  }
+  for (; j < count; ++j) {
     const Sample* from = source + static_cast<size_t>(j) * stride;
     const float weight = weights[j];
-    if (weight == 0) continue;
     for (size_t i = 0; i < samples; ++i) line[i] += weight * static_cast<float>(from[i]);
   }
 }
 
-// `kCount`: of the taps, or 0 for any.
-template <int kChannels, int kCount>
-void BlendColumns(const float* line, const Taps& taps, int begin, float* to) {
+// What is read behind the line's last sample, with a weight of 0 or into a channel that does not count.
+template <int kChannels>
+constexpr size_t kPad = size_t{kTapsAtOnce} * kChannels + 1;
+
+template <int kChannels>
+void BlendTwoColumns(const float* line, const Taps& taps, float* to) {
   const float* weight = taps.weights.data();
-  const int count = kCount > 0 ? kCount : taps.count;
-  for (const int first : taps.first) {
-    const float* from = line + static_cast<ptrdiff_t>(first - begin) * kChannels;
-    float sum[kChannels] = {};
-    for (int j = 0; j < count; ++j, from += kChannels) {
-      for (int c = 0; c < kChannels; ++c) sum[c] += weight[j] * from[c];
+  for (const int column : taps.first) {
+    const float* from = line + static_cast<ptrdiff_t>(column - taps.first[0]) * kChannels;
+    for (int c = 0; c < kChannels; ++c) *to++ = weight[0] * from[c] + weight[1] * from[kChannels + c];
+    weight += taps.stride;
+  }
+}
+
+template <int kChannels>
+void BlendColumns(const float* line, const Taps& taps, float* to) {
+  constexpr int kLanes = kChannels == 3 ? 4 : kChannels;  // the processor takes four at once
+  const float* weight = taps.weights.data();
+  for (const int column : taps.first) {
+    const float* from = line + static_cast<ptrdiff_t>(column - taps.first[0]) * kChannels;
+    float sum[kLanes] = {};
+    for (int j = 0; j < taps.stride; j += kTapsAtOnce, weight += kTapsAtOnce, from += kTapsAtOnce * kChannels) {
+      for (int c = 0; c < kLanes; ++c) {
+        sum[c] += (weight[0] * from[c] + weight[1] * from[kChannels + c]) +
+                  (weight[2] * from[2 * kChannels + c] + weight[3] * from[3 * kChannels + c]);
+      }
     }
-    weight += count;
     to = std::copy_n(sum, kChannels, to);
+  }
+}
+
+template <int kChannels>
+void BlendAllColumns(const float* line, const Taps& taps, float* to) {
+  if (taps.count <= 2) {
+    BlendTwoColumns<kChannels>(line, taps, to);
+  } else {
+    BlendColumns<kChannels>(line, taps, to);
   }
 }
 
@@ -65,18 +103,27 @@ void ResampleRows(const Sample* source, int sourceWidth, int sourceHeight, const
                   int height, Emit emit) {
   const Taps columns = TriangleTaps(sourceWidth, window.left, window.width, width);
   const Taps rows = TriangleTaps(sourceHeight, window.top, window.height, height);
-  const size_t stride = static_cast<size_t>(sourceWidth) * kChannels;
-  const int begin = columns.first.front();  // of the columns that take part
-  const auto samples = static_cast<size_t>(columns.first.back() + columns.count - begin) * kChannels;
-  Floats line(samples), row(static_cast<size_t>(width) * kChannels);
+  const size_t stride = static_cast<size_t>(sourceWidth) * kChannels, wide = static_cast<size_t>(width) * kChannels;
+  const auto samples = static_cast<size_t>(columns.first.back() + columns.count - columns.first[0]) * kChannels;
+  source += static_cast<size_t>(rows.first[0]) * stride + static_cast<size_t>(columns.first[0]) * kChannels;
+  const int sourceRows = rows.first.back() + rows.count - rows.first[0];
+  Floats line(samples + kPad<kChannels>), row(wide), across;
+  std::fill(line.begin() + static_cast<ptrdiff_t>(samples), line.end(), 0.0f);
+  // First along the direction in which less is left to do for the other, which goes by whole rows.
+  const bool columnsFirst = sourceRows < height;
+  for (int y = 0; columnsFirst && y < sourceRows; ++y) {
+    if (y == 0) across.resize(static_cast<size_t>(sourceRows) * wide);
+    std::copy_n(source + static_cast<size_t>(y) * stride, samples, line.begin());
+    BlendAllColumns<kChannels>(line.data(), columns, across.data() + static_cast<size_t>(y) * wide);
+  }
   for (int y = 0; y < height; ++y) {
-    const auto at = static_cast<size_t>(y);
-    BlendRows(source + static_cast<size_t>(rows.first[at]) * stride + static_cast<size_t>(begin) * kChannels, stride,
-              rows.weights.data() + at * static_cast<size_t>(rows.count), rows.count, samples, line.data());
-    if (columns.count == 2) {
-      BlendColumns<kChannels, 2>(line.data(), columns, begin, row.data());
+    const auto first = static_cast<size_t>(rows.first[static_cast<size_t>(y)] - rows.first[0]);
+    const float* weights = rows.weights.data() + static_cast<size_t>(y) * static_cast<size_t>(rows.stride);
+    if (columnsFirst) {
+      BlendRows(across.data() + first * wide, wide, weights, rows.count, wide, row.data());
     } else {
-      BlendColumns<kChannels, 0>(line.data(), columns, begin, row.data());
+      BlendRows(source + first * stride, stride, weights, rows.count, samples, line.data());
+      BlendAllColumns<kChannels>(line.data(), columns, row.data());
     }
     emit(y, row);
   }

@@ -92,12 +92,12 @@ class SourceRows {
   int32_t next_ = std::numeric_limits<int32_t>::min();  // the first row that is not yet in the ring
 };
 
-// A line brought to the target's width. Behind it lies one more float: four samples are read where three count, for
-// the processor takes four at once.
-void ResizeLine(const float* line, const Taps& taps, uint8_t* out) {
+// A line that begins with the column `left`, brought to the target's width. Behind it lies one more float: four samples
+// are read where three count, for the processor takes four at once.
+void ResizeLine(const float* line, int32_t left, const Taps& taps, uint8_t* out) {
   const float* weight = taps.weights.data();
   for (const int32_t first : taps.first) {
-    const float* pixel = line + static_cast<size_t>(first - taps.first[0]) * 3;
+    const float* pixel = line + static_cast<size_t>(first - left) * 3;
     float sum[4] = {0, 0, 0, 0};
     for (int32_t k = 0; k < taps.count; k += kTapsAtOnce, weight += kTapsAtOnce, pixel += 3 * kTapsAtOnce) {
       for (int c = 0; c < 4; ++c) {
@@ -119,7 +119,9 @@ int32_t LanczosReach(double scale) {
 
 Image ResizeLanczos(const Image& picture, const Rectangle& part, int32_t width, int32_t height) {
   const Taps columns = MakeTaps(part.left, part.width, width), rows = MakeTaps(part.top, part.height, height);
-  const int32_t left = columns.first.front(), right = columns.first.back() + columns.count;
+  // At least one column of the picture takes part.
+  const int32_t left = std::min(columns.first.front(), picture.width - 1);
+  const int32_t right = std::max(columns.first.back() + columns.count, 1);
   SourceRows source(picture, left, right, rows.count);
   Floats line(static_cast<size_t>(right - left) * 3 + 1);
   line.back() = 0;
@@ -127,7 +129,7 @@ Image ResizeLanczos(const Image& picture, const Rectangle& part, int32_t width, 
   for (int32_t y = 0; y < height; ++y) {
     const auto row = static_cast<size_t>(y);
     source.Blend(rows.first[row], rows.weights.data() + row * static_cast<size_t>(rows.count), line.data());
-    ResizeLine(line.data(), columns, target.At(0, y));
+    ResizeLine(line.data(), left, columns, target.At(0, y));
   }
   return target;
 }

@@ -90,11 +90,15 @@ Rectangle Whole(const Image& picture) {
 Raster PersonProbability(PersonNetwork& network, const WorkingPicture& picture, const FaceBox& face) {
   const Image& colours = picture.colours;
   constexpr double kSide = PersonNetwork::kSide;
-  Raster map =
-      Resample(network.Probability(colours, Whole(colours)), {0, 0, kSide, kSide}, colours.width, colours.height);
+  Rectangle seen = Whole(colours);
+  Raster probability = network.Probability(colours, seen);
+  Raster map = Resample(probability, {0, 0, kSide, kSide}, colours.width, colours.height);
   for (const Square& square : kSquares) {
     const Rectangle window = SquareAround(face, square.side, colours);
-    Blend(map, network.Probability(colours, window), window, square.share);
+    // Wide squares around a large face are often the whole picture.
+    if (!(window == seen)) probability = network.Probability(colours, window);
+    seen = window;
+    Blend(map, probability, window, square.share);
   }
   return map;
 }
@@ -119,9 +123,10 @@ Mask DropUnsure(const Raster& map, const WorkingPicture& picture) {
   }
   const float reach = kSureReach * static_cast<float>(picture.faceWidth);
   const Distances distances = SignedDistance(sure, 2 * reach);
+  const float unit = 1 / (kDistanceUnit * reach);
   Mask left(map.width, map.height);
   for (size_t i = 0; i < distances.size(); ++i) {
-    const float share = 2 + static_cast<float>(distances[i]) / (kDistanceUnit * reach);
+    const float share = 2 + static_cast<float>(distances[i]) * unit;
     const float value = map.values[i] * std::clamp(share, 0.0f, 1.0f);
     left.values[i] = static_cast<uint8_t>(static_cast<int>(std::clamp(value, 0.0f, 1.0f) * 255 + 0.5f));
   }

@@ -1,6 +1,7 @@
 // Backgrounds, the person's own colours, and masks from files.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -79,6 +80,25 @@ TEST(Foreground, LosesTheOldBackground) {
     }
     EXPECT_GE(8, worst) << side;  // of 255, as seen in a composite; up to 46 before
   }
+}
+
+TEST(Foreground, TakesPicturesOfAnySize) {
+  for (const auto& [width, height] : {std::pair{1, 1}, {1, 300}, {900, 2}, {33, 21}}) {
+    for (const double faceWidth : {0.5, 20.0, 1e5}) {
+      const Image picture = GradientImage(width, height);
+      Mask mask(width, height);
+      for (size_t i = 0; i < mask.values.size(); ++i) mask.values[i] = static_cast<uint8_t>(i * 85 % 256);
+      const Image result = EstimateForeground(picture, mask, faceWidth);
+      for (size_t i = 0; i < mask.values.size(); ++i) {
+        if (mask.values[i] % 255 == 0) {
+          EXPECT_TRUE(std::equal(&picture.bgr[3 * i], &picture.bgr[3 * i] + 3, &result.bgr[3 * i]));
+        }
+      }
+    }
+  }
+  // Nothing of one of the two is to be seen: nothing to tell apart.
+  const Image flat(8, 8, Bytes(192, 99));
+  EXPECT_EQ(flat.bgr, EstimateForeground(flat, Mask(8, 8, uint8_t{1}), 9).bgr);
 }
 
 }  // namespace

@@ -62,7 +62,11 @@ TEST(ResizeLanczos, IsThePlainSum) {
     Image picture(width, height);
     uint32_t random = 1;
     for (uint8_t& sample : picture.bgr) sample = static_cast<uint8_t>((random = random * 1664525u + 1013904223u) >> 24);
-    const Rectangle parts[] = {{0, 0, double{1} * width, double{1} * height}, {-20.5, 3.25, 60, 9}, {1.5, -30, 7, 20}};
+    const Rectangle parts[] = {{0, 0, double{1} * width, double{1} * height},
+                               {-20.5, 3.25, 60, 9},
+                               {1.5, -30, 7, 20},
+                               {-60, 3, 20, 9},
+                               {55.5, 60, 7, 9}};
     for (const Rectangle& part : parts) {
       for (const auto& [across, down] : {std::pair{11, 9}, {5, 33}, {70, 2}}) {
         const Image sized = ResizeLanczos(picture, part, across, down);
