@@ -119,30 +119,4 @@ QualityScores CropEngine::Quality(const CropResult& result, int32_t face) {
   return scores;
 }
 
-void CropEngine::RetouchFace(const CropResult& result, int32_t face, const BeautyParams& params, Image* photograph) {
-  const IdpImage image = View(*photograph);
-  Check(
-      QX_IDP_DoFaceBeauty(handle_.get(), &image, result.result_.get(), face, &params, nullptr, photograph->bgr.data()));
-}
-
-void CropEngine::RetouchPerson(CropResult& result, int32_t face, const BeautyParams& params, Image* photograph,
-                               Mask* mask) {
-  const CropOrigin origin = result.FindOrigin(face, *photograph);
-  result.SetPerson(face, *mask, *photograph);
-  Bytes retouchedMask(mask->values.size());
-  Image retouched(photograph->width, photograph->height);
-  Check(QX_IDP_Do91Beauty(handle_.get(), result.result_.get(), face, &params, retouchedMask.data(),
-                          retouched.bgr.data()));
-  int32_t height = 0, width = 0;
-  Check(QX_IDP_GetRCSize(result.result_.get(), face, &height, &width));
-  const int32_t left = std::max(origin.left, 0), right = std::min(origin.left + width, photograph->width);
-  const int32_t top = std::max(origin.top, 0), bottom = std::min(origin.top + height, photograph->height);
-  for (int32_t y = top; y < bottom && left < right; ++y) {
-    const auto at = static_cast<ptrdiff_t>(y) * photograph->width + left;
-    const ptrdiff_t count = right - left;
-    std::copy_n(retouchedMask.begin() + at, count, mask->values.begin() + at);
-    std::copy_n(retouched.bgr.begin() + 3 * at, 3 * count, photograph->bgr.begin() + 3 * at);
-  }
-}
-
 }  // namespace qx::photo

@@ -67,13 +67,6 @@ class CropEngine {
   // Throws Failure when the face has no crop.
   QualityScores Quality(const CropResult& result, int32_t face);
 
-  // Retouches a face of the photograph that the crops were made from, in place. Throws Failure when the face has no
-  // crop.
-  void RetouchFace(const CropResult& result, int32_t face, const BeautyParams& params, Image* photograph);
-  // The same together with the person's mask, for runs at source scale whose crop is not turned; pixels outside the
-  // crop stay. Replaces the person of SetPerson.
-  void RetouchPerson(CropResult& result, int32_t face, const BeautyParams& params, Image* photograph, Mask* mask);
-
  private:
   struct Delete {
     void operator()(IdpHandle* handle) const { QX_IDP_DeleteHandle(handle); }
