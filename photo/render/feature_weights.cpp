@@ -103,19 +103,19 @@ void DrawFeature(const Feature& feature, const std::vector<Place>& line, double 
   }
 }
 
-// The median of the cells in the square around each cell, in steps of a level, at most kLevels - 1 (T. Huang, G. Yang,
-// G. Tang, "A fast two-dimensional median filtering algorithm", 1979).
-Raster WindowMedian(const Raster& values, int radius) {
-  constexpr int kLevels = 64, kPerLevel = 4;  // counted in quarters
+// The median of the cells in the square around each cell, in `perLevel` steps of a level, at most 256 of them (T.
+// Huang, G. Yang, G. Tang, "A fast two-dimensional median filtering algorithm", 1979).
+Raster WindowMedian(const Raster& values, int radius, int perLevel) {
+  constexpr int kSteps = 256;
   const int width = values.width, height = values.height;
   std::vector<uint8_t> levels(values.values.size());
   for (size_t i = 0; i < levels.size(); ++i) {
-    levels[i] = static_cast<uint8_t>(std::clamp(values.values[i] * kPerLevel, 0.0f, kLevels * kPerLevel - 1.0f));
+    levels[i] = static_cast<uint8_t>(std::clamp(values.values[i] * static_cast<float>(perLevel), 0.0f, kSteps - 1.0f));
   }
   Raster medians(width, height, 1);
   for (int y = 0; y < height; ++y) {
     const int top = std::max(y - radius, 0), bottom = std::min(y + radius, height - 1);
-    std::array<int, kLevels * kPerLevel> counts{};
+    std::array<int, kSteps> counts{};
     int median = 0, below = 0, total = 0;
     const auto column = [&](int x, int sign) {
       for (int row = top; row <= bottom; ++row) {
@@ -131,7 +131,7 @@ Raster WindowMedian(const Raster& values, int radius) {
       if (x - radius - 1 >= 0) column(x - radius - 1, -1);
       while (below > total / 2) below -= counts[static_cast<size_t>(--median)];
       while (below + counts[static_cast<size_t>(median)] <= total / 2) below += counts[static_cast<size_t>(median++)];
-      *medians.At(x, y) = (static_cast<float>(median) + 0.5f) / kPerLevel;
+      *medians.At(x, y) = (static_cast<float>(median) + 0.5f) / static_cast<float>(perLevel);
     }
   }
   return medians;
@@ -164,21 +164,25 @@ class SkinCells {
   std::vector<size_t> cells_;
 };
 
-// Raises the weights on groups of strong cells (8 neighbours) that are longer than any spot.
+// Raises the weights on and next to groups of strong cells (8 neighbours) that are longer than any spot. Next to them,
+// since the edges of a thin thing cover their cells only in part.
 class LongGroups {
  public:
-  LongGroups(const Raster& changes, float strong, int length)
-      : changes_(changes), strong_(strong), length_(length), seen_(changes.values.size()) {}
+  LongGroups(const Raster& contrast, float strong, int length)
+      : contrast_(contrast), strong_(strong), length_(length), seen_(contrast.values.size()) {}
 
   void Raise(Raster* weights) {
-    for (int y = 0; y < changes_.height; ++y) {
-      for (int x = 0; x < changes_.width; ++x) {
+    for (int y = 0; y < contrast_.height; ++y) {
+      for (int x = 0; x < contrast_.width; ++x) {
         if (!Visit(x, y)) continue;
         Collect();
         if (std::max(right_ - left_, bottom_ - top_) < length_) continue;
         for (const size_t i : group_) {
-          const double weight = SmoothStep(changes_.values[i], strong_, 2.2 * strong_);
-          weights->values[i] = std::max(weights->values[i], static_cast<float>(weight));
+          const auto weight = static_cast<float>(SmoothStep(contrast_.values[i], strong_, 1.8 * strong_));
+          ForSquare(i, [&](int column, int row) {
+            float& there = *weights->At(column, row);
+            there = std::max(there, weight);
+          });
         }
       }
     }
@@ -193,8 +197,8 @@ class LongGroups {
     return Add(x, y);
   }
   bool Add(int x, int y) {
-    const size_t i = changes_.Offset(x, y);
-    if (seen_[i] || changes_.values[i] < strong_) return false;
+    const size_t i = contrast_.Offset(x, y);
+    if (seen_[i] || contrast_.values[i] < strong_) return false;
     seen_[i] = true;
     group_.push_back(i);
     left_ = std::min(left_, x);
@@ -205,14 +209,19 @@ class LongGroups {
   }
   void Collect() {
     for (size_t k = 0; k < group_.size(); ++k) {
-      const int x = static_cast<int>(group_[k]) % changes_.width, y = static_cast<int>(group_[k]) / changes_.width;
-      for (int row = std::max(y - 1, 0); row <= std::min(y + 1, changes_.height - 1); ++row) {
-        for (int column = std::max(x - 1, 0); column <= std::min(x + 1, changes_.width - 1); ++column) Add(column, row);
-      }
+      ForSquare(group_[k], [this](int column, int row) { Add(column, row); });
+    }
+  }
+  // Calls `work` for a cell and its neighbours.
+  template <typename Work>
+  void ForSquare(size_t cell, Work work) const {
+    const int x = static_cast<int>(cell) % contrast_.width, y = static_cast<int>(cell) / contrast_.width;
+    for (int row = std::max(y - 1, 0); row <= std::min(y + 1, contrast_.height - 1); ++row) {
+      for (int column = std::max(x - 1, 0); column <= std::min(x + 1, contrast_.width - 1); ++column) work(column, row);
     }
   }
 
-  const Raster& changes_;
+  const Raster& contrast_;
   float strong_;
   int length_;
   std::vector<bool> seen_;
@@ -224,7 +233,7 @@ class LongGroups {
 
 double EyeDistance(const ProbedFace& face) {
   const Point &a = face.keyPoints[0], &b = face.keyPoints[1];
-  return std::hypot(double{1} * b.x - a.x, double{1} * b.y - a.y);
+  return std::hypot(static_cast<double>(b.x) - a.x, static_cast<double>(b.y) - a.y);
 }
 
 // The mean over the square of three cells a side around each cell, as far as it lies in the grid.
@@ -245,7 +254,7 @@ Raster Softened(const Raster& weights) {
   return soft;
 }
 
-FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellChanges& changes, double strength) {
+FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellMeans& means, double strength) {
   constexpr double kWindow = 0.11, kLongest = 0.4;  // eye distances: half of the window's side, what no spot reaches
   const double unit = EyeDistance(face) / grid.step;
   FeatureWeights found;
@@ -254,15 +263,20 @@ FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const 
   std::fill(weights.values.begin(), weights.values.end(), 0.0f);
   for (const Feature& feature : Features()) DrawFeature(feature, InCells(face, feature.points, grid), unit, &weights);
   const SkinCells skin(face, grid, weights);
-  const Raster medians = WindowMedian(changes.texture, std::max(1, static_cast<int>(std::lround(kWindow * unit))));
-  found.skinTexture = skin.LowerThird(medians);
+  const int window = std::max(1, static_cast<int>(std::lround(kWindow * unit)));
+  const Raster changes = WindowMedian(means.change, window, 4);
+  found.skinTexture = skin.LowerThird(changes);
   const double texture = found.skinTexture;
   for (size_t i = 0; i < weights.values.size(); ++i) {
-    const double weight = SmoothStep(medians.values[i], 1.3 * texture + strength, 2 * texture + 3 * strength);
+    const double weight = SmoothStep(changes.values[i], 1.3 * texture + strength, 2 * texture + 3 * strength);
     weights.values[i] = std::max(weights.values[i], static_cast<float>(weight));
   }
-  const double strong = 3 * static_cast<double>(skin.LowerThird(changes.shift)) + 4 * strength;
-  LongGroups(changes.shift, static_cast<float>(strong), static_cast<int>(std::ceil(kLongest * unit))).Raise(&weights);
+  Raster contrast = WindowMedian(means.level, window, 1);
+  for (size_t i = 0; i < contrast.values.size(); ++i) {
+    contrast.values[i] = std::abs(means.level.values[i] - contrast.values[i]);
+  }
+  const float strong = 2.5f * skin.LowerThird(contrast) + 5;
+  LongGroups(contrast, strong, static_cast<int>(std::ceil(kLongest * unit))).Raise(&weights);
   weights = Softened(weights);
   return found;
 }

@@ -22,10 +22,10 @@ struct CellGrid {
 // Pixels between the middles of the eyes, the measure of all that is done to a face.
 double EyeDistance(const ProbedFace& face);
 
-// What a retouching took from each cell, in levels, one channel.
-struct CellChanges {
-  Raster texture;  // mean of the absolute differences
-  Raster shift;    // absolute mean of the differences, which noise and pores leave alone
+// Cells in levels, one channel each.
+struct CellMeans {
+  Raster level;   // of the photograph before the retouching
+  Raster change;  // of the absolute differences that the retouching made
 };
 
 struct FeatureWeights {
@@ -38,8 +38,9 @@ struct FeatureWeights {
 // Lips, eyes with lashes, brows, and nostrils with the wings of the nose are drawn from the face's points. Beard, hair,
 // folds of cloth and the like are where most cells around one lose much more than the face's skin does: the median over
 // a window passes over spots, whose cells are few (J. Tukey, "Exploratory Data Analysis", 1977). Thin things such as
-// the rims of spectacles are strong changes that hang together over a longer way than any spot.
-FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellChanges& changes, double strength);
+// the rims of spectacles are cells that differ much from their window's median level and hang together over a longer
+// way than any spot.
+FeatureWeights FindFeatures(const ProbedFace& face, const CellGrid& grid, const CellMeans& means, double strength);
 
 }  // namespace qx::photo
 

@@ -49,37 +49,35 @@ PixelBox ChangedBox(const SavedPart& before, const Image& photograph) {
   return changed;
 }
 
-// Differences of the bytes of a box, summed over the rows of a row of cells. Few enough rows for 16 bits.
+// Sums of the bytes of a box over the rows of a row of cells, few enough for 16 bits.
 class RowSums {
  public:
-  explicit RowSums(int32_t columns)
-      : differences_(static_cast<size_t>(columns) * 3), magnitudes_(differences_.size()) {}
+  explicit RowSums(int32_t columns) : levels_(static_cast<size_t>(columns) * 3), changes_(levels_.size()) {}
 
   void Clear() {
-    std::fill(differences_.begin(), differences_.end(), int16_t{0});
-    std::fill(magnitudes_.begin(), magnitudes_.end(), int16_t{0});
+    std::fill(levels_.begin(), levels_.end(), uint16_t{0});
+    std::fill(changes_.begin(), changes_.end(), uint16_t{0});
   }
   void Add(const uint8_t* was, const uint8_t* is) {
-    for (size_t i = 0; i < differences_.size(); ++i) {
-      const int difference = was[i] - is[i];
-      differences_[i] = static_cast<int16_t>(differences_[i] + difference);
-      magnitudes_[i] = static_cast<int16_t>(magnitudes_[i] + std::abs(difference));
+    for (size_t i = 0; i < levels_.size(); ++i) {
+      levels_[i] = static_cast<uint16_t>(levels_[i] + was[i]);
+      changes_[i] = static_cast<uint16_t>(changes_[i] + std::abs(was[i] - is[i]));
     }
   }
   // Of columns `first` to `last` - 1.
-  int32_t Difference(int first, int last) const { return Sum(differences_, first, last); }
-  int32_t Magnitude(int first, int last) const { return Sum(magnitudes_, first, last); }
+  int32_t Level(int first, int last) const { return Sum(levels_, first, last); }
+  int32_t Change(int first, int last) const { return Sum(changes_, first, last); }
 
  private:
-  static int32_t Sum(const std::vector<int16_t>& values, int first, int last) {
+  static int32_t Sum(const std::vector<uint16_t>& values, int first, int last) {
     return std::accumulate(values.begin() + 3 * ptrdiff_t{first}, values.begin() + 3 * ptrdiff_t{last}, 0);
   }
 
-  std::vector<int16_t> differences_, magnitudes_;
+  std::vector<uint16_t> levels_, changes_;
 };
 
-CellChanges MeasureChanges(const SavedPart& before, const Image& photograph, const CellGrid& grid) {
-  CellChanges changes{Raster(grid.Width(), grid.Height(), 1), Raster(grid.Width(), grid.Height(), 1)};
+CellMeans MeanCells(const SavedPart& before, const Image& photograph, const CellGrid& grid) {
+  CellMeans means{Raster(grid.Width(), grid.Height(), 1), Raster(grid.Width(), grid.Height(), 1)};
   const PixelBox& box = grid.box;
   RowSums sums(box.Width());
   for (int cellY = 0; cellY < grid.Height(); ++cellY) {
@@ -89,11 +87,11 @@ CellChanges MeasureChanges(const SavedPart& before, const Image& photograph, con
     for (int cellX = 0; cellX < grid.Width(); ++cellX) {
       const int first = cellX * grid.step, last = std::min(first + grid.step, box.Width());
       const auto count = static_cast<float>(3 * (last - first) * (bottom - top));
-      *changes.texture.At(cellX, cellY) = static_cast<float>(sums.Magnitude(first, last)) / count;
-      *changes.shift.At(cellX, cellY) = static_cast<float>(std::abs(sums.Difference(first, last))) / count;
+      *means.level.At(cellX, cellY) = static_cast<float>(sums.Level(first, last)) / count;
+      *means.change.At(cellX, cellY) = static_cast<float>(sums.Change(first, last)) / count;
     }
   }
-  return changes;
+  return means;
 }
 
 // A position between the middles of two neighbouring cells.
@@ -269,7 +267,7 @@ void KeepFeatures(const SavedPart& before, const ProbedFace& face, double streng
   if (grid.box.Width() <= 0 || grid.box.Height() <= 0 || unit < 1) return;
   grid.step = static_cast<int>(std::lround(std::clamp(unit / kCellsBetweenEyes, 1.0, kLargestCell)));
   const double share = std::min(strength / kFullStrength, 1.0);
-  const FeatureWeights features = FindFeatures(face, grid, MeasureChanges(before, *photograph, grid), share);
+  const FeatureWeights features = FindFeatures(face, grid, MeanCells(before, *photograph, grid), share);
   const SkinLoss skin = {256 * (2.5f * features.skinTexture + 2 * static_cast<float>(share)),
                          256 * (1.5f * features.skinTexture + static_cast<float>(share))};
   const int radius = static_cast<int>(std::lround(std::clamp(kPoreRadius * unit, 1.0, kLargestRadius)));

@@ -18,7 +18,7 @@ struct Named {
   Retouch retouch;
 };
 
-// Chosen by eye on portraits: from a skin of 2 on it looks made up, and smoothing begins to show at the hair.
+// Chosen by eye on portraits.
 constexpr Named kNamed[] = {
     {"light", {0, 0, 1, 0.7, false, 0}},
     {"natural", {0.5, 0, 2, 1.2, true, 1}},
