@@ -13,6 +13,7 @@
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/check/check.h"
+#include "photo/drawing/draw_check.h"
 
 namespace qx::cli {
 namespace fs = std::filesystem;
@@ -82,9 +83,10 @@ void Check(const CheckOptions& options, int* status) {
   }
   const photo::Image photograph = codec::ReadImage(options.photograph, options.maxPixels);
   const photo::PhotoCheck check = photo::PhotoChecker().Check(photograph, FactsOf(options.photograph), preset);
-  std::fputs((options.json ? JsonText : TableText)(options, check).c_str(), stdout);
-  if (!options.drawing.empty())
+  std::fputs((options.json ? JsonText(options, check) : TableText(options, check)).c_str(), stdout);
+  if (!options.drawing.empty()) {
     WriteFile(options.drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), format));
+  }
   if (!check.Passed()) *status = kSomeFailed;
 }
 

@@ -11,8 +11,8 @@ PairGeometry MeasurePair(const std::array<const ProbedFace*, 2>& faces, const st
   pair.left = width;
   for (const ProbedFace* face : faces) {
     for (const Point& p : face->densePoints) {
-      pair.left = std::min(pair.left, double{1} * p.x);
-      pair.right = std::max(pair.right, double{1} * p.x);
+      pair.left = std::min<double>(pair.left, p.x);
+      pair.right = std::max<double>(pair.right, p.x);
     }
   }
   pair.faceWidth = (persons[0].faceWidth + persons[1].faceWidth) / 2;

@@ -48,7 +48,7 @@ PersonGeometry MeasurePerson(const ProbedFace& face, const Mask& mask) {
   person.width = width;
   person.height = height;
   person.chin = lowest->y;
-  person.eyes = (double{1} * face.keyPoints[0].y + face.keyPoints[1].y) / 2;
+  person.eyes = (face.keyPoints[0].y + face.keyPoints[1].y) / 2.0;
   person.centre = ((l[16].x + l[17].x) / 2.0 + (l[0].x + l[9].x) / 2.0) / 2;  // between mouth and outer eye corners
   person.faceLeft = leftmost->x;
   person.faceWidth = rightmost->x - leftmost->x;
@@ -78,7 +78,12 @@ FaceBox BoxOf(const ProbedFace& face) {
   const auto& c = face.corners;
   const auto [left, right] = std::minmax({c[0].x, c[1].x, c[2].x, c[3].x});
   const auto [top, bottom] = std::minmax({c[0].y, c[1].y, c[2].y, c[3].y});
-  return {double{1} * left, double{1} * top, double{1} * right, double{1} * bottom};
+  FaceBox box;
+  box.left = left;
+  box.top = top;
+  box.right = right;
+  box.bottom = bottom;
+  return box;
 }
 
 PhotoMeasures MeasuresIn(const Rectangle& rectangle, const PersonGeometry& person) {
