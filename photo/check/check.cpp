@@ -36,7 +36,7 @@ int32_t FindAgain(const std::vector<ProbedFace>& faces, const ProbedFace& sought
   const auto nearest = std::min_element(
       faces.begin(), faces.end(), [&](const ProbedFace& a, const ProbedFace& b) { return distance(a) < distance(b); });
   if (nearest == faces.end() || distance(*nearest) > sought.Width() / 2) {
-    throw Failure(FailureCode::kFaceLost, "the face is too close to the edges to be scored; leave more room around it");
+    throw Failure(FailureCode::kFaceLost, "the face is too unclear to be scored; take a brighter, sharper photograph");
   }
   return static_cast<int32_t>(nearest - faces.begin());
 }
