@@ -142,9 +142,8 @@ TEST(SheetLayout, BoundsThePhotographsOfAllKindsTogether) {
   EXPECT_EQ(1000u, LayOutSheet(spec, {{"a", 5, 5, {}}, {"b", 6, 5, {}}}).tiles.size());
 }
 
-TEST(SheetLayout, CutsTicksShortBeforeOtherPhotographs) {
-  // Two shelves without a gap, the lower photographs half as wide: a tick that would run over one is left out, and one
-  // that ends at the next photograph over a gap of 10 pixels stops halfway.
+TEST(SheetLayout, DrawsTicksOnlyWhereNothingIsInTheirWay) {
+  // Four that fill the paper leave room for none; over a gap of 10 pixels a tick above two goes on past both.
   const SheetLayout close = LayOutSheet({{10, 10, Unit::kMillimetre}, 0, 0, 254}, {{"a", 50, 50, 4}});
   for (const PixelBox& tick : close.ticks) ADD_FAILURE() << tick.left << ", " << tick.top;
   const SheetLayout apart = LayOutSheet({{11, 20, Unit::kMillimetre}, 0, 1, 254}, {{"a", 50, 50, 2}});
@@ -152,7 +151,7 @@ TEST(SheetLayout, CutsTicksShortBeforeOtherPhotographs) {
   const int32_t right = apart.tiles[0].place.right, top = apart.tiles[0].place.top;
   EXPECT_EQ(10, apart.tiles[1].place.left - right);
   const auto found = std::find(apart.ticks.begin(), apart.ticks.end(), PixelBox{right, top - 1, right + 20, top});
-  EXPECT_NE(apart.ticks.end(), found);  // above both: nothing is in its way
+  EXPECT_NE(apart.ticks.end(), found);
 }
 
 // The rectangle of the picture, which must equal the other picture, unmirrored.
