@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <exception>
+#include <memory>
 #include <mutex>
-#include <system_error>
-#include <thread>
 
 #include "cli/interrupt.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
+#include "jobs/worker_pool.h"
 #include "photo/base/text.h"
 
 namespace qx::cli {
@@ -32,21 +33,21 @@ class Batch {
   Batch(const std::vector<BatchItem>& items, BatchReport* report)
       : items_(items), report_(report), progress_(items.size()) {}
 
-  // The life of one thread.
-  void Work(const std::function<BatchWorker()>& makeWorker) noexcept {
-    try {
-      const BatchWorker worker = makeWorker();
-      for (size_t i; !stop_ && !watch_.Interrupted() && (i = next_++) < items_.size();) WorkOn(items_[i], worker);
-    } catch (...) {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      if (!error_) error_ = std::current_exception();
-      stop_ = true;
+  void Run(size_t threads, const std::function<BatchWorker()>& makeWorker) {
+    jobs::WorkerPool<BatchWorker> pool(threads, threads,
+                                       [&makeWorker] { return std::make_unique<BatchWorker>(makeWorker()); });
+    std::deque<jobs::Job<void>> begun;
+    for (const BatchItem& item : items_) {
+      if (!GoesOn()) break;
+      begun.push_back(pool.Submit([this, &item](const BatchWorker& worker, const jobs::CancelToken&) {
+        if (GoesOn()) WorkOn(item, worker);
+      }));
+      for (; !begun.empty() && begun.front().Ready(); begun.pop_front()) begun.front().Get();
     }
+    for (jobs::Job<void>& job : begun) job.Get();
   }
 
-  // After all threads.
   BatchSummary Finish(size_t skipped) {
-    if (error_) std::rethrow_exception(error_);
     summary_.skipped = skipped;
     summary_.left = items_.size() - summary_.done - summary_.failed;
     progress_.Summary(SummaryText(summary_));
@@ -54,6 +55,9 @@ class Batch {
   }
 
  private:
+  // What is queued is not begun after an interrupt, nor when the report cannot be written any more.
+  bool GoesOn() const { return !unreported_ && !watch_.Interrupted(); }
+
   void WorkOn(const BatchItem& item, const BatchWorker& worker) {
     const std::string name = photo::Printable(item.input.native());
     {
@@ -70,7 +74,12 @@ class Batch {
     }
     outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     const std::lock_guard<std::mutex> lock(mutex_);
-    report_->Append(item, outcome);
+    try {
+      report_->Append(item, outcome);
+    } catch (...) {
+      unreported_ = true;
+      throw;
+    }
     ++(outcome.done ? summary_.done : summary_.failed);
     if (!outcome.done) {
       progress_.Error(name + ": " + outcome.message);
@@ -83,12 +92,10 @@ class Batch {
   const std::vector<BatchItem>& items_;
   BatchReport* const report_;
   const InterruptWatch watch_;
-  std::atomic<size_t> next_{0};
-  std::atomic<bool> stop_{false};
+  std::atomic<bool> unreported_{false};
   std::mutex mutex_;  // of everything below, and of the report
   Progress progress_;
   BatchSummary summary_;
-  std::exception_ptr error_;
 };
 
 }  // namespace
@@ -102,16 +109,7 @@ BatchSummary RunBatch(const std::vector<BatchItem>& items, const std::function<B
   report.Forget(todo);
 
   Batch batch(todo, &report);
-  std::vector<std::thread> threads;
-  try {
-    for (size_t i = 1; i < std::min(settings.jobs, todo.size()); ++i) {
-      threads.emplace_back([&] { batch.Work(makeWorker); });
-    }
-  } catch (const std::system_error&) {
-    // The machine allows no more threads: fewer do the same work.
-  }
-  if (!todo.empty()) batch.Work(makeWorker);
-  for (std::thread& thread : threads) thread.join();
+  if (!todo.empty()) batch.Run(std::min(settings.jobs, todo.size()), makeWorker);
   return batch.Finish(items.size() - todo.size());
 }
 

@@ -17,7 +17,7 @@ namespace qx::cli {
 using BatchWorker = std::function<void(const BatchItem& item, BatchOutcome* outcome)>;
 
 struct BatchSettings {
-  size_t jobs = 1;               // threads, at least 1
+  size_t jobs = 1;               // threads, at least 1; fewer when the system refuses some
   std::filesystem::path report;  // the file of JSON lines
   bool resume = false;           // leave out what the report lists as done
   std::string options;           // text that differs when the outputs would

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <system_error>
@@ -102,12 +103,50 @@ void OutputFile::Write(const void* data, size_t size) {
 }
 
 void OutputFile::Commit() {
+  CommitAll({this});
+}
+
+void OutputFile::CommitAll(std::initializer_list<OutputFile*> files) {
+  for (OutputFile* file : files) file->Close();
+  std::vector<OutputFile*> placed;
+  placed.reserve(files.size());
+  try {
+    for (OutputFile* file : files) {
+      file->Place(files.size() > 1);
+      placed.push_back(file);
+    }
+  } catch (...) {
+    for (OutputFile* file : placed) file->TakeBack();
+    throw;
+  }
+  for (OutputFile* file : files) file->Discard();
+}
+
+void OutputFile::Close() {
   const int descriptor = std::exchange(descriptor_, -1);
   // Some file systems report a full disk only when the file is closed.
   if (close(descriptor) != 0) FailToWrite(target_, errno);
+}
+
+void OutputFile::Place(bool revocable) {
+  std::error_code error;
+  if (fs::is_directory(fs::symlink_status(target_, error))) FailToWrite(target_, EISDIR);
+    // Fails where there is no file of that name yet.
+#ifdef RENAME_EXCHANGE
+  replaced_ = revocable && renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, target_.c_str(), RENAME_EXCHANGE) == 0;
+#endif
+  if (replaced_) return;
   if (rename(temporary_.c_str(), target_.c_str()) != 0) FailToWrite(target_, errno);
   temporary_.clear();
-  Discard();
+}
+
+void OutputFile::TakeBack() noexcept {
+  if (replaced_) {
+    rename(temporary_.c_str(), target_.c_str());
+    temporary_.clear();
+  } else {
+    unlink(target_.c_str());
+  }
 }
 
 void WriteFile(const fs::path& target, const std::vector<uint8_t>& bytes) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <vector>
 
 namespace qx::cli {
@@ -24,14 +25,21 @@ class OutputFile {
   void Write(const void* data, size_t size);
   // Closes the file and gives it its name; a file of that name is replaced. Throws Failure.
   void Commit();
+  // The same for several, in this order: all of them or, with a Failure, none, files of their names as they were.
+  // (Where the file system cannot exchange two files, one that was replaced before another failed stays replaced.)
+  static void CommitAll(std::initializer_list<OutputFile*> files);
 
  private:
+  void Close();
+  void Place(bool revocable);
+  void TakeBack() noexcept;
   void Discard() noexcept;
 
   std::filesystem::path target_;
   std::filesystem::path temporary_;
   int descriptor_ = -1;
-  int slot_ = -1;  // where the signal handler finds the temporary's name
+  bool replaced_ = false;  // the temporary is what had the target's name before
+  int slot_ = -1;          // where the signal handler finds the temporary's name
 };
 
 // Has SIGINT, SIGTERM and SIGHUP remove the temporaries before they end the program. Call once, at the start.

@@ -154,15 +154,7 @@ void AddBatchCommand(CLI::App& app, int* status) {
       ->required();
   AddMakeOptions(*command, &options->document);
   command->add_flag("--pair", options->pair, "Two persons in each photograph; of the bounds only the size counts");
-  command
-      ->add_option_function<std::string>(
-          "--format",
-          [options](const std::string& name) {
-            options->format = name == "png" ? codec::ImageFormat::kPng : codec::ImageFormat::kJpeg;
-          },
-          "jpg (default) or png")
-      ->type_name("FORMAT")
-      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
+  AddFormatOption(*command, &options->format, "jpg (default) or png");
   command->add_option("--jobs", options->jobs, "Photographs at once; default: one for each processor")
       ->type_name("N")
       ->check(CLI::Range(size_t{1}, kMaxJobs).description(""));

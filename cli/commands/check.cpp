@@ -12,6 +12,7 @@
 #include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "photo/drawing/draw_check.h"
 #include "photo/studio.h"
 
 namespace qx::cli {
@@ -77,9 +78,10 @@ void Check(const CheckOptions& options, int* status) {
   const photo::Image photograph = source.Whole();
   const photo::FileFacts facts{source.Resolution(), static_cast<int64_t>(source.FileSize())};
   const photo::PhotoCheck check = photo::Studio().Check(photograph, facts, preset);
-  std::fputs((options.json ? JsonText : TableText)(options, check).c_str(), stdout);
-  if (!options.drawing.empty())
+  std::fputs((options.json ? JsonText(options, check) : TableText(options, check)).c_str(), stdout);
+  if (!options.drawing.empty()) {
     WriteFile(options.drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), format));
+  }
   if (!check.Passed()) *status = kSomeFailed;
 }
 

@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "codec/codec.h"
 
@@ -47,10 +48,16 @@ void RunOnPhotograph(const std::string& photograph, int* status, const std::func
 // --person, the number of a face.
 void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help);
 
+// --format, one of those that are written.
+void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help);
+
 // --compare, which asks for a second picture beside the output.
 void AddCompareFlag(CLI::App& command, bool* compare);
 // Its name: that of the output with "-compare" before the ending.
 std::string CompareName(const std::string& output);
+// Writes the output and, unless it is empty, the comparison beside it: both or none. Throws Failure.
+void WriteWithComparison(const std::string& output, const std::vector<uint8_t>& bytes,
+                         const std::vector<uint8_t>& comparison);
 
 // --max-megapixels, stored as a number of pixels.
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);

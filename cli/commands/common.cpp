@@ -40,11 +40,19 @@ void RunOnPhotograph(const std::string& photograph, int* status, const std::func
 }
 
 void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help) {
+  command.add_option("--person", *person, help)->type_name("N")->check(CLI::Range(1, INT32_MAX).description(""));
+}
+
+void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help) {
   command
-      .add_option_function<int>(
-          "--person", [person](int number) { *person = number; }, help)
-      ->type_name("N")
-      ->check(CLI::Range(1, INT32_MAX).description(""));
+      .add_option_function<std::string>(
+          "--format",
+          [format](const std::string& name) {
+            *format = name == "png" ? codec::ImageFormat::kPng : codec::ImageFormat::kJpeg;
+          },
+          help)
+      ->type_name("FORMAT")
+      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
 }
 
 void AddCompareFlag(CLI::App& command, bool* compare) {
@@ -55,6 +63,16 @@ std::string CompareName(const std::string& output) {
   fs::path name(output);
   name.replace_filename(name.stem().native() + "-compare" + name.extension().native());
   return name.native();
+}
+
+void WriteWithComparison(const std::string& output, const std::vector<uint8_t>& bytes,
+                         const std::vector<uint8_t>& comparison) {
+  OutputFile file(output);
+  file.Write(bytes.data(), bytes.size());
+  if (comparison.empty()) return file.Commit();
+  OutputFile other(CompareName(output));
+  other.Write(comparison.data(), comparison.size());
+  OutputFile::CommitAll({&file, &other});
 }
 
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels) {

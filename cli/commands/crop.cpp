@@ -110,15 +110,7 @@ void AddCropCommand(CLI::App& app, int* status) {
                            ->check(CLI::Range(photo::kLowestBound, INT32_MAX).description(""));
   command->add_flag("--src-same", options->settings.sourceScale, "Keep the photograph's own scale, however large")
       ->excludes(bound);
-  command
-      ->add_option_function<std::string>(
-          "--format",
-          [options](const std::string& name) {
-            options->format = name == "png" ? codec::ImageFormat::kPng : codec::ImageFormat::kJpeg;
-          },
-          "Without loss (png, default) or smaller (jpg, quality 95)")
-      ->type_name("FORMAT")
-      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
+  AddFormatOption(*command, &options->format, "Without loss (png, default) or smaller (jpg, quality 95)");
   AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
       "The pictures are DIR/NAME_face1.png, DIR/NAME_face2.png and so on, best face first; existing files of these\n"

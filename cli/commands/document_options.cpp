@@ -25,18 +25,15 @@ CLI::Option* AddParsed(CLI::App& command, const std::string& name, std::optional
       help);
 }
 
-CLI::Option* AddWhole(CLI::App& command, const std::string& name, std::optional<int32_t>* target, int32_t min,
-                      int32_t max, const std::string& help) {
-  return command
-      .add_option_function<int32_t>(
-          name, [target](int32_t value) { *target = value; }, help)
-      ->type_name("N")
-      ->check(CLI::Range(min, max).description(""));
+void AddWhole(CLI::App& command, const std::string& name, std::optional<int32_t>* target, int32_t min, int32_t max,
+              const std::string& help) {
+  command.add_option(name, *target, help)->type_name("N")->check(CLI::Range(min, max).description(""));
 }
 
 void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
   command.add_option("--preset", options->preset, "The document; idphoto presets lists them")->type_name("NAME");
-  AddParsed(command, "--size", &options->size, photo::ParseSize, "Width and height: 35x45mm, 2x2in, 400x514px")
+  AddParsed(command, "--size", &options->size, photo::ParseSize,
+            "Width and height: 35x45mm, 3.5x4.5cm, 2x2in, 400x514px")
       ->type_name("SIZE");
   AddWhole(command, "--dpi", &options->dpi, 72, 2400, "Pixels an inch, written into the file (default 300)");
   AddParsed(command, "--head", &options->head, photo::ParseRange, "Top of the hair to the chin: 32-36mm, 70-80%")
@@ -104,7 +101,7 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
             }
             options->background = text;
           },
-          "white, #rrggbb, gradient:#rrggbb-#rrggbb (top to bottom) or keep")
+          "keep, a CSS colour (white, lightblue, #rrggbb) or gradient:COLOUR-COLOUR, top to bottom")
       ->type_name("COLOUR");
   AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");

@@ -88,7 +88,9 @@ void Inspect(const InspectOptions& options) {
                                         : CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   const photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
   const std::vector<photo::ProbedFace> faces = photo::Studio().Inspect(photograph);
-  std::fputs((options.json ? JsonText : TableText)(options, photograph, faces).c_str(), stdout);
+  const std::string report =
+      options.json ? JsonText(options, photograph, faces) : TableText(options, photograph, faces);
+  std::fputs(report.c_str(), stdout);
   if (!options.drawing.empty()) {
     WriteFile(options.drawing, codec::EncodeImage(photo::DrawFaces(photograph, faces, options.points), format));
   }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/commands/document_options.h"
@@ -86,8 +87,7 @@ void Make(const MakeOptions& options) {
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
   const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
   const codec::ImageFormat format = CheckPictureName(options.output, {photographFile, maskFile});
-  const std::string compareName = CompareName(options.output);
-  if (options.compare) CheckPictureName(compareName, {photographFile, maskFile});
+  if (options.compare) CheckPictureName(CompareName(options.output), {photographFile, maskFile});
 
   codec::FileSource source(options.photograph, {options.maxPixels});
   photo::Mask mask;
@@ -106,12 +106,13 @@ void Make(const MakeOptions& options) {
   if (request.background.IsKeep() && !options.document.background) {
     made.remarks.push_back("background kept: " + preset.authority + " takes no changed one");
   }
-  OutputFile output(options.output);
-  output.Write(file.bytes.data(), file.bytes.size());
-  if (made.before) WriteFile(compareName, codec::EncodeImage(photo::SideBySide(*made.before, made.image), format));
-  output.Commit();
+  std::vector<uint8_t> comparison;
+  if (made.before) comparison = codec::EncodeImage(photo::SideBySide(*made.before, made.image), format);
+  WriteWithComparison(options.output, file.bytes, comparison);
   if (!options.quiet) {
-    std::fputs((options.json ? ReportJson : ReportText)(options, request.document, made, file).c_str(), stdout);
+    const std::string report = options.json ? ReportJson(options, request.document, made, file)
+                                            : ReportText(options, request.document, made, file);
+    std::fputs(report.c_str(), stdout);
   }
 }
 

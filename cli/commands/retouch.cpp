@@ -7,7 +7,6 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/retouch_options.h"
-#include "cli/output_file.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
@@ -30,16 +29,13 @@ void Run(const RetouchCommand& options) {
   if (!options.retouch.Any()) retouch = photo::NamedRetouch("natural");
   const KeptFile photographFile{"photograph", options.photograph};
   const codec::ImageFormat format = CheckPictureName(options.output, {photographFile});
-  const std::string compareName = CompareName(options.output);
-  if (options.compare) CheckPictureName(compareName, {photographFile});
+  if (options.compare) CheckPictureName(CompareName(options.output), {photographFile});
   photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
   const photo::RetouchedPhoto retouched = photo::Studio().Retouch(std::move(photograph), retouch, options.person);
   const std::vector<uint8_t> bytes = codec::EncodeImage(retouched.after, format);
-  OutputFile output(options.output);
-  output.Write(bytes.data(), bytes.size());
-  if (options.compare)
-    WriteFile(compareName, codec::EncodeImage(photo::SideBySide(retouched.before, retouched.after), format));
-  output.Commit();
+  std::vector<uint8_t> comparison;
+  if (options.compare) comparison = codec::EncodeImage(photo::SideBySide(retouched.before, retouched.after), format);
+  WriteWithComparison(options.output, bytes, comparison);
   if (!options.quiet) {
     std::printf("%s: %s, %s retouched\n", photo::Printable(options.photograph).c_str(),
                 photo::Printable(options.output).c_str(), photo::Count(retouched.faces, "face").c_str());

@@ -15,6 +15,7 @@
 #include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "photo/document/paper.h"
 #include "photo/document/units.h"
 #include "photo/sheet/sheet.h"
 

@@ -13,15 +13,16 @@ namespace {
 
 constexpr double kLargest = 10000;
 
-std::string Quoted(std::string_view text) {
-  return "\"" + Printable(text) + "\"";
-}
-
-bool TakeEnding(std::string_view* text, std::string_view ending) {
-  if (text->size() < ending.size() || text->substr(text->size() - ending.size()) != ending) return false;
-  text->remove_suffix(ending.size());
-  return true;
-}
+struct UnitName {
+  std::string_view name;
+  Unit unit;
+  double scale;  // of the unit
+};
+constexpr UnitName kUnitNames[] = {{"mm", Unit::kMillimetre, 1},
+                                   {"cm", Unit::kMillimetre, 10},
+                                   {"in", Unit::kMillimetre, kMillimetresPerInch},
+                                   {"px", Unit::kPixel, 1},
+                                   {"%", Unit::kPercent, 1}};
 
 // Plain decimal notation only: no sign, exponent, infinity or leading blank.
 std::optional<double> ParseNumber(std::string_view text) {
@@ -32,54 +33,58 @@ std::optional<double> ParseNumber(std::string_view text) {
   return value;
 }
 
+// "35x45mm", "32-36mm" or "34mm": one or two numbers and what they are measured in.
+struct Quantity {
+  double first = 0;
+  std::optional<double> second;
+  Unit unit = Unit::kMillimetre;
+};
+
+std::optional<Quantity> ParseQuantity(std::string_view text, char separator) {
+  for (const UnitName& unit : kUnitNames) {
+    if (text.size() < unit.name.size() || text.substr(text.size() - unit.name.size()) != unit.name) continue;
+    const std::string_view numbers = text.substr(0, text.size() - unit.name.size());
+    const size_t place = numbers.find(separator);
+    const auto first = ParseNumber(numbers.substr(0, place));
+    if (!first) return std::nullopt;
+    Quantity quantity{*first * unit.scale, std::nullopt, unit.unit};
+    if (place == std::string_view::npos) return quantity;
+    const auto second = ParseNumber(numbers.substr(place + 1));
+    if (!second) return std::nullopt;
+    quantity.second = *second * unit.scale;
+    return quantity;
+  }
+  return std::nullopt;
+}
+
+Failure BadOption(std::string_view text, const std::string& problem) {
+  return {FailureCode::kBadOption, "\"" + Printable(text) + "\" " + problem};
+}
+
 }  // namespace
 
 Size ParseSize(std::string_view text) {
-  const std::string problem = Quoted(text) + " is no size; write it as 35x45mm, 2x2in or 400x514px";
-  Size size;
-  double scale = 1;
-  std::string_view numbers = text;
-  if (TakeEnding(&numbers, "px")) {
-    size.unit = Unit::kPixel;
-  } else if (TakeEnding(&numbers, "in")) {
-    scale = kMillimetresPerInch;
-  } else if (!TakeEnding(&numbers, "mm")) {
-    throw Failure(FailureCode::kBadOption, problem);
-  }
-  const size_t cross = numbers.find('x');
-  if (cross == std::string_view::npos) throw Failure(FailureCode::kBadOption, problem);
-  const auto width = ParseNumber(numbers.substr(0, cross)), height = ParseNumber(numbers.substr(cross + 1));
-  if (!width || !height) throw Failure(FailureCode::kBadOption, problem);
-  size.width = *width * scale;
-  size.height = *height * scale;
+  const Failure problem = BadOption(text, "is no size; write it as 35x45mm, 3.5x4.5cm, 2x2in or 400x514px");
+  const auto quantity = ParseQuantity(text, 'x');
+  if (!quantity || !quantity->second || quantity->unit == Unit::kPercent) throw problem;
+  const Size size{quantity->first, *quantity->second, quantity->unit};
   for (const double side : {size.width, size.height}) {
-    if (side < 1 || side > kLargest)
-      throw Failure(FailureCode::kBadOption, Quoted(text) + " is out of range; sides go from 1 to 10000");
-    if (size.unit == Unit::kPixel && side != std::floor(side)) throw Failure(FailureCode::kBadOption, problem);
+    if (side < 1 || side > kLargest) throw BadOption(text, "is out of range; sides go from 1 to 10000 mm or pixels");
+    if (size.unit == Unit::kPixel && side != std::floor(side)) throw problem;
   }
   return size;
 }
 
 Range ParseRange(std::string_view text) {
-  const std::string problem = Quoted(text) + " is no range; write it as 32-36mm or 70-80%";
-  Range range;
-  std::string_view numbers = text;
-  if (TakeEnding(&numbers, "%")) {
-    range.unit = Unit::kPercent;
-  } else if (!TakeEnding(&numbers, "mm")) {
-    throw Failure(FailureCode::kBadOption, problem);
+  const auto quantity = ParseQuantity(text, '-');
+  if (!quantity || quantity->unit == Unit::kPixel) {
+    throw BadOption(text, "is no range; write it as 32-36mm, 3.2-3.6cm or 70-80%");
   }
-  const size_t dash = numbers.find('-');
-  const auto min = ParseNumber(numbers.substr(0, dash));
-  const auto max = dash == std::string_view::npos ? min : ParseNumber(numbers.substr(dash + 1));
-  if (!min || !max) throw Failure(FailureCode::kBadOption, problem);
-  if (*min > *max) throw Failure(FailureCode::kBadOption, Quoted(text) + " has its larger number first; turn it round");
-  if (*max > (range.unit == Unit::kPercent ? 100 : kLargest)) {
-    throw Failure(FailureCode::kBadOption,
-                  Quoted(text) + " is out of range; percents go up to 100, millimetres to 10000");
+  const Range range{quantity->first, quantity->second.value_or(quantity->first), quantity->unit};
+  if (range.min > range.max) throw BadOption(text, "has its larger number first; turn it round");
+  if (range.max > (range.unit == Unit::kPercent ? 100 : kLargest)) {
+    throw BadOption(text, "is out of range; percents go up to 100, millimetres to 10000");
   }
-  range.min = *min;
-  range.max = *max;
   return range;
 }
 

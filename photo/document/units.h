@@ -1,4 +1,4 @@
-// Sizes and bounds of documents as people write them: 35x45mm, 400x514px, 32-36mm, 70-80%.
+// Sizes and bounds of documents as people write them: 35x45mm, 3.5x4.5cm, 400x514px, 32-36mm, 70-80%.
 #ifndef QX_PHOTO_DOCUMENT_UNITS_H
 #define QX_PHOTO_DOCUMENT_UNITS_H
 
@@ -20,12 +20,12 @@ struct Range {
   Unit unit = Unit::kMillimetre;  // or kPercent, of a length that the context names
 };
 
-// "35x45mm", "2x2in" (inches become millimetres) or "400x514px" (whole numbers). Throws Failure, also for sizes below
-// 1 or above 10,000 in their unit.
+// "35x45mm", "3.5x4.5cm", "2x2in" (lengths become millimetres) or "400x514px" (whole numbers). Throws Failure, also for
+// sides below 1 or above 10,000 millimetres or pixels.
 Size ParseSize(std::string_view text);
 
-// "32-36mm", "70-80%" or one value, "34mm". Throws Failure, also when the first value is above the second or a value
-// is below 0 or above 10,000 (100 for percents).
+// "32-36mm", "3.2-3.6cm", "1-1.4in" (lengths become millimetres), "70-80%" or one value, "34mm". Throws Failure, also
+// when the first value is above the second or above 10,000 millimetres (100 percent).
 Range ParseRange(std::string_view text);
 
 inline constexpr double kMillimetresPerInch = 25.4;

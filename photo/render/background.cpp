@@ -1,32 +1,26 @@
 #include "photo/render/background.h"
 
-#include <cctype>
 #include <cstddef>
 #include <optional>
 #include <string>
 
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "photo/render/css_colours.h"
 
 namespace qx::photo {
 namespace {
 
 std::optional<Colour> ParseColour(std::string_view text) {
-  if (text.size() != 7 || text[0] != '#') return std::nullopt;
-  uint32_t value = 0;
-  for (const char c : text.substr(1)) {
-    if (!std::isxdigit(static_cast<unsigned char>(c))) return std::nullopt;
-    const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
-    value = value << 4 | static_cast<uint32_t>(digit);
-  }
-  return Colour{static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value >> 16)};
+  const auto value = ParseCssColour(text);
+  if (!value) return std::nullopt;
+  return Colour{static_cast<uint8_t>(*value), static_cast<uint8_t>(*value >> 8), static_cast<uint8_t>(*value >> 16)};
 }
 
 }  // namespace
 
 Background ParseBackground(std::string_view text) {
   Background background;
-  if (text == "white") return background;
   if (text == "keep") {
     background.kind = Background::Kind::kKeep;
     return background;
@@ -46,8 +40,8 @@ Background ParseBackground(std::string_view text) {
   if (!top || !bottom) {
     throw Failure(FailureCode::kBadOption,
                   "'" + Printable(text) +
-                      "' is no background; use white, keep, a colour such as #438edb, or two as in "
-                      "gradient:#ffffff-#dbe7f3 (top-bottom)");
+                      "' is no background; use keep, a colour such as white or #438edb, or two as in "
+                      "gradient:white-#dbe7f3 (top-bottom)");
   }
   background.top = *top;
   background.bottom = *bottom;

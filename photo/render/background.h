@@ -21,8 +21,8 @@ struct Background {
   bool IsKeep() const { return kind == Kind::kKeep; }
 };
 
-// Reads `white`, `#rrggbb`, `keep` or `gradient:#rrggbb-#rrggbb` (top, bottom), hexadecimal digits in either case.
-// Throws Failure for anything else.
+// Reads `keep`, a colour (`white` or any other name of CSS Color Module Level 4, `#rgb`, `#rrggbb`, letters in either
+// case) or `gradient:COLOUR-COLOUR` (top, bottom). Throws Failure for anything else.
 Background ParseBackground(std::string_view text);
 
 // The colour of a row of a picture of that height: the first row has the top colour, the last the bottom colour, those

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "photo/base/geometry.h"
 #include "photo/document/units.h"
 
 namespace qx::photo {
@@ -27,13 +28,9 @@ struct TileKind {
   std::optional<int> count;  // none: as many as there is room for
 };
 
-struct PixelRect {
-  int32_t left = 0, top = 0, width = 0, height = 0;
-};
-
 struct Tile {
   size_t kind = 0;  // index into the kinds
-  PixelRect place;
+  PixelBox place;
 };
 
 struct SheetLayout {
@@ -41,14 +38,10 @@ struct SheetLayout {
   int32_t height = 0;
   std::vector<Tile> tiles;
   // Thin marks that continue the edges of the photographs outwards; none touches a photograph.
-  std::vector<PixelRect> ticks;
+  std::vector<PixelBox> ticks;
 };
 
-inline constexpr int kMaxTiles = 1000;
-
-// "A4" (A3 to A7), "letter", "4x6" (inches: 3.5x5, 4x6, 5x7, 6x8, 8x10 in either order) or any size with its unit:
-// "10x15cm", "100x150mm", "4x6in". Throws Failure.
-Size ParsePaper(const std::string& text);
+inline constexpr int kMaxTiles = 1000;  // on a sheet, of all kinds together
 
 // Puts the photographs onto shelves, the tallest first, each on the first shelf with room for it (first-fit decreasing
 // height, Coffman, Garey, Johnson and Tarjan 1980), and the block of shelves into the middle of the paper. The paper

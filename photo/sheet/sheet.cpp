@@ -13,10 +13,6 @@ namespace {
 constexpr uint8_t kPaper = 255;
 constexpr uint8_t kTick = 96;  // seen by whoever cuts, and not as loud as black
 
-size_t Offset(const Image& image, int32_t x, int32_t y) {
-  return 3 * (static_cast<size_t>(y) * static_cast<size_t>(image.width) + static_cast<size_t>(x));
-}
-
 struct PixelSize {
   int32_t width, height;
 };
@@ -77,16 +73,16 @@ std::vector<Image> ScaleToSheet(const std::vector<SheetPhotograph>& photographs,
 Image DrawSheet(const SheetLayout& layout, const std::vector<Image>& pictures) {
   Image sheet(layout.width, layout.height);
   std::fill(sheet.bgr.begin(), sheet.bgr.end(), kPaper);
-  for (const PixelRect& tick : layout.ticks) {
-    for (int32_t y = tick.top; y < tick.top + tick.height; ++y) {
-      std::fill_n(&sheet.bgr[Offset(sheet, tick.left, y)], 3 * static_cast<size_t>(tick.width), kTick);
+  for (const PixelBox& tick : layout.ticks) {
+    for (int32_t y = tick.top; y < tick.bottom; ++y) {
+      std::fill_n(sheet.At(tick.left, y), 3 * static_cast<size_t>(tick.Width()), kTick);
     }
   }
   for (const Tile& tile : layout.tiles) {
     const Image& picture = pictures[tile.kind];
     for (int32_t y = 0; y < picture.height; ++y) {
-      std::copy_n(&picture.bgr[Offset(picture, 0, y)], 3 * static_cast<size_t>(picture.width),
-                  &sheet.bgr[Offset(sheet, tile.place.left, tile.place.top + y)]);
+      std::copy_n(picture.At(0, y), 3 * static_cast<size_t>(picture.width),
+                  sheet.At(tile.place.left, tile.place.top + y));
     }
   }
   return sheet;

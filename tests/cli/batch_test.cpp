@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,7 +34,7 @@ std::vector<Json> ReadReport(const fs::path& path) {
 }
 
 // Photographs that are texts: a worker copies them, and refuses those that say "bad".
-class BatchTest : public testing::Test {
+class BatchThreads : public testing::Test {
  protected:
   void SetUp() override { fs::create_directory(folder_ / "out"); }
 
@@ -67,7 +68,7 @@ class BatchTest : public testing::Test {
   std::string out_, err_;
 };
 
-TEST_F(BatchTest, WorksOnAllWhateverBecomesOfEach) {
+TEST_F(BatchThreads, WorksOnAllWhateverBecomesOfEach) {
   const Names names = {"a", "b", "c\xFF\n", "d", "e"};
   for (const std::string& name : names) WriteBytes(folder_ / name, name == "b" ? "bad" : name == "d" ? "empty" : name);
   const BatchSummary summary = Run(Items(names));
@@ -96,7 +97,7 @@ TEST_F(BatchTest, WorksOnAllWhateverBecomesOfEach) {
   EXPECT_EQ(1u, lines.count((folder_ / "c\\xFF\\x0A").native()));
 }
 
-TEST_F(BatchTest, ResumesWhereItStopped) {
+TEST_F(BatchThreads, ResumesWhereItStopped) {
   const Names names = {"a", "b", "c", "d"};
   for (const std::string& name : names) WriteBytes(folder_ / name, name == "b" ? "bad" : name);
   Run(Items(names));
@@ -137,7 +138,7 @@ TEST_F(BatchTest, ResumesWhereItStopped) {
   EXPECT_THROW(BatchReport(folder_ / "missing/report", "A", false), SetupFailure);
 }
 
-TEST_F(BatchTest, FinishesWhatIsAtWorkWhenInterruptedAndStopsAtTheSecondInterrupt) {
+TEST_F(BatchThreads, FinishesWhatIsAtWorkWhenInterruptedAndStopsAtTheSecondInterrupt) {
   const Names names = {"a", "b", "c", "d", "e", "f"};
   for (const std::string& name : names) WriteBytes(folder_ / name, name);
   for (const int interrupts : {1, 2}) {
@@ -169,10 +170,27 @@ TEST_F(BatchTest, FinishesWhatIsAtWorkWhenInterruptedAndStopsAtTheSecondInterrup
   EXPECT_EQ(4, calls_);
 }
 
-TEST_F(BatchTest, PassesOnThatNoWorkerCanBeMade) {
+TEST_F(BatchThreads, PassesOnThatNoWorkerCanBeMade) {
   WriteBytes(folder_ / "a", "a");
   const auto fail = []() -> BatchWorker { throw Failure(FailureCode::kEngine, "no engine"); };
   EXPECT_THROW(RunBatch(Items({"a", "b", "c"}), fail, {2, folder_ / "report", false, "A"}), Failure);
+}
+
+TEST_F(BatchThreads, StopWhenTheReportCannotBeWrittenAnyMore) {
+  Names names;
+  for (int i = 0; i < 50; ++i) names.push_back("p" + std::to_string(i));
+  rlimit before{};
+  ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+  const auto handler = signal(SIGXFSZ, SIG_IGN);
+  std::atomic<int> calls{0};
+  const auto worker = [&](const BatchItem&, BatchOutcome*) {
+    const rlimit none{0, before.rlim_max};
+    if (++calls == 3) setrlimit(RLIMIT_FSIZE, &none);
+  };
+  EXPECT_THROW(RunBatch(Items(names), [&] { return worker; }, {2, folder_ / "report", false, "A"}), SetupFailure);
+  setrlimit(RLIMIT_FSIZE, &before);
+  signal(SIGXFSZ, handler);
+  EXPECT_GT(10, calls);
 }
 
 TEST(OutputNames, AreUniqueAndLeaveNaturalNamesAlone) {

@@ -25,7 +25,7 @@ TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
       {{"--preset", "us-pasport"}, "did you mean us-passport"},
       {{"--size", "35x45"}, "--size"},
       {{"--size", "35x45mm", "--head", "50-60mm"}, "does not fit into 45 mm"},
-      {{"--preset", "cn-visa", "--background", "blue"}, "--background"},
+      {{"--preset", "cn-visa", "--background", "bluish"}, "--background"},
       {{"--preset", "cn-visa", "--min-kb", "50", "--max-kb", "40"}, "least size"},
       {{"--preset", "cn-visa", "--dpi", "5"}, "--dpi"},
       {{"--preset", "cn-visa", "--person", "0"}, "--person"},

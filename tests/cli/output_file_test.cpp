@@ -52,6 +52,28 @@ TEST(OutputFile, FailsWithoutATrace) {
   EXPECT_EQ(Names{"a"}, folder.Names());
 }
 
+TEST(OutputFile, SeveralAppearTogetherOrNotAtAll) {
+  const TestFolder folder;
+  const auto write = [&folder](const char* one, const char* other) {
+    OutputFile first(folder / one), second(folder / other);
+    first.Write("first", 5);
+    second.Write("second", 6);
+    OutputFile::CommitAll({&first, &second});
+  };
+  WriteBytes(folder / "a", "old");
+  std::filesystem::create_directory(folder / "d");
+  // The one that cannot be written comes last or first; what was there stays, what was not does not appear.
+  EXPECT_THROW(write("a", "d"), Failure);
+  EXPECT_THROW(write("b", "d"), Failure);
+  EXPECT_THROW(write("d", "b"), Failure);
+  EXPECT_EQ((Names{"a", "d"}), folder.Names());
+  EXPECT_EQ("old", ReadBytes(folder / "a"));
+  write("a", "b");
+  EXPECT_EQ((Names{"a", "b", "d"}), folder.Names());
+  EXPECT_EQ("first", ReadBytes(folder / "a"));
+  EXPECT_EQ("second", ReadBytes(folder / "b"));
+}
+
 TEST(OutputFile, IsRemovedByASignalThatEndsTheProgram) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
     const TestFolder folder;

@@ -93,6 +93,11 @@ TEST(SampleRetouch, TurnedPhotographsStayTurnedAndComparesHoldBoth) {
   const Image both = ReadImage(folder / "y-compare.png");
   EXPECT_GT(both.width, 2 * turned.width);
   EXPECT_EQ(both.height, turned.height);
+  // Where the one cannot be written the other does not appear either.
+  fs::create_directory(folder / "z.png");
+  const Names before = folder.Names();
+  EXPECT_EQ(1, StatusOfRefusal(folder, {"retouch", "x.png", "-o", "z.png", "--compare"}, "a folder has that name"));
+  EXPECT_EQ(before, folder.Names());
 }
 
 TEST(SampleRetouch, OnePersonOfTwo) {

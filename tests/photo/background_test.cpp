@@ -25,9 +25,33 @@ TEST(Background, IsReadOrRefused) {
   EXPECT_TRUE(isColour(white.top, 255, 255, 255) && isColour(white.bottom, 255, 255, 255));
   EXPECT_TRUE(isColour(blue.top, 0x43, 0x8e, 0xdb) && isColour(blue.bottom, 0x43, 0x8e, 0xdb));
   EXPECT_TRUE(isColour(gradient.top, 0, 0, 0) && isColour(gradient.bottom, 255, 128, 0));
-  for (const char* text : {"", "White", "blue", "#12345", "#1234567", "#12345g", "438edb", "# 12345",
-                           "gradient:", "gradient:#000000", "gradient:#000000-", "gradient:#000000-white",
-                           "gradient:#000000#111111", "gradient:#000000-#111111-#222222", "\x1b[2J"}) {
+  for (const char* text : {"#FFAa00", "ORANGE", "#ffa500", "DarkSlateGrey", "gradient:Orange-#fA0", "RebeccaPurple"}) {
+    EXPECT_FALSE(ParseBackground(text).IsKeep()) << text;
+  }
+  const Background named = ParseBackground("gradient:CornflowerBlue-#Fa0");
+  EXPECT_TRUE(isColour(named.top, 0x64, 0x95, 0xed) && isColour(named.bottom, 0xff, 0xaa, 0x00));
+  EXPECT_TRUE(isColour(ParseBackground("green").top, 0, 128, 0));  // not the green of X11
+  for (const char* text : {"",
+                           "Keep",
+                           "blu",
+                           "bluee",
+                           "a",
+                           "zzz",
+                           "blue ",
+                           "#12345",
+                           "#1234567",
+                           "#12345g",
+                           "438edb",
+                           "# 12345",
+                           "gradient:",
+                           "gradient:#000000",
+                           "gradient:#000000-",
+                           "gradient:#000000-whit",
+                           "#12",
+                           "#1234",
+                           "gradient:#000000#111111",
+                           "gradient:#000000-#111111-#222222",
+                           "\x1b[2J"}) {
     const std::string failure = FailureOf([&] { ParseBackground(text); });
     EXPECT_TRUE(Contains(failure, "is no background")) << failure;
     EXPECT_FALSE(Contains(failure, "\x1b")) << failure;

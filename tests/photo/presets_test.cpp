@@ -6,6 +6,7 @@
 #include <cmath>
 #include <set>
 
+#include "photo/document/paper.h"
 #include "support/test_files.h"
 
 namespace qx::photo {
@@ -17,27 +18,41 @@ TEST(Units, ReadSizesAndRangesAsPeopleWriteThem) {
   const std::pair<const char*, Size> sizes[] = {{"35x45mm", {35, 45, Unit::kMillimetre}},
                                                 {"31.5x40.25mm", {31.5, 40.25, Unit::kMillimetre}},
                                                 {"2x2in", {50.8, 50.8, Unit::kMillimetre}},
+                                                {"3.5x4.5cm", {35, 45, Unit::kMillimetre}},
                                                 {"400x514px", {400, 514, Unit::kPixel}}};
   for (const auto& [text, expected] : sizes) {
     const Size size = ParseSize(text);
     EXPECT_DOUBLE_EQ(expected.width, size.width) << text;
     EXPECT_DOUBLE_EQ(expected.height, size.height) << text;
     EXPECT_EQ(expected.unit, size.unit) << text;
-    if (std::string(text) != "2x2in") {
-      EXPECT_EQ(text, ToText(size));
-    }
+    const bool converted = std::string(text).find_first_of("ci") != std::string::npos;
+    EXPECT_EQ(converted ? ToText(expected) : text, ToText(size));
   }
+  EXPECT_EQ("32-36mm", ToText(ParseRange("3.2-3.6cm")));
+  EXPECT_EQ("25.4-31.75mm", ToText(ParseRange("1-1.25in")));
   for (const char* text : {"32-36mm", "31.5-36mm", "70-80%", "34mm", "0-5mm"})
     EXPECT_EQ(text, ToText(ParseRange(text)));
 
-  for (const char* text : {"", "mm", "35x45", "35mm", "x45mm", "35xmm", "-3x4mm", "35x45x2mm", "1e1x20mm", "nanx20mm",
-                           " 35x45mm", "400.5x514px", "0x4mm", "0.5x4mm", "10001x4px", "35x45 mm"}) {
+  for (const char* text : {"",          "mm",       "35x45",     "35mm",     "x45mm",       "35xmm", "-3x4mm",
+                           "35x45x2mm", "1e1x20mm", "nanx20mm",  " 35x45mm", "400.5x514px", "0x4mm", "0.5x4mm",
+                           "10001x4px", "35x45 mm", "3.5x4.5CM", "0.05x4cm", "1001x4cm",    "70x80%"}) {
     EXPECT_NE("(no failure)", FailureOf([&] { ParseSize(text); })) << text;
   }
-  for (const char* text :
-       {"", "%", "32-36", "-mm", "32-mm", "-5mm", "36-32mm", "70-101%", "32--36mm", "infmm", "1,5mm"}) {
+  for (const char* text : {"", "%", "32-36", "-mm", "32-mm", "-5mm", "36-32mm", "70-101%", "32--36mm", "infmm", "1,5mm",
+                           "32-36px", "1001cm", "3.6-3.2cm"}) {
     EXPECT_NE("(no failure)", FailureOf([&] { ParseRange(text); })) << text;
   }
+}
+
+TEST(Paper, IsReadByNameOrSize) {
+  const std::tuple<const char*, double, double> papers[] = {
+      {"A4", 210, 297},      {"a7", 74, 105},       {"Letter", 215.9, 279.4}, {"4x6", 101.6, 152.4},
+      {"6x4", 152.4, 101.6}, {"10x15cm", 100, 150}, {"8.9x12.7CM", 89, 127},  {"100x150mm", 100, 150}};
+  for (const auto& [name, width, height] : papers) {
+    EXPECT_DOUBLE_EQ(width, ParsePaper(name).width) << name;
+    EXPECT_DOUBLE_EQ(height, ParsePaper(name).height) << name;
+  }
+  for (const char* name : {"", "A9", "4x", "10x15", "300x400px", "0x10mm"}) EXPECT_THROW(ParsePaper(name), Failure);
 }
 
 TEST(Presets, AgreeWithThemselves) {
@@ -124,13 +139,13 @@ TEST(Presets, DeriveTheRightNumbers) {
 
 TEST(Presets, SayWhatIsWrong) {
   EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("us-pasport"); }).find("did you mean us-passport"));
-  EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("atlantis"); }).find("there is no preset"));
+  EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("atlantis"); }).find("there is no preset \"atlantis\""));
   Preset preset = FindPreset("one-inch");
   preset.head = Range{30, 40, Unit::kMillimetre};
   EXPECT_NE(std::string::npos, FailureOf([&] { Derive(preset); }).find("head length of 30-40mm"));
   preset.head.reset();
   preset.dpi = 1'000'000;
-  EXPECT_NE(std::string::npos, FailureOf([&] { Derive(preset); }).find("resolution"));
+  EXPECT_NE(std::string::npos, FailureOf([&] { Derive(preset); }).find("change the size or the resolution"));
   EXPECT_NE(std::string::npos, FailureOf([] { ParsePresets("[{\"name\": 1}]"); }).find("preset 1"));
   EXPECT_NE("(no failure)", FailureOf([] { ParsePresets("["); }));
 }

@@ -56,7 +56,7 @@ vips::VImage TallSample() {
 TEST(RetouchPhoto, IsTheLibrarysWhereNothingIsKept) {
   const Image photograph = Reread(TallSample());
   Library library(photograph);
-  const std::vector<ProbedFace> faces = FaceProbe().Probe(photograph);
+  const std::vector<ProbedFace> faces = FaceFinder().Find(photograph);
   ASSERT_EQ(1u, faces.size());
   for (Retouch retouch : {Retouch{3, -2, 0, 0, true, 4}, Retouch{0, 0, 4, 2.5, false, 0}, NamedRetouch("light"),
                           NamedRetouch("natural"), NamedRetouch("strong"), Retouch{}}) {
@@ -74,7 +74,7 @@ TEST(RetouchPhoto, IsTheLibrarysWhereNothingIsKept) {
 TEST(RetouchPhoto, SetsTheToneOfSeveralFacesOnce) {
   const vips::VImage sample = vips::VImage::new_from_file(QX_SAMPLE_PHOTO);
   const Image photograph = Reread(sample.join(sample, VIPS_DIRECTION_HORIZONTAL));
-  const std::vector<ProbedFace> faces = FaceProbe().Probe(photograph);
+  const std::vector<ProbedFace> faces = FaceFinder().Find(photograph);
   ASSERT_EQ(2u, faces.size());
   Retouch retouch = NamedRetouch("strong");
   retouch.keepFeatures = false;
@@ -85,7 +85,7 @@ TEST(RetouchPhoto, SetsTheToneOfSeveralFacesOnce) {
 
 TEST(RetouchPhoto, TheMaskFollowsAndThePictureIsTheSame) {
   const Image photograph = Reread(TallSample());
-  const ProbedFace face = FaceProbe().Probe(photograph).at(0);
+  const ProbedFace face = FaceFinder().Find(photograph).at(0);
   Image plain = photograph, masked = photograph;
   Mask mask(photograph.width, photograph.height, 0);
   for (int32_t y = face.corners[0].y; y < face.corners[3].y; ++y) {

@@ -1,0 +1,54 @@
+// What a finished photograph is held against: one line for each thing, with its limits.
+#ifndef QX_PHOTO_CHECK_CHECK_LINES_H
+#define QX_PHOTO_CHECK_CHECK_LINES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "photo/document/presets.h"
+#include "photo/place/person_geometry.h"
+#include "qx_idp.h"
+
+namespace qx::photo {
+
+// What a picture's file says beside its pixels.
+struct FileFacts {
+  std::optional<PrintResolution> resolution;
+  int64_t bytes = 0;
+};
+
+// One thing that was measured.
+struct CheckLine {
+  std::string name;  // such as "head"
+  std::string unit;  // "mm", "px", "dpi", "kB"; empty for scores and counts
+  double value = 0;
+  std::optional<double> min, max;  // limits; none: only shown
+  double tolerance = 0;            // by which a limit may be missed, for what measuring is worth
+
+  bool Passed() const { return value >= min.value_or(value) - tolerance && value <= max.value_or(value) + tolerance; }
+};
+
+bool AllPassed(const std::vector<CheckLine>& lines);
+
+// Lowest scores of the library's quality check that pass: a head that leans by 5 degrees (ICAO's limit), a face of mean
+// grey 54 (evenly lit dark skin is brighter), one half of the face 56 grey levels off the other, and a plain background
+// of the clothes' own colour.
+inline constexpr int32_t kLeastTilt = 71, kLeastBrightness = 40, kLeastSymmetry = 60, kLeastBackground = 50;
+
+// Width and height in pixels and, for prints, the resolution; the size of the file.
+std::vector<CheckLine> FileLines(int32_t width, int32_t height, const FileFacts& file, const Preset& preset,
+                                 const Document& document);
+// As many faces as the document has persons.
+CheckLine FacesLine(size_t faces, const Preset& preset);
+// Passed as long as the head stands rather than lies; in degrees.
+CheckLine RollLine(double roll);
+// Head, space above, eyes, face width, in millimetres; with limits where the document has bounds.
+std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document);
+std::vector<CheckLine> ScoreLines(const QualityScores& scores);
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_CHECK_CHECK_LINES_H

@@ -1,0 +1,46 @@
+// A picture to draw on.
+#ifndef QX_PHOTO_DRAWING_CANVAS_H
+#define QX_PHOTO_DRAWING_CANVAS_H
+
+#include <cstdint>
+#include <utility>
+
+#include "photo/base/geometry.h"
+#include "photo/base/image.h"
+
+namespace qx::photo {
+
+struct Ink {
+  uint8_t blue, green, red;
+};
+
+inline constexpr int kDigitWidth = 5, kDigitHeight = 7;  // of Number's digits, at size 1
+
+// Everything is clipped to the picture.
+class Canvas {
+ public:
+  // A copy of the photograph, enlarged by a whole factor: each pixel becomes a square.
+  Canvas(const Image& photograph, int factor);
+
+  int32_t Width() const { return image_.width; }
+  int32_t Height() const { return image_.height; }
+
+  // `share` of 256 parts become the ink's.
+  void Fill(const PixelBox& box, Ink ink, int share = 256);
+  // A square of side 2 * radius + 1 around a place.
+  void Dot(Point at, int radius, Ink ink);
+  void Line(Point from, Point to, int radius, Ink ink);
+  // Digits of `size` times 5 x 7 pixels with a black rim of `size` pixels.
+  void Number(int left, int top, int number, int size, Ink ink);
+
+  Image Take() { return std::move(image_); }
+
+ private:
+  void Digit(int left, int top, int digit, int size, bool rim, Ink ink);
+
+  Image image_;
+};
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_DRAWING_CANVAS_H
