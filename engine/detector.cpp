@@ -59,6 +59,21 @@ struct Placement {
   }
 };
 
+// Black beyond the photograph, as the detection network has seen it in the windows: samples of an upright square.
+void BlackenOutside(const GreyView& image, const Region& square, std::vector<float>* samples) {
+  const auto isOutside = [&square](int cell, double centre, int extent) {
+    const double position = centre + ((cell + 0.5) / kWindowSide - 0.5) * square.side;
+    return position < 0 || position >= extent;
+  };
+  float* sample = samples->data();
+  for (int v = 0; v < kWindowSide; ++v) {
+    const bool rowIsOutside = isOutside(v, square.centre.y, image.height);
+    for (int u = 0; u < kWindowSide; ++u, ++sample) {
+      if (rowIsOutside || isOutside(u, square.centre.x, image.width)) *sample = 0;
+    }
+  }
+}
+
 // From 0 to 1 of a window to pixels of the photograph.
 Placement PlacementOf(const Window& window, const GreyImage& reduced, const GreyView& image) {
   const double scaleX = static_cast<double>(image.width) / reduced.width;
@@ -288,6 +303,7 @@ std::vector<Detection> Detector::LookAround(const Detection& hint, double zoom, 
   const double side = zoom * Size(hint);
   std::vector<float> samples(static_cast<size_t>(kWindowSide) * kWindowSide);
   SampleRegion(query.image, {centre, side, 0}, kWindowSide, samples.data());
+  BlackenOutside(query.image, {centre, side, 0}, &samples);
   const Placement place{centre.x - side / 2, side, centre.y - side / 2, side};
   std::vector<Detection> seen;
   for (const int turn : turns) {
