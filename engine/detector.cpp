@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace qx::face {
@@ -15,12 +16,11 @@ constexpr double kSureScore = 0.75;
 // Presence from which the landmark network confirms a face; on the second look real ones come close to 1.
 constexpr double kPresent = 0.5;
 constexpr double kPresentAgain = 0.99;
-// Lowest score of what is worth another look, of what one turn of it shows, of what both its squares must show in some
-// turn, and of a face that the landmark network does not confirm but both squares show in the same turn.
+// Lowest score of what is worth another look, of what one turn of it shows, and of what both its squares must show.
+// What looks like a face by chance reaches 0.50 in both at most, 92 of 99 overlooked faces reach 0.55.
 constexpr double kHintScore = 0.25;
 constexpr double kGlimpse = 0.2;
-constexpr double kSeenAgain = 0.4;
-constexpr double kAgreedScore = 0.55;
+constexpr double kSeenAgain = 0.55;
 // Sides of the two squares for a face of 1, and how many hints of a photograph are looked at.
 constexpr double kFarZoom = 4.5;
 constexpr double kNearZoom = 3;
@@ -58,6 +58,21 @@ struct Placement {
     return d;
   }
 };
+
+// Black beyond the photograph, as the detection network has seen it in the windows: samples of an upright square.
+void BlackenOutside(const GreyView& image, const Region& square, std::vector<float>* samples) {
+  const auto isOutside = [&square](int cell, double centre, int extent) {
+    const double position = centre + ((cell + 0.5) / kWindowSide - 0.5) * square.side;
+    return position < 0 || position >= extent;
+  };
+  float* sample = samples->data();
+  for (int v = 0; v < kWindowSide; ++v) {
+    const bool rowIsOutside = isOutside(v, square.centre.y, image.height);
+    for (int u = 0; u < kWindowSide; ++u, ++sample) {
+      if (rowIsOutside || isOutside(u, square.centre.x, image.width)) *sample = 0;
+    }
+  }
+}
 
 // From 0 to 1 of a window to pixels of the photograph.
 Placement PlacementOf(const Window& window, const GreyImage& reduced, const GreyView& image) {
@@ -105,6 +120,13 @@ bool Contains(const std::vector<int>& turns, int turn) {
   return std::find(turns.begin(), turns.end(), turn) != turns.end();
 }
 
+std::vector<Detection> ScoredAtLeast(double score, const std::vector<Detection>& detections) {
+  std::vector<Detection> kept;
+  std::copy_if(detections.begin(), detections.end(), std::back_inserter(kept),
+               [score](const Detection& d) { return d.score >= score; });
+  return kept;
+}
+
 bool HasScore(const std::vector<Detection>& seen, double score) {
   return std::any_of(seen.begin(), seen.end(), [score](const Detection& d) { return d.score >= score; });
 }
@@ -115,7 +137,7 @@ bool Agree(const std::vector<Detection>& far, const std::vector<Detection>& near
   for (const Detection& a : far) {
     for (const Detection& b : near) {
       const double score = std::min(a.score, b.score);
-      if (a.turn != b.turn || score < std::max(threshold, kAgreedScore) || score <= best) continue;
+      if (a.turn != b.turn || score < std::max(threshold, kSeenAgain) || score <= best) continue;
       best = score;
       const double angle = NearestTurn(AngleOf(a)) == a.turn ? AngleOf(a) : TurnAngle(a.turn);
       *face = FaceAt(score, {CentreOf(a), kSquareOfBox * Size(a)}, angle);
@@ -185,19 +207,16 @@ std::vector<Detection> Detector::Search(const GreyImage& reduced, const std::vec
   for (const Window& window : windows) {
     const Placement place = PlacementOf(window, reduced, query->image);
     const std::vector<float> samples = SampleWindow(reduced, window);
-    const auto keep = [&](const std::vector<Detection>& decoded, int turn, std::vector<Detection>* kept) {
-      for (Detection d : SuppressWeighted(decoded, kGroupOverlap)) {
-        d = TurnBack(d, turn);
-        if (!TouchesInnerBorder(window, d.box)) kept->push_back(place(d));
-      }
-    };
     for (const int turn : turns) {
-      std::vector<Detection> decoded = RunWindow(samples, turn, std::min(threshold, kHintScore));
-      keep(decoded, turn, &query->hints);
-      decoded.erase(
-          std::remove_if(decoded.begin(), decoded.end(), [&](const Detection& d) { return !(d.score >= threshold); }),
-          decoded.end());
-      keep(decoded, turn, &found);
+      const std::vector<Detection> decoded = RunWindow(samples, turn, std::min(threshold, kHintScore));
+      const auto keep = [&](double lowest, std::vector<Detection>* kept) {
+        for (Detection d : SuppressWeighted(ScoredAtLeast(lowest, decoded), kGroupOverlap)) {
+          d = TurnBack(d, turn);
+          if (!TouchesInnerBorder(window, d.box)) kept->push_back(place(d));
+        }
+      };
+      keep(threshold, &found);
+      keep(kHintScore, &query->hints);
     }
   }
   return found;
@@ -240,8 +259,10 @@ void Detector::AddOverlooked(std::vector<FoundFace>* faces, Query* query) const 
       const bool isFound = std::any_of(faces->begin(), faces->end(), [&](const FoundFace& face) {
         return SameFace(hint.box, BoxOf(face.square), query->settings.overlap);
       });
+      if (isFound) continue;
+      if (++looks > kMostLooks) break;
       FoundFace face;
-      if (isFound || ++looks > kMostLooks || !LookAgain(hint, &face, query)) continue;
+      if (!LookAgain(hint, &face, query)) continue;
       add(face);
       // Where one face of another turn is, others may be.
       if (Contains(query->tiledTurns, face.turn) || !Contains(query->turns, face.turn)) continue;
@@ -282,6 +303,7 @@ std::vector<Detection> Detector::LookAround(const Detection& hint, double zoom, 
   const double side = zoom * Size(hint);
   std::vector<float> samples(static_cast<size_t>(kWindowSide) * kWindowSide);
   SampleRegion(query.image, {centre, side, 0}, kWindowSide, samples.data());
+  BlackenOutside(query.image, {centre, side, 0}, &samples);
   const Placement place{centre.x - side / 2, side, centre.y - side / 2, side};
   std::vector<Detection> seen;
   for (const int turn : turns) {
