@@ -21,7 +21,8 @@ void WriteAll(const std::string& folder) {
   const VImage picture = Picture(), clear = picture.bandjoin(picture[0]);
   const VImage grey = picture[1].copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
   const VImage wide = picture.icc_transform("p3", VImage::option()->set("input_profile", "srgb"));
-  const VImage ink = picture.icc_transform("cmyk", VImage::option()->set("input_profile", "srgb"));
+  VImage ink = picture.icc_transform("cmyk", VImage::option()->set("input_profile", "srgb"));
+  ink.remove(VIPS_META_ICC_NAME);  // larger than all the rest
   VImage turned = picture.copy();
   turned.set("orientation", 6);
   auto path = [&](const char* name) { return folder + "/" + name; };

@@ -45,6 +45,9 @@ TEST(MaskFile, IsGreyOrTransparencyOfTheRightSize) {
             failure("grey.png", 6, 8));
   EXPECT_TRUE(Contains(failure("black.png", 8, 6), "black throughout"));
   EXPECT_TRUE(Contains(failure("text.png", 8, 6), "known format"));
+  // The limit holds for a mask too.
+  EXPECT_EQ(expected.values, ReadMask(folder / "grey.png", 8, 6, {48}).values);
+  EXPECT_TRUE(Contains(FailureOf([&] { ReadMask(folder / "grey.png", 8, 6, {47}); }), "above the limit"));
 }
 
 }  // namespace

@@ -200,6 +200,15 @@ TEST(ImageFile, RefusesWhatIsNoWholePhotographWithItsReason) {
   EXPECT_TRUE(Contains(FailureOfReading(folder / "a.png", 1999), "above the limit"));
 }
 
+TEST(ImageFile, LeavesTheLibraryNoOtherReaders) {
+  const TestFolder folder;
+  const VImage picture = ToVips(GradientImage(8, 6));
+  for (const char* name : {"a.ppm", "a.gif", "a.v"}) {
+    picture.write_to_file((folder / name).c_str());
+    EXPECT_THROW(VImage::new_from_file((folder / name).c_str()), vips::VError) << name;
+  }
+}
+
 TEST(ImageFile, RefusesEveryFormatCutAnywhere) {
   const TestFolder folder;
   // Noise, so that every part of the file carries pixels.

@@ -40,7 +40,7 @@ VImage Tagged(const Image& upright, int orientation) {
 fs::path Write(const TestFolder& folder, const VImage& image, const char* name) {
   auto* options = VImage::option();
   if (std::string(name).find(".jpg") != std::string::npos) options->set("Q", 98);
-  if (std::string(name).find(".webp") != std::string::npos) options->set("lossless", true);
+  if (std::string(name).find(".webp") != std::string::npos) options->set("lossless", true)->set("effort", 0);
   image.write_to_file((folder / name).c_str(), options);
   return folder / name;
 }
