@@ -132,7 +132,7 @@ TEST(PersonGeometry, RefusesMasksWithoutAPersonAtTheFace) {
 TEST(PersonGeometry, BoxesHoldTurnedFrames) {
   ProbedFace face = Face();
   face.corners = {{{50, 10}, {90, 50}, {10, 50}, {50, 90}}};
-  const FaceBox box = BoxOf(face);
+  const FaceBox box = face.Box();
   EXPECT_EQ(10, box.left);
   EXPECT_EQ(10, box.top);
   EXPECT_EQ(90, box.right);
