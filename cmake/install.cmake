@@ -6,7 +6,7 @@ set(libraries qx_idp QX_FaceSDK)
 set(headers include/qx_idp.h engine/include/qx_face_sdk.h)
 set(pkgconfig_packages qx_idp qx_face_sdk)
 set(programs)
-if(QX_BUILD_HOST)
+if(QX_BUILD_PROGRAM)
   list(APPEND programs idphoto)
 endif()
 

@@ -8,6 +8,6 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 prepare "${build_packages[@]}" "${bench_packages[@]}"
 fetch_sample
 say "Building"
-build_benchmarks() { configure bench -DQX_BUILD_HOST=OFF && build bench --target qx_bench; }
+build_benchmarks() { configure bench -DQX_BUILD_PROGRAM=OFF && build bench --target qx_bench; }
 quietly "$root/build/logs/bench_build.log" "the build" build_benchmarks
 "$root/build/bench/bin/qx_bench" "$@"
