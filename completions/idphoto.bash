@@ -3,7 +3,7 @@
 _idphoto_options() {
   local document='--preset --size --dpi --head --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
-  local finish='--background --max-kb --min-kb --relax --force --pair'
+  local finish='--background --max-kb --min-kb --relax --no-straighten --force --pair'
   local common='-h --help'
   case $1 in
     '') echo "$common --version" ;;
@@ -45,7 +45,7 @@ _idphoto() {
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
-    --background) _idphoto_words 'white keep gradient:' "$word" && return ;;
+    --background) _idphoto_words 'white lightgrey lightblue blue red keep gradient:' "$word" && return ;;
     -o | --output)
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return
