@@ -5,8 +5,11 @@ include(CMakePackageConfigHelpers)
 set(libraries qx_idp QX_FaceSDK)
 set(headers include/qx_idp.h engine/include/qx_face_sdk.h)
 set(pkgconfig_packages qx_idp qx_face_sdk)
+set(photograph_libraries)
 set(programs)
 if(QX_BUILD_PROGRAM)
+  set(photograph_libraries photo codec jobs)
+  list(APPEND pkgconfig_packages qx_photo qx_codec qx_jobs)
   list(APPEND programs idphoto)
 endif()
 
@@ -25,6 +28,16 @@ endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qx_idp)
 install(EXPORT qx_idp NAMESPACE qx_idp:: FILE qx_idp-targets.cmake DESTINATION ${package_dir} COMPONENT development)
+# The photograph libraries are static, each a component of the CMake package. Their headers include each other as
+# "photo/studio.h" and stand in a folder of their own, so that these names meet no others.
+foreach(name ${photograph_libraries})
+  install(TARGETS qx_${name} EXPORT qx_idp-${name}
+          ARCHIVE COMPONENT development
+          FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qx_photo COMPONENT development
+          INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(EXPORT qx_idp-${name} NAMESPACE qx_idp:: FILE qx_idp-${name}-targets.cmake
+          DESTINATION ${package_dir} COMPONENT development)
+endforeach()
 configure_package_config_file(cmake/qx_idp-config.cmake.in ${PROJECT_BINARY_DIR}/package/qx_idp-config.cmake
                               INSTALL_DESTINATION ${package_dir} NO_SET_AND_CHECK_MACRO)
 # Before 1.0 a new minor version may change the interface.
