@@ -1,5 +1,6 @@
 // Bytes <-> pictures: photographs and masks from image files, pictures to image files. Works on bytes in memory; files
-// are only ever read. Every function may be called from several threads at once, each on objects of its own.
+// are only ever read. Every function may be called from several threads at once, each on objects of its own. Whatever a
+// call returns belongs to the caller. Pictures to write hold at least one pixel.
 #ifndef QX_CODEC_CODEC_H
 #define QX_CODEC_CODEC_H
 

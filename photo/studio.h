@@ -1,5 +1,14 @@
 // The studio: everything that is made of a photograph. One object owns the face finder and the person's network; keep
 // one for many photographs, one in each thread.
+//
+//   qx::photo::ImageSource source(std::move(picture)); // codec/codec.h has one for files
+//   qx::photo::MakeRequest request;
+//   request.document = qx::photo::Derive(qx::photo::FindPreset("schengen-visa"));
+//   qx::photo::MadePhoto made = qx::photo::Studio().Make(source, {}, request);
+//
+// Pictures are sRGB in the order blue, green, red and hold at least one pixel; places count in pixels from the upper
+// left corner; angles are degrees, clockwise positive. Whatever a call returns belongs to the caller and holds no
+// reference to what it was given. Calls that differ in all of their objects may run at the same time.
 #ifndef QX_PHOTO_STUDIO_H
 #define QX_PHOTO_STUDIO_H
 
@@ -26,14 +35,16 @@ struct AnalyseRequest {
   bool pair = false;        // the two largest instead
 };
 
-// What was found in one photograph: its faces and the mask of the chosen persons. Serves any number of renderings.
+// What was found in one photograph: its faces and the mask of the chosen persons. Serves any number of renderings, by
+// any studio, one at a time; keeps the part of the photograph that the last one needed. After it was moved from it may
+// only be assigned to or destroyed.
 class Analysis {
  public:
   Analysis(Analysis&&) noexcept;
   Analysis& operator=(Analysis&&) noexcept;
   ~Analysis();
 
-  int QuarterTurns() const;    // clockwise, that made the photograph upright
+  int QuarterTurns() const;    // 0 to 3, clockwise, that made the photograph upright
   size_t FacesFound() const;   // in the photograph
   double LeanDegrees() const;  // of the first person's head in the upright photograph, clockwise positive
 
@@ -46,22 +57,22 @@ class Analysis {
 };
 
 struct MakeRequest {
-  Document document;
-  Background background;
-  bool straighten =
-      true;            // turn a head that leans by 0.5 to 25 degrees, where there is background or picture around it
-  bool relax = false;  // take the nearest rectangle when none meets the bounds
-  Retouch retouch;
+  Document document;      // from Derive; sizes of 1 pixel to kMostDocumentPixels
+  Background background;  // white unless set; ChooseBackground gives what the authority wants
+  // Turn a head that leans by 0.5 to 25 degrees, where there is background or picture around it.
+  bool straighten = true;
+  bool relax = false;    // take the nearest rectangle when none meets the bounds
+  Retouch retouch;       // none unless set
   bool compare = false;  // make the picture without retouching too
 };
 
 struct MadePhoto {
-  Image image;                  // of exactly the document's pixels
-  std::optional<Image> before;  // the same without retouching, when asked for
-  PhotoMeasures measures;
+  Image image;                       // of exactly the document's pixels
+  std::optional<Image> before;       // the same without retouching, when asked for
+  PhotoMeasures measures;            // of the person (of two: the left) in the finished photograph
   std::vector<Miss> givenUp;         // by `relax`
   std::vector<std::string> remarks;  // what the user should know, one line each
-  int quarterTurns = 0;              // clockwise, that made the photograph upright
+  int quarterTurns = 0;              // 0 to 3, clockwise, that made the photograph upright
   double lean = 0;                   // of the head in the upright photograph, degrees, clockwise positive
   double straightened = 0;           // by how much of it the photograph was turned back; 0: not turned
   double enlargement = 1;            // pixels of the document for one of the photograph, along a side
@@ -80,7 +91,8 @@ std::string ChooseBackground(const Preset& preset, const std::optional<std::stri
 void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force);
 
 // One photograph at a time; one thread at a time. The same input gives the same output. Every call throws Failure when
-// the photograph does not serve, its source fails or memory is short, and leaves the studio as it was.
+// the photograph does not serve or its source fails, and Failure (kOutOfMemory) or std::bad_alloc when memory is short.
+// The studio then is as it was and serves the next photograph. Nothing that a call is given is kept after it.
 class Studio {
  public:
   Studio();  // throws Failure when the face engine or the person's network cannot load
@@ -93,21 +105,25 @@ class Studio {
   // The rough crop of every face, best first; at least one. Throws Failure when there is no face.
   std::vector<Image> Crop(const Image& photograph, const CropSettings& settings);
 
-  // Finds the faces and the persons, once for a photograph. `mask`: of the persons, made elsewhere, of the upright
-  // photograph's size before any quarter turn; null to make it here.
+  // Finds the faces and the persons, once for a photograph. Throws Failure: kNoFace, kNoSuchFace, kTooFewFaces,
+  // kFacesTurned, kNoPerson, kBadMask. `mask`: of the persons, made elsewhere, of the size that the source has, before
+  // any quarter turn; null to make it here.
   Analysis Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask = nullptr);
   // Makes the finished photograph of what Analyse found in the same source: as often as something of the request
-  // changes. Throws Failure (kNoFit) when no rectangle meets the bounds.
+  // changes. Throws Failure: kNoFit when no rectangle meets the bounds; kNoPerson or kTooSmall when the person cannot
+  // be measured. What the authority forbids is not asked here: see ChooseBackground and CheckRetouch.
   // For two persons: the proportions of the document, both faces with some room on all sides; its bounds are not used.
   MadePhoto Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request);
   // Both.
   MadePhoto Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request,
                  const Mask* mask = nullptr);
 
-  // Retouches the face of that number (from 1), or all faces, and leaves everything else as it is.
+  // Retouches the face of that number (from 1, best first), or all faces, and leaves everything else as it is. Throws
+  // Failure (kNoFace, kNoSuchFace).
   RetouchedPhoto Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face);
 
-  // Measures a finished photograph, which is taken as the whole document.
+  // Measures a finished photograph, which is taken as the whole document. A photograph without a face is a check that
+  // has not passed, no failure.
   PhotoCheck Check(const Image& photograph, const FileFacts& file, const Preset& preset);
 
  private:

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-
 namespace qx::photo {
 
 enum class FailureCode {
@@ -39,7 +38,17 @@ enum class FailureCode {
 // "no_face" for kNoFace and so on: stable names for programs.
 const char* NameOf(FailureCode code);
 
-// A number or a word that a program may want of a failure, such as {"wanted_min", 32.0} or {"bound", "head"}.
+// A number or a word that a program may want of a failure, such as {"wanted_min", 0.7} or {"bound", "head"}:
+// kUnknownPreset  similar (names, commas between), where some are
+// kNoSuchFace     faces (how many there are)
+// kNoFit          nearest (1), where MakeRequest::relax helps, and for each bound that the nearest rectangle misses, in
+//                 turn, bound (head, top, eyes or face_width), wanted_min, wanted_max and got (fractions); for two
+//                 persons what (pair), and relaxed (1) where that was tried
+// kForbiddenEdit  edit (background or retouching)
+// kSheetFull      wanted, limit (photographs), where they are more than any sheet takes
+// kDamagedFile    format
+// kTooLarge       limit, got (pixels), for a picture in a file
+// kOutOfMemory    what (crop), where that alone is too large
 struct FailureField {
   FailureField(std::string n, double value) : name(std::move(n)), number(value) {}
   FailureField(std::string n, std::string value) : name(std::move(n)), word(std::move(value)) {}
@@ -60,7 +69,7 @@ class Failure : public std::runtime_error {
 
   FailureCode Code() const { return code_; }
   const FailureFields& Fields() const { return fields_; }
-  // The word of that name, empty when there is none.
+  // The first word of that name, empty when there is none.
   std::string Word(std::string_view name) const;
 
  private:
@@ -68,7 +77,8 @@ class Failure : public std::runtime_error {
   FailureFields fields_;
 };
 
-// What an exception says, as one line for the user; also for those that were not meant for one.
+// What an exception says, as one printable line for the user; also for those that were not meant for one, such as
+// std::bad_alloc.
 std::string ReasonOf(const std::exception& exception);
 
 }  // namespace qx::photo

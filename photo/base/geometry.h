@@ -21,6 +21,7 @@ struct Rectangle {
   }
 };
 
+// A place in a picture, counted as a Rectangle's sides are.
 struct PlacePoint {
   double x = 0, y = 0;
 };

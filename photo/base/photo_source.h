@@ -13,14 +13,16 @@
 
 namespace qx::photo {
 
+// A program may have sources of its own: the studio asks for the size, one overview and then parts, and for the same
+// part again when it is told to render once more.
 // All places are pixels of the upright photograph at its full size. One thread at a time. The same calls give the same
-// pictures. Every call throws Failure when the photograph cannot be read.
+// pictures, which belong to the caller. Every call throws Failure when the photograph cannot be read.
 class PhotoSource {
  public:
   virtual ~PhotoSource();
 
-  virtual int32_t Width() = 0;
-  virtual int32_t Height() = 0;
+  virtual int32_t Width() = 0;   // pixels, 1 or above
+  virtual int32_t Height() = 0;  // pixels, 1 or above
 
   // The whole photograph at its size or reduced, by the same factor on both sides but for rounding, to no less than
   // `leastPixels` pixels, where it has so many.
@@ -31,7 +33,7 @@ class PhotoSource {
   virtual Image Part(const PixelBox& box, int32_t width, int32_t height) = 0;
 };
 
-// A photograph in memory.
+// A photograph in memory, upright, of at least one pixel. Parts are resampled with a Lanczos kernel of three lobes.
 class ImageSource : public PhotoSource {
  public:
   explicit ImageSource(Image image);

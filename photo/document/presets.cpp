@@ -135,11 +135,11 @@ const Preset& FindPreset(std::string_view name) {
   for (const Preset& preset : Presets()) {
     if (preset.name == name) return preset;
     const bool part = name.size() >= 2 && preset.name.find(name) != std::string::npos;
-    if (part || EditDistance(name, preset.name) <= 2) similar += (similar.empty() ? " " : ", ") + preset.name;
+    if (part || EditDistance(name, preset.name) <= 2) similar += (similar.empty() ? "" : ", ") + preset.name;
   }
   throw Failure(
       FailureCode::kUnknownPreset,
-      "there is no preset \"" + Printable(name) + "\"" + (similar.empty() ? "" : "; did you mean" + similar + "?"),
+      "there is no preset \"" + Printable(name) + "\"" + (similar.empty() ? "" : "; did you mean " + similar + "?"),
       similar.empty() ? FailureFields() : FailureFields{{"similar", similar}});
 }
 
