@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-
 namespace qx::photo {
 
 enum class FailureCode {
