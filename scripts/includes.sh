@@ -33,7 +33,7 @@ while IFS= read -r file; do
     to=$(room_of "$included") || continue
     [[ $from == "$to" ]] || arrows["$from $to"]=$((${arrows["$from $to"]:-0} + 1))
   done < <(sed -nE 's/^ *# *include "([^"]+)".*/\1/p' "$file")
-done < <(git ls-files 'cli/*' 'codec/*' 'jobs/*' 'photo/*' 'src/*' 'engine/*' 'nn/*' | grep -E '\.(h|cpp)$')
+done < <(find cli codec jobs photo src engine nn -name '*.h' -o -name '*.cpp')
 
 status=0
 for from in "${rooms[@]}"; do
