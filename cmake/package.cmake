@@ -45,9 +45,17 @@ engine with its networks is inside: no service, no network, no other file.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${package_development})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${package_runtime} ${same_version}")
+if(photograph_libraries)
+  # What the static libraries are linked with. libvips brings very much along, for those alone who read image files.
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+         ", libxnnpack-dev (>= 0.0~git20220216), libpthreadpool-dev (>= 0.0~git20210507)")
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "libvips-dev (>= 8.14)")
+endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "identification photographs from ordinary photographs, headers
 What a program needs to be built with the library: headers, a CMake package
-and pkg-config files.")
+and pkg-config files; besides static C++ libraries that make finished
+photographs, read and write image files (with libvips-dev) and work on many
+photographs at once.")
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME ${package_program})
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)

@@ -28,7 +28,7 @@ build qx_idp "$work/crop" "$CC" -std=c99 "$work/examples/crop.c"
 build qx_codec "$work/make" "$CXX" -std=c++17 "$work/examples/make.cpp"
 
 for program in crop make; do
-  if ldd "$work/build/$program" | grep -F "$build_dir"; then echo "$program still uses the build" && exit 1; fi
+  if ldd "$work/build/$program" | grep -F "$build_dir/lib/"; then echo "$program still uses the build" && exit 1; fi
 done
 
 echo "Crops:"

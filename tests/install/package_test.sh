@@ -2,7 +2,8 @@
 # usage: package_test.sh BUILD_DIR PHOTO WORK_DIR
 # Makes the Debian packages of a build, installs them with apt-get into a bare Debian in a folder, so that what they say
 # they depend on is all there is, and lets the installed program make a photograph: it must be the one that the build's
-# own program makes. The bare Debian and the packages that apt-get fetched stay in WORK_DIR for the next run.
+# own program makes. Then an example is built there, with what the package for developers recommends, and must make the
+# same one. The bare Debian and the packages that apt-get fetched stay in WORK_DIR for the next run.
 # Exit status 77: not possible here; the reason is said.
 set -euo pipefail
 build=$1 photo=$2 work=$3
@@ -53,14 +54,17 @@ cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work/packages"
 rm -rf "$work/packages/_CPack_Packages"
 cp -a "$work/base" "$work/root"
 cp "$work"/packages/*.deb "$photo" "$work/root/tmp/"
+cp "${BASH_SOURCE[0]%/*}/../../examples/make.cpp" "$work/root/tmp/"
 packages=("$work"/packages/*.deb)
-install=(apt-get install -q -y --no-install-recommends -o APT::Keep-Downloaded-Packages=true -o APT::Sandbox::User=root)
-# The lists of packages age: once more with new ones.
-in_debian "${install[@]}" "${packages[@]/#*\//\/tmp\/}" || {
-  in_debian apt-get -qq update
-  in_debian "${install[@]}" "${packages[@]/#*\//\/tmp\/}"
+# install PACKAGE...
+install() {
+  local command=(in_debian apt-get install -q -y --no-install-recommends
+    -o APT::Keep-Downloaded-Packages=true -o APT::Sandbox::User=root "$@")
+  # The lists of packages age: once more with new ones.
+  "${command[@]}" || { in_debian apt-get -qq update && "${command[@]}"; }
+  cp -u "$work"/root/var/cache/apt/archives/*.deb "$work/base/var/cache/apt/archives/"
 }
-cp -u "$work"/root/var/cache/apt/archives/*.deb "$work/base/var/cache/apt/archives/"
+install "${packages[@]/#*\//\/tmp\/}"
 
 echo "The installed program:"
 [[ $(in_debian idphoto --version) == "$("$build/bin/idphoto" --version)" ]]
@@ -70,13 +74,29 @@ in_debian idphoto "${make[@]}" /tmp/made.png "/tmp/${photo##*/}"
 "$build/bin/idphoto" "${make[@]}" "$work/made.png" "$photo" >/dev/null
 cmp "$work/made.png" "$work/root/tmp/made.png"
 
-for file in bin/idphoto lib/libqx_idp.so include/qx_idp.h share/man/man1/idphoto-make.1.gz \
-  share/bash-completion/completions/idphoto share/zsh/vendor-completions/_idphoto \
+for file in bin/idphoto lib/libqx_idp.so include/qx_idp.h include/qx_photo/photo/studio.h lib/libqx_photo.a \
+  lib/libqx_codec.a lib/libqx_jobs.a lib/cmake/qx_idp/qx_idp-photo-targets.cmake lib/pkgconfig/qx_codec.pc \
+  share/man/man1/idphoto-make.1.gz share/bash-completion/completions/idphoto share/zsh/vendor-completions/_idphoto \
   share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
   [[ -s $work/root/usr/$file ]] || { echo "missing: /usr/$file" && exit 1; }
 done
+
+echo "Programs built there:"
+# build_there PACKAGE SOURCE PROGRAM
+build_there() { in_debian sh -c 'g++ -std=c++17 "$2" $(pkg-config --cflags --libs "$1") -o "$3"' - "$@"; }
+install g++ pkgconf
+printf '#include "photo/studio.h"\nint main() { qx::photo::Studio studio; }\n' >"$work/root/tmp/photo.cpp"
+build_there qx_photo /tmp/photo.cpp /tmp/photo
+in_debian /tmp/photo
+recommended=$(in_debian dpkg-query -W -f '${Recommends}' libqx-idp-dev)
+install "${recommended%% *}"
+build_there qx_codec /tmp/make.cpp /tmp/make
+in_debian /tmp/make "/tmp/${photo##*/}" schengen-visa /tmp/example.png
+"$build/bin/idphoto" make --preset schengen-visa -o "$work/example.png" "$photo" >/dev/null
+cmp "$work/example.png" "$work/root/tmp/example.png"
+
 in_debian apt-get purge -q -y idphoto libqx-idp0 libqx-idp-dev
-left=$(find "$work/root/usr" "$work/root/etc" -iname '*idphoto*' -o -iname '*qx*idp*' -o -iname '*QX_Face*')
+left=$(find "$work/root/usr" "$work/root/etc" -iname '*idphoto*' -o -iname '*qx[_-]*')
 [[ -z $left ]] || { printf 'left behind:\n%s\n' "$left" && exit 1; }
 rm -rf "$work/root"
 echo "The packages install, work and go."
