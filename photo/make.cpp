@@ -90,50 +90,83 @@ Obstacles ObstaclesOf(const MakeRequest& request) {
   return obstacles;
 }
 
-// Nothing when no rectangle meets the goals.
-std::optional<Rectangle> FindRectangle(const Measured& measured, const MakeRequest& request) {
-  return PlaceFace({measured.faces[0], measured.view, measured.persons[0], request.document, GoalsOf(request.document),
-                    ObstaclesOf(request)});
+// One person as measured with or without a turn, and where it would be placed.
+struct Attempt {
+  Turn turn;
+  Measured measured;
+  std::optional<Rectangle> rectangle;  // nothing when none is clear, or none meets the goals and that was asked for
+  std::vector<Miss> misses;
+
+  double Missed() const {
+    double sum = 0;
+    for (const Miss& miss : misses) {
+      const double excess = std::max(miss.wanted.min - miss.value, miss.value - miss.wanted.max);
+      sum += excess * excess;
+    }
+    return sum;
+  }
+};
+
+Attempt TryToMeet(const Measurer& measurer, const Turn& turn, const MakeRequest& request) {
+  Attempt attempt{turn, measurer.Measure(turn), std::nullopt, {}};
+  const Measured& measured = attempt.measured;
+  attempt.rectangle = PlaceFace({measured.faces[0], measured.view, measured.persons[0], request.document,
+                                 GoalsOf(request.document), ObstaclesOf(request)});
+  return attempt;
 }
 
-Placed PlaceOne(const Measurer& measurer, const MakeRequest& request) {
-  Placed placed;
-  placed.lean = measurer.Lean();
-  const double lean = std::abs(placed.lean);
-  std::optional<Measured> measured;
-  std::optional<Rectangle> rectangle;
+// The nearest rectangle instead.
+void ComeNear(const MakeRequest& request, Attempt* attempt) {
+  const Document& document = request.document;
+  const PersonGeometry& person = attempt->measured.persons[0];
+  const Goals goals = GoalsOf(document);
+  const double proportions = static_cast<double>(document.width) / document.height;
+  attempt->rectangle = FindNearest(person, goals, proportions, ObstaclesOf(request));
+  if (attempt->rectangle) attempt->misses = MissesOf(MeasuresIn(*attempt->rectangle, person), goals);
+}
+
+// The turned photograph where it meets the bounds, else the photograph as it is where that does, else, with `relax`,
+// whichever comes nearer. No rectangle in the answer where none is clear.
+Attempt ChooseAttempt(const Measurer& measurer, const MakeRequest& request, bool relax) {
+  const double lean = std::abs(measurer.Lean());
+  std::optional<Attempt> turned;
   if (request.straighten && lean >= kLeastStraightened && lean <= kMostStraightened) {
-    placed.turn = measurer.Straighten();
-    measured = measurer.Measure(placed.turn);
-    rectangle = FindRectangle(*measured, request);
-    if (rectangle) placed.straightened = placed.lean;
+    turned = TryToMeet(measurer, measurer.Straighten(), request);
+    if (turned->rectangle) return std::move(*turned);
   }
-  if (!rectangle) {
-    placed.turn = Turn();
-    measured = measurer.Measure(placed.turn);
-    rectangle = FindRectangle(*measured, request);
+  Attempt plain = TryToMeet(measurer, Turn(), request);
+  if (plain.rectangle) return plain;
+  ComeNear(request, &plain);
+  if (!turned || !relax) return plain;
+  ComeNear(request, &*turned);
+  const bool better = turned->rectangle && (!plain.rectangle || turned->Missed() <= plain.Missed());
+  return better ? std::move(*turned) : std::move(plain);
+}
+
+// With `relax` the nearest rectangle serves where none meets the bounds.
+Placed PlaceOne(const Measurer& measurer, const MakeRequest& request, bool relax) {
+  const Attempt attempt = ChooseAttempt(measurer, request, relax);
+  const PersonGeometry& person = attempt.measured.persons[0];
+  if (!attempt.rectangle || (!attempt.misses.empty() && !relax)) {
+    throw NoFit(person, request.document, GoalsOf(request.document), ObstaclesOf(request), attempt.rectangle);
   }
-  const PersonGeometry& person = measured->persons[0];
-  if (!rectangle) {
-    const Document& document = request.document;
-    const Goals goals = GoalsOf(document);
-    const double proportions = static_cast<double>(document.width) / document.height;
-    rectangle = FindNearest(person, goals, proportions, ObstaclesOf(request));
-    if (!rectangle || !request.relax) throw NoFit(person, document, goals, ObstaclesOf(request), rectangle);
-    placed.givenUp = MissesOf(MeasuresIn(*rectangle, person), goals);
-  }
-  placed.rectangle = *rectangle;
-  placed.measures = MeasuresIn(*rectangle, person);
+  Placed placed;
+  placed.turn = attempt.turn;
+  placed.lean = measurer.Lean();
+  if (!attempt.turn.IsNone()) placed.straightened = placed.lean;
+  placed.rectangle = *attempt.rectangle;
+  placed.measures = MeasuresIn(*attempt.rectangle, person);
+  placed.givenUp = attempt.misses;
   return placed;
 }
 
-Placed PlaceTwo(const State& state, const Measurer& measurer, const MakeRequest& request) {
+Placed PlaceTwo(const State& state, const Measurer& measurer, const MakeRequest& request, bool relax) {
   const Measured measured = measurer.Measure(Turn());
   const std::array<FacePlaces, 2> faces{measured.faces[0], measured.faces[1]};
   const std::array<PersonGeometry, 2> persons{measured.persons[0], measured.persons[1]};
   const PairGeometry pair = MeasurePair(faces, persons, state.coarse);
   const double proportions = static_cast<double>(request.document.width) / request.document.height;
-  const auto [rectangle, problem] = PlacePair(pair, persons, proportions, ObstaclesOf(request), request.relax);
+  const auto [rectangle, problem] = PlacePair(pair, persons, proportions, ObstaclesOf(request), relax);
   if (!rectangle) {
     throw Failure(
         FailureCode::kNoFit,
@@ -148,9 +181,11 @@ Placed PlaceTwo(const State& state, const Measurer& measurer, const MakeRequest&
   return placed;
 }
 
+// By the coarse measures, a rectangle that misses the bounds serves as well: the finer ones decide.
 Placed Place(const State& state, const PreparedPart* prepared, const MakeRequest& request) {
   const Measurer measurer(state, prepared);
-  return state.persons.size() == 1 ? PlaceOne(measurer, request) : PlaceTwo(state, measurer, request);
+  const bool relax = request.relax || !prepared;
+  return state.persons.size() == 1 ? PlaceOne(measurer, request, relax) : PlaceTwo(state, measurer, request, relax);
 }
 
 // The part of the photograph that a rectangle of the turned one needs, `room` of its height more on all sides.
@@ -185,7 +220,10 @@ void Prepare(PhotoSource& upright, FaceFinder& finder, const Placed& placed, con
   if (scale > kNotWorthIt) scale = 1;
   const auto size = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(std::ceil(side * scale))); };
   const int32_t width = size(box.Width()), height = size(box.Height());
-  if (state->prepared && state->prepared->part.box == box && state->prepared->part.picture.width == width) return;
+  if (state->prepared && state->prepared->part.box == box && state->prepared->part.picture.width == width &&
+      state->prepared->part.picture.height == height) {
+    return;
+  }
   state->prepared.reset();
   PreparedPart prepared;
   prepared.part = {upright.Part(box, width, height), box, state->width, state->height};
@@ -206,8 +244,9 @@ Placed PlaceFinely(PhotoSource& upright, FaceFinder& finder, const MakeRequest& 
   for (int i = 0; i < kMostPlacings; ++i) {
     Prepare(upright, finder, placed, request.document, state);
     placed = Place(*state, &*state->prepared, request);
-    if (Holds(state->prepared->part.box, BoxAround(*state, placed, request.document, 0))) break;
+    if (Holds(state->prepared->part.box, BoxAround(*state, placed, request.document, 0))) return placed;
   }
+  Prepare(upright, finder, placed, request.document, state);  // the measures waver: the last ones stand
   return placed;
 }
 

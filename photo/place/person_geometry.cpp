@@ -69,9 +69,12 @@ void MeasureEnds(const MaskView& view, PersonGeometry* person) {
     return;
   }
   const auto turned = [&](int32_t x, int32_t y) { return view.turn({x * toX, y * toY}); };
+  // At the upper edge, no more hair than elsewhere is a wisp.
+  const bool topCut = toX * static_cast<double>(std::count_if(mask.Row(0), mask.Row(0) + mask.width, IsPerson)) >
+                      kCut * person->faceWidth;
   for (int32_t x = 0; x < mask.width; ++x) {
     if (IsPerson(mask.Row(mask.height - 1)[x])) person->cuts.push_back(turned(x, mask.height));
-    if (IsPerson(mask.Row(0)[x])) person->cuts.push_back(turned(x, 0));
+    if (topCut && IsPerson(mask.Row(0)[x])) person->cuts.push_back(turned(x, 0));
   }
   for (int32_t y = 0; y < mask.height; ++y) {
     if (IsPerson(mask.Row(y)[0])) person->cuts.push_back(turned(0, y));
