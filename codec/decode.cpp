@@ -188,7 +188,8 @@ Extent TurnedSize(int32_t width, int32_t height, const Turn& turn) {
 
 }  // namespace
 
-photo::Image Turned(const photo::Image& image, const Turn& turn) {
+photo::Image Turned(photo::Image image, const Turn& turn) {
+  if (!turn.isTransposed && !turn.isMirrored && !turn.isUpsideDown) return image;
   const Extent size = TurnedSize(image.width, image.height, turn);
   photo::Image turned(size.width, size.height);
   Target target = MakeTarget(turn, &turned, nullptr);

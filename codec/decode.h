@@ -25,7 +25,7 @@ struct Turn {
 };
 
 // The picture as it is to be seen.
-photo::Image Turned(const photo::Image& image, const Turn& turn);
+photo::Image Turned(photo::Image image, const Turn& turn);
 // Where a box of the upright picture lies in the one in the file, whose size is `stored`.
 photo::PixelBox StoredBox(const photo::PixelBox& upright, const Turn& turn, const Extent& stored);
 

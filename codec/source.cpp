@@ -97,11 +97,16 @@ int32_t ReductionForPart(const Decoder& decoder, const photo::PixelBox& box, con
   return reduction;
 }
 
-// The box brought to the wanted size, both as stored: decoded reduced where that leaves enough, then resampled.
-photo::Image ResampledPart(const Decoder& decoder, const photo::PixelBox& box, const Extent& wanted) {
-  const int32_t reduction = ReductionForPart(decoder, box, wanted);
+// Where a box lies at a reduction.
+photo::Rectangle Reduced(const photo::PixelBox& box, const Decoder& decoder, int32_t reduction) {
   const double x = decoder.ScaleX(reduction), y = decoder.ScaleY(reduction);
-  photo::Rectangle area{box.left * x, box.top * y, box.Width() * x, box.Height() * y};
+  return {box.left * x, box.top * y, box.Width() * x, box.Height() * y};
+}
+
+// The box brought to the wanted size, both as stored: decoded at a reduction that leaves enough, then resampled.
+photo::Image ResampledPart(const Decoder& decoder, int32_t reduction, const photo::PixelBox& box,
+                           const Extent& wanted) {
+  photo::Rectangle area = Reduced(box, decoder, reduction);
   const int32_t reach = photo::LanczosReach(std::max(area.width / wanted.width, area.height / wanted.height));
   const photo::PixelBox needed = Covering(area, reach, decoder.StoredAt(reduction));
   area.left -= needed.left;
@@ -116,6 +121,12 @@ void CheckPart(const photo::PixelBox& box, int32_t width, int32_t height, const 
 }
 
 }  // namespace
+
+// All of the photograph, as stored.
+struct FileSource::ReducedPicture {
+  photo::Image picture;
+  int32_t reduction;
+};
 
 photo::Bytes ReadFileBytes(const fs::path& path, const Limits& limits) {
   // Sixteen bytes a pixel are more than any of the formats takes for a picture; the rest is for what else files carry.
@@ -154,8 +165,14 @@ int32_t FileSource::Height() {
 photo::Image FileSource::Overview(int64_t leastPixels) try {
   if (kept_) return kept_->Overview(leastPixels);
   const int32_t reduction = ReductionForPixels(*decoder_, std::max<int64_t>(leastPixels, 1));
+  if (reduction > 1) {
+    const Extent size = decoder_->StoredAt(reduction);
+    reduced_ = std::make_unique<ReducedPicture>(
+        ReducedPicture{decoder_->Decode(reduction, {0, 0, size.width, size.height}, false), reduction});
+    return Turned(reduced_->picture, decoder_->Orientation());
+  }
   const bool isSmall = decoder_->Stored().Pixels() <= kSmallPixels;
-  if (reduction > 1 || (decoder_->NextReduction(1) != 0 && !isSmall)) return decoder_->DecodeWhole(reduction);
+  if (decoder_->NextReduction(1) != 0 && !isSmall) return decoder_->DecodeWhole(1);
   kept_ = std::make_unique<photo::ImageSource>(decoder_->DecodeWhole(1));
   return kept_->Overview(leastPixels);
 } catch (const std::bad_alloc&) {
@@ -165,11 +182,18 @@ photo::Image FileSource::Overview(int64_t leastPixels) try {
 photo::Image FileSource::Part(const photo::PixelBox& box, int32_t width, int32_t height) try {
   CheckPart(box, width, height, decoder_->Upright());
   if (const auto kept = std::move(kept_)) return kept->Part(box, width, height);
+  auto reduced = std::move(reduced_);
   const Turn& turn = decoder_->Orientation();
   const photo::PixelBox stored = StoredBox(box, turn, decoder_->Stored());
-  if (box.Width() == width && box.Height() == height) return decoder_->Decode(1, stored, true);
   const Extent wanted = turn.isTransposed ? Extent{height, width} : Extent{width, height};
-  return Turned(ResampledPart(*decoder_, stored, wanted), turn);
+  const int32_t reduction = ReductionForPart(*decoder_, stored, wanted);
+  if (reduced && reduced->reduction <= reduction) {
+    const photo::Rectangle area = Reduced(stored, *decoder_, reduced->reduction);
+    return Turned(photo::ResizeLanczos(reduced->picture, area, wanted.width, wanted.height), turn);
+  }
+  reduced.reset();
+  if (box.Width() == width && box.Height() == height) return decoder_->Decode(1, stored, true);
+  return Turned(ResampledPart(*decoder_, reduction, stored, wanted), turn);
 } catch (const std::bad_alloc&) {
   throw MemoryFailure();
 }

@@ -65,7 +65,7 @@ PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Imag
     check.lines.push_back(roll);
     return check;
   }
-  check.lines.push_back({"lean", "degrees", faces[0].Roll(), std::nullopt, std::nullopt, 0});
+  check.lines.push_back(LeanLine(faces[0].Roll()));
   MeasureOnePerson(segmenter, photograph, faces, &check);
   AddScores(photograph, faces[0], &check);
   return check;

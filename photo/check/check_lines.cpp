@@ -55,6 +55,10 @@ CheckLine RollLine(double roll) {
   return {"roll", "degrees", roll, -kOnItsSide, kOnItsSide, 0};
 }
 
+CheckLine LeanLine(double roll) {
+  return {"lean", "degrees", roll, std::nullopt, std::nullopt, 0};
+}
+
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document) {
   return {Measure("head", measures.head, document.head, document.heightMm),
           Measure("space above", measures.top, document.top, document.heightMm),

@@ -23,7 +23,7 @@ struct FileFacts {
 // One thing that was measured.
 struct CheckLine {
   std::string name;  // such as "head"
-  std::string unit;  // "mm", "px", "dpi", "kB"; empty for scores and counts
+  std::string unit;  // "mm", "px", "dpi", "kB", "degrees"; empty for scores and counts
   double value = 0;
   std::optional<double> min, max;  // limits; none: only shown
   double tolerance = 0;            // by which a limit may be missed, for what measuring is worth
@@ -45,6 +45,8 @@ std::vector<CheckLine> FileLines(int32_t width, int32_t height, const FileFacts&
 CheckLine FacesLine(size_t faces, const Preset& preset);
 // Passed as long as the head stands rather than lies; in degrees.
 CheckLine RollLine(double roll);
+// By how much the head leans, in degrees, clockwise positive: only shown, the score of the tilt has the limit.
+CheckLine LeanLine(double roll);
 // Head, space above, eyes, face width, in millimetres; with limits where the document has bounds.
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document);
 std::vector<CheckLine> ScoreLines(const QualityScores& scores);

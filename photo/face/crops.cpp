@@ -47,6 +47,7 @@ FoundFace ToFoundFace(const ProbedFace& face) {
   copy(face.landmarks, found.source.landmarks);
   copy(face.densePoints, found.source.attributes);
   found.alignOutD = face.presence;
+  found.alignOutE = face.fineRoll;
   found.alignOutF = face.leftEye;
   found.alignOutG = face.rightEye;
   found.alignOutH = face.mouth;

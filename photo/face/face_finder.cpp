@@ -42,6 +42,7 @@ ProbedFace ToFace(const FoundFace& found, const FaceEntry& entry) {
   face.score = entry.unread;
   face.tag = entry.tag;
   face.presence = found.alignOutD;
+  face.fineRoll = found.alignOutE;
   face.leftEye = found.alignOutF;
   face.rightEye = found.alignOutG;
   face.mouth = found.alignOutH;
@@ -60,8 +61,9 @@ ProbedFace Describe(FaceEngine* engine, const ImageView& grey, FaceEntry entry) 
 double ProbedFace::Roll() const {
   const double dx = static_cast<double>(keyPoints[1].x) - keyPoints[0].x;
   const double dy = static_cast<double>(keyPoints[1].y) - keyPoints[0].y;
-  const double degrees = std::atan2(dy, dx) * (180 / 3.14159265358979323846);
-  return degrees == 0 ? 0 : degrees;  // no -0
+  const double degrees = std::atan2(dy, dx) * (180 / 3.14159265358979323846), fine = fineRoll / 100.0;
+  const double roll = fine + 90 * static_cast<double>(std::lround((degrees - fine) / 90));
+  return roll > 180 ? roll - 360 : roll <= -180 ? roll + 360 : roll;
 }
 
 double ProbedFace::Width() const {

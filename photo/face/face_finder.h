@@ -25,12 +25,14 @@ struct ProbedFace {
   int32_t score;                     // of the detector, in thousandths
   int32_t presence;                  // of a face, by the landmark model, in thousandths
   int32_t tag;                       // the engine's own, handed back when the face is described again
+  int32_t fineRoll;                  // the turn but for whole quarters, in hundredths of a degree, clockwise positive
   int32_t leftEye, rightEye, mouth;  // openness; an eye below 100 counts as closed
   std::array<Point, QX_FACE_KEY_POINTS> keyPoints;
   std::array<Point, QX_FACE_LANDMARKS> landmarks;
   std::array<Point, QX_FACE_ATTRIBUTE_POINTS> densePoints;
 
-  // Turn of the line through the eyes, in degrees, clockwise positive, above -180 up to 180; 0 is upright.
+  // Turn of the line through the eyes, in degrees, clockwise positive, above -180 up to 180; 0 is upright. Finer than
+  // the points, which are whole pixels: they only say which quarter it is.
   double Roll() const;
   // Mean length of the box's two upper and lower sides, in pixels.
   double Width() const;

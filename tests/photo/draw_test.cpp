@@ -58,10 +58,16 @@ TEST(Draw, EnlargesSmallFacesAndClipsAtTheBorder) {
 
 TEST(Draw, RollFollowsTheEyes) {
   ProbedFace face{};
-  const std::pair<Point, double> cases[] = {
-      {{10, 0}, 0}, {{0, 10}, 90}, {{-10, 0}, 180}, {{0, -10}, -90}, {{10, 10}, 45}};
-  for (const auto& [right, roll] : cases) {
+  struct {
+    Point right;
+    int32_t fine;
+    double roll;
+  } const cases[] = {{{10, 0}, 0, 0},       {{0, 10}, 0, 90},        {{-10, 0}, 0, 180},      {{0, -10}, 0, -90},
+                     {{10, 10}, 4500, 45},  {{10, 10}, -4500, 45},   {{20, 1}, 312, 3.12},    {{20, 0}, -40, -0.4},
+                     {{-1, 20}, 250, 92.5}, {{-20, 1}, 150, -178.5}, {{-20, 0}, -125, 178.75}};
+  for (const auto& [right, fine, roll] : cases) {
     face.keyPoints[1] = right;
+    face.fineRoll = fine;
     EXPECT_DOUBLE_EQ(roll, face.Roll());
   }
 }
