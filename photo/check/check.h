@@ -16,10 +16,10 @@
 namespace qx::photo {
 
 struct PhotoCheck {
-  std::vector<CheckLine> lines;
-  Document document;
-  std::optional<ProbedFace> face;        // the largest; nothing when there is none
-  std::optional<PersonGeometry> person;  // nothing for documents of two persons
+  std::vector<CheckLine> lines;          // in the order in which people should read them
+  Document document;                     // what the preset asks for, in numbers
+  std::optional<ProbedFace> face;        // the largest, in pixels of the photograph; nothing when there is none
+  std::optional<PersonGeometry> person;  // nothing for documents of two persons and for a head that lies
 
   bool Passed() const { return AllPassed(lines); }
 };
@@ -27,8 +27,8 @@ struct PhotoCheck {
 class FaceFinder;
 class PersonSegmenter;
 
-// `photograph` is the file's picture, which is taken as the whole document; its largest face is the one that is
-// measured and scored. Throws Failure when the person cannot be measured.
+// What Studio::Check does. `photograph` is the file's picture, which is taken as the whole document; its largest face
+// is the one that is measured and scored. Throws Failure when the person cannot be measured.
 PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Image& photograph, const FileFacts& file,
                       const Preset& preset);
 

@@ -16,8 +16,8 @@ namespace qx::photo {
 
 // What a picture's file says beside its pixels.
 struct FileFacts {
-  std::optional<PrintResolution> resolution;
-  int64_t bytes = 0;
+  std::optional<PrintResolution> resolution;  // nothing where the file is silent
+  int64_t bytes = 0;                          // size of the file
 };
 
 // One thing that was measured.

@@ -15,20 +15,20 @@ namespace qx::photo {
 // One document. Bounds are kept in the unit in which they are published; Derive turns them into fractions. Percents
 // are of the photograph's height (of its width for faceWidth).
 struct Preset {
-  std::string name;       // such as "us-passport"
-  std::string title;      // for people
-  std::string authority;  // who sets the rules
-  bool upload = false;    // a file to hand in rather than a print
-  int32_t persons = 1;    // 1 or 2
-  Size size;
-  std::optional<Size> pixels;     // where published beside a size in millimetres
-  std::optional<Size> printSize;  // millimetres that bounds of a size in pixels refer to
-  int32_t dpi = 300;
-  std::optional<Range> head;       // top of the hair to the chin
-  std::optional<Range> top;        // upper edge to the top of the hair
-  std::optional<Range> eyes;       // eyes to the lower edge
-  std::optional<Range> faceWidth;  // of the face's outline
-  std::optional<int32_t> minKb, maxKb;
+  std::string name;                      // such as "us-passport"
+  std::string title;                     // for people
+  std::string authority;                 // who sets the rules
+  bool upload = false;                   // a file to hand in rather than a print
+  int32_t persons = 1;                   // 1 or 2
+  Size size;                             // of the photograph, in millimetres or pixels
+  std::optional<Size> pixels;            // where published beside a size in millimetres
+  std::optional<Size> printSize;         // millimetres that bounds of a size in pixels refer to
+  int32_t dpi = 300;                     // of a print
+  std::optional<Range> head;             // top of the hair to the chin
+  std::optional<Range> top;              // upper edge to the top of the hair
+  std::optional<Range> eyes;             // eyes to the lower edge
+  std::optional<Range> faceWidth;        // of the face's outline
+  std::optional<int32_t> minKb, maxKb;   // see kCeilingKilobyte
   std::vector<std::string> backgrounds;  // the first is the one to use
   bool backgroundChange = true;          // whether the authority takes photographs whose background was changed
   bool retouching = true;                // whether it takes retouched ones
@@ -39,6 +39,7 @@ struct Preset {
   std::string note;
 };
 
+// Bounds as fractions of a side, 0 to 1.
 struct Fraction {
   double min, max;
 };
@@ -56,7 +57,7 @@ struct Document {
 // The presets of a JSON text. Throws Failure with the preset and field that is wrong.
 std::vector<Preset> ParsePresets(std::string_view json);
 
-// Those that come with the program, in the order of their file.
+// Those that come with the library, in the order of their file. They live as long as the program; for any thread.
 const std::vector<Preset>& Presets();
 
 // Throws Failure, naming similar ones, when there is none of that name.

@@ -26,8 +26,8 @@ Goals Narrowed(const Goals& goals, double part);
 struct Miss {
   enum class Bound { kHead, kTop, kEyes, kFaceWidth };
   Bound bound;
-  double value;
-  Fraction wanted;
+  double value;     // of the height (kFaceWidth: of the width)
+  Fraction wanted;  // of the same
 };
 // All of them, each with a tolerance of a thousandth of the height.
 std::vector<Miss> MissesOf(const PhotoMeasures& measures, const Goals& goals);

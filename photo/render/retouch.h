@@ -11,7 +11,7 @@
 
 namespace qx::photo {
 
-// What to do and how strongly; 0 leaves it alone.
+// What to do and how strongly; 0 leaves it alone. Staying inside the ranges is the caller's part.
 struct Retouch {
   double eyes = 0;      // -10 (smaller) to 10 (larger)
   double mouth = 0;     // -10 (smaller) to 10 (larger)

@@ -139,6 +139,11 @@ TEST(Presets, DeriveTheRightNumbers) {
 
 TEST(Presets, SayWhatIsWrong) {
   EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("us-pasport"); }).find("did you mean us-passport"));
+  try {
+    FindPreset("us-pasport");
+  } catch (const Failure& failure) {
+    EXPECT_EQ(0u, failure.Word("similar").find("us-passport")) << failure.Word("similar");
+  }
   EXPECT_NE(std::string::npos, FailureOf([] { FindPreset("atlantis"); }).find("there is no preset \"atlantis\""));
   Preset preset = FindPreset("one-inch");
   preset.head = Range{30, 40, Unit::kMillimetre};
