@@ -93,8 +93,8 @@ class Studio {
   // The rough crop of every face, best first; at least one. Throws Failure when there is no face.
   std::vector<Image> Crop(const Image& photograph, const CropSettings& settings);
 
-  // Finds the faces and the persons, once for a photograph. `mask`: of the persons, made elsewhere, of the upright
-  // photograph's size before any quarter turn; null to make it here.
+  // Finds the faces and the persons, once for a photograph. `mask`: of the persons, made elsewhere, of the source's
+  // size; null to make it here.
   Analysis Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask = nullptr);
   // Makes the finished photograph of what Analyse found in the same source: as often as something of the request
   // changes. Throws Failure (kNoFit) when no rectangle meets the bounds.
@@ -112,6 +112,8 @@ class Studio {
 
  private:
   struct Engines;
+  std::unique_ptr<Analysis::State> FindPersons(PhotoSource& source, const AnalyseRequest& request, const Mask* mask);
+
   std::unique_ptr<Engines> engines_;
 };
 
