@@ -113,8 +113,8 @@ std::vector<Image> Studio::Crop(const Image& photograph, const CropSettings& set
 Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask) {
   auto state = std::make_unique<Analysis::State>();
   Image overview = source.Overview(kOverviewPixels);
-  const UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
-                                                 : MakeUpright(engines_->finder, std::move(overview), request.face);
+  UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
+                                           : MakeUpright(engines_->finder, std::move(overview), request.face);
   state->quarterTurns = upright.quarterTurns;
   TurnedSource turned(&source, upright.quarterTurns);
   state->width = turned.Width();
@@ -136,6 +136,7 @@ Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, con
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
     state->coarse = CoarseMask(*state->map);
   }
+  if (upright.quarterTurns == 0) source.Keep(std::move(upright.image));
   return Analysis(std::move(state));
 }
 
