@@ -48,9 +48,9 @@ class Decoder;
 // A photograph in an image file: the first picture of a JPEG, PNG, WebP, HEIF (also AVIF) or TIFF file, told apart by
 // their content, as a viewer shows it: upright (EXIF orientation), in sRGB (embedded profile; grey and CMYK too), on
 // white where it is transparent, 16 bits reduced to 8.
-// The file is read once. JPEG and WebP are decoded at the size and as far down as a call needs. Overview keeps the
-// pixels that it has decoded, unless they are all those of a large JPEG or WebP file, for the next Part, which takes
-// them when they are enough and lets go of them.
+// The file is read once. JPEG and WebP are decoded at the size and as far down as a call needs; of the other formats,
+// and of small pictures, Overview keeps the decoded pixels for the next Part, which then lets go of them. An overview
+// that is handed back with Keep serves all parts that it is fine enough for.
 // Each call throws Failure for what is not a whole photograph: kNotAPicture, kDamagedFile (field "format"), kTooLarge
 // (fields "limit" and "got", in pixels), kOutOfMemory.
 class FileSource : public photo::PhotoSource {
@@ -62,6 +62,7 @@ class FileSource : public photo::PhotoSource {
   int32_t Width() override;
   int32_t Height() override;
   photo::Image Overview(int64_t leastPixels) override;
+  void Keep(photo::Image overview) override;
   // Throws std::invalid_argument unless the box lies inside the photograph, is not empty and not enlarged.
   photo::Image Part(const photo::PixelBox& box, int32_t width, int32_t height) override;
 
@@ -74,12 +75,10 @@ class FileSource : public photo::PhotoSource {
   size_t FileSize() const;  // bytes
 
  private:
-  struct ReducedPicture;
-
   std::unique_ptr<Decoder> decoder_;
-  // What Overview has decoded, for the next Part: one of the two, or none.
-  std::unique_ptr<photo::ImageSource> kept_;
-  std::unique_ptr<ReducedPicture> reduced_;
+  std::unique_ptr<photo::ImageSource> kept_;  // what Overview has decoded, for Part
+  photo::Image overview_;                     // what Keep was given, or nothing
+  int32_t overviewReduction_ = 1;
 };
 
 // FileSource(file, limits).Whole() and .Resolution().

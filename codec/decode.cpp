@@ -182,15 +182,15 @@ bool IsAboutMemory(const std::string& message) {
   return false;
 }
 
-Extent TurnedSize(int32_t width, int32_t height, const Turn& turn) {
-  return turn.isTransposed ? Extent{height, width} : Extent{width, height};
-}
-
 }  // namespace
+
+Extent TurnedSize(const Extent& stored, const Turn& turn) {
+  return turn.isTransposed ? Extent{stored.height, stored.width} : stored;
+}
 
 photo::Image Turned(photo::Image image, const Turn& turn) {
   if (!turn.isTransposed && !turn.isMirrored && !turn.isUpsideDown) return image;
-  const Extent size = TurnedSize(image.width, image.height, turn);
+  const Extent size = TurnedSize({image.width, image.height}, turn);
   photo::Image turned(size.width, size.height);
   Target target = MakeTarget(turn, &turned, nullptr);
   for (int32_t y = 0; y < image.height; ++y) {
@@ -202,12 +202,20 @@ photo::Image Turned(photo::Image image, const Turn& turn) {
 }
 
 photo::PixelBox StoredBox(const photo::PixelBox& upright, const Turn& turn, const Extent& stored) {
-  const Extent size = TurnedSize(stored.width, stored.height, turn);
+  const Extent size = TurnedSize(stored, turn);
   photo::PixelBox box = upright;
   if (turn.isMirrored) box = {size.width - box.right, box.top, size.width - box.left, box.bottom};
   if (turn.isUpsideDown) box = {box.left, size.height - box.bottom, box.right, size.height - box.top};
   if (turn.isTransposed) box = {box.top, box.left, box.bottom, box.right};
   return box;
+}
+
+photo::Rectangle UprightArea(photo::Rectangle stored, const Turn& turn, const Extent& size) {
+  if (turn.isTransposed) stored = {stored.top, stored.left, stored.height, stored.width};
+  const Extent upright = TurnedSize(size, turn);
+  if (turn.isMirrored) stored.left = upright.width - stored.Right();
+  if (turn.isUpsideDown) stored.top = upright.height - stored.Bottom();
+  return stored;
 }
 
 Decoder::Decoder(photo::Bytes file, const Limits& limits) : file_(std::move(file)), loader_(ChooseLoader(file_)) {
@@ -270,7 +278,7 @@ photo::Image Decoder::DecodeOnce(int32_t reduction, const photo::PixelBox& box, 
     throw photo::Failure(photo::FailureCode::kDamagedFile, "changes its size while it is read; save it again");
   VImage pixels = ToColours(loaded);
   if (opacity && loaded.has_alpha()) pixels = pixels.bandjoin(ToOpacity(loaded));
-  const Extent size = TurnedSize(box.Width(), box.Height(), turn);
+  const Extent size = TurnedSize({box.Width(), box.Height()}, turn);
   photo::Image image(size.width, size.height);
   if (opacity) *opacity = photo::Mask(size.width, size.height);
   PullStrips(pixels, box, MakeTarget(turn, &image, opacity));

@@ -26,8 +26,11 @@ struct Turn {
 
 // The picture as it is to be seen.
 photo::Image Turned(photo::Image image, const Turn& turn);
+Extent TurnedSize(const Extent& stored, const Turn& turn);
 // Where a box of the upright picture lies in the one in the file, whose size is `stored`.
 photo::PixelBox StoredBox(const photo::PixelBox& upright, const Turn& turn, const Extent& stored);
+// Where a part of the picture in the file, whose size is `size`, lies in the upright one.
+photo::Rectangle UprightArea(photo::Rectangle stored, const Turn& turn, const Extent& size);
 
 // One of the formats that are read.
 struct Loader;
@@ -38,9 +41,7 @@ class Decoder {
   Decoder(photo::Bytes file, const Limits& limits);
 
   Extent Stored() const { return stored_; }
-  Extent Upright() const {
-    return turn_.isTransposed ? Extent{stored_.height, stored_.width} : Extent{stored_.width, stored_.height};
-  }
+  Extent Upright() const { return TurnedSize(stored_, turn_); }
   const Turn& Orientation() const { return turn_; }
   const std::optional<photo::PrintResolution>& Resolution() const { return resolution_; }
   const photo::Bytes& File() const { return file_; }

@@ -122,12 +122,6 @@ void CheckPart(const photo::PixelBox& box, int32_t width, int32_t height, const 
 
 }  // namespace
 
-// All of the photograph, as stored.
-struct FileSource::ReducedPicture {
-  photo::Image picture;
-  int32_t reduction;
-};
-
 photo::Bytes ReadFileBytes(const fs::path& path, const Limits& limits) {
   // Sixteen bytes a pixel are more than any of the formats takes for a picture; the rest is for what else files carry.
   constexpr uint64_t kPixelBytes = 16, kOtherBytes = uint64_t{64} << 20;
@@ -165,33 +159,32 @@ int32_t FileSource::Height() {
 photo::Image FileSource::Overview(int64_t leastPixels) try {
   if (kept_) return kept_->Overview(leastPixels);
   const int32_t reduction = ReductionForPixels(*decoder_, std::max<int64_t>(leastPixels, 1));
-  if (reduction > 1) {
-    const Extent size = decoder_->StoredAt(reduction);
-    reduced_ = std::make_unique<ReducedPicture>(
-        ReducedPicture{decoder_->Decode(reduction, {0, 0, size.width, size.height}, false), reduction});
-    return Turned(reduced_->picture, decoder_->Orientation());
-  }
+  overviewReduction_ = reduction;
   const bool isSmall = decoder_->Stored().Pixels() <= kSmallPixels;
-  if (decoder_->NextReduction(1) != 0 && !isSmall) return decoder_->DecodeWhole(1);
+  if (reduction > 1 || (decoder_->NextReduction(1) != 0 && !isSmall)) return decoder_->DecodeWhole(reduction);
   kept_ = std::make_unique<photo::ImageSource>(decoder_->DecodeWhole(1));
   return kept_->Overview(leastPixels);
 } catch (const std::bad_alloc&) {
   throw MemoryFailure();
 }
 
+void FileSource::Keep(photo::Image overview) {
+  const Extent size = TurnedSize(decoder_->StoredAt(overviewReduction_), decoder_->Orientation());
+  if (!kept_ && overview.width == size.width && overview.height == size.height) overview_ = std::move(overview);
+}
+
 photo::Image FileSource::Part(const photo::PixelBox& box, int32_t width, int32_t height) try {
   CheckPart(box, width, height, decoder_->Upright());
   if (const auto kept = std::move(kept_)) return kept->Part(box, width, height);
-  auto reduced = std::move(reduced_);
   const Turn& turn = decoder_->Orientation();
   const photo::PixelBox stored = StoredBox(box, turn, decoder_->Stored());
   const Extent wanted = turn.isTransposed ? Extent{height, width} : Extent{width, height};
   const int32_t reduction = ReductionForPart(*decoder_, stored, wanted);
-  if (reduced && reduced->reduction <= reduction) {
-    const photo::Rectangle area = Reduced(stored, *decoder_, reduced->reduction);
-    return Turned(photo::ResizeLanczos(reduced->picture, area, wanted.width, wanted.height), turn);
+  if (overview_.width > 0 && overviewReduction_ <= reduction) {
+    const photo::Rectangle area =
+        UprightArea(Reduced(stored, *decoder_, overviewReduction_), turn, decoder_->StoredAt(overviewReduction_));
+    return photo::ResizeLanczos(overview_, area, width, height);
   }
-  reduced.reset();
   if (box.Width() == width && box.Height() == height) return decoder_->Decode(1, stored, true);
   return Turned(ResampledPart(*decoder_, reduction, stored, wanted), turn);
 } catch (const std::bad_alloc&) {

@@ -127,8 +127,8 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
                                                      const Mask* mask) {
   auto state = std::make_unique<Analysis::State>();
   Image overview = source.Overview(kOverviewPixels);
-  const UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
-                                                 : MakeUpright(engines_->finder, std::move(overview), request.face);
+  UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
+                                           : MakeUpright(engines_->finder, std::move(overview), request.face);
   state->quarterTurns = upright.quarterTurns;
   TurnedSource turned(&source, upright.quarterTurns);
   state->width = turned.Width();
@@ -147,6 +147,7 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
     state->coarse = CoarseMask(*state->map);
   }
+  if (upright.quarterTurns == 0) source.Keep(std::move(upright.image));
   return state;
 }
 

@@ -28,6 +28,9 @@ class PhotoSource {
   // `leastPixels` pixels, where it has so many.
   virtual Image Overview(int64_t leastPixels) = 0;
 
+  // Takes back what Overview gave and the caller needs no more: parts may come from it where it is fine enough.
+  virtual void Keep(Image) {}
+
   // The box, which lies inside the photograph and is not empty, as width x height pixels, neither of them above the
   // box's own: reduced with a kernel that neither blurs nor aliases.
   virtual Image Part(const PixelBox& box, int32_t width, int32_t height) = 0;

@@ -101,6 +101,26 @@ TEST(FileSource, ReducesTheOverviewToNoLessThanWanted) {
   }
 }
 
+TEST(FileSource, TakesPartsFromTheOverviewHandedBack) {
+  const TestFolder folder;
+  const Image image = GradientImage(2403, 1801);  // halves leave out a column and a row
+  ImageSource whole(image);
+  for (int orientation = 1; orientation <= 8; ++orientation) {
+    FileSource source(Write(folder, Tagged(image, orientation), "a.jpg"));
+    Image overview = source.Overview(int64_t{1'000'000});
+    ASSERT_GT(1300, overview.width);
+    for (size_t i = 0; i < overview.bgr.size(); i += 3) overview.bgr[i] = 200;  // to be told from the file's own blue
+    source.Keep(std::move(overview));
+    const PixelBox box{402, 200, 1402, 1700};
+    const Image coarse = source.Part(box, 400, 600), fine = source.Part(box, 900, 1350);
+    EXPECT_EQ(200, coarse.At(200, 300)[0]) << orientation;
+    EXPECT_NE(200, fine.At(200, 300)[0]) << orientation;
+    Image expected = whole.Part(box, 400, 600);
+    for (size_t i = 0; i < expected.bgr.size(); i += 3) expected.bgr[i] = 200;
+    EXPECT_GE(4, Difference(expected, coarse)) << orientation;
+  }
+}
+
 TEST(FileSource, AnswersAlikeFromBytesAndWhenTheFileHasGone) {
   const TestFolder folder;
   const Image image = GradientImage(403, 301);
