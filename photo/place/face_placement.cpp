@@ -15,8 +15,9 @@ namespace {
 // How far inside the bounds to aim, first choice first: a measurement that differs by a hair should still pass.
 constexpr double kMargins[] = {0.35, 0.3, 0.25, 0.2, 0.15, 0.1, 0.05, 0};
 
-// Width of the face in the frame in which the library looks for the rectangle, in pixels: as fine as a document's own.
-constexpr double kFrameFace = 256;
+// Width of the face in the frame in which the library looks for the rectangle, in pixels: as fine as a document's own,
+// and half as fine as long as only the coarse mask is known.
+constexpr double kFrameFace = 256, kCoarseFrameFace = 128;
 
 // In the library's terms, where bounds of 0 are none at all.
 FineCropParams ToParams(const Goals& goals, const Document& document) {
@@ -59,7 +60,8 @@ class Frame {
     settings.SetRatio(1);
     const auto& eyes = placing.face.eyeCorners;
     const double dx = eyes[1].x - eyes[0].x, dy = eyes[1].y - eyes[0].y, unit = std::sqrt(dx * dx + dy * dy);
-    scale_ = std::min(1.0, kFrameFace / std::max(placing.person.faceWidth, 1.0));
+    const double frameFace = placing.view.part ? kFrameFace : kCoarseFrameFace;
+    scale_ = std::min(1.0, frameFace / std::max(placing.person.faceWidth, 1.0));
     const auto& mouth = placing.face.mouthCorners;
     const double centreY = ((mouth[0].y + mouth[1].y) / 2 + (eyes[0].y + eyes[1].y) / 2) / 2;
     place_ = {placing.person.centre - unit * settings.ratioLeft, centreY - unit * settings.ratioUp,
