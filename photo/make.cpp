@@ -21,8 +21,8 @@ using State = Analysis::State;
 
 constexpr double kMostLean = 5;                                     // degrees, from which on documents are refused
 constexpr double kLeastStraightened = 0.5, kMostStraightened = 25;  // degrees
-constexpr double kFineness = 1.5;  // pixels of the part for one of the document, where the photograph has them
-constexpr double kRoom = 0.04;     // of the rectangle's height, by which the finer measures may still move it
+constexpr double kFineness = 2;  // pixels of the part for one of the document, where the photograph has them
+constexpr double kRoom = 0.04;   // of the rectangle's height, by which the finer measures may still move it
 constexpr int kMostPlacings = 3;
 
 // The persons of the photograph as measured, in the turned photograph.

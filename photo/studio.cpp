@@ -1,6 +1,7 @@
 #include "photo/studio.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "photo/analysis.h"
@@ -43,6 +44,16 @@ void SplitFaces(const UprightPhotograph& upright, std::vector<FaceBox>* persons,
   for (size_t i = 0; i < upright.faces.size(); ++i) {
     const bool wanted = std::count(upright.persons.begin(), upright.persons.end(), i) != 0;
     (wanted ? persons : others)->push_back(upright.faces[i].Box());
+  }
+}
+
+// What `call` gives; memory that is short for it is a Failure like any other.
+template <typename Call>
+auto Told(Call call) {
+  try {
+    return call();
+  } catch (const std::bad_alloc& shortage) {
+    throw Failure(FailureCode::kOutOfMemory, ReasonOf(shortage));
   }
 }
 
@@ -97,20 +108,23 @@ Studio::~Studio() = default;
 Studio::Studio(Studio&&) noexcept = default;
 
 std::vector<ProbedFace> Studio::Inspect(const Image& photograph) {
-  return engines_->finder.Find(photograph);
+  return Told([&] { return engines_->finder.Find(photograph); });
 }
 
 std::vector<Image> Studio::Crop(const Image& photograph, const CropSettings& settings) {
   CheckSettings(settings);
-  std::vector<Image> crops;
-  for (const ProbedFace& face : engines_->finder.Find(photograph)) {
-    crops.push_back(CropFace(photograph, face, settings));
-  }
-  if (crops.empty()) throw NoFace();
-  return crops;
+  return Told([&] {
+    std::vector<Image> crops;
+    for (const ProbedFace& face : engines_->finder.Find(photograph)) {
+      crops.push_back(CropFace(photograph, face, settings));
+    }
+    if (crops.empty()) throw NoFace();
+    return crops;
+  });
 }
 
-Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask) {
+std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const AnalyseRequest& request,
+                                                     const Mask* mask) {
   auto state = std::make_unique<Analysis::State>();
   Image overview = source.Overview(kOverviewPixels);
   const UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
@@ -126,9 +140,6 @@ Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, con
   for (const size_t person : upright.persons) state->persons.push_back(upright.faces[person]);
   if (mask) {
     state->given = TurnClockwise(*mask, upright.quarterTurns);
-    if (state->given.width != state->width || state->given.height != state->height) {
-      throw Failure(FailureCode::kBadMask, "the mask is not of the photograph's size");
-    }
     state->coarse = Reduced(state->given);
   } else {
     std::vector<FaceBox> persons, others;
@@ -136,12 +147,19 @@ Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, con
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
     state->coarse = CoarseMask(*state->map);
   }
-  return Analysis(std::move(state));
+  return state;
+}
+
+Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask) {
+  if (mask && (mask->width != source.Width() || mask->height != source.Height())) {
+    throw Failure(FailureCode::kBadMask, "the mask is not of the photograph's size");
+  }
+  return Told([&] { return Analysis(FindPersons(source, request, mask)); });
 }
 
 MadePhoto Studio::Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request) {
   TurnedSource upright(&source, analysis.state_->quarterTurns);
-  return RenderAnalysed(upright, engines_->finder, analysis.state_.get(), request);
+  return Told([&] { return RenderAnalysed(upright, engines_->finder, analysis.state_.get(), request); });
 }
 
 MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request, const Mask* mask) {
@@ -150,17 +168,19 @@ MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const M
 }
 
 RetouchedPhoto Studio::Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face) {
-  // Upright for the work, then turned back: the face's outline is made narrower along the rows.
-  UprightPhotograph upright = MakeUpright(engines_->finder, photograph, face);
-  std::vector<ProbedFace> chosen = upright.faces;
-  if (face) chosen = {upright.faces[upright.persons[0]]};
-  RetouchFaces(chosen, retouch, &upright.image);
-  return {std::move(photograph), TurnClockwise(std::move(upright.image), (4 - upright.quarterTurns) % 4),
-          chosen.size()};
+  return Told([&]() -> RetouchedPhoto {
+    // Upright for the work, then turned back: the face's outline is made narrower along the rows.
+    UprightPhotograph upright = MakeUpright(engines_->finder, photograph, face);
+    std::vector<ProbedFace> chosen = upright.faces;
+    if (face) chosen = {upright.faces[upright.persons[0]]};
+    RetouchFaces(chosen, retouch, &upright.image);
+    return {std::move(photograph), TurnClockwise(std::move(upright.image), (4 - upright.quarterTurns) % 4),
+            chosen.size()};
+  });
 }
 
 PhotoCheck Studio::Check(const Image& photograph, const FileFacts& file, const Preset& preset) {
-  return CheckPhoto(engines_->finder, engines_->segmenter, photograph, file, preset);
+  return Told([&] { return CheckPhoto(engines_->finder, engines_->segmenter, photograph, file, preset); });
 }
 
 }  // namespace qx::photo

@@ -128,6 +128,8 @@ class Studio {
 
  private:
   struct Engines;
+  std::unique_ptr<Analysis::State> FindPersons(PhotoSource& source, const AnalyseRequest& request, const Mask* mask);
+
   std::unique_ptr<Engines> engines_;
 };
 

@@ -116,6 +116,8 @@ std::optional<Rectangle> PlaceByLibrary(const FaceToPlace& placing) {
 
 // Where the person is cut off or the shoulders are narrow, the library finds none although there may be one.
 std::optional<Rectangle> PlaceBySearch(const FaceToPlace& placing) {
+  const auto any = FindNearest(placing.person, placing.goals, placing.Proportions(), placing.obstacles);
+  if (!any || !Serves(placing, *any)) return std::nullopt;
   for (const double margin : kMargins) {
     const auto nearest =
         FindNearest(placing.person, Narrowed(placing.goals, margin), placing.Proportions(), placing.obstacles);

@@ -69,17 +69,22 @@ void MeasureEnds(const MaskView& view, PersonGeometry* person) {
     return;
   }
   const auto turned = [&](int32_t x, int32_t y) { return view.turn({x * toX, y * toY}); };
+  // The runs of the person along an edge of so many pixels.
+  const auto addCuts = [&](int32_t size, const auto& isPerson, const auto& placeOf) {
+    for (int32_t first = 0, i = 0; i <= size; ++i) {
+      if (i < size && isPerson(i)) continue;
+      if (i > first) person->cuts.push_back({placeOf(first), placeOf(i)});
+      first = i + 1;
+    }
+  };
+  const auto inRow = [&](int32_t y) { return [row = mask.Row(y)](int32_t x) { return IsPerson(row[x]); }; };
+  const auto inColumn = [&](int32_t x) { return [&mask, x](int32_t y) { return IsPerson(mask.Row(y)[x]); }; };
+  addCuts(mask.width, inRow(mask.height - 1), [&](int32_t x) { return turned(x, mask.height); });
   // At the upper edge, no more hair than elsewhere is a wisp.
-  const bool topCut = toX * static_cast<double>(std::count_if(mask.Row(0), mask.Row(0) + mask.width, IsPerson)) >
-                      kCut * person->faceWidth;
-  for (int32_t x = 0; x < mask.width; ++x) {
-    if (IsPerson(mask.Row(mask.height - 1)[x])) person->cuts.push_back(turned(x, mask.height));
-    if (topCut && IsPerson(mask.Row(0)[x])) person->cuts.push_back(turned(x, 0));
-  }
-  for (int32_t y = 0; y < mask.height; ++y) {
-    if (IsPerson(mask.Row(y)[0])) person->cuts.push_back(turned(0, y));
-    if (IsPerson(mask.Row(y)[mask.width - 1])) person->cuts.push_back(turned(mask.width, y));
-  }
+  const auto hair = static_cast<double>(std::count_if(mask.Row(0), mask.Row(0) + mask.width, IsPerson));
+  if (toX * hair > kCut * person->faceWidth) addCuts(mask.width, inRow(0), [&](int32_t x) { return turned(x, 0); });
+  addCuts(mask.height, inColumn(0), [&](int32_t y) { return turned(0, y); });
+  addCuts(mask.height, inColumn(mask.width - 1), [&](int32_t y) { return turned(mask.width, y); });
   double foot = 0;
   for (int32_t y = mask.height; y > 0; --y) {
     for (int32_t x = 0; x < mask.width; ++x) {

@@ -38,6 +38,11 @@ struct MaskView {
   Mask Sample(const Rectangle& rectangle, double scale) const;
 };
 
+// Where an edge of the photograph cuts a person off, from one end to the other, in the turned photograph.
+struct Cut {
+  PlacePoint from, to;
+};
+
 // In pixels of the upright photograph, after the turn that makes the head straight; edges of pixels being whole
 // numbers.
 struct PersonGeometry {
@@ -51,7 +56,7 @@ struct PersonGeometry {
   double foot = 0;                   // lower end of what the photograph shows of the person
   double leftCut = 0, rightCut = 0;  // rows from which on the photograph's side cuts the person off; height: nowhere
   bool topCut = false;               // the upper edge cuts the head off
-  std::vector<PlacePoint> cuts;      // of a turned photograph, instead of the three: places of the person at its edges
+  std::vector<Cut> cuts;             // of a turned photograph, instead of the three
 };
 
 // A byte of the mask above 64 is a part of the person. Hair is looked for above the face and to half its width on both

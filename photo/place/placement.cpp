@@ -58,11 +58,25 @@ bool LiesInside(const Rectangle& rectangle, const PersonGeometry& person, double
   return true;
 }
 
+// The part of the way from `from` to `to` on which a coordinate lies between `low` and `high`, cut out of [begin, end].
+void Clip(double from, double to, double low, double high, double* begin, double* end) {
+  const double way = to - from;
+  if (way == 0) {
+    if (from <= low || from >= high) *end = -1;
+    return;
+  }
+  const double a = (low - from) / way, b = (high - from) / way;
+  *begin = std::max(*begin, std::min(a, b));
+  *end = std::min(*end, std::max(a, b));
+}
+
 // Whether the rectangle shows a place at which the photograph's edge cuts the person off.
 bool HoldsCut(const Rectangle& rectangle, const PersonGeometry& person, double slack) {
-  return std::any_of(person.cuts.begin(), person.cuts.end(), [&](const PlacePoint& cut) {
-    return cut.x > rectangle.left + slack && cut.x < rectangle.Right() - slack && cut.y > rectangle.top + slack &&
-           cut.y < rectangle.Bottom() - slack;
+  return std::any_of(person.cuts.begin(), person.cuts.end(), [&](const Cut& cut) {
+    double begin = 0, end = 1;
+    Clip(cut.from.x, cut.to.x, rectangle.left + slack, rectangle.Right() - slack, &begin, &end);
+    Clip(cut.from.y, cut.to.y, rectangle.top + slack, rectangle.Bottom() - slack, &begin, &end);
+    return begin < end;
   });
 }
 

@@ -96,6 +96,33 @@ TEST(PersonGeometry, SeesWhereThePhotographCutsThePerson) {
   EXPECT_TRUE(MeasurePerson(Face(), mask).topCut);
 }
 
+// The same person in a photograph turned about the middle of the eyes.
+PersonGeometry Turned(const Mask& mask, double degrees) {
+  MaskView view;
+  view.width = mask.width;
+  view.height = mask.height;
+  view.whole = &mask;
+  view.turn = Turn(degrees, {100, 80});
+  return MeasurePerson(PlacesOf(Face(), {0, 0, 200, 150}, 1, 1, view.turn), view);
+}
+
+TEST(PersonGeometry, ATurnedPhotographCutsAlongItsEdges) {
+  EXPECT_TRUE(Turned(Person(), 10).cuts.empty());
+  Mask mask = Person();
+  Paint(&mask, {60, 140, 140, 150});
+  Paint(&mask, {0, 100, 40, 120});
+  Paint(&mask, {91, 0, 100, 50});  // a wisp at the upper edge
+  PersonGeometry person = Turned(mask, 10);
+  ASSERT_EQ(2u, person.cuts.size());
+  const PlacePoint from = person.turn({60, 150}), to = person.turn({140, 150}), side = person.turn({0, 120});
+  EXPECT_NEAR(from.x, person.cuts[0].from.x, 1e-9);
+  EXPECT_NEAR(from.y, person.cuts[0].from.y, 1e-9);
+  EXPECT_NEAR(to.x, person.cuts[0].to.x, 1e-9);
+  EXPECT_NEAR(side.y, person.cuts[1].to.y, 1e-9);
+  Paint(&mask, {90, 0, 101, 50});
+  EXPECT_EQ(3u, Turned(mask, 10).cuts.size());
+}
+
 TEST(PersonGeometry, FacesAtTheEdgesStayInsideTheMask) {
   ProbedFace face = Face();
   for (Point& point : face.densePoints) point.x -= 90;  // from -10 to 30

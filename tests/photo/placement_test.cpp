@@ -153,5 +153,26 @@ TEST(FitReport, CarriesTheNumbersForPrograms) {
   EXPECT_TRUE(NoFit(person, document, goals, Obstacles(), std::nullopt).Fields().empty());
 }
 
+TEST(Placement, ATurnedPhotographsCutsStayOutside) {
+  PersonGeometry person = Person();
+  person.turn = Turn(10, {400, 400});
+  person.foot = 1000;
+  person.cuts = {{{200, 800}, {600, 700}}};
+  const auto clear = [&](double top, double size) {
+    return IsClear({400 - size / 2, top, size, size}, person, Obstacles());
+  };
+  EXPECT_TRUE(clear(200, 400));  // ends above it
+  EXPECT_TRUE(clear(300, 400));  // its lower right corner touches it
+  EXPECT_FALSE(clear(302, 400));
+  EXPECT_FALSE(clear(700, 280));  // between its ends, which lie outside
+  EXPECT_TRUE(clear(810, 180));   // below it
+  Obstacles open;
+  open.sides = false;
+  EXPECT_TRUE(IsClear({200, 302, 400, 400}, person, open));
+  person.cuts = {{{300, 0}, {300, 900}}};  // upright
+  EXPECT_FALSE(clear(200, 400));
+  EXPECT_TRUE(clear(200, 200));  // along its side
+}
+
 }  // namespace
 }  // namespace qx::photo

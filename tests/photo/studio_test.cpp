@@ -1,0 +1,271 @@
+// The studio on a real photograph: straight heads, repeated renderings, odd input.
+#include "photo/studio.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "codec/codec.h"
+#include "photo/face/upright.h"
+#include "support/test_files.h"
+
+namespace qx::photo {
+namespace {
+
+using namespace qx::test;
+
+const Image& Sample() {
+  static const Image sample = codec::ReadImage(QX_SAMPLE_PHOTO);
+  return sample;
+}
+
+MakeRequest RequestFor(const char* preset, const char* background = "white") {
+  MakeRequest request;
+  request.document = Derive(FindPreset(preset));
+  request.background = ParseBackground(background);
+  return request;
+}
+
+MadePhoto Make(Studio& studio, const Image& photograph, const MakeRequest& request, const Mask* mask = nullptr) {
+  ImageSource source(photograph);
+  return studio.Make(source, {}, request, mask);
+}
+
+double LeanOf(FaceFinder& finder, const Image& photograph) {
+  return finder.Find(photograph).at(0).Roll();
+}
+
+bool HasRemark(const MadePhoto& made, const char* text) {
+  return std::any_of(made.remarks.begin(), made.remarks.end(),
+                     [&](const std::string& remark) { return Contains(remark, text); });
+}
+
+// The sample turned clockwise on a plain ground: all of it, or cut to its own size.
+Image Turned(double degrees, bool cut) {
+  const std::vector<double> ground{140, 150, 160};
+  vips::VImage turned = ToVips(Sample()).rotate(degrees, vips::VImage::option()->set("background", ground));
+  const int width = Sample().width, height = Sample().height;
+  if (cut) turned = turned.extract_area((turned.width() - width) / 2, (turned.height() - height) / 2, width, height);
+  return Reread(turned);
+}
+
+TEST(Straighten, HeadsThatLeanStandStraight) {
+  Studio studio;
+  FaceFinder finder;
+  const double own = LeanOf(finder, Sample());
+  bool cut = false;
+  for (const char* preset : {"schengen-visa", "us-passport", "one-inch"}) {
+    for (const double angle : {-27.0, -20.0, -11.5, -5.0, -2.3, 0.0, 6.0, 14.0, 20.5}) {
+      SCOPED_TRACE(std::string(preset) + " " + std::to_string(angle) + (cut ? " cut" : ""));
+      const Image photograph = Turned(angle, cut);
+      const MadePhoto made = Make(studio, photograph, RequestFor(preset));
+      EXPECT_NEAR(own + angle, made.lean, 1);
+      EXPECT_EQ(made.lean, made.straightened);
+      EXPECT_TRUE(HasRemark(made, "straightened"));
+      EXPECT_GT(0.6, std::abs(LeanOf(finder, made.image)));
+      EXPECT_TRUE(made.givenUp.empty());
+      cut = !cut;
+    }
+  }
+}
+
+TEST(Straighten, LeavesWhatItShould) {
+  Studio studio;
+  FaceFinder finder;
+  const auto expectLeft = [&](const Image& photograph, const MakeRequest& request) {
+    const MadePhoto made = Make(studio, photograph, request);
+    EXPECT_EQ(0, made.straightened);
+    EXPECT_FALSE(HasRemark(made, "straightened"));
+    EXPECT_NEAR(made.lean, LeanOf(finder, made.image), 0.6);
+    EXPECT_EQ(std::abs(made.lean) > 5, HasRemark(made, "the head leans"));
+  };
+  const double own = LeanOf(finder, Sample());
+  const MakeRequest request = RequestFor("schengen-visa");
+  expectLeft(Turned(26.5 - own, false), request);
+  expectLeft(Turned(-26.5 - own, false), request);
+  expectLeft(Turned(-own, false), request);  // straight as it is
+  MakeRequest asItIs = request;
+  asItIs.straighten = false;
+  expectLeft(Turned(9, false), asItIs);
+  // With its own background only where the turned frame stays inside the photograph.
+  const MakeRequest kept = RequestFor("cn-visa", "keep");
+  const MadePhoto inside = Make(studio, Turned(9, false), kept);
+  EXPECT_EQ(inside.lean, inside.straightened);
+  EXPECT_GT(0.6, std::abs(LeanOf(finder, inside.image)));
+  const ProbedFace face = finder.Find(Sample()).at(0);
+  const Rectangle tight = {face.Box().left - 0.75 * face.Width(), 0, 2.5 * face.Width(), 0};
+  const Image narrow = Reread(
+      ToVips(Sample()).extract_area(static_cast<int>(tight.left), 0, static_cast<int>(tight.width), Sample().height));
+  MakeRequest close = kept;
+  close.relax = true;
+  const MadePhoto there = Make(studio, narrow, close);
+  EXPECT_NEAR(there.lean, there.straightened == 0 ? LeanOf(finder, there.image) : there.lean, 0.6);
+}
+
+TEST(Studio, AFaceIsFoundWhereATurnedPhotographShowsIt) {
+  Studio studio;
+  FaceFinder finder;
+  for (int turns = 0; turns < 4; ++turns) {
+    const UprightPhotograph upright = MakeUpright(finder, TurnClockwise(Sample(), turns), {});
+    EXPECT_EQ((4 - turns) % 4, upright.quarterTurns);
+    EXPECT_EQ(Sample().bgr, upright.image.bgr);
+    const ProbedFace &turned = upright.faces.at(0), again = finder.Find(upright.image).at(0);
+    for (size_t i = 0; i < again.densePoints.size(); ++i) {
+      EXPECT_NEAR(again.densePoints[i].x, turned.densePoints[i].x, 2) << turns << " " << i;
+      EXPECT_NEAR(again.densePoints[i].y, turned.densePoints[i].y, 2) << turns << " " << i;
+    }
+    EXPECT_NEAR(again.Roll(), turned.Roll(), 0.5);
+    EXPECT_NEAR(again.Width(), turned.Width(), 2);
+  }
+}
+
+TEST(Studio, RefusesMasksOfAnotherSize) {
+  Studio studio;
+  MakeRequest request = RequestFor("one-inch");
+  request.relax = true;
+  const auto codeWith = [&](const Image& photograph, const Mask& mask) {
+    try {
+      Make(studio, photograph, request, &mask);
+    } catch (const Failure& failure) {
+      return failure.Code();
+    }
+    return FailureCode::kEngine;
+  };
+  const int width = Sample().width, height = Sample().height;
+  for (const auto& [w, h] :
+       {std::pair{width, height - 1}, {width + 1, height}, {2 * width, 2 * height}, {1, 1}, {0, 0}}) {
+    EXPECT_EQ(FailureCode::kBadMask, codeWith(Sample(), Mask(w, h, 255))) << w;
+  }
+  // A photograph on its side: the mask lies as the photograph does.
+  const Image lying = TurnClockwise(Reread(ToVips(Sample()).extract_area(0, 0, width, height - 50)), 1);
+  EXPECT_EQ(FailureCode::kBadMask, codeWith(lying, Mask(width, height - 50, 255)));
+  const Mask everything(lying.width, lying.height, 255);
+  EXPECT_EQ(request.document.width, Make(studio, lying, request, &everything).image.width);
+  EXPECT_EQ(FailureCode::kNoPerson, codeWith(Sample(), Mask(width, height, 0)));
+}
+
+bool Same(const MadePhoto& a, const MadePhoto& b) {
+  return a.image.bgr == b.image.bgr && a.remarks == b.remarks && a.lean == b.lean && a.straightened == b.straightened &&
+         a.measures.head == b.measures.head && a.measures.top == b.measures.top &&
+         a.before.has_value() == b.before.has_value() && (!a.before || a.before->bgr == b.before->bgr);
+}
+
+TEST(Studio, RendersTheSameOfOneAnalysisAsOfMany) {
+  Studio studio;
+  std::vector<MakeRequest> requests{RequestFor("schengen-visa"), RequestFor("schengen-visa", "gradient:#fff-#408"),
+                                    RequestFor("us-passport"),   RequestFor("one-inch", "keep"),
+                                    RequestFor("schengen-visa"), RequestFor("de-passport", "#d9d9d9")};
+  requests[2].straighten = false;
+  requests[3].relax = true;
+  requests[4].retouch = NamedRetouch("strong");
+  requests[4].compare = true;
+  requests.push_back(requests[0]);
+  const Image photograph = TurnClockwise(Sample(), 3);
+  ImageSource source(photograph);
+  Analysis analysis = studio.Analyse(source, {});
+  EXPECT_EQ(1, analysis.QuarterTurns());
+  EXPECT_EQ(1u, analysis.FacesFound());
+  for (size_t i = 0; i < requests.size(); ++i) {
+    const MadePhoto again = studio.Render(source, analysis, requests[i]);
+    Studio fresh;
+    EXPECT_TRUE(Same(Make(fresh, photograph, requests[i]), again)) << i;
+    EXPECT_NEAR(analysis.LeanDegrees(), again.lean, 1);
+  }
+  // A request that fails leaves everything as it was.
+  MakeRequest impossible = requests[0];
+  impossible.document.head = impossible.document.top = Fraction{0.9, 0.95};
+  EXPECT_THROW(studio.Render(source, analysis, impossible), Failure);
+  EXPECT_TRUE(Same(Make(studio, photograph, requests[1]), studio.Render(source, analysis, requests[1])));
+}
+
+double MeanDifference(const Image& a, const Image& b) {
+  double sum = 0;
+  for (size_t i = 0; i < a.bgr.size(); ++i) sum += std::abs(a.bgr[i] - b.bgr[i]);
+  return sum / static_cast<double>(a.bgr.size());
+}
+
+TEST(Studio, FilesGiveWhatTheirPixelsGive) {
+  Studio studio;
+  const TestFolder folder;
+  // So large that the file is read at a reduced size and in parts.
+  ToVips(Sample()).resize(6).write_to_file((folder / "a.jpg").c_str(), vips::VImage::option()->set("Q", 95));
+  codec::FileSource file(folder / "a.jpg");
+  ImageSource pixels(codec::ReadImage(folder / "a.jpg"));
+  for (const char* background : {"white", "keep"}) {
+    const MakeRequest request = RequestFor("schengen-visa", background);
+    const MadePhoto one = studio.Make(file, {}, request), other = studio.Make(pixels, {}, request);
+    EXPECT_GT(2.5, MeanDifference(one.image, other.image)) << background;
+    EXPECT_NEAR(one.lean, other.lean, 0.3);
+    EXPECT_NEAR(one.measures.head, other.measures.head, 0.005);
+    EXPECT_NEAR(one.enlargement, other.enlargement, 0.01 * other.enlargement);
+  }
+}
+
+TEST(Studio, OddPhotographsGiveAPictureOrAFailure) {
+  Studio studio;
+  const vips::VImage sample = ToVips(Sample());
+  const ProbedFace face = studio.Inspect(Sample()).at(0);
+  const FaceBox box = face.Box();
+  const int left = static_cast<int>(box.left), top = static_cast<int>(box.top), size = static_cast<int>(box.Width());
+  const auto cut = [&](int x, int y, int right, int bottom) {
+    return Reread(sample.extract_area(x, y, right - x, bottom - y));
+  };
+  std::vector<Image> photographs{GradientImage(1, 1), GradientImage(1, 5000), GradientImage(5000, 1),
+                                 GradientImage(300, 2)};
+  photographs.push_back(cut(left, 0, Sample().width, Sample().height));  // faces at the borders
+  photographs.push_back(cut(0, 0, left + size, Sample().height));
+  photographs.push_back(cut(0, top, Sample().width, Sample().height));
+  photographs.push_back(cut(0, 0, Sample().width, top + size));
+  photographs.push_back(cut(left, top, left + size, top + size));
+  photographs.push_back(cut(left + size / 3, 0, Sample().width, Sample().height));
+  photographs.push_back(Reread(sample.colourspace(VIPS_INTERPRETATION_B_W)));
+  photographs.push_back(Reread(sample.resize(0.25)));
+  photographs.push_back(Reread(sample.resize(4, vips::VImage::option()->set("vscale", 3.0))));
+  int made = 0;
+  for (const Image& photograph : photographs) {
+    for (const char* background : {"white", "keep"}) {
+      MakeRequest request = RequestFor("schengen-visa", background);
+      request.relax = true;
+      request.retouch = NamedRetouch("natural");
+      const Mask everything(photograph.width, photograph.height, 255);
+      for (const Mask* mask : {static_cast<const Mask*>(nullptr), &everything}) {
+        try {
+          const Image image = Make(studio, photograph, request, mask).image;
+          EXPECT_EQ(size_t{3} * 413 * 531, image.bgr.size());
+          ++made;
+        } catch (const Failure& failure) {
+          EXPECT_STRNE("", failure.what());
+        }
+      }
+    }
+  }
+  EXPECT_LT(10, made);
+  EXPECT_EQ(FailureCode::kNoFace, [&] {
+    try {
+      Make(studio, photographs[1], RequestFor("one-inch"));
+    } catch (const Failure& failure) {
+      return failure.Code();
+    }
+    return FailureCode::kEngine;
+  }());
+}
+
+TEST(Studio, PairsAreNotTurned) {
+  Studio studio;
+  const Image turned = Turned(6, true);
+  const vips::VImage one = ToVips(turned).extract_area(60, 0, 320, turned.height);
+  ImageSource source(Reread(one.join(one, VIPS_DIRECTION_HORIZONTAL)));
+  AnalyseRequest faces;
+  faces.pair = true;
+  MakeRequest request = RequestFor("cn-marriage-certificate", "#d9001b");
+  request.relax = true;
+  const MadePhoto made = studio.Make(source, faces, request);
+  EXPECT_EQ(0, made.straightened);
+  EXPECT_LT(5, made.lean);
+  EXPECT_FALSE(HasRemark(made, "lean"));
+}
+
+}  // namespace
+}  // namespace qx::photo
