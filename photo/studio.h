@@ -91,8 +91,8 @@ std::string ChooseBackground(const Preset& preset, const std::optional<std::stri
 void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force);
 
 // One photograph at a time; one thread at a time. The same input gives the same output. Every call throws Failure when
-// the photograph does not serve or its source fails, and Failure (kOutOfMemory) or std::bad_alloc when memory is short.
-// The studio then is as it was and serves the next photograph. Nothing that a call is given is kept after it.
+// the photograph does not serve, its source fails or memory is short (kOutOfMemory); the studio then is as it was and
+// serves the next photograph. Nothing that a call is given is kept after it.
 class Studio {
  public:
   Studio();  // throws Failure when the face engine or the person's network cannot load

@@ -13,8 +13,8 @@
 
 namespace qx::photo {
 
-// A program may have sources of its own: the studio asks for the size, one overview and then parts, and for the same
-// part again when it is told to render once more.
+// A program may have sources of its own: the studio asks for the size, for one overview and then for parts, a further
+// one when what it is told to make next needs more of the photograph.
 // All places are pixels of the upright photograph at its full size. One thread at a time. The same calls give the same
 // pictures, which belong to the caller. Every call throws Failure when the photograph cannot be read.
 class PhotoSource {

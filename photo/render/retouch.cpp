@@ -84,6 +84,17 @@ void RetouchSkinOf(const ProbedFace& face, const Retouch& retouch, LandmarkSet* 
   if (retouch.keepFeatures) KeepFeatures(before, face, retouch.skin, photograph);
 }
 
+// Not-a-number is out of range too.
+void CheckStrengths(const Retouch& retouch) {
+  const auto isWithin = [](double value, double least, double most) { return value >= least && value <= most; };
+  if (isWithin(retouch.eyes, -kMostSize, kMostSize) && isWithin(retouch.mouth, -kMostSize, kMostSize) &&
+      isWithin(retouch.tone, 0, kMostTone) && isWithin(retouch.skin, 0, kMostSkin) &&
+      isWithin(retouch.face, 0, kMostFace)) {
+    return;
+  }
+  throw Failure(FailureCode::kBadOption, "a strength of the retouching is out of its range");
+}
+
 }  // namespace
 
 Retouch NamedRetouch(std::string_view name) {
@@ -95,6 +106,7 @@ Retouch NamedRetouch(std::string_view name) {
 }
 
 void RetouchFace(const ProbedFace& face, const Retouch& retouch, Image* photograph, Mask* mask) {
+  CheckStrengths(retouch);
   if (photograph->Pixels() == 0) return;
   LandmarkSet landmarks = LandmarksOf(face);
   RunStages({{0, 0, 0, 0, 0, retouch.detail ? 1.0 : 0.0, 0}}, landmarks, photograph, nullptr);

@@ -11,7 +11,7 @@
 
 namespace qx::photo {
 
-// What to do and how strongly; 0 leaves it alone. Staying inside the ranges is the caller's part.
+// What to do and how strongly; 0 leaves it alone.
 struct Retouch {
   double eyes = 0;      // -10 (smaller) to 10 (larger)
   double mouth = 0;     // -10 (smaller) to 10 (larger)
@@ -35,7 +35,7 @@ Retouch NamedRetouch(std::string_view name);
 // Retouches a face in place. The face's points are in pixels of the picture, which may be a part of a photograph, at
 // any scale. mask, which may be null, is of the picture's size and follows the face's narrower outline. The tone is
 // that of the whole picture, all else stays around the face. What memory is too short for is left out, or throws
-// std::bad_alloc.
+// std::bad_alloc. Throws Failure (kBadOption), the picture untouched, when a strength is out of its range.
 void RetouchFace(const ProbedFace& face, const Retouch& retouch, Image* photograph, Mask* mask = nullptr);
 
 // The same for several faces one after the other, with the tone set once.

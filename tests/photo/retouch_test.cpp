@@ -226,6 +226,25 @@ TEST(Retouch, TakesPointsAnywhereAndPicturesOfAnySize) {
   EXPECT_TRUE(none.bgr.empty());
 }
 
+TEST(Retouch, RefusesStrengthsOutOfTheirRange) {
+  const PaintedFace painted;
+  const auto refuses = [&painted](const Retouch& retouch) {
+    Image image = painted.image;
+    EXPECT_THROW(RetouchFace(painted.face, retouch, &image), Failure);
+    EXPECT_EQ(painted.image.bgr, image.bgr);
+  };
+  for (double Retouch::*strength : {&Retouch::eyes, &Retouch::mouth, &Retouch::skin, &Retouch::face}) {
+    for (const double value : {10.5, -10.5, std::nan(""), HUGE_VAL}) {
+      Retouch retouch = NamedRetouch("light");
+      retouch.*strength = value;
+      refuses(retouch);
+    }
+  }
+  Retouch toned;
+  toned.tone = kMostTone + 1;
+  refuses(toned);
+}
+
 TEST(ProgramRetouch, AnswersWrongUsageAndPhotographsWithoutAFace) {
   const TestFolder folder;
   ToVips(GradientImage(64, 64)).write_to_file((folder / "a.png").c_str());
