@@ -194,6 +194,7 @@ TEST(Studio, FilesGiveWhatTheirPixelsGive) {
     const MakeRequest request = RequestFor("schengen-visa", background);
     const MadePhoto one = studio.Make(file, {}, request), other = studio.Make(pixels, {}, request);
     EXPECT_GT(2.5, MeanDifference(one.image, other.image)) << background;
+    EXPECT_EQ(one.image.bgr, studio.Make(file, {}, request).image.bgr) << background;  // the same file again
     EXPECT_NEAR(one.lean, other.lean, 0.3);
     EXPECT_NEAR(one.measures.head, other.measures.head, 0.005);
     EXPECT_NEAR(one.enlargement, other.enlargement, 0.01 * other.enlargement);
