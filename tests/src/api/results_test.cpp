@@ -2,39 +2,13 @@
 // same bytes, and so does a C library without its FMA variants: the test list runs this test again without them.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
-#include <sstream>
-
 #include "kernels/kernels.h"
 #include "src/beauty/skin_fixture.h"
 #include "src/scripted_engine.h"
+#include "support/stored_results.h"
 
 namespace qx::test {
 namespace {
-
-// One line a result: its name, its size in bytes, and FNV-1a of 64 bits over them; or its name and a few numbers.
-class Digests {
- public:
-  void Add(const std::string& name, const Bytes& bytes) {
-    uint64_t digest = 14695981039346656037u;
-    for (const uint8_t b : bytes) digest = (digest ^ b) * 1099511628211u;
-    char line[160];
-    std::snprintf(line, sizeof line, "%-44s %8zu %016llx\n", name.c_str(), bytes.size(),
-                  static_cast<unsigned long long>(digest));
-    lines_ += line;
-  }
-  void Add(const std::string& name, std::initializer_list<int32_t> numbers) {
-    std::string line = name;
-    line.resize(44, ' ');
-    for (const int32_t v : numbers) line += " " + std::to_string(v);
-    lines_ += line + "\n";
-  }
-  const std::string& Lines() const { return lines_; }
-
- private:
-  std::string lines_;
-};
 
 // A photograph of painted faces and what the engine finds in it.
 struct Portrait {
@@ -267,36 +241,13 @@ std::string AllDigests() {
   return digests.Lines();
 }
 
-// The lines of one text that the other has not.
-std::string Missing(const std::string& from, const std::string& in, const char* mark) {
-  std::istringstream lines(from);
-  std::string missing;
-  for (std::string line; std::getline(lines, line);) {
-    if (("\n" + in).find("\n" + line + "\n") == std::string::npos) missing += mark + line + "\n";
-  }
-  return missing;
-}
-
-void ExpectStored(const std::string& variant) {
-  const std::string stored = QX_GOLDEN_FOLDER "/library.txt";
-  std::ifstream file(stored);
-  const std::string expected{std::istreambuf_iterator<char>(file), {}};
-  const std::string actual = AllDigests();
-  if (actual == expected) return;
-  const std::string fresh = ::testing::TempDir() + "library_results_" + variant + ".txt";
-  std::ofstream(fresh) << actual;
-  ADD_FAILURE() << "other results with " << variant << " loops:\n"
-                << Missing(expected, actual, "- ") << Missing(actual, expected, "+ ")
-                << "Where the change is meant, accept it by\n  cp " << fresh << " " << stored;
-}
-
 TEST(Results, AreTheStoredOnes) {
-  ExpectStored("fastest");
+  ExpectStored("library", "fastest", AllDigests());
 }
 
 TEST(Results, AreTheStoredOnesWithPlainLoops) {
   UsePlainKernels(true);
-  ExpectStored("plain");
+  ExpectStored("library", "plain", AllDigests());
   UsePlainKernels(false);
 }
 

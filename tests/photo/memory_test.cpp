@@ -1,0 +1,104 @@
+// Memory is short from the n-th request of C++ on, for many n: the studio says so and works on when memory is back.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+
+#include "codec/codec.h"
+#include "codec/library.h"
+#include "photo/studio.h"
+
+namespace {
+
+// Requests that still succeed; negative: all do. Small ones always do: a failure needs a text. The other threads of
+// libvips ask for nothing meanwhile.
+long allowed = -1;
+
+bool MayAllocate(size_t size) {
+  if (size < 1024) return true;
+  if (allowed > 0) --allowed;
+  return allowed != 0;
+}
+
+}  // namespace
+
+// Not inlined, so that no compiler sees malloc and free where new and delete stand.
+[[gnu::noinline]] void* operator new(size_t size) {
+  void* p = MayAllocate(size) ? std::malloc(size == 0 ? 1 : size) : nullptr;
+  if (p == nullptr) throw std::bad_alloc();
+  return p;
+}
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  return MayAllocate(size) ? std::malloc(size == 0 ? 1 : size) : nullptr;
+}
+void* operator new[](size_t size) {
+  return operator new(size);
+}
+[[gnu::noinline]] void operator delete(void* p) noexcept {
+  std::free(p);
+}
+[[gnu::noinline]] void operator delete(void* p, size_t) noexcept {
+  std::free(p);
+}
+[[gnu::noinline]] void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+[[gnu::noinline]] void operator delete[](void* p, size_t) noexcept {
+  std::free(p);
+}
+
+namespace qx::photo {
+namespace {
+
+// The code of the failure of a call for which memory is short from that request on; nothing when it succeeds.
+template <typename Call>
+std::optional<FailureCode> CodeWhenShort(long requests, Call call) {
+  std::optional<FailureCode> code;
+  allowed = requests;
+  try {
+    call();
+  } catch (const Failure& failure) {
+    allowed = -1;
+    code = failure.Code();
+  }
+  allowed = -1;
+  return code;
+}
+
+TEST(StudioMemory, EveryShortageIsTold) {
+  const codec::ImageLibrary images;
+  codec::StartLibrary();
+  ImageSource source(codec::ReadImage(QX_SAMPLE_PHOTO));
+  MakeRequest request;
+  request.document = Derive(FindPreset("schengen-visa"));
+  request.background = ParseBackground("white");
+  Studio studio;
+  const Bytes whole = studio.Make(source, {}, request).image.bgr;
+  int shortages = 0, successes = 0;
+  for (long requests = 1; successes == 0; requests += 1 + requests / 8) {
+    ASSERT_GT(1'000'000, requests);
+    MadePhoto made;
+    const auto code = CodeWhenShort(requests, [&] { made = studio.Make(source, {}, request); });
+    if (code) {
+      EXPECT_EQ(FailureCode::kOutOfMemory, *code) << requests << " " << static_cast<int>(*code);
+      ++shortages;
+    } else {
+      EXPECT_EQ(whole, made.image.bgr) << requests;
+      ++successes;
+    }
+  }
+  EXPECT_LT(20, shortages);
+  EXPECT_EQ(whole, studio.Make(source, {}, request).image.bgr);
+
+  Analysis analysis = studio.Analyse(source, {});
+  const auto render = [&] { studio.Render(source, analysis, request); };
+  for (long requests = 1; CodeWhenShort(requests, render); requests += 1 + requests / 4) {
+  }
+  EXPECT_EQ(whole, studio.Render(source, analysis, request).image.bgr);
+  for (const long requests : {1, 5, 20}) {
+    EXPECT_EQ(FailureCode::kOutOfMemory, CodeWhenShort(requests, [&] { studio.Analyse(source, {}); }));
+  }
+}
+
+}  // namespace
+}  // namespace qx::photo
