@@ -1,8 +1,8 @@
 // Where the pixels of a photograph come from, at the size at which they are needed.
 //
 // A finished document needs a small part of what a camera takes: the faces are found in an overview, and only the part
-// that becomes the document is then asked for, at about twice its finished size. A source that can decode at a reduced
-// size, or one part alone, saves most of the time and memory.
+// that becomes the document is then asked for, at about one and a half times its finished size. A source that can
+// decode at a reduced size, or one part alone, saves most of the time and memory.
 #ifndef QX_PHOTO_BASE_PHOTO_SOURCE_H
 #define QX_PHOTO_BASE_PHOTO_SOURCE_H
 
