@@ -28,7 +28,8 @@ class PhotoSource {
   // `leastPixels` pixels, where it has so many.
   virtual Image Overview(int64_t leastPixels) = 0;
 
-  // Takes back what Overview gave and the caller needs no more: parts may come from it where it is fine enough.
+  // Takes back what Overview gave and the caller needs no more: parts may come from it where it is fine enough. A
+  // source need not do anything with it.
   virtual void Keep(Image) {}
 
   // The box, which lies inside the photograph and is not empty, as width x height pixels, neither of them above the
