@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "kernels/kernels.h"
-#include "painted_face.h"
+#include "support/painted_face.h"
 #include "photo/base/photo_source.h"
 #include "photo/base/resize.h"
 #include "photo/document/paper.h"

@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "painted_face.h"
 #include "photo/studio.h"
+#include "support/painted_face.h"
 #include "support/test_files.h"
 
 namespace qx::photo {
