@@ -22,9 +22,9 @@ struct UnfilledAllocator : std::allocator<Value> {
   void construct(Element* place) noexcept {
     ::new (static_cast<void*>(place)) Element;
   }
-  template <typename Element, typename... Arguments>
-  void construct(Element* place, Arguments&&... arguments) {
-    ::new (static_cast<void*>(place)) Element(std::forward<Arguments>(arguments)...);
+  template <typename Element, typename Given>
+  void construct(Element* place, Given&& value) {
+    ::new (static_cast<void*>(place)) Element(static_cast<Element>(std::forward<Given>(value)));
   }
 };
 

@@ -117,7 +117,8 @@ double PlainResample(const Mask& source, double x, double y, double stepX, doubl
 }
 
 TEST(Raster, ResamplesAsThePlainReading) {
-  for (const auto& [width, height] : {std::pair{23, 17}, {1, 1}, {2, 9}, {40, 1}}) {
+  for (const auto& size : {std::pair{23, 17}, {1, 1}, {2, 9}, {40, 1}}) {
+    const int width = size.first, height = size.second;  // no bindings: lambdas take them
     const auto pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
     const Mask mask(width, height, RandomBytes(pixels, 4));
     Image picture(width, height);
@@ -127,7 +128,8 @@ TEST(Raster, ResamplesAsThePlainReading) {
       for (size_t c = 0; c < 3; ++c)
         picture.bgr[3 * i + c] = static_cast<uint8_t>(c == 1 ? 255 - mask.values[i] : mask.values[i]);
     }
-    for (const auto& [across, down] : {std::pair{23, 17}, {9, 30}, {50, 4}, {1, 1}}) {
+    for (const auto& target : {std::pair{23, 17}, {9, 30}, {50, 4}, {1, 1}}) {
+      const int across = target.first, down = target.second;
       const Mask whole = ResampleWhole(mask, across, down);
       const Image colours = ResampleWhole(picture, across, down);
       const Rectangle window{width * 0.2, -0.4 * height, width * 0.6, height * 1.9};  // partly outside
