@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "kernels/kernels.h"
-#include "support/painted_face.h"
 #include "photo/base/photo_source.h"
 #include "photo/base/resize.h"
 #include "photo/document/paper.h"
@@ -15,6 +14,7 @@
 #include "photo/place/face_placement.h"
 #include "photo/render/render.h"
 #include "photo/sheet/sheet.h"
+#include "support/painted_face.h"
 #include "support/stored_results.h"
 
 namespace qx::photo {
