@@ -155,7 +155,7 @@ Image ResampleWhole(const Image& source, int width, int height) {
   if (width == source.width && height == source.height) return source;
   Image target(width, height);
   ResampleRows<3>(source.bgr.data(), source.width, source.height,
-                  {0, 0, double{1} * source.width, double{1} * source.height}, width, height,
+                  {0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, width, height,
                   [&](int y, const Floats& row) { Round(row, target.At(0, y)); });
   return target;
 }
@@ -164,7 +164,7 @@ Mask ResampleWhole(const Mask& source, int width, int height) {
   if (width == source.width && height == source.height) return source;
   Mask target(width, height);
   ResampleRows<1>(source.values.data(), source.width, source.height,
-                  {0, 0, double{1} * source.width, double{1} * source.height}, width, height,
+                  {0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, width, height,
                   [&](int y, const Floats& row) { Round(row, target.Row(y)); });
   return target;
 }

@@ -122,7 +122,7 @@ uint8_t Foreground(float blurredForeground, float blurredBackground, float alpha
 // Blurred foreground and background, kColours a pixel.
 Raster BlurFusion(const Image& picture, const Mask& alpha, double faceWidth) {
   auto reach = [&](double part) {
-    return static_cast<int>(std::lround(std::clamp(part * faceWidth, 1.0, double{1} * kMostRadius)));
+    return static_cast<int>(std::lround(std::clamp(part * faceWidth, 1.0, static_cast<double>(kMostRadius))));
   };
   Bytes estimate(picture.Pixels() * kColours), filled(estimate.size());
   for (size_t i = 0; i < picture.Pixels(); ++i) {
@@ -145,13 +145,13 @@ Raster BlurFusion(const Image& picture, const Mask& alpha, double faceWidth) {
 }  // namespace
 
 Image EstimateForeground(Image picture, const Mask& mask, double faceWidth) {
-  const double pixels = double{1} * picture.width * picture.height;
+  const double pixels = static_cast<double>(picture.width) * picture.height;
   const double scale = std::min({1.0, std::sqrt(kCopyPixels / pixels), kCopyFaceWidth / faceWidth});
   const int width = std::max(1, static_cast<int>(std::lround(picture.width * scale)));
   const int height = std::max(1, static_cast<int>(std::lround(picture.height * scale)));
   const Raster blurred =
       BlurFusion(ResampleWhole(picture, width, height), ResampleWhole(mask, width, height), faceWidth * scale);
-  const double toX = double{1} * width / picture.width, toY = double{1} * height / picture.height;
+  const double toX = static_cast<double>(width) / picture.width, toY = static_cast<double>(height) / picture.height;
   size_t i = 0;
   for (int y = 0; y < picture.height; ++y) {
     for (int x = 0; x < picture.width; ++x, ++i) {

@@ -44,8 +44,8 @@ Rectangle SquareAround(const FaceBox& face, double side, const Image& picture) {
   const double width = face.Width(), extent = side * width;
   const double left = (face.left + face.right - extent) / 2;
   const double top = face.top - std::clamp((side - 1) / 3, 0.85, 1.2) * width;
-  const double right = std::min(left + extent, double{1} * picture.width);
-  const double bottom = std::min(top + extent, double{1} * picture.height);
+  const double right = std::min(left + extent, static_cast<double>(picture.width));
+  const double bottom = std::min(top + extent, static_cast<double>(picture.height));
   return {std::max(left, 0.0), std::max(top, 0.0), right - std::max(left, 0.0), bottom - std::max(top, 0.0)};
 }
 
@@ -84,7 +84,7 @@ void Blend(Raster& map, const Raster& probability, const Rectangle& window, floa
 }
 
 Rectangle Whole(const Image& picture) {
-  return {0, 0, double{1} * picture.width, double{1} * picture.height};
+  return {0, 0, static_cast<double>(picture.width), static_cast<double>(picture.height)};
 }
 
 Raster PersonProbability(PersonNetwork& network, const WorkingPicture& picture, const FaceBox& face) {
@@ -169,8 +169,8 @@ constexpr int kNeck = 6, kReturn = 16, kRim = 3, kHole = 1200;
 
 // The faces' pixels in the copy; what belongs to other persons is wiped from it.
 Region MarkFaces(Mask& copy, const WorkingPicture& picture) {
-  const double toX = double{1} * picture.colours.width / copy.width;
-  const double toY = double{1} * picture.colours.height / copy.height;
+  const double toX = static_cast<double>(picture.colours.width) / copy.width;
+  const double toY = static_cast<double>(picture.colours.height) / copy.height;
   Region faces(copy.width, copy.height);
   for (const FaceBox& face : picture.persons) {
     for (int y = 0; y < copy.height; ++y) {
@@ -253,7 +253,7 @@ WorkingPicture MakeWorkingPicture(const Image& photograph, const std::vector<Fac
   WorkingPicture picture;
   double widest = 0;
   for (const FaceBox& face : persons) widest = std::max(widest, face.Width());
-  const double pixels = double{1} * photograph.width * photograph.height;
+  const double pixels = static_cast<double>(photograph.width) * photograph.height;
   const double scale = std::min({1.0, kWorkingFaceWidth / widest, std::sqrt(kWorkingPixels / pixels)});
   const int width = std::max(1, static_cast<int>(std::lround(photograph.width * scale)));
   const int height = std::max(1, static_cast<int>(std::lround(photograph.height * scale)));
@@ -261,7 +261,7 @@ WorkingPicture MakeWorkingPicture(const Image& photograph, const std::vector<Fac
   picture.faceWidth = widest * scale;
   auto toWorking = [&](const std::vector<FaceBox>& faces) {
     std::vector<FaceBox> scaled;
-    const double x = double{1} * width / photograph.width, y = double{1} * height / photograph.height;
+    const double x = static_cast<double>(width) / photograph.width, y = static_cast<double>(height) / photograph.height;
     for (const FaceBox& face : faces) scaled.push_back({face.left * x, face.top * y, face.right * x, face.bottom * y});
     return scaled;
   };
@@ -296,15 +296,15 @@ PersonMap PersonSegmenter::FindPersons(const Image& overview, const std::vector<
   Mask coverage = DropUnsure(PersonsProbability(network_, picture), picture);
   coverage = FilterOutline(coverage, colours, FilterFor(Follow::kWide, picture.faceWidth), colours, Whole(colours));
   KeepPersons(coverage, picture);
-  const double scaleX = double{1} * colours.width / overview.width;
-  const double scaleY = double{1} * colours.height / overview.height;
+  const double scaleX = static_cast<double>(colours.width) / overview.width;
+  const double scaleY = static_cast<double>(colours.height) / overview.height;
   return {std::move(coverage), std::move(picture.colours), picture.faceWidth, scaleX, scaleY};
 }
 
 Mask PersonSegmenter::Segment(const Image& photograph, const std::vector<FaceBox>& persons,
                               const std::vector<FaceBox>& others) {
   return RefineMask(FindPersons(photograph, persons, others), photograph,
-                    {0, 0, double{1} * photograph.width, double{1} * photograph.height});
+                    {0, 0, static_cast<double>(photograph.width), static_cast<double>(photograph.height)});
 }
 
 Mask CoarseMask(const PersonMap& map) {

@@ -86,7 +86,9 @@ PixelBox CellsAround(const std::vector<Place>& line, double reach, const Raster&
   const auto byY = [](Place a, Place b) { return a.y < b.y; };
   const auto [left, right] = std::minmax_element(line.begin(), line.end(), byX);
   const auto [top, bottom] = std::minmax_element(line.begin(), line.end(), byY);
-  const auto cell = [](double at, int extent) { return static_cast<int>(std::clamp(at, 0.0, double{1} * extent)); };
+  const auto cell = [](double at, int extent) {
+    return static_cast<int>(std::clamp(at, 0.0, static_cast<double>(extent)));
+  };
   return {cell(left->x - reach, raster.width), cell(top->y - reach, raster.height),
           cell(right->x + reach + 1, raster.width), cell(bottom->y + reach + 1, raster.height)};
 }

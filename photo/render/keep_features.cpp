@@ -244,10 +244,10 @@ SavedPart SavePart(const Image& photograph, const ProbedFace& face) {
   // The skin's region ends 7.8 eye distances below the eyes and 5.3 beside them.
   const double reach = 8 * EyeDistance(face) + 16;
   const auto clip = [](double at, int32_t extent) {
-    return static_cast<int32_t>(std::clamp(at, 0.0, double{1} * extent));
+    return static_cast<int32_t>(std::clamp(at, 0.0, static_cast<double>(extent)));
   };
-  const double x = (double{1} * face.keyPoints[0].x + face.keyPoints[1].x) / 2;
-  const double y = (double{1} * face.keyPoints[0].y + face.keyPoints[1].y) / 2;
+  const double x = (static_cast<double>(face.keyPoints[0].x) + face.keyPoints[1].x) / 2;
+  const double y = (static_cast<double>(face.keyPoints[0].y) + face.keyPoints[1].y) / 2;
   SavedPart part;
   part.box = {clip(x - reach, photograph.width), clip(y - reach, photograph.height), clip(x + reach, photograph.width),
               clip(y + reach, photograph.height)};

@@ -111,8 +111,8 @@ void RetouchFace(const ProbedFace& face, const Retouch& retouch, Image* photogra
   LandmarkSet landmarks = LandmarksOf(face);
   RunStages({{0, 0, 0, 0, 0, retouch.detail ? 1.0 : 0.0, 0}}, landmarks, photograph, nullptr);
   if (retouch.skin > 0) RetouchSkinOf(face, retouch, &landmarks, photograph);
-  RunStages({{retouch.eyes, retouch.eyes, retouch.mouth, double{1} * retouch.tone, 0, 0, retouch.face}}, landmarks,
-            photograph, mask);
+  RunStages({{retouch.eyes, retouch.eyes, retouch.mouth, static_cast<double>(retouch.tone), 0, 0, retouch.face}},
+            landmarks, photograph, mask);
 }
 
 void RetouchFaces(const std::vector<ProbedFace>& faces, const Retouch& retouch, Image* photograph, Mask* mask) {

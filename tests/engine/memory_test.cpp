@@ -3,62 +3,33 @@
 #include <xnnpack.h>
 
 #include <cstdlib>
-#include <new>
 #include <random>
 
 #include "engine_instance.h"
-
-namespace {
+#include "support/failing_new.h"
 
 // Requests that still succeed; negative: all do. XNNPACK makes no thread of its own here.
-int allowed = -1;
+static int allowed = -1;
 
-bool MayAllocate() {
+static bool MayAllocate(size_t) {
   if (allowed > 0) --allowed;
   return allowed != 0;
-}
-
-}  // namespace
-
-// Not inlined, so that no compiler sees malloc and free where new and delete stand.
-[[gnu::noinline]] void* operator new(size_t size) {
-  void* p = MayAllocate() ? std::malloc(size == 0 ? 1 : size) : nullptr;
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  return MayAllocate() ? std::malloc(size == 0 ? 1 : size) : nullptr;
-}
-void* operator new[](size_t size) {
-  return operator new(size);
-}
-[[gnu::noinline]] void operator delete(void* p) noexcept {
-  std::free(p);
-}
-[[gnu::noinline]] void operator delete(void* p, size_t) noexcept {
-  std::free(p);
-}
-[[gnu::noinline]] void operator delete[](void* p) noexcept {
-  std::free(p);
-}
-[[gnu::noinline]] void operator delete[](void* p, size_t) noexcept {
-  std::free(p);
 }
 
 namespace qx::face {
 namespace {
 
 void* Allocate(void*, size_t size) {
-  return MayAllocate() ? std::malloc(size) : nullptr;
+  return MayAllocate(size) ? std::malloc(size) : nullptr;
 }
 void* Reallocate(void*, void* p, size_t size) {
-  return MayAllocate() ? std::realloc(p, size) : nullptr;
+  return MayAllocate(size) ? std::realloc(p, size) : nullptr;
 }
 void Free(void*, void* p) {
   std::free(p);
 }
 void* AllocateAligned(void*, size_t alignment, size_t size) {
-  return MayAllocate() ? std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment) : nullptr;
+  return MayAllocate(size) ? std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment) : nullptr;
 }
 
 // A picture without a face: an answer of none and short memory are told apart.

@@ -2,49 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <new>
 
 #include "codec/codec.h"
 #include "codec/library.h"
 #include "photo/studio.h"
-
-namespace {
+#include "support/failing_new.h"
 
 // Requests that still succeed; negative: all do. Small ones always do: a failure needs a text. The other threads of
 // libvips ask for nothing meanwhile.
-long allowed = -1;
+static long allowed = -1;
 
-bool MayAllocate(size_t size) {
+static bool MayAllocate(size_t size) {
   if (size < 1024) return true;
   if (allowed > 0) --allowed;
   return allowed != 0;
-}
-
-}  // namespace
-
-// Not inlined, so that no compiler sees malloc and free where new and delete stand.
-[[gnu::noinline]] void* operator new(size_t size) {
-  void* p = MayAllocate(size) ? std::malloc(size == 0 ? 1 : size) : nullptr;
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  return MayAllocate(size) ? std::malloc(size == 0 ? 1 : size) : nullptr;
-}
-void* operator new[](size_t size) {
-  return operator new(size);
-}
-[[gnu::noinline]] void operator delete(void* p) noexcept {
-  std::free(p);
-}
-[[gnu::noinline]] void operator delete(void* p, size_t) noexcept {
-  std::free(p);
-}
-[[gnu::noinline]] void operator delete[](void* p) noexcept {
-  std::free(p);
-}
-[[gnu::noinline]] void operator delete[](void* p, size_t) noexcept {
-  std::free(p);
 }
 
 namespace qx::photo {

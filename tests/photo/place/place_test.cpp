@@ -9,27 +9,12 @@
 #include "photo/place/placement.h"
 #include "photo/studio.h"
 #include "support/test_files.h"
+#include "support/typical_person.h"
 
 namespace qx::photo {
 namespace {
 
 using namespace qx::test;
-
-// A head of 200 pixels in the middle of a photograph of 800 x 1000 pixels, shown down to the lower edge.
-PersonGeometry TypicalPerson() {
-  PersonGeometry person;
-  person.width = 800;
-  person.height = 1000;
-  person.headTop = 300;
-  person.eyes = 400;
-  person.chin = 500;
-  person.centre = 400;
-  person.faceLeft = 330;
-  person.faceWidth = 140;
-  person.foot = 1000;
-  person.leftCut = person.rightCut = 1000;
-  return person;
-}
 
 struct Attempt {
   Document document;

@@ -4,20 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "photo/place/fit_report.h"
+#include "support/typical_person.h"
 
 namespace qx::photo {
 namespace {
 
+// Cut off at every side.
 PersonGeometry Person() {
-  PersonGeometry person;
-  person.width = 800;
-  person.height = 1000;
-  person.headTop = 300;
-  person.eyes = 400;
-  person.chin = 500;
-  person.centre = 400;
-  person.faceLeft = 330;
-  person.faceWidth = 140;
+  PersonGeometry person = test::TypicalPerson();
   person.foot = 900;
   person.leftCut = 700;
   person.rightCut = 600;
