@@ -129,6 +129,11 @@ void ResampleRows(const Sample* source, int sourceWidth, int sourceHeight, const
   }
 }
 
+Rectangle AsRectangle(const PixelBox& box) {
+  return {static_cast<double>(box.left), static_cast<double>(box.top), static_cast<double>(box.Width()),
+          static_cast<double>(box.Height())};
+}
+
 void Round(const Floats& row, uint8_t* to) {
   for (const float value : row) *to++ = static_cast<uint8_t>(static_cast<int>(value + 0.5f));
 }
@@ -151,22 +156,28 @@ Raster Resample(const Image& source, const Rectangle& window, int width, int hei
   return target;
 }
 
-Image ResampleWhole(const Image& source, int width, int height) {
-  if (width == source.width && height == source.height) return source;
+Image ResamplePart(const Image& source, const PixelBox& part, int width, int height) {
   Image target(width, height);
-  ResampleRows<3>(source.bgr.data(), source.width, source.height,
-                  {0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, width, height,
+  ResampleRows<3>(source.bgr.data(), source.width, source.height, AsRectangle(part), width, height,
                   [&](int y, const Floats& row) { Round(row, target.At(0, y)); });
   return target;
 }
 
-Mask ResampleWhole(const Mask& source, int width, int height) {
-  if (width == source.width && height == source.height) return source;
+Mask ResamplePart(const Mask& source, const PixelBox& part, int width, int height) {
   Mask target(width, height);
-  ResampleRows<1>(source.values.data(), source.width, source.height,
-                  {0, 0, static_cast<double>(source.width), static_cast<double>(source.height)}, width, height,
+  ResampleRows<1>(source.values.data(), source.width, source.height, AsRectangle(part), width, height,
                   [&](int y, const Floats& row) { Round(row, target.Row(y)); });
   return target;
+}
+
+Image ResampleWhole(const Image& source, int width, int height) {
+  if (width == source.width && height == source.height) return source;
+  return ResamplePart(source, {0, 0, source.width, source.height}, width, height);
+}
+
+Mask ResampleWhole(const Mask& source, int width, int height) {
+  if (width == source.width && height == source.height) return source;
+  return ResamplePart(source, {0, 0, source.width, source.height}, width, height);
 }
 
 void Sample(const Raster& source, double x, double y, float* channels) {

@@ -38,6 +38,9 @@ Raster Resample(const Image& source, const Rectangle& window, int width, int hei
 // The same for the whole, in bytes.
 Image ResampleWhole(const Image& source, int width, int height);
 Mask ResampleWhole(const Mask& source, int width, int height);
+// The same for a part, which is not empty and lies in the source; its border goes on beyond it.
+Image ResamplePart(const Image& source, const PixelBox& part, int width, int height);
+Mask ResamplePart(const Mask& source, const PixelBox& part, int width, int height);
 
 // The channels at a point, bilinear between the pixels' centres; points outside take the nearest.
 void Sample(const Raster& source, double x, double y, float* channels);

@@ -1,0 +1,60 @@
+// Scattered colours spread over a whole raster.
+#ifndef QX_PHOTO_PERSON_PYRAMID_H
+#define QX_PHOTO_PERSON_PYRAMID_H
+
+#include <cstddef>
+#include <vector>
+
+#include "photo/base/image.h"
+
+namespace qx::photo {
+
+// Blue, green, red and a fourth value, which the processor takes at once.
+using Pixel = float __attribute__((vector_size(16)));
+
+// Rows top to bottom without gaps. Unfilled at first.
+struct Field {
+  Field() = default;
+  Field(int w, int h) : width(w), height(h), pixels(static_cast<size_t>(w) * static_cast<size_t>(h)) {}
+  Pixel* Row(int y) { return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
+  const Pixel* Row(int y) const { return pixels.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
+
+  int width = 0, height = 0;
+  std::vector<Pixel, UnfilledAllocator<Pixel>> pixels;
+};
+
+// What is known of a raster: colours times their weights and the weight (0 to 1) of each pixel, and the mean square of
+// the three colours, times the weight.
+struct Scattered {
+  Scattered() = default;
+  Scattered(int w, int h) : sums(w, h), squares(sums.pixels.size()) {}
+
+  Field sums;
+  Floats squares;
+};
+
+// Colours everywhere: those of the pixels themselves where they are known, else averages over windows of 2, 4, 8 ...
+// pixels, each filling what the narrower ones could not (S. Gortler et al., "The Lumigraph", 1996: push and pull). The
+// fourth value is the variance of the colours that were averaged, the mean of the three. All zeros where nothing is
+// known at all.
+Field FillGaps(Scattered known);
+
+// The four values between the field's pixels; one pixel of the raster is `scale` of the field. For whole rows.
+class FieldRow {
+ public:
+  // `scale` at most 1: the field is as fine as the raster or coarser.
+  FieldRow(const Field& field, int width, double scale);
+  // The raster's row, as many pixels as it is wide. Valid until the next call.
+  const Pixel* At(int y);
+
+ private:
+  const Field& field_;
+  double scale_;
+  std::vector<int> before_;
+  Floats fraction_;
+  std::vector<Pixel, UnfilledAllocator<Pixel>> line_, row_;
+};
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_PERSON_PYRAMID_H
