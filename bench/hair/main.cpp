@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/hair/blur_fusion.h"
+#include "bench/hair/lessons.h"
 #include "bench/hair/report.h"
 
 namespace qx::bench::hair {
@@ -29,7 +30,7 @@ constexpr char kUsage[] =
 struct Options {
   uint32_t first = 0, last = 29;
   bool each = false;
-  std::string write, dump;
+  std::string write, dump, lessons;
   int threads = 1;
 };
 
@@ -52,6 +53,8 @@ bool Parse(int argc, char** argv, Options* options) {
       options->write = value;
     } else if (name == "--dump") {
       options->dump = value;
+    } else if (name == "--lessons") {
+      options->lessons = value;
     } else if (name == "--threads") {
       options->threads = std::atoi(value.c_str());
     } else {
@@ -66,8 +69,18 @@ Errors Measure(const Scene& scene, const Cutout& cutout, const photo::Image& col
           Compare(scene, TrueMask(scene), coloursOfTruth)};
 }
 
+void WriteLessons(const std::string& file, const std::vector<float>& lessons) {
+  FILE* out = std::fopen(file.c_str(), "wb");
+  const bool written = out && std::fwrite(lessons.data(), sizeof(float), lessons.size(), out) == lessons.size();
+  if ((out && std::fclose(out) != 0) || !written) throw std::runtime_error(file + " cannot be written");
+}
+
 Row Work(uint32_t seed, photo::PersonSegmenter& segmenter, const Options& options) {
   const Scene scene = MakeScene(seed);
+  if (!options.lessons.empty()) {
+    WriteLessons(options.lessons + "/" + std::to_string(seed), MakeLessons(scene, segmenter));
+    return {};
+  }
   const Cutout before = MakeBefore(segmenter, scene);
   Row row{seed, scene.backdrop, scene.kind, scene.colour, static_cast<int>(scene.face.Width()), {}, {}};
   if (!options.dump.empty()) {
@@ -115,7 +128,7 @@ int main(int argc, char** argv) {
   cv::setNumThreads(1);
   try {
     const std::vector<Row> rows = WorkAll(options);
-    if (!options.dump.empty()) return 0;
+    if (!options.dump.empty() || !options.lessons.empty()) return 0;
     if (options.each) PrintEach(rows, HasNow());
     PrintTable(rows, HasNow());
   } catch (const std::exception& error) {

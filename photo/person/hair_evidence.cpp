@@ -1,0 +1,336 @@
+#include "photo/person/hair_evidence.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace qx::photo {
+namespace {
+
+// Lengths in face widths, colours 0 to 1 (of levels only where it says so).
+constexpr float kPlainOut = 0.5f, kUnevenOut = 0.25f, kTexturedOut = 0.1f, kIn = 0.2f;
+constexpr float kPlainSpread = 8, kUnevenSpread = 24;     // levels
+constexpr float kPlainFlood = 0.9f, kTexturedFlood = 0.6f;
+constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;   // half axes of what is always the person
+constexpr float kNeck = 0.5f;                             // to each side, below the chin
+constexpr float kEdge = 0.025f;                           // deeper, only what looks like a gap is asked for
+constexpr int kGapRim = 2;                                // pixels
+constexpr float kPure = 0.015f;                           // deeper, colours are the person's own
+constexpr float kRivalsFrom = 0.02f, kRivalsTo = 0.1f;
+constexpr size_t kRivals = 4;
+constexpr float kLevel = 1.0f / 255;
+
+// A fall from 1 towards 0 as e^-x does, of plain arithmetic alone, so that every machine gives the same.
+float Falloff(float x) {
+  return 1 / (1 + x * (1 + x * (0.5f + x * (1.0f / 6 + x * (1.0f / 24)))));
+}
+
+float MeanSquare(Pixel p) {
+  const Pixel q = p * p;
+  return (q[0] + q[1] + q[2]) * (1.0f / 3);
+}
+
+float Dot(Pixel a, Pixel b) {
+  const Pixel q = a * b;
+  return (q[0] + q[1] + q[2]) * (1.0f / 3);
+}
+
+Pixel Load(const uint8_t* bgr) {
+  return Pixel{static_cast<float>(bgr[0]), static_cast<float>(bgr[1]), static_cast<float>(bgr[2]), 0} * kLevel;
+}
+
+struct Fit {
+  float alpha, residual, contrast;
+};
+
+Fit FitBetween(Pixel from, Pixel difference) {
+  Fit fit;
+  fit.contrast = MeanSquare(difference);
+  fit.alpha = std::clamp(Dot(from, difference) / (fit.contrast + 1e-6f), 0.0f, 1.0f);
+  fit.residual = MeanSquare(from - fit.alpha * difference);
+  return fit;
+}
+
+uint8_t Byte(float share) { return static_cast<uint8_t>(static_cast<int>(share * 255 + 0.5f)); }
+
+}  // namespace
+
+HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
+    : crop_(crop),
+      plate_(plate),
+      width_(crop.mask.width),
+      height_(crop.mask.height),
+      unit_(1 / static_cast<float>(crop.faceWidth)),
+      kinds_(width_, height_),
+      zone_(static_cast<size_t>(width_)),
+      alphas_(kinds_.bits.size()),
+      unlikePlate_(kinds_.bits.size()),
+      unlikePerson_(kinds_.bits.size()),
+      flooded_(kinds_.bits.size()) {
+  DivideCrop();
+  FindPersonColours(false);
+  FindRivals();
+  AskAll();
+  CloseSolid();
+  FindPersonColours(true);
+  AskAll();
+  for (size_t i = 0; i < flooded_.size(); ++i) flooded_[i] = plate_.background.bits[i] ? 255 : 0;
+  for (const auto& [plane, radius] : {std::pair{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6},
+                                      {&unlikePerson_, 6}, {&flooded_, 2}, {&flooded_, 8}}) {
+    neighbours_.emplace_back(plane->data(), width_, height_, radius);
+  }
+  neighbours_.emplace_back(crop_.mask.values.data(), width_, height_, 5);
+  behind_.emplace(plate_.colours, width_, 0.5);
+  persons_.emplace(person_, width_, 0.5);
+}
+
+bool HairEvidence::IsFaceOrNeck(int x, int y) const {
+  for (const FaceBox& face : crop_.faces) {
+    const auto dx = static_cast<float>((x + 0.5 - (face.left + face.right) / 2) / face.Width());
+    const auto dy = static_cast<float>((y + 0.5 - (face.top + face.bottom) / 2) / face.Width());
+    const float a = dx / kFaceAcross, b = dy / kFaceDown;
+    if (a * a + b * b < 1 || (std::abs(dx) < kNeck && y + 0.5 > face.bottom)) return true;
+  }
+  return false;
+}
+
+// Where to ask: in a band around the outline that is the wider, the plainer the background.
+void HairEvidence::DivideCrop() {
+  const float textured = std::clamp((kPlainFlood - plate_.flooded) / (kPlainFlood - kTexturedFlood), 0.0f, 1.0f);
+  const float uneven = std::clamp((plate_.spread - kPlainSpread) / (kUnevenSpread - kPlainSpread), 0.0f, 1.0f);
+  float out = kPlainOut + uneven * (kUnevenOut - kPlainOut);
+  out += textured * (kTexturedOut - out);
+  size_t i = 0;
+  for (int y = 0; y < height_; ++y) {
+    crop_.HairZone(y, zone_.data());
+    for (int x = 0; x < width_; ++x, ++i) {
+      const float depth = Depth(i);
+      uint8_t kind = depth > 0 ? kPerson : kBackground;
+      if (zone_[static_cast<size_t>(x)] > 0 && depth > -out && depth < kIn &&
+          !(depth < 0 && plate_.background.bits[i]) && !(depth > 0 && IsFaceOrNeck(x, y))) {
+        kind = kUnknown;
+      }
+      kinds_.bits[i] = kind;
+    }
+  }
+}
+
+// A few colours of the person near the outline, by k-means from fixed seeds.
+void HairEvidence::FindRivals() {
+  std::vector<Pixel> sample;
+  for (int y = 0; y < height_; y += 2) {
+    for (int x = 0; x < width_; x += 2) {
+      const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
+      const float depth = Depth(i);
+      if (depth > kRivalsFrom && depth < kRivalsTo && kinds_.bits[i] == kUnknown) {
+        sample.push_back(Load(crop_.colours.At(x, y)));
+      }
+    }
+  }
+  if (sample.size() < 4 * kRivals) return;
+  auto bright = [](const Pixel& p) { return p[0] + 2 * p[1] + p[2]; };
+  std::vector<Pixel> sorted = sample;
+  std::stable_sort(sorted.begin(), sorted.end(), [&](const Pixel& a, const Pixel& b) { return bright(a) < bright(b); });
+  for (size_t k = 0; k < kRivals; ++k) rivals_.push_back(sorted[(2 * k + 1) * sorted.size() / (2 * kRivals)]);
+  for (int round = 0; round < 6; ++round) {
+    std::array<Pixel, kRivals> sums{};
+    std::array<float, kRivals> counts{};
+    for (const Pixel& p : sample) {
+      size_t best = 0;
+      for (size_t k = 1; k < kRivals; ++k) {
+        if (MeanSquare(p - rivals_[k]) < MeanSquare(p - rivals_[best])) best = k;
+      }
+      sums[best] += p;
+      counts[best] += 1;
+    }
+    for (size_t k = 0; k < kRivals; ++k) {
+      if (counts[k] > 0) rivals_[k] = sums[k] * (1 / counts[k]);
+    }
+  }
+}
+
+// The person's own colours near each pixel: from inside the mask, the more the less they could be the background seen
+// through a gap; with `strands`, also from what was found to be all hair outside.
+void HairEvidence::FindPersonColours(bool strands) {
+  Scattered known((width_ + 1) / 2, (height_ + 1) / 2);
+  std::fill(known.sums.pixels.begin(), known.sums.pixels.end(), Pixel{});
+  std::fill(known.squares.begin(), known.squares.end(), 0.0f);
+  FieldRow behind(plate_.colours, width_, 0.5);
+  const float noise = plate_.noise * kLevel;
+  size_t i = 0;
+  for (int y = 0; y < height_; ++y) {
+    Pixel* to = known.sums.Row(y / 2);
+    float* square = known.squares.data() + (to - known.sums.pixels.data());
+    const uint8_t* bgr = crop_.colours.At(0, y);
+    const Pixel* plate = behind.At(y);
+    for (int x = 0; x < width_; ++x, ++i, bgr += 3) {
+      const float depth = Depth(i);
+      const bool strand = strands && depth <= kPure && kinds_.bits[i] == kUnknown && alphas_[i] > 242 &&
+                          unlikePlate_[i] > 200;
+      if (depth <= kPure && !strand) continue;
+      Pixel pixel = Load(bgr);
+      const float apart = MeanSquare(pixel - plate[x] * kLevel);
+      const float variance = plate[x][3] * (kLevel * kLevel) + noise * noise;
+      const float unlike = apart / (apart + 9 * variance);
+      const float weight = 0.25f * (0.02f + 0.98f * unlike * unlike);
+      square[x / 2] += weight * MeanSquare(pixel);
+      pixel[3] = 1;
+      to[x / 2] += pixel * weight;
+    }
+  }
+  person_ = FillGaps(std::move(known));
+}
+
+HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel person) const {
+  const Pixel shown = Load(bgr), behind = plate * kLevel, from = shown - behind;
+  const float noise = plate_.noise * plate_.noise * (kLevel * kLevel);
+  const float behindVariance = plate[3] * (kLevel * kLevel) + noise, spread = person[3];
+  Fit fit = FitBetween(from, person - behind);
+  Clue clue;
+  clue.nearAlpha = fit.alpha;
+  clue.contrast = fit.contrast;
+  float least = fit.residual, nearest = 1;
+  for (const Pixel& rival : rivals_) {
+    const Fit other = FitBetween(from, rival - behind);
+    const float cost = other.residual + 0.03f * other.alpha * MeanSquare(rival - person) + 2e-4f;
+    nearest = std::min(nearest, MeanSquare(shown - rival));
+    if (cost >= least) continue;
+    least = cost;
+    fit = other;
+  }
+  clue.alpha = fit.alpha;
+  clue.residual = fit.residual;
+  const float told = fit.contrast / (fit.contrast + 12 * behindVariance + 4 * fit.alpha * fit.alpha * spread);
+  const float variance = behindVariance + fit.alpha * fit.alpha * spread;
+  clue.confidence = told * Falloff(fit.residual / (2 * (0.0016f + variance)));
+  clue.plateConfidence = clue.contrast / (clue.contrast + 12 * behindVariance);
+  const float apart = MeanSquare(from), own = MeanSquare(shown - person);
+  clue.unlikePlate = apart / (apart + 9 * behindVariance);
+  clue.unlikePerson = own / (own + 4 * (spread + noise));
+  clue.unlikeRivals = nearest / (nearest + 0.004f);
+  return clue;
+}
+
+void HairEvidence::AskAll() {
+  FieldRow behind(plate_.colours, width_, 0.5), persons(person_, width_, 0.5);
+  size_t i = 0;
+  for (int y = 0; y < height_; ++y) {
+    const Pixel *plate = behind.At(y), *person = persons.At(y);
+    for (int x = 0; x < width_; ++x, ++i) {
+      if (kinds_.bits[i] != kUnknown) {
+        alphas_[i] = unlikePlate_[i] = kinds_.bits[i] == kPerson ? 255 : 0;
+        unlikePerson_[i] = static_cast<uint8_t>(255 - alphas_[i]);
+        continue;
+      }
+      const Clue clue = Ask(crop_.colours.At(x, y), plate[x], person[x]);
+      alphas_[i] = Byte(clue.alpha);
+      unlikePlate_[i] = Byte(clue.unlikePlate);
+      unlikePerson_[i] = Byte(clue.unlikePerson);
+    }
+  }
+}
+
+// Away from the outline, what does not look like a gap is the person.
+void HairEvidence::CloseSolid() {
+  Region gaps(width_, height_);
+  for (size_t i = 0; i < gaps.bits.size(); ++i) {
+    gaps.bits[i] = kinds_.bits[i] == kUnknown && (Depth(i) < kEdge || (alphas_[i] < 217 && unlikePerson_[i] > 25));
+  }
+  Region inside(width_, height_);
+  for (size_t i = 0; i < gaps.bits.size(); ++i) inside.bits[i] = kinds_.bits[i] == kUnknown || gaps.bits[i];
+  const Region asked = Grow(gaps, inside, kGapRim);
+  for (size_t i = 0; i < gaps.bits.size(); ++i) {
+    if (kinds_.bits[i] == kUnknown && !asked.bits[i]) kinds_.bits[i] = kPerson;
+  }
+}
+
+HairEvidence::Neighbourhood::Neighbourhood(const uint8_t* plane, int width, int height, int radius)
+    : plane_(plane),
+      width_(width),
+      height_(height),
+      radius_(radius),
+      columns_(static_cast<size_t>(width)),
+      sums_(static_cast<size_t>(width)) {
+  for (int y = 0; y < std::min(radius, height); ++y) Add(y, 1);
+}
+
+void HairEvidence::Neighbourhood::Add(int y, int sign) {
+  const uint8_t* from = plane_ + static_cast<size_t>(y) * static_cast<size_t>(width_);
+  for (int x = 0; x < width_; ++x) columns_[static_cast<size_t>(x)] += sign * from[x];
+}
+
+void HairEvidence::Neighbourhood::MoveTo(int y) {
+  if (y + radius_ < height_) Add(y + radius_, 1);
+  if (y - radius_ - 1 >= 0) Add(y - radius_ - 1, -1);
+  int32_t sum = 0;
+  // The outermost columns go on beyond the picture's sides.
+  auto column = [&](int x) { return columns_[static_cast<size_t>(std::clamp(x, 0, width_ - 1))]; };
+  for (int x = -radius_; x <= radius_; ++x) sum += column(x);
+  for (int x = 0; x < width_; ++x) {
+    sums_[static_cast<size_t>(x)] = sum;
+    sum += column(x + radius_ + 1) - column(x - radius_);
+  }
+  const int rows = std::min(y + radius_, height_ - 1) - std::max(y - radius_, 0) + 1;
+  part_ = 1 / static_cast<float>(255 * rows * (2 * radius_ + 1));
+}
+
+float HairEvidence::Neighbourhood::Mean(int x) const { return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_; }
+
+size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stride) {
+  for (Neighbourhood& neighbourhood : neighbours_) neighbourhood.MoveTo(y);
+  alpha_.resize(static_cast<size_t>(width_));
+  confidence_.resize(static_cast<size_t>(width_));
+  const uint8_t* kind = &kinds_.At(0, y);
+  if (std::find(kind, kind + width_, kUnknown) == kind + width_) return 0;
+  const Pixel *plate = behind_->At(y), *person = persons_->At(y);
+  crop_.HairZone(y, zone_.data());
+  size_t count = 0;
+  for (int x = 0; x < width_; ++x) {
+    if (kind[x] != kUnknown) continue;
+    const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
+    const uint8_t* bgr = crop_.colours.At(x, y);
+    const Clue clue = Ask(bgr, plate[x], person[x]);
+    alpha_[count] = clue.alpha;
+    confidence_[count] = clue.confidence;
+    const FaceBox* face = &crop_.faces[0];
+    for (const FaceBox& other : crop_.faces) {
+      if (std::abs(x - (other.left + other.right) / 2) < std::abs(x - (face->left + face->right) / 2)) face = &other;
+    }
+    const float depth = Depth(i), noise = plate_.noise * kLevel;
+    float* to = values + count;
+    auto put = [&](float value) {
+      *to = value;
+      to += stride;
+    };
+    put(static_cast<float>(crop_.mask.values[i]) * kLevel);
+    put(std::clamp(depth * 20, -1.0f, 1.0f));
+    put(std::clamp(depth * 5, -1.0f, 1.0f));
+    put(std::clamp(depth * 2, -1.0f, 1.0f));
+    put(clue.nearAlpha);
+    put(clue.alpha);
+    put(clue.confidence);
+    put(clue.plateConfidence);
+    put(std::min(1.0f, 10 * std::sqrt(clue.residual)));
+    put(std::min(1.0f, 2 * std::sqrt(clue.contrast)));
+    put(clue.unlikePlate);
+    put(clue.unlikePerson);
+    put(clue.unlikeRivals);
+    put(std::min(1.0f, 10 * kLevel * std::sqrt(plate[x][3])));
+    put(std::min(1.0f, 5 * std::sqrt(person[x][3])));
+    put(flooded_[i] > 0 ? 1.0f : 0.0f);
+    for (const Neighbourhood& neighbourhood : neighbours_) put(neighbourhood.Mean(x));
+    put((static_cast<float>(bgr[0]) + 2 * static_cast<float>(bgr[1]) + static_cast<float>(bgr[2])) * (kLevel / 4));
+    put(std::clamp(static_cast<float>((y + 0.5 - (face->top + face->bottom) / 2) / crop_.faceWidth), -1.5f, 1.5f));
+    put(std::clamp(static_cast<float>(std::abs(x + 0.5 - (face->left + face->right) / 2) / crop_.faceWidth), 0.0f, 1.5f));
+    put(zone_[static_cast<size_t>(x)]);
+    put(plate_.flooded);
+    put(std::min(1.0f, plate_.spread * (1.0f / 64)));
+    put(std::min(1.0f, noise * 32));
+    put(static_cast<float>(std::min(1.0, crop_.faceWidth / 250)));
+    columns[count++] = x;
+  }
+  return count;
+}
+
+}  // namespace qx::photo

@@ -1,0 +1,88 @@
+// What the colours around a head say about hair, pixel by pixel.
+#ifndef QX_PHOTO_PERSON_HAIR_EVIDENCE_H
+#define QX_PHOTO_PERSON_HAIR_EVIDENCE_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "photo/base/image.h"
+#include "photo/person/clean_plate.h"
+#include "photo/person/head_crop.h"
+#include "photo/person/pyramid.h"
+#include "photo/person/region.h"
+
+namespace qx::photo {
+
+// Finds the pixels of a crop whose share of hair is not known from where they lie, and describes each of them by
+// numbers of about -1 to 1: how its colours lie between the plate's and the person's, how sure that is, what its
+// neighbours say, and where it lies.
+class HairEvidence {
+ public:
+  static constexpr int kValues = 32;
+  enum Kind : uint8_t { kBackground, kUnknown, kPerson };
+
+  // Both are kept by reference.
+  HairEvidence(const HeadCrop& crop, const CleanPlate& plate);
+
+  // One of Kind a pixel of the crop.
+  const Region& Kinds() const { return kinds_; }
+
+  // The unknown pixels of a row. Rows need to come in their order, each once. The values of one kind lie side by side:
+  // values[k * stride + j] is the k-th of the pixel in the column columns[j]. The stride is at least the crop's width.
+  size_t DescribeRow(int y, int* columns, float* values, size_t stride);
+
+  // The share of hair that colours alone give the pixels of the row that was described last, and how sure that is.
+  const Floats& Alpha() const { return alpha_; }
+  const Floats& Confidence() const { return confidence_; }
+
+ private:
+  // A pixel's place between the plate's colours and the person's.
+  struct Clue {
+    float nearAlpha, alpha, residual, contrast, confidence, plateConfidence, unlikePlate, unlikePerson, unlikeRivals;
+  };
+
+  // Sums over squares of bytes, row after row.
+  class Neighbourhood {
+   public:
+    Neighbourhood(const uint8_t* plane, int width, int height, int radius);
+    void MoveTo(int y);
+    float Mean(int x) const;
+
+   private:
+    void Add(int y, int sign);
+    const uint8_t* plane_;
+    int width_, height_, radius_;
+    std::vector<int32_t> columns_, sums_;
+    float part_ = 0;
+  };
+
+  float Depth(size_t i) const { return crop_.Depth(i) * unit_; }
+  bool IsFaceOrNeck(int x, int y) const;
+  void DivideCrop();
+  void FindRivals();
+  void FindPersonColours(bool strands);
+  void CloseSolid();
+  Clue Ask(const uint8_t* bgr, Pixel plate, Pixel person) const;
+  // Fills the planes of bytes of all unknown pixels.
+  void AskAll();
+
+  const HeadCrop& crop_;
+  const CleanPlate& plate_;
+  const int width_, height_;
+  const float unit_;  // of a pixel, in face widths
+  Region kinds_;
+  Field person_;
+  std::vector<Pixel> rivals_;
+  std::vector<float> zone_;
+  Bytes alphas_, unlikePlate_, unlikePerson_, flooded_;  // of each pixel, 255 for 1
+  std::vector<Neighbourhood> neighbours_;
+  std::optional<FieldRow> behind_, persons_;
+  Floats alpha_, confidence_;
+};
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_PERSON_HAIR_EVIDENCE_H
