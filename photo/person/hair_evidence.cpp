@@ -67,7 +67,9 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
       alphas_(kinds_.bits.size()),
       unlikePlate_(kinds_.bits.size()),
       unlikePerson_(kinds_.bits.size()),
-      flooded_(kinds_.bits.size()) {
+      unlikeRivals_(kinds_.bits.size()),
+      flooded_(kinds_.bits.size()),
+      connected_(kinds_.bits.size()) {
   DivideCrop();
   FindPersonColours(false);
   FindRivals();
@@ -76,11 +78,13 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
   FindPersonColours(true);
   AskAll();
   for (size_t i = 0; i < flooded_.size(); ++i) flooded_[i] = plate_.background.bits[i] ? 255 : 0;
-  for (const auto& [plane, radius] : {std::pair{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6},
-                                      {&unlikePerson_, 6}, {&flooded_, 2}, {&flooded_, 8}}) {
+  Connect();
+  for (const auto& [plane, radius] :
+       {std::pair<const Bytes*, int>{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6}, {&unlikePerson_, 6},
+        {&unlikeRivals_, 4}, {&flooded_, 2}, {&flooded_, 8}, {&connected_, 4}, {&crop_.mask.values, 5},
+        {&crop_.mask.values, 16}}) {
     neighbours_.emplace_back(plane->data(), width_, height_, radius);
   }
-  neighbours_.emplace_back(crop_.mask.values.data(), width_, height_, 5);
   behind_.emplace(plate_.colours, width_, 0.5);
   persons_.emplace(person_, width_, 0.5);
 }
@@ -220,13 +224,14 @@ void HairEvidence::AskAll() {
     for (int x = 0; x < width_; ++x, ++i) {
       if (kinds_.bits[i] != kUnknown) {
         alphas_[i] = unlikePlate_[i] = kinds_.bits[i] == kPerson ? 255 : 0;
-        unlikePerson_[i] = static_cast<uint8_t>(255 - alphas_[i]);
+        unlikePerson_[i] = unlikeRivals_[i] = static_cast<uint8_t>(255 - alphas_[i]);
         continue;
       }
       const Clue clue = Ask(crop_.colours.At(x, y), plate[x], person[x]);
       alphas_[i] = Byte(clue.alpha);
       unlikePlate_[i] = Byte(clue.unlikePlate);
       unlikePerson_[i] = Byte(clue.unlikePerson);
+      unlikeRivals_[i] = Byte(clue.unlikeRivals);
     }
   }
 }
@@ -243,6 +248,17 @@ void HairEvidence::CloseSolid() {
   for (size_t i = 0; i < gaps.bits.size(); ++i) {
     if (kinds_.bits[i] == kUnknown && !asked.bits[i]) kinds_.bits[i] = kPerson;
   }
+}
+
+// What hangs together with the mask by pixels that are not the plate's.
+void HairEvidence::Connect() {
+  Region open(width_, height_), seed(width_, height_);
+  for (size_t i = 0; i < open.bits.size(); ++i) {
+    seed.bits[i] = kinds_.bits[i] == kPerson || (kinds_.bits[i] == kUnknown && crop_.depth[i] > 0);
+    open.bits[i] = seed.bits[i] || (kinds_.bits[i] == kUnknown && unlikePlate_[i] > 102 && alphas_[i] > 51);
+  }
+  const Region connected = Grow(seed, open, width_ * height_);
+  for (size_t i = 0; i < connected_.size(); ++i) connected_[i] = connected.bits[i] ? 255 : 0;
 }
 
 HairEvidence::Neighbourhood::Neighbourhood(const uint8_t* plane, int width, int height, int radius)
@@ -319,6 +335,7 @@ size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stri
     put(std::min(1.0f, 10 * kLevel * std::sqrt(plate[x][3])));
     put(std::min(1.0f, 5 * std::sqrt(person[x][3])));
     put(flooded_[i] > 0 ? 1.0f : 0.0f);
+    put(connected_[i] > 0 ? 1.0f : 0.0f);
     for (const Neighbourhood& neighbourhood : neighbours_) put(neighbourhood.Mean(x));
     put((static_cast<float>(bgr[0]) + 2 * static_cast<float>(bgr[1]) + static_cast<float>(bgr[2])) * (kLevel / 4));
     put(std::clamp(static_cast<float>((y + 0.5 - (face->top + face->bottom) / 2) / crop_.faceWidth), -1.5f, 1.5f));

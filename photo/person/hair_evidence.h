@@ -21,7 +21,7 @@ namespace qx::photo {
 // neighbours say, and where it lies.
 class HairEvidence {
  public:
-  static constexpr int kValues = 32;
+  static constexpr int kValues = 36;
   enum Kind : uint8_t { kBackground, kUnknown, kPerson };
 
   // Both are kept by reference.
@@ -65,6 +65,7 @@ class HairEvidence {
   void FindRivals();
   void FindPersonColours(bool strands);
   void CloseSolid();
+  void Connect();
   Clue Ask(const uint8_t* bgr, Pixel plate, Pixel person) const;
   // Fills the planes of bytes of all unknown pixels.
   void AskAll();
@@ -77,7 +78,7 @@ class HairEvidence {
   Field person_;
   std::vector<Pixel> rivals_;
   std::vector<float> zone_;
-  Bytes alphas_, unlikePlate_, unlikePerson_, flooded_;  // of each pixel, 255 for 1
+  Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, connected_;  // of each pixel, 255 for 1
   std::vector<Neighbourhood> neighbours_;
   std::optional<FieldRow> behind_, persons_;
   Floats alpha_, confidence_;

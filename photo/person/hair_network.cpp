@@ -40,7 +40,7 @@ void WeighEvidence(const float* values, size_t stride, size_t count, float* alph
     Layer<HairEvidence::kValues, kFirst, true>(kFirstWeights, kFirstOffsets, block[0], kAtOnce, first);
     Layer<kFirst, kSecond, true>(kSecondWeights, kSecondOffsets, first[0], kAtOnce, second);
     Layer<kSecond, 1, false>(kLastWeights, kLastOffsets, second[0], kAtOnce, last);
-    for (size_t j = 0; j < size; ++j) alpha[start + j] = 0.5f + 0.5f * last[0][j] / (1 + std::abs(last[0][j]));
+    for (size_t j = 0; j < size; ++j) alpha[start + j] = std::clamp(0.5f + last[0][j], 0.0f, 1.0f);
   }
 }
 
