@@ -109,7 +109,8 @@ void Bricks(Plane& plane, const Sitter& sitter, Random& random) {
 }
 
 void Wallpaper(Plane& plane, const Sitter& sitter, Random& random) {
-  const Colour ground = RandomWall(random), figure = Mix(ground, RandomWall(random), random.Between(0.3f, 0.8f));
+  const Colour ground = RandomWall(random), other = RandomWall(random);
+  const Colour figure = Mix(ground, other, random.Between(0.3f, 0.8f));
   const float size = random.Between(0.12f, 0.35f) * sitter.faceWidth, petals = static_cast<float>(3 + random.Below(4));
   const bool stripes = random.Chance(0.3f);
   const float petal = random.Between(0.08f, 0.16f), core = random.Between(0.2f, 0.3f);
@@ -216,7 +217,8 @@ void Lights(Plane& plane, const Sitter& sitter, Random& random) {
 void Room(Plane& plane, const Sitter& sitter, Random& random) {
   const int count = 10 + random.Below(14);
   for (int i = 0; i < count; ++i) {
-    const Colour colour = random.Chance(0.2f) ? Colour{235, 245, 250} : RandomWall(random) * random.Between(0.4f, 1.0f);
+    const Colour wall = RandomWall(random), window{235, 245, 250};
+    const Colour colour = random.Chance(0.2f) ? window : wall * random.Between(0.4f, 1.0f);
     const float x = random.Between(0, 1) * static_cast<float>(plane.width),
                 y = random.Between(0, 1) * static_cast<float>(plane.height);
     const float rx = random.Between(0.15f, 0.9f) * sitter.faceWidth,

@@ -38,7 +38,7 @@ Hair::Hair(const Sitter& sitter, HairKind kind, HairColour colour, Random& rando
   mottle_ = colour == HairColour::kGrey ? 0.38f : draw(0.12f, 0.24f);
   shine_ = draw(0.25f, 0.8f);
   locks_ = random.Bits();
-  curl_ = draw(0.016f, 0.042f), dense_ = static_cast<int>(draw(500, 1000));
+  curl_ = draw(0.016f, 0.042f), dense_ = static_cast<int>(draw(800, 1500));
   fringe_ = random.Chance(0.4f);
   knotAbove_ = random.Chance(0.65f);
   const float side = random.Chance(0.5f) ? 1.0f : -1.0f;
@@ -53,6 +53,7 @@ Hair::Hair(const Sitter& sitter, HairKind kind, HairColour colour, Random& rando
   if (kind == HairKind::kLong)
     length_ = draw(1.0f, 1.8f), wave_ = draw(0.0f, 0.04f), frizz_ = draw(0.003f, 0.012f), spread_ = draw(0, 0.16f);
   if (kind == HairKind::kBun) volume_ = draw(0.01f, 0.04f), fringe_ = false, frizz_ = 0.003f;
+  if (kind == HairKind::kCurls) mottle_ *= 0.4f, shine_ *= 0.5f;
   if (kind == HairKind::kShort) volume_ = draw(0.0f, 0.06f), fringe_ = false;
 }
 
@@ -152,7 +153,7 @@ void Hair::Draw(StrandPainter& painter, const Line& line, float root, float tip,
   const float own = shade * (1 + mottle_ * random_.Normal());
   const bool grey = colour_ == HairColour::kGrey || colour_ == HairColour::kWhite;
   const float warm = (grey ? 0.015f : 0.05f) * random_.Normal();
-  const bool bright = colour_ == HairColour::kGrey && random_.Chance(0.3f);
+  const bool bright = colour_ == HairColour::kGrey && random_.Chance(kind_ == HairKind::kCurls ? 0.1f : 0.3f);
   const Colour base = bright ? Mix(sitter_.hair, {225, 228, 230}, 0.6f) : sitter_.hair;
   const float at = random_.Between(0.22f, 0.34f), gleam = shine_ * random_.Between(0.5f, 1.2f);
   const float dark = colour_ == HairColour::kBlack ? 2.2f : 1.0f;  // black hair shines most
@@ -200,7 +201,8 @@ void Hair::LooseLocks(StrandPainter& painter, int locks, float end) {
     frizz_ = frizz * random_.Between(0.2f, 0.8f);
     const int hairs = 1 + random_.Below(random_.Chance(0.5f) ? 4 : 14);
     for (int hair = 0; hair < hairs; ++hair) {
-      DrawHanging(painter, side, middle + 0.05f * random_.Normal(), low + 0.04f * random_.Normal(), shade);
+      const float depth = middle + 0.05f * random_.Normal();
+      DrawHanging(painter, side, depth, low + 0.04f * random_.Normal(), shade);
     }
   }
   wave_ = wave, spread_ = spread, waves_ = waves, frizz_ = frizz;
@@ -317,13 +319,13 @@ void Hair::ShortHair(Plane& layer) {
     const Place root = OnScalp();
     if (baldness == 1 && (std::fabs(root.x) < 0.40f || root.y < -0.62f)) continue;
     const Line line = Standing(root, length * random_.Between(0.6f, 1.25f));
-    Draw(painter, line, random_.Between(0.8f, 1.5f), 0.5f, random_.Between(0.6f, 1),
-         0.9f + 0.2f * Noise(root.x * 20, root.y * 20, locks_));
+    const float width = random_.Between(0.8f, 1.5f);
+    Draw(painter, line, width, 0.5f, random_.Between(0.6f, 1), 0.9f + 0.2f * Noise(root.x * 20, root.y * 20, locks_));
   }
 }
 
 void Hair::CurlyHair(Plane& layer, bool behind) {
-  const float size = volume_ * 1.9f, drop = std::max(0.0f, length_) * 0.6f, under = 0.22f + 20 * wave_;
+  const float size = volume_ * 1.9f, drop = std::max(0.0f, length_) * 0.6f, under = 0.6f + 25 * wave_;
   Line shape;
   for (int i = 0; i < 30; ++i) {
     const float turn = static_cast<float>(i) / 30, out = under * size;
@@ -344,15 +346,16 @@ void Hair::CurlyHair(Plane& layer, bool behind) {
       if (root.y > -0.5f || std::fabs(root.x) > 0.36f)
         way = Unit(Place{root.x > 0 ? 1.0f : -1.0f, 0.4f + 0.3f * random_.Normal()});
     }
-    const float length =
-        (size + 0.07f) * random_.Between(0.5f, 1.25f) * (behind ? (random_.Chance(0.15f) ? 1.5f : 1.0f) : 0.8f);
+    const float farther = behind ? (random_.Chance(0.15f) ? 1.5f : 1.0f) : 0.8f;
+    const float length = (size + 0.07f) * farther * random_.Between(0.4f, 1.15f);
     Line middle{root};
     for (int k = 1; k <= 4; ++k) {
       middle.push_back(middle.back() + way * (length / 4));
       way = Unit(way + Place{0, 0.16f} + Place{random_.Normal(), random_.Normal()} * 0.15f);
     }
-    const float radius = curl_ * random_.Between(0.6f, 1.3f), shade = random_.Between(0.7f, 1.15f);
-    const float turns = random_.Between(0.4f, 0.8f) * length / radius * 0.5f;
+    const float radius = curl_ * random_.Between(0.6f, 1.3f),
+                shade = random_.Between(0.78f, 1.1f) * (behind ? 0.85f : 1.0f);
+    const float turns = random_.Between(0.3f, 0.6f) * length / radius;
     const Line curl = Curled(middle, radius, std::clamp(turns, 1.0f, 6.0f));
     if (behind) outer_.push_back(curl);
     const int hairs = 1 + random_.Below(5);
@@ -391,11 +394,12 @@ void Hair::FlyAways(Plane& layer, int count, int haze) {
     const float u = at.x / 0.44f, v = (at.y + 0.05f) / 0.62f;
     if (u * u + v * v < 1 || (std::fabs(at.x) < 0.4f && at.y > 0)) continue;  // would hang in the face
     const bool fine = i >= count;
-    const float length =
-        fine ? random_.Between(0.02f, 0.09f) : random_.Between(0.06f, 0.22f) * (random_.Chance(0.4f) ? 2.4f : 1.0f);
+    const float longer = random_.Chance(0.4f) ? 2.4f : 1.0f;
+    const float length = fine ? random_.Between(0.02f, 0.09f) : longer * random_.Between(0.06f, 0.22f);
     const Line line = Stray(at, from[k + 1] - at, length);
     const float width = random_.Between(0.5f, fine ? 0.8f : 1.25f);
-    Draw(painter, line, width, width * 0.6f, random_.Between(0.3f, fine ? 0.7f : 1.0f), random_.Between(0.85f, 1.35f));
+    const float opacity = random_.Between(0.3f, fine ? 0.7f : 1.0f);
+    Draw(painter, line, width, width * 0.6f, opacity, random_.Between(0.85f, 1.35f));
   }
 }
 
@@ -432,7 +436,7 @@ void Hair::DrawInFront(Plane& layer) {
     case HairKind::kBun: SweptHair(layer); break;
   }
   if (fringe_ && kind_ != HairKind::kCurls) Fringe(layer);
-  const int most[] = {14, 420, 220, 0, 160, 380}, haze[] = {0, 1100, 600, 0, 700, 1000};
+  const int most[] = {14, 480, 240, 0, 160, 520}, haze[] = {0, 1100, 600, 0, 700, 1000};
   const auto kind = static_cast<size_t>(kind_);
   const float share = random_.Between(0.25f, 1), hazy = random_.Between(0, 1);
   FlyAways(layer, static_cast<int>(static_cast<float>(most[kind]) * share),
