@@ -10,7 +10,7 @@ namespace qx::photo {
 namespace {
 
 // Lengths in face widths, colours in levels.
-constexpr float kSureBeyondHair = 0.3f, kSureBeyondBody = 0.04f;  // from the outline: certainly background
+constexpr float kSureBeyondHair = 0.3f, kSureBeyondBody = 0.15f;  // from the outline: certainly background
 constexpr float kJoining = 0.04f;  // nearer pixels count once they have the colour of the first plate
 constexpr float kFits = 3;         // times the noise
 constexpr float kFloodFrom = 0.2f, kFloodInto = 0.05f;
@@ -68,9 +68,9 @@ class PlateMaker {
 
   bool Make() {
     if (!FirstPlate()) return false;
-    const Region smooth = Opened(SmoothPixels(crop_.colours, std::min(plate_.noise, 3.0f)));
+    plate_.smooth = Opened(SmoothPixels(crop_.colours, std::min(plate_.noise, 3.0f)));
     for (int round = 0; round < 2; ++round) {
-      plate_.background = Flood(smooth);
+      plate_.background = Flood(plate_.smooth);
       if (Count(plate_.background) < kLeastKnown) return false;
       Refill(plate_.background);
     }

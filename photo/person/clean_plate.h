@@ -12,6 +12,7 @@ namespace qx::photo {
 struct CleanPlate {
   Field colours;      // at half the crop's size; the fourth value is the variance (mean of the three) to expect there
   Region background;  // at the crop's size: pixels that are nothing but background
+  Region smooth;      // at the crop's size: pixels whose surroundings are but a plane of colour and noise
   float noise = 0;    // usual difference of a background pixel from the plate, at least 1 level
   float flooded = 0;  // share of the surroundings of the head that is plain enough to be known as background
   float spread = 0;   // difference from a smooth background that one in ten of them exceeds: what the scene holds

@@ -13,7 +13,9 @@ constexpr float kPlainOut = 0.5f, kUnevenOut = 0.25f, kTexturedOut = 0.1f, kIn =
 constexpr float kPlainSpread = 8, kUnevenSpread = 24;     // levels
 constexpr float kPlainFlood = 0.9f, kTexturedFlood = 0.6f;
 constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;   // half axes of what is always the person
-constexpr float kNeck = 0.5f;                             // to each side, below the chin
+constexpr float kHead = 1.25f;                            // of those, what is so but for the outline
+constexpr float kNeck = 0.33f;                            // to each side, below the chin
+constexpr float kThroat = 0.2f, kShoulder = 0.4f;         // lower down the neck widens by so much of what is below
 constexpr float kEdge = 0.025f;                           // deeper, only what looks like a gap is asked for
 constexpr int kGapRim = 2;                                // pixels
 constexpr float kPure = 0.015f;                           // deeper, colours are the person's own
@@ -69,18 +71,24 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
       unlikePerson_(kinds_.bits.size()),
       unlikeRivals_(kinds_.bits.size()),
       flooded_(kinds_.bits.size()),
+      smooth_(kinds_.bits.size()),
       connected_(kinds_.bits.size()) {
   DivideCrop();
+  FindSkin();
   FindPersonColours(false);
   FindRivals();
   AskAll();
   CloseSolid();
   FindPersonColours(true);
   AskAll();
-  for (size_t i = 0; i < flooded_.size(); ++i) flooded_[i] = plate_.background.bits[i] ? 255 : 0;
+  for (size_t i = 0; i < flooded_.size(); ++i) {
+    flooded_[i] = plate_.background.bits[i] ? 255 : 0;
+    smooth_[i] = plate_.smooth.bits[i] ? 255 : 0;
+  }
   Connect();
   for (const auto& [plane, radius] :
-       {std::pair<const Bytes*, int>{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6}, {&unlikePerson_, 6},
+       {std::pair<const Bytes*, int>{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6}, {&unlikePlate_, 16},
+        {&unlikePerson_, 6}, {&smooth_, 2},
         {&unlikeRivals_, 4}, {&flooded_, 2}, {&flooded_, 8}, {&connected_, 4}, {&crop_.mask.values, 5},
         {&crop_.mask.values, 16}}) {
     neighbours_.emplace_back(plane->data(), width_, height_, radius);
@@ -89,12 +97,16 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
   persons_.emplace(person_, width_, 0.5);
 }
 
-bool HairEvidence::IsFaceOrNeck(int x, int y) const {
+// Whether the pixel is in a face, in the head behind it but for the very outline, or in the neck and what is below it.
+bool HairEvidence::IsSolid(int x, int y, float depth) const {
   for (const FaceBox& face : crop_.faces) {
     const auto dx = static_cast<float>((x + 0.5 - (face.left + face.right) / 2) / face.Width());
     const auto dy = static_cast<float>((y + 0.5 - (face.top + face.bottom) / 2) / face.Width());
-    const float a = dx / kFaceAcross, b = dy / kFaceDown;
-    if (a * a + b * b < 1 || (std::abs(dx) < kNeck && y + 0.5 > face.bottom)) return true;
+    const float scale = depth > kEdge ? 1 / kHead : 1;
+    const float a = dx * scale / kFaceAcross, b = dy * scale / kFaceDown;
+    if (a * a + b * b < 1) return true;
+    const auto below = static_cast<float>((y + 0.5 - face.bottom) / face.Width());
+    if (below > 0 && std::abs(dx) < kNeck + kShoulder * std::max(0.0f, below - kThroat)) return true;
   }
   return false;
 }
@@ -112,12 +124,29 @@ void HairEvidence::DivideCrop() {
       const float depth = Depth(i);
       uint8_t kind = depth > 0 ? kPerson : kBackground;
       if (zone_[static_cast<size_t>(x)] > 0 && depth > -out && depth < kIn &&
-          !(depth < 0 && plate_.background.bits[i]) && !(depth > 0 && IsFaceOrNeck(x, y))) {
+          !(depth < 0 && plate_.background.bits[i]) && !(depth > 0 && IsSolid(x, y, depth))) {
         kind = kUnknown;
       }
       kinds_.bits[i] = kind;
     }
   }
+}
+
+// The mean colour of the faces' middles.
+void HairEvidence::FindSkin() {
+  float count = 0;
+  for (const FaceBox& face : crop_.faces) {
+    for (int y = 0; y < height_; y += 2) {
+      for (int x = 0; x < width_; x += 2) {
+        const double dx = (x + 0.5 - (face.left + face.right) / 2) / face.Width();
+        const double dy = (y + 0.5 - (face.top + face.bottom) / 2) / face.Width();
+        if (dx * dx + dy * dy > 0.0625) continue;
+        skin_ += Load(crop_.colours.At(x, y));
+        count += 1;
+      }
+    }
+  }
+  if (count > 0) skin_ *= 1 / count;
 }
 
 // A few colours of the person near the outline, by k-means from fixed seeds.
@@ -209,10 +238,12 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
   const float variance = behindVariance + fit.alpha * fit.alpha * spread;
   clue.confidence = told * Falloff(fit.residual / (2 * (0.0016f + variance)));
   clue.plateConfidence = clue.contrast / (clue.contrast + 12 * behindVariance);
-  const float apart = MeanSquare(from), own = MeanSquare(shown - person);
+  const float apart = MeanSquare(from), skin = MeanSquare(shown - skin_), own = MeanSquare(shown - person);
   clue.unlikePlate = apart / (apart + 9 * behindVariance);
   clue.unlikePerson = own / (own + 4 * (spread + noise));
   clue.unlikeRivals = nearest / (nearest + 0.004f);
+  clue.apart = apart;
+  clue.unlikeSkin = skin / (skin + 0.01f);
   return clue;
 }
 
@@ -332,6 +363,8 @@ size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stri
     put(clue.unlikePlate);
     put(clue.unlikePerson);
     put(clue.unlikeRivals);
+    put(clue.unlikeSkin);
+    put(std::min(1.0f, 2 * std::sqrt(clue.apart)));
     put(std::min(1.0f, 10 * kLevel * std::sqrt(plate[x][3])));
     put(std::min(1.0f, 5 * std::sqrt(person[x][3])));
     put(flooded_[i] > 0 ? 1.0f : 0.0f);

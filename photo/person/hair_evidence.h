@@ -21,7 +21,7 @@ namespace qx::photo {
 // neighbours say, and where it lies.
 class HairEvidence {
  public:
-  static constexpr int kValues = 36;
+  static constexpr int kValues = 40;
   enum Kind : uint8_t { kBackground, kUnknown, kPerson };
 
   // Both are kept by reference.
@@ -41,7 +41,8 @@ class HairEvidence {
  private:
   // A pixel's place between the plate's colours and the person's.
   struct Clue {
-    float nearAlpha, alpha, residual, contrast, confidence, plateConfidence, unlikePlate, unlikePerson, unlikeRivals;
+    float nearAlpha, alpha, residual, contrast, confidence, plateConfidence, apart, unlikePlate, unlikePerson, unlikeRivals,
+        unlikeSkin;
   };
 
   // Sums over squares of bytes, row after row.
@@ -60,9 +61,10 @@ class HairEvidence {
   };
 
   float Depth(size_t i) const { return crop_.Depth(i) * unit_; }
-  bool IsFaceOrNeck(int x, int y) const;
+  bool IsSolid(int x, int y, float depth) const;
   void DivideCrop();
   void FindRivals();
+  void FindSkin();
   void FindPersonColours(bool strands);
   void CloseSolid();
   void Connect();
@@ -77,8 +79,9 @@ class HairEvidence {
   Region kinds_;
   Field person_;
   std::vector<Pixel> rivals_;
+  Pixel skin_{};
   std::vector<float> zone_;
-  Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, connected_;  // of each pixel, 255 for 1
+  Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, smooth_, connected_;  // of each pixel, 255 for 1
   std::vector<Neighbourhood> neighbours_;
   std::optional<FieldRow> behind_, persons_;
   Floats alpha_, confidence_;

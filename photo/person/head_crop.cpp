@@ -11,7 +11,7 @@ namespace {
 constexpr double kMostFaceWidth = 250, kLeastFaceWidth = 24;  // pixels
 constexpr double kMostPixels = 6e5;
 constexpr double kAside = 1.1, kAbove = 1.25, kBelow = 0.9;  // what the crop shows beyond the faces, in face widths
-constexpr double kHairEnds = 0.25, kBodyBegins = 0.55;       // in face widths below the chin
+constexpr double kHairEnds = 0.55, kBodyBegins = 0.85;       // in face widths below the chin
 constexpr double kReach = 0.5;                               // of the distances, in face widths
 
 PixelBox BoxAround(const Image& picture, const std::vector<FaceBox>& faces, double faceWidth) {
