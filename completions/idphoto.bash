@@ -45,7 +45,7 @@ _idphoto() {
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
-    --background) _idphoto_words 'white lightgrey lightblue blue red keep gradient:' "$word" && return ;;
+    --background) _idphoto_words 'white lightgrey lightblue blue red keep transparent gradient:' "$word" && return ;;
     -o | --output)
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return

@@ -69,6 +69,8 @@ struct MakeRequest {
 struct MadePhoto {
   Image image;                       // of exactly the document's pixels
   std::optional<Image> before;       // the same without retouching, when asked for
+  Mask alpha, alphaBefore;           // opacity of both where the background is transparent, the colours not multiplied
+                                     // by it; empty otherwise
   PhotoMeasures measures;            // of the person (of two: the left) in the finished photograph
   std::vector<Miss> givenUp;         // by `relax`
   std::vector<std::string> remarks;  // what the user should know, one line each

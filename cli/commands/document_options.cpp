@@ -101,7 +101,7 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
             }
             options->background = text;
           },
-          "keep, a CSS colour (white, lightblue, #rrggbb) or gradient:COLOUR-COLOUR, top to bottom")
+          "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent")
       ->type_name("COLOUR");
   AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
@@ -147,6 +147,11 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
     photo::CheckRetouch(preset, request.retouch, options.force);
     return request;
   });
+}
+
+void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice) {
+  if (!background.IsTransparent() || format == codec::ImageFormat::kPng) return;
+  throw SetupFailure("a .jpg file cannot be transparent; " + advice + ", or choose a colour with --background");
 }
 
 }  // namespace qx::cli

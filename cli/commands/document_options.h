@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/commands/retouch_options.h"
+#include "codec/codec.h"
 #include "photo/document/presets.h"
 #include "photo/studio.h"
 
@@ -38,6 +39,10 @@ photo::Preset PresetOf(const DocumentOptions& options);
 // What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
 // forbids.
 photo::MakeRequest RequestOf(const DocumentOptions& options);
+
+// Throws SetupFailure when the background is transparent and files of that format are not. `advice`: how to have
+// another format.
+void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice);
 
 }  // namespace qx::cli
 

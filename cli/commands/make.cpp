@@ -79,6 +79,13 @@ std::string ReportJson(const MakeOptions& options, const photo::Document& docume
   return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+// Of transparent ones, both before white.
+photo::Image Comparison(const photo::MadePhoto& made) {
+  if (made.alpha.values.empty()) return photo::SideBySide(*made.before, made.image);
+  return photo::SideBySide(photo::Composite(*made.before, made.alphaBefore, photo::Background()),
+                           photo::Composite(made.image, made.alpha, photo::Background()));
+}
+
 void Make(const MakeOptions& options) {
   if (options.pair && options.person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
   const photo::Preset preset = PresetOf(options.document);
@@ -87,6 +94,7 @@ void Make(const MakeOptions& options) {
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
   const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
   const codec::ImageFormat format = CheckPictureName(options.output, {photographFile, maskFile});
+  CheckTransparency(request.background, format, "end the name in .png");
   if (options.compare) CheckPictureName(CompareName(options.output), {photographFile, maskFile});
 
   codec::FileSource source(options.photograph, {options.maxPixels});
@@ -100,14 +108,14 @@ void Make(const MakeOptions& options) {
   }
   const photo::Mask* given = options.mask.empty() ? nullptr : &mask;
   photo::MadePhoto made = photo::Studio().Make(source, {options.person, options.pair}, request, given);
-  const codec::EncodedDocument file =
-      codec::EncodeDocument(made.image, format, request.document.dpi, request.document.minKb, request.document.maxKb);
+  const codec::EncodedDocument file = codec::EncodeDocument(made.image, format, request.document.dpi,
+                                                            request.document.minKb, request.document.maxKb, made.alpha);
   if (!file.Remark().empty()) made.remarks.push_back(file.Remark());
   if (request.background.IsKeep() && !options.document.background) {
     made.remarks.push_back("background kept: " + preset.authority + " takes no changed one");
   }
   std::vector<uint8_t> comparison;
-  if (made.before) comparison = codec::EncodeImage(photo::SideBySide(*made.before, made.image), format);
+  if (made.before) comparison = codec::EncodeImage(Comparison(made), format);
   WriteWithComparison(options.output, file.bytes, comparison);
   if (!options.quiet) {
     const std::string report = options.json ? ReportJson(options, request.document, made, file)
