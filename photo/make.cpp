@@ -8,7 +8,6 @@
 
 #include "photo/analysis.h"
 #include "photo/base/failure.h"
-#include "photo/base/text.h"
 #include "photo/person/foreground.h"
 #include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
@@ -252,12 +251,7 @@ Placed PlaceFinely(PhotoSource& upright, FaceFinder& finder, const MakeRequest& 
 
 void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
   char text[160];
-  if (state.facesFound > state.persons.size()) {
-    made->remarks.push_back(
-        Count(state.facesFound, "face") + " found, the " +
-        (state.persons.size() == 1 ? "one of number " + std::to_string(state.number) : std::string("two largest")) +
-        " taken");
-  }
+  made->remarks = RemarksOnFaces(state);
   if (made->enlargement > 1.05) {
     std::snprintf(text, sizeof text, "enlarged %.1f times: the photograph has too few pixels for %d x %d",
                   made->enlargement, document.width, document.height);

@@ -8,6 +8,7 @@
 #include "photo/base/failure.h"
 #include "photo/base/raster.h"
 #include "photo/base/resize.h"
+#include "photo/base/text.h"
 #include "photo/face/upright.h"
 
 namespace qx::photo {
@@ -84,6 +85,13 @@ Mask MaskOfPart(const Analysis::State& state, const PhotographPart& part) {
   return RefineMask(*state.map, part.picture,
                     {part.box.left * state.toOverviewX, part.box.top * state.toOverviewY,
                      part.box.Width() * state.toOverviewX, part.box.Height() * state.toOverviewY});
+}
+
+std::vector<std::string> RemarksOnFaces(const Analysis::State& state) {
+  if (state.facesFound <= state.persons.size()) return {};
+  return {Count(state.facesFound, "face") + " found, the " +
+          (state.persons.size() == 1 ? "one of number " + std::to_string(state.number) : std::string("two largest")) +
+          " taken"};
 }
 
 std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force) {
@@ -166,6 +174,19 @@ MadePhoto Studio::Render(PhotoSource& source, Analysis& analysis, const MakeRequ
 MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request, const Mask* mask) {
   Analysis analysis = Analyse(source, faces, mask);
   return Render(source, analysis, request);
+}
+
+CutOut Studio::CutOut(PhotoSource& source, const AnalyseRequest& request, bool wantsColours) {
+  return Told([&] {
+    const std::unique_ptr<Analysis::State> state = FindPersons(source, request, nullptr);
+    TurnedSource upright(&source, state->quarterTurns);
+    photo::CutOut cutOut = CutOutAnalysed(upright, *state, wantsColours);
+    const int back = (4 - state->quarterTurns) % 4;
+    cutOut.mask = TurnClockwise(std::move(cutOut.mask), back);
+    if (wantsColours) cutOut.colours = TurnClockwise(std::move(cutOut.colours), back);
+    cutOut.remarks = RemarksOnFaces(*state);
+    return cutOut;
+  });
 }
 
 RetouchedPhoto Studio::Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face) {

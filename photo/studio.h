@@ -80,6 +80,14 @@ struct MadePhoto {
   double enlargement = 1;            // pixels of the document for one of the photograph, along a side
 };
 
+// The persons of a whole photograph, of its size and lying as it does.
+struct CutOut {
+  Mask mask;                         // which Analyse takes
+  Image colours;                     // the persons' own, without the old background's share and not multiplied by the
+                                     // mask; they go on 32 pixels beyond it, then black. Empty unless asked for
+  std::vector<std::string> remarks;  // what the user should know, one line each
+};
+
 struct RetouchedPhoto {
   Image before, after;  // the whole photograph
   size_t faces = 0;     // retouched ones
@@ -119,6 +127,9 @@ class Studio {
   // Both.
   MadePhoto Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request,
                  const Mask* mask = nullptr);
+
+  // Takes the persons out of the photograph, at its full size. Throws Failure as Analyse does.
+  photo::CutOut CutOut(PhotoSource& source, const AnalyseRequest& request, bool wantsColours);
 
   // Retouches the face of that number (from 1, best first), or all faces, and leaves everything else as it is. Throws
   // Failure (kNoFace, kNoSuchFace).

@@ -87,7 +87,7 @@ photo::Image Comparison(const photo::MadePhoto& made) {
 }
 
 void Make(const MakeOptions& options) {
-  if (options.pair && options.person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
+  const photo::AnalyseRequest faces = FacesOf(options.person, options.pair);
   const photo::Preset preset = PresetOf(options.document);
   photo::MakeRequest request = RequestOf(options.document);
   request.compare = options.compare;
@@ -107,7 +107,7 @@ void Make(const MakeOptions& options) {
     }
   }
   const photo::Mask* given = options.mask.empty() ? nullptr : &mask;
-  photo::MadePhoto made = photo::Studio().Make(source, {options.person, options.pair}, request, given);
+  photo::MadePhoto made = photo::Studio().Make(source, faces, request, given);
   const codec::EncodedDocument file = codec::EncodeDocument(made.image, format, request.document.dpi,
                                                             request.document.minKb, request.document.maxKb, made.alpha);
   if (!file.Remark().empty()) made.remarks.push_back(file.Remark());
@@ -133,8 +133,9 @@ void AddMakeCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
   AddMakeOptions(*command, &options->document);
   command
-      ->add_option("--mask", options->mask,
-                   "Person mask made elsewhere: a picture of the photograph's size, white where the person is")
+      ->add_option(
+          "--mask", options->mask,
+          "Person mask, from idphoto mask or made elsewhere: of the photograph's size, white where the person is")
       ->type_name("FILE");
   AddPersonOption(*command, &options->person, "Number of the face, as inspect shows it; default the largest");
   AddCompareFlag(*command, &options->compare);
