@@ -16,7 +16,6 @@ namespace {
 
 // Enough for the faces, and for the person's map at its working size.
 constexpr int64_t kOverviewPixels = 2'000'000;
-constexpr int32_t kCoarseSide = 1600;  // longest side of the reduced copy of a mask made elsewhere
 
 // The mask's part brought to a size, by way of a picture of three equal channels.
 Mask ResizeMask(const Mask& mask, const PixelBox& box, int32_t width, int32_t height) {
@@ -32,12 +31,6 @@ Mask ResizeMask(const Mask& mask, const PixelBox& box, int32_t width, int32_t he
   Mask result(width, height);
   for (size_t i = 0; i < result.values.size(); ++i) result.values[i] = resized.bgr[3 * i];
   return result;
-}
-
-Mask Reduced(const Mask& mask) {
-  const double scale = std::min(1.0, static_cast<double>(kCoarseSide) / std::max(mask.width, mask.height));
-  const auto size = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(side * scale + 0.5)); };
-  return ResizeMask(mask, {0, 0, mask.width, mask.height}, size(mask.width), size(mask.height));
 }
 
 // The boxes of the chosen faces and of all others.
@@ -146,12 +139,15 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
   state->facesFound = upright.facesFound;
   state->number = upright.number;
   for (const size_t person : upright.persons) state->persons.push_back(upright.faces[person]);
+  std::vector<FaceBox> persons, others;
+  SplitFaces(upright, &persons, &others);
   if (mask) {
     state->given = TurnClockwise(*mask, upright.quarterTurns);
-    state->coarse = Reduced(state->given);
+    // As large as the one that is made here, so that a mask of ours is placed as it was before it was written.
+    const MapSize size = SizeOfMap(upright.image.width, upright.image.height, persons);
+    const PixelBox all{0, 0, state->width, state->height};
+    state->coarse = ResizeMask(state->given, all, std::min(size.width, all.right), std::min(size.height, all.bottom));
   } else {
-    std::vector<FaceBox> persons, others;
-    SplitFaces(upright, &persons, &others);
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
     state->coarse = CoarseMask(*state->map);
   }

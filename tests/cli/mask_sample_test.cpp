@@ -49,7 +49,7 @@ TEST(SampleMask, IsTakenBackForTheSamePicture) {
     FileSource source(folder / "x.png");
     EXPECT_EQ(ReadMask(folder / "m.png", source.Width(), source.Height()).values,
               ReadMask(folder / "c.png", source.Width(), source.Height()).values);
-    for (const char* preset : {"schengen-visa", "us-passport", "one-inch"}) {
+    for (const char* preset : {"schengen-visa", "one-inch"}) {
       const Names make{"make", "x.png", "--preset", preset, "--quiet", "-o"};
       MustRun(folder, Joined(make, {"own.png"}));
       MustRun(folder, Joined(make, {"given.png", "--mask", "m.png"}));
