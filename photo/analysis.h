@@ -41,7 +41,7 @@ Mask MaskOfPart(const Analysis::State& state, const PhotographPart& part);
 MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::State* state, const MakeRequest& request);
 
 // Studio::CutOut on the photograph as it stands upright, without remarks.
-CutOut CutOutAnalysed(PhotoSource& upright, const Analysis::State& state, bool wantsColours);
+CutOut CutOutAnalysed(PhotoSource& upright, const Analysis::State& state, const CutOutRequest& request);
 
 // That the photograph shows others too, or nothing.
 std::vector<std::string> RemarksOnFaces(const Analysis::State& state);

@@ -7,12 +7,12 @@
 
 namespace qx::photo {
 
-CutOut CutOutAnalysed(PhotoSource& upright, const Analysis::State& state, bool wantsColours) {
+CutOut CutOutAnalysed(PhotoSource& upright, const Analysis::State& state, const CutOutRequest& request) {
   const PixelBox all{0, 0, state.width, state.height};
   PhotographPart whole{upright.Part(all, state.width, state.height), all, state.width, state.height};
   CutOut cutOut;
   cutOut.mask = MaskOfPart(state, whole);
-  if (wantsColours) {
+  if (request.colours) {
     const double faceWidth = state.persons[0].Width() / state.toOverviewX;
     cutOut.colours = EstimateForeground(std::move(whole.picture), cutOut.mask, faceWidth);
     ExtendColours(cutOut.mask, &cutOut.colours);

@@ -172,14 +172,14 @@ MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const M
   return Render(source, analysis, request);
 }
 
-CutOut Studio::CutOut(PhotoSource& source, const AnalyseRequest& request, bool wantsColours) {
+CutOut Studio::CutOut(PhotoSource& source, const CutOutRequest& request) {
   return Told([&] {
-    const std::unique_ptr<Analysis::State> state = FindPersons(source, request, nullptr);
+    const std::unique_ptr<Analysis::State> state = FindPersons(source, request.persons, nullptr);
     TurnedSource upright(&source, state->quarterTurns);
-    photo::CutOut cutOut = CutOutAnalysed(upright, *state, wantsColours);
+    photo::CutOut cutOut = CutOutAnalysed(upright, *state, request);
     const int back = (4 - state->quarterTurns) % 4;
     cutOut.mask = TurnClockwise(std::move(cutOut.mask), back);
-    if (wantsColours) cutOut.colours = TurnClockwise(std::move(cutOut.colours), back);
+    if (request.colours) cutOut.colours = TurnClockwise(std::move(cutOut.colours), back);
     cutOut.remarks = RemarksOnFaces(*state);
     return cutOut;
   });

@@ -80,11 +80,16 @@ struct MadePhoto {
   double enlargement = 1;            // pixels of the document for one of the photograph, along a side
 };
 
+struct CutOutRequest {
+  AnalyseRequest persons;
+  bool colours = true;  // not the mask alone
+};
+
 // The persons of a whole photograph, of its size and lying as it does.
 struct CutOut {
   Mask mask;                         // which Analyse takes
   Image colours;                     // the persons' own, without the old background's share and not multiplied by the
-                                     // mask; they go on 32 pixels beyond it, then black. Empty unless asked for
+                                     // mask; they go on 32 pixels beyond it, then black. Empty when not asked for
   std::vector<std::string> remarks;  // what the user should know, one line each
 };
 
@@ -129,7 +134,7 @@ class Studio {
                  const Mask* mask = nullptr);
 
   // Takes the persons out of the photograph, at its full size. Throws Failure as Analyse does.
-  photo::CutOut CutOut(PhotoSource& source, const AnalyseRequest& request, bool wantsColours);
+  photo::CutOut CutOut(PhotoSource& source, const CutOutRequest& request);
 
   // Retouches the face of that number (from 1, best first), or all faces, and leaves everything else as it is. Throws
   // Failure (kNoFace, kNoSuchFace).

@@ -65,10 +65,12 @@ void WriteOutputs(const MaskOptions& options, const photo::CutOut& cutOut) {
 }
 
 void Run(const MaskOptions& options) {
-  const photo::AnalyseRequest faces = FacesOf(options.person, options.pair);
+  photo::CutOutRequest request;
+  request.persons = FacesOf(options.person, options.pair);
+  request.colours = !options.cutOut.empty();
   CheckOutputs(options);
   codec::FileSource source(options.photograph, {options.maxPixels});
-  const photo::CutOut cutOut = photo::Studio().CutOut(source, faces, !options.cutOut.empty());
+  const photo::CutOut cutOut = photo::Studio().CutOut(source, request);
   WriteOutputs(options, cutOut);
   if (options.quiet) return;
   std::string outputs = photo::Printable(options.mask);

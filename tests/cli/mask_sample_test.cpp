@@ -60,7 +60,7 @@ TEST(SampleMask, IsTakenBackForTheSamePicture) {
 
 TEST(SampleMask, OfALargePhotographGivesAlmostTheSamePicture) {
   const TestFolder folder;
-  ToVips(ReadImage(QX_SAMPLE_PHOTO)).resize(7).write_to_file((folder / "x.png").c_str());
+  ToVips(ReadImage(QX_SAMPLE_PHOTO)).resize(4.5).write_to_file((folder / "x.png").c_str());
   MustRun(folder, {"mask", "x.png", "-o", "m.png"});
   const Names make{"make", "x.png", "--preset", "one-inch", "--quiet", "-o"};
   MustRun(folder, Joined(make, {"own.png"}));
