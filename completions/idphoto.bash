@@ -3,7 +3,7 @@
 _idphoto_options() {
   local document='--preset --size --dpi --head --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
-  local finish='--background --max-kb --min-kb --relax --no-straighten --force --pair'
+  local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --force --pair'
   local common='-h --help'
   case $1 in
     '') echo "$common --version" ;;
@@ -12,7 +12,7 @@ _idphoto_options() {
     make)
       echo "$common -o --output $document $retouch $finish --mask --person --compare --quiet --json --max-megapixels"
       ;;
-    mask) echo "$common -o --output --cutout --person --pair --quiet --max-megapixels" ;;
+    mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --json" ;;
     check) echo "$common $document --json --draw --max-megapixels" ;;

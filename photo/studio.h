@@ -64,6 +64,7 @@ struct MakeRequest {
   bool relax = false;    // take the nearest rectangle when none meets the bounds
   Retouch retouch;       // none unless set
   bool compare = false;  // make the picture without retouching too
+  bool keepRim = false;  // leave the old surroundings' light on the rim of hair and shoulders
 };
 
 struct MadePhoto {
@@ -82,7 +83,8 @@ struct MadePhoto {
 
 struct CutOutRequest {
   AnalyseRequest persons;
-  bool colours = true;  // not the mask alone
+  bool colours = true;   // not the mask alone
+  bool keepRim = false;  // as in MakeRequest
 };
 
 // The persons of a whole photograph, of its size and lying as it does.

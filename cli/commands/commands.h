@@ -53,6 +53,9 @@ void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::s
 // What --person and --pair ask for. Throws SetupFailure when that is both.
 photo::AnalyseRequest FacesOf(const std::optional<int>& person, bool pair);
 
+// --keep-rim, which leaves the old surroundings' light.
+void AddKeepRimFlag(CLI::App& command, bool* keepRim);
+
 // --format, one of those that are written.
 void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help);
 

@@ -48,6 +48,10 @@ photo::AnalyseRequest FacesOf(const std::optional<int>& person, bool pair) {
   return {person, pair};
 }
 
+void AddKeepRimFlag(CLI::App& command, bool* keepRim) {
+  command.add_flag("--keep-rim", *keepRim, "Leave the old surroundings' light on the rim of hair and shoulders");
+}
+
 void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help) {
   command
       .add_option_function<std::string>(

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/commands/commands.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/document/units.h"
@@ -106,6 +107,7 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
   command.add_flag("--no-straighten", options->noStraighten, "Leave a head that leans as it is");
+  AddKeepRimFlag(command, &options->keepRim);
   command.add_flag("--relax", options->relax,
                    "When no cut meets the bounds, take the nearest and say what was given up");
   command.add_flag("--force", options->force, "Change the background or retouch even where the authority forbids it");
@@ -142,6 +144,7 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
     request.background = photo::ParseBackground(photo::ChooseBackground(preset, options.background, options.force));
     // A turned photograph is a changed one.
     request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
+    request.keepRim = options.keepRim;
     request.relax = options.relax;
     request.retouch = RetouchOf(options.retouch);
     photo::CheckRetouch(preset, request.retouch, options.force);

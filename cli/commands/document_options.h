@@ -24,13 +24,14 @@ struct DocumentOptions {
   bool noStraighten = false;
   bool relax = false;
   bool force = false;
+  bool keepRim = false;
   RetouchOptions retouch;
 };
 
 // --preset, --size, --dpi, --head, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
-// --background, --min-kb, --max-kb, --no-straighten, --relax, --force.
+// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
 // The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such

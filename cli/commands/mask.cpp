@@ -20,7 +20,7 @@ namespace {
 struct MaskOptions {
   std::string photograph, mask, cutOut;
   std::optional<int> person;
-  bool pair = false, quiet = false;
+  bool pair = false, keepRim = false, quiet = false;
   int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
@@ -68,6 +68,7 @@ void Run(const MaskOptions& options) {
   photo::CutOutRequest request;
   request.persons = FacesOf(options.person, options.pair);
   request.colours = !options.cutOut.empty();
+  request.keepRim = options.keepRim;
   CheckOutputs(options);
   codec::FileSource source(options.photograph, {options.maxPixels});
   const photo::CutOut cutOut = photo::Studio().CutOut(source, request);
@@ -91,6 +92,7 @@ void AddMaskCommand(CLI::App& app, int* status) {
   command->add_option("--cutout", options->cutOut, "The person alone, a transparent .png file")->type_name("OUT");
   AddPersonOption(*command, &options->person, "Number of the face, as inspect shows it; default the largest");
   command->add_flag("--pair", options->pair, "Two persons: the two largest faces");
+  AddKeepRimFlag(*command, &options->keepRim);
   command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
   AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
