@@ -31,6 +31,7 @@ int Run(int argc, char** argv) {
       "  idphoto crop holiday.jpg -o faces       every face, upright and framed, as a file in faces/\n"
       "  idphoto inspect holiday.jpg             the faces as a table\n"
       "  idphoto make holiday.jpg -o visa.jpg --preset schengen-visa\n"
+      "  idphoto mask holiday.jpg --cutout me.png  the person alone, on no background\n"
       "  idphoto retouch holiday.jpg -o better.jpg --beauty light\n"
       "  idphoto check visa.jpg --preset schengen-visa\n"
       "  idphoto sheet passport.jpg -o sheet.png as many as fit on a sheet of photo paper, at true size\n"
@@ -38,6 +39,7 @@ int Run(int argc, char** argv) {
   qx::cli::AddCropCommand(app, &status);
   qx::cli::AddInspectCommand(app, &status);
   qx::cli::AddMakeCommand(app, &status);
+  qx::cli::AddMaskCommand(app, &status);
   qx::cli::AddRetouchCommand(app, &status);
   qx::cli::AddPresetsCommand(app, &status);
   qx::cli::AddCheckCommand(app, &status);

@@ -101,8 +101,13 @@ enum class PrintFormat { kPng, kJpeg, kTiff };
 std::optional<ImageFormat> FormatOfName(const std::filesystem::path& path);
 std::optional<PrintFormat> PrintFormatOfName(const std::filesystem::path& path);
 
-// The bytes of a PNG or JPEG (quality 95, colour at full resolution) file, without a resolution. Throws Failure.
-std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format);
+// The bytes of a PNG or JPEG (quality 95, colour at full resolution) file, without a resolution. With an opacity, a
+// mask of the image's size, a transparent PNG: 8 bits, the colours as they are, not multiplied by it. Throws Failure:
+// kBadMask for an opacity of another size, kBadOption for one in a JPEG.
+std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format, const photo::Mask& opacity = {});
+
+// The bytes of a grey PNG file of 8 bits, which ReadMask reads. Throws Failure.
+std::vector<uint8_t> EncodeMask(const photo::Mask& mask);
 
 // The same, or a TIFF without loss, with its resolution in pixels an inch, 1 to 65,535. Throws Failure.
 std::vector<uint8_t> EncodePrint(const photo::Image& image, PrintFormat format, int32_t dpi);
@@ -121,9 +126,9 @@ struct EncodedDocument {
 // highest one that keeps the file at or below maxKb (with colour at half resolution where quality 80 is too large);
 // below minKb the quality goes up to 100, and then comments of blanks follow the header. Throws Failure (kFileSize)
 // when even quality 30 is too large, when blanks would break the ceiling, or when a PNG, whose size is what it is,
-// breaks a limit.
+// breaks a limit. `opacity`: as for EncodeImage; empty for none.
 EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, int32_t dpi, std::optional<int32_t> minKb,
-                               std::optional<int32_t> maxKb);
+                               std::optional<int32_t> maxKb, const photo::Mask& opacity = {});
 
 }  // namespace qx::codec
 

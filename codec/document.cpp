@@ -18,7 +18,7 @@ constexpr int kGoodQuality = 80;
 // A JPEG file with its resolution in pixels an inch.
 class DocumentJpeg {
  public:
-  DocumentJpeg(const photo::Image& image, int32_t dpi) : encoder_(image, dpi) {
+  DocumentJpeg(const photo::Image& image, int32_t dpi) : encoder_(image, {}, dpi) {
     const auto high = static_cast<uint8_t>(dpi >> 8), low = static_cast<uint8_t>(dpi);
     jfif_ = {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 1, high, low, high, low, 0, 0};
   }
@@ -111,14 +111,16 @@ EncodedDocument EncodeJpeg(const DocumentJpeg& encoder, int64_t floor, int64_t c
   return document;
 }
 
-EncodedDocument EncodePng(const photo::Image& image, int32_t dpi, int64_t floor, int64_t ceiling) {
+EncodedDocument EncodePng(const photo::Image& image, const photo::Mask& opacity, int32_t dpi, int64_t floor,
+                          int64_t ceiling) {
   EncodedDocument document;
-  document.bytes = Encoder(image, dpi).Png();
+  document.bytes = Encoder(image, opacity, dpi).Png();
   const auto size = static_cast<int64_t>(document.bytes.size());
   if (size > ceiling || size < floor) {
     throw photo::Failure(photo::FailureCode::kFileSize,
                          "the PNG file takes " + Kilobytes(size) + " and cannot be made " +
-                             (size > ceiling ? "smaller" : "larger") + "; write a .jpg file");
+                             (size > ceiling ? "smaller" : "larger") + "; write a .jpg file" +
+                             (opacity.values.empty() ? "" : ", before a colour"));
   }
   return document;
 }
@@ -135,7 +137,8 @@ std::string EncodedDocument::Remark() const {
 }
 
 EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, int32_t dpi, std::optional<int32_t> minKb,
-                               std::optional<int32_t> maxKb) {
+                               std::optional<int32_t> maxKb, const photo::Mask& opacity) {
+  CheckOpacity(image, opacity, format);
   const int64_t floor = minKb ? *minKb * photo::kFloorKilobyte : 0;
   const int64_t ceiling = maxKb ? *maxKb * photo::kCeilingKilobyte : std::numeric_limits<int64_t>::max();
   if (floor > ceiling)
@@ -143,7 +146,7 @@ EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, in
   return UseLibrary(
       [&] {
         return format == ImageFormat::kJpeg ? EncodeJpeg(DocumentJpeg(image, dpi), floor, ceiling)
-                                            : EncodePng(image, dpi, floor, ceiling);
+                                            : EncodePng(image, opacity, dpi, floor, ceiling);
       },
       EncodingFailure);
 }

@@ -22,6 +22,13 @@ photo::Bytes RedGreenBlue(const photo::Image& image) {
   return samples;
 }
 
+// The library only reads the samples, which outlive its image.
+VImage Wrapped(const photo::Bytes& samples, int32_t width, int32_t height) {
+  const size_t bands = samples.size() / (static_cast<size_t>(width) * static_cast<size_t>(height));
+  return VImage::new_from_memory(const_cast<uint8_t*>(samples.data()), samples.size(), width, height,
+                                 static_cast<int>(bands), VIPS_FORMAT_UCHAR);
+}
+
 std::vector<uint8_t> TakeBytes(VipsBlob* blob) {
   const std::unique_ptr<VipsBlob, void (*)(VipsBlob*)> owner(blob, [](VipsBlob* b) { vips_area_unref(VIPS_AREA(b)); });
   size_t size = 0;
@@ -38,11 +45,18 @@ std::string EndingOf(const fs::path& path) {
 
 }  // namespace
 
-Encoder::Encoder(const photo::Image& image, std::optional<int32_t> dpi) : samples_(RedGreenBlue(image)) {
+Encoder::Encoder(const photo::Image& image, const photo::Mask& opacity, std::optional<int32_t> dpi) {
+  if (opacity.values.empty()) {
+    samples_ = RedGreenBlue(image);
+    rgb_ = Wrapped(samples_, image.width, image.height);
+  } else {
+    // A cut-out may be a whole photograph: its samples change their order as they are written, without a copy.
+    const VImage bgr = Wrapped(image.bgr, image.width, image.height);
+    rgb_ = VImage::bandjoin({bgr[2], bgr[1], bgr[0], Wrapped(opacity.values, image.width, image.height)});
+  }
   auto* options = VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB);
   if (dpi) options->set("xres", *dpi / photo::kMillimetresPerInch)->set("yres", *dpi / photo::kMillimetresPerInch);
-  rgb_ = VImage::new_from_memory(samples_.data(), samples_.size(), image.width, image.height, 3, VIPS_FORMAT_UCHAR)
-             .copy(options);
+  rgb_ = rgb_.copy(options);
 }
 
 std::vector<uint8_t> Encoder::Png() const {
@@ -85,17 +99,37 @@ std::optional<PrintFormat> PrintFormatOfName(const fs::path& path) {
   return *format == ImageFormat::kJpeg ? PrintFormat::kJpeg : PrintFormat::kPng;
 }
 
-std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format) {
+void CheckOpacity(const photo::Image& image, const photo::Mask& opacity, ImageFormat format) {
+  if (opacity.values.empty()) return;
+  if (!opacity.IsOf(image)) {
+    throw photo::Failure(photo::FailureCode::kBadMask, "the opacity is not of the picture's size");
+  }
+  if (format == ImageFormat::kPng) return;
+  throw photo::Failure(photo::FailureCode::kBadOption, "a JPEG file cannot be transparent; write a .png file");
+}
+
+std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format, const photo::Mask& opacity) {
+  CheckOpacity(image, opacity, format);
   return UseLibrary(
       [&] {
-        const Encoder encoder(image, std::nullopt);
+        const Encoder encoder(image, opacity, std::nullopt);
         return format == ImageFormat::kJpeg ? encoder.Jpeg(kUsualQuality, true, false) : encoder.Png();
       },
       EncodingFailure);
 }
 
+std::vector<uint8_t> EncodeMask(const photo::Mask& mask) {
+  return UseLibrary(
+      [&] {
+        const VImage grey = Wrapped(mask.values, mask.width, mask.height)
+                                .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
+        return TakeBytes(grey.pngsave_buffer(VImage::option()->set("strip", true)));
+      },
+      EncodingFailure);
+}
+
 std::vector<uint8_t> EncodePrint(const photo::Image& image, PrintFormat format, int32_t dpi) {
-  if (format == PrintFormat::kTiff) return UseLibrary([&] { return Encoder(image, dpi).Tiff(); }, EncodingFailure);
+  if (format == PrintFormat::kTiff) return UseLibrary([&] { return Encoder(image, {}, dpi).Tiff(); }, EncodingFailure);
   const ImageFormat other = format == PrintFormat::kJpeg ? ImageFormat::kJpeg : ImageFormat::kPng;
   return EncodeDocument(image, other, dpi, std::nullopt, std::nullopt).bytes;
 }

@@ -17,7 +17,8 @@ namespace qx::codec {
 // A picture that is encoded, perhaps more than once. Its calls throw vips::VError.
 class Encoder {
  public:
-  Encoder(const photo::Image& image, std::optional<int32_t> dpi);
+  // With an opacity of the image's size it is one for PNG alone, and both outlive the encoder.
+  Encoder(const photo::Image& image, const photo::Mask& opacity, std::optional<int32_t> dpi);
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
@@ -27,9 +28,12 @@ class Encoder {
   std::vector<uint8_t> Tiff() const;
 
  private:
-  photo::Bytes samples_;  // red, green, blue
-  vips::VImage rgb_;
+  photo::Bytes samples_;  // red, green, blue; of a transparent picture none
+  vips::VImage rgb_;      // with the opacity, if there is one
 };
+
+// Throws Failure when the opacity (empty: none) is not of the image's size, or the format has none.
+void CheckOpacity(const photo::Image& image, const photo::Mask& opacity, ImageFormat format);
 
 photo::Failure EncodingFailure(const std::string& message);
 

@@ -3,7 +3,7 @@
 _idphoto_options() {
   local document='--preset --size --dpi --head --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
-  local finish='--background --max-kb --min-kb --relax --no-straighten --force --pair'
+  local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --force --pair'
   local common='-h --help'
   case $1 in
     '') echo "$common --version" ;;
@@ -12,6 +12,7 @@ _idphoto_options() {
     make)
       echo "$common -o --output $document $retouch $finish --mask --person --compare --quiet --json --max-megapixels"
       ;;
+    mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --json" ;;
     check) echo "$common $document --json --draw --max-megapixels" ;;
@@ -45,12 +46,12 @@ _idphoto() {
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
-    --background) _idphoto_words 'white lightgrey lightblue blue red keep gradient:' "$word" && return ;;
+    --background) _idphoto_words 'white lightgrey lightblue blue red keep transparent gradient:' "$word" && return ;;
     -o | --output)
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return
       ;;
-    --mask | --draw | --report) _idphoto_files -f "$word" && return ;;
+    --mask | --cutout | --draw | --report) _idphoto_files -f "$word" && return ;;
     # A number or a length: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --max-megapixels) return ;;
@@ -58,7 +59,7 @@ _idphoto() {
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make retouch presets check sheet batch' "$word"
+    _idphoto_words 'crop inspect make mask retouch presets check sheet batch' "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"
   else

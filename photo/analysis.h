@@ -3,6 +3,7 @@
 #define QX_PHOTO_ANALYSIS_H
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "photo/face/face_finder.h"
@@ -38,6 +39,12 @@ Mask MaskOfPart(const Analysis::State& state, const PhotographPart& part);
 
 // Studio::Render on the photograph as it stands upright.
 MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::State* state, const MakeRequest& request);
+
+// Studio::CutOut on the photograph as it stands upright, without remarks.
+CutOut CutOutAnalysed(PhotoSource& upright, const Analysis::State& state, const CutOutRequest& request);
+
+// That the photograph shows others too, or nothing.
+std::vector<std::string> RemarksOnFaces(const Analysis::State& state);
 
 }  // namespace qx::photo
 

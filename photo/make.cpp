@@ -8,7 +8,6 @@
 
 #include "photo/analysis.h"
 #include "photo/base/failure.h"
-#include "photo/base/text.h"
 #include "photo/person/foreground.h"
 #include "photo/person/hair.h"
 #include "photo/place/face_placement.h"
@@ -258,12 +257,7 @@ Placed PlaceFinely(PhotoSource& upright, FaceFinder& finder, const MakeRequest& 
 
 void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
   char text[160];
-  if (state.facesFound > state.persons.size()) {
-    made->remarks.push_back(
-        Count(state.facesFound, "face") + " found, the " +
-        (state.persons.size() == 1 ? "one of number " + std::to_string(state.number) : std::string("two largest")) +
-        " taken");
-  }
+  made->remarks = RemarksOnFaces(state);
   if (made->enlargement > 1.05) {
     std::snprintf(text, sizeof text, "enlarged %.1f times: the photograph has too few pixels for %d x %d",
                   made->enlargement, document.width, document.height);
@@ -292,14 +286,14 @@ PhotoMeasures MeasureAgain(FaceFinder& finder, const State& state, const Photogr
   return MeasuresIn(placed.rectangle, Measurer(state, &retouched).Measure(placed.turn).persons[0]);
 }
 
-// The picture of the document from the part as it is now.
+// The picture of the document from the part as it is now, and its opacity where the background is transparent.
 Image Finish(const PhotographPart& part, const Mask& mask, const std::vector<ProbedFace>& faces,
-             const MakeRequest& request, const Placed& placed) {
+             const MakeRequest& request, const Placed& placed, Mask* alpha) {
   if (request.background.IsKeep()) {
     return RenderPhoto(part, mask, request.background, placed.turn, placed.rectangle, request.document);
   }
   PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width()), part.box, part.width, part.height};
-  return RenderPhoto(cleaned, mask, request.background, placed.turn, placed.rectangle, request.document);
+  return RenderPhoto(cleaned, mask, request.background, placed.turn, placed.rectangle, request.document, alpha);
 }
 
 }  // namespace
@@ -315,17 +309,21 @@ MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::Sta
   made.straightened = placed.straightened;
   made.enlargement = request.document.height / placed.rectangle.height;
   if (request.retouch.IsNone() || request.compare) {
-    made.image = Finish(prepared.part, prepared.mask, prepared.faces, request, placed);
+    made.image = Finish(prepared.part, prepared.mask, prepared.faces, request, placed, &made.alpha);
   }
   if (!request.retouch.IsNone()) {
-    if (request.compare) made.before = std::move(made.image);
+    if (request.compare) {
+      made.before = std::move(made.image);
+      made.alphaBefore = std::move(made.alpha);
+    }
     PhotographPart part = prepared.part;
     Mask mask = prepared.mask;
     RetouchFaces(prepared.faces, request.retouch, &part.picture, &mask);
-    made.image = Finish(part, mask, prepared.faces, request, placed);
+    made.image = Finish(part, mask, prepared.faces, request, placed, &made.alpha);
     if (request.retouch.face != 0) made.measures = MeasureAgain(finder, *state, part, mask, placed);
   } else if (request.compare) {
     made.before = made.image;
+    made.alphaBefore = made.alpha;
   }
   AddRemarks(*state, request.document, placed, &made);
   return made;

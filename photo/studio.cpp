@@ -8,6 +8,7 @@
 #include "photo/base/failure.h"
 #include "photo/base/raster.h"
 #include "photo/base/resize.h"
+#include "photo/base/text.h"
 #include "photo/face/upright.h"
 
 namespace qx::photo {
@@ -15,7 +16,6 @@ namespace {
 
 // Enough for the faces, and for the person's map at its working size.
 constexpr int64_t kOverviewPixels = 2'000'000;
-constexpr int32_t kCoarseSide = 1600;  // longest side of the reduced copy of a mask made elsewhere
 
 // The mask's part brought to a size, by way of a picture of three equal channels.
 Mask ResizeMask(const Mask& mask, const PixelBox& box, int32_t width, int32_t height) {
@@ -31,12 +31,6 @@ Mask ResizeMask(const Mask& mask, const PixelBox& box, int32_t width, int32_t he
   Mask result(width, height);
   for (size_t i = 0; i < result.values.size(); ++i) result.values[i] = resized.bgr[3 * i];
   return result;
-}
-
-Mask Reduced(const Mask& mask) {
-  const double scale = std::min(1.0, static_cast<double>(kCoarseSide) / std::max(mask.width, mask.height));
-  const auto size = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(side * scale + 0.5)); };
-  return ResizeMask(mask, {0, 0, mask.width, mask.height}, size(mask.width), size(mask.height));
 }
 
 // The boxes of the chosen faces and of all others.
@@ -84,6 +78,13 @@ Mask MaskOfPart(const Analysis::State& state, const PhotographPart& part) {
   return RefineMask(*state.map, part.picture,
                     {part.box.left * state.toOverviewX, part.box.top * state.toOverviewY,
                      part.box.Width() * state.toOverviewX, part.box.Height() * state.toOverviewY});
+}
+
+std::vector<std::string> RemarksOnFaces(const Analysis::State& state) {
+  if (state.facesFound <= state.persons.size()) return {};
+  return {Count(state.facesFound, "face") + " found, the " +
+          (state.persons.size() == 1 ? "one of number " + std::to_string(state.number) : std::string("two largest")) +
+          " taken"};
 }
 
 std::string ChooseBackground(const Preset& preset, const std::optional<std::string>& wanted, bool force) {
@@ -138,12 +139,15 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
   state->facesFound = upright.facesFound;
   state->number = upright.number;
   for (const size_t person : upright.persons) state->persons.push_back(upright.faces[person]);
+  std::vector<FaceBox> persons, others;
+  SplitFaces(upright, &persons, &others);
   if (mask) {
     state->given = TurnClockwise(*mask, upright.quarterTurns);
-    state->coarse = Reduced(state->given);
+    // As large as the one that is made here, so that a mask of ours is placed as it was before it was written.
+    const MapSize size = SizeOfMap(upright.image.width, upright.image.height, persons);
+    const PixelBox all{0, 0, state->width, state->height};
+    state->coarse = ResizeMask(state->given, all, std::min(size.width, all.right), std::min(size.height, all.bottom));
   } else {
-    std::vector<FaceBox> persons, others;
-    SplitFaces(upright, &persons, &others);
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
     state->coarse = CoarseMask(*state->map);
   }
@@ -166,6 +170,19 @@ MadePhoto Studio::Render(PhotoSource& source, Analysis& analysis, const MakeRequ
 MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request, const Mask* mask) {
   Analysis analysis = Analyse(source, faces, mask);
   return Render(source, analysis, request);
+}
+
+CutOut Studio::CutOut(PhotoSource& source, const CutOutRequest& request) {
+  return Told([&] {
+    const std::unique_ptr<Analysis::State> state = FindPersons(source, request.persons, nullptr);
+    TurnedSource upright(&source, state->quarterTurns);
+    photo::CutOut cutOut = CutOutAnalysed(upright, *state, request);
+    const int back = (4 - state->quarterTurns) % 4;
+    cutOut.mask = TurnClockwise(std::move(cutOut.mask), back);
+    if (request.colours) cutOut.colours = TurnClockwise(std::move(cutOut.colours), back);
+    cutOut.remarks = RemarksOnFaces(*state);
+    return cutOut;
+  });
 }
 
 RetouchedPhoto Studio::Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face) {

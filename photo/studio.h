@@ -64,11 +64,14 @@ struct MakeRequest {
   bool relax = false;    // take the nearest rectangle when none meets the bounds
   Retouch retouch;       // none unless set
   bool compare = false;  // make the picture without retouching too
+  bool keepRim = false;  // leave the old surroundings' light on the rim of hair and shoulders
 };
 
 struct MadePhoto {
   Image image;                       // of exactly the document's pixels
   std::optional<Image> before;       // the same without retouching, when asked for
+  Mask alpha, alphaBefore;           // opacity of both where the background is transparent, the colours not multiplied
+                                     // by it; empty otherwise
   PhotoMeasures measures;            // of the person (of two: the left) in the finished photograph
   std::vector<Miss> givenUp;         // by `relax`
   std::vector<std::string> remarks;  // what the user should know, one line each
@@ -76,6 +79,20 @@ struct MadePhoto {
   double lean = 0;                   // of the head in the upright photograph, degrees, clockwise positive
   double straightened = 0;           // by how much of it the photograph was turned back; 0: not turned
   double enlargement = 1;            // pixels of the document for one of the photograph, along a side
+};
+
+struct CutOutRequest {
+  AnalyseRequest persons;
+  bool colours = true;   // not the mask alone
+  bool keepRim = false;  // as in MakeRequest
+};
+
+// The persons of a whole photograph, of its size and lying as it does.
+struct CutOut {
+  Mask mask;                         // which Analyse takes
+  Image colours;                     // the persons' own, without the old background's share and not multiplied by the
+                                     // mask; they go on 32 pixels beyond it, then black. Empty when not asked for
+  std::vector<std::string> remarks;  // what the user should know, one line each
 };
 
 struct RetouchedPhoto {
@@ -117,6 +134,9 @@ class Studio {
   // Both.
   MadePhoto Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request,
                  const Mask* mask = nullptr);
+
+  // Takes the persons out of the photograph, at its full size. Throws Failure as Analyse does.
+  photo::CutOut CutOut(PhotoSource& source, const CutOutRequest& request);
 
   // Retouches the face of that number (from 1, best first), or all faces, and leaves everything else as it is. Throws
   // Failure (kNoFace, kNoSuchFace).

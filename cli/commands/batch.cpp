@@ -89,7 +89,7 @@ class Worker {
     const photo::MadePhoto made = studio_.Make(source, {std::nullopt, options_.pair}, request_);
     const photo::Document& document = request_.document;
     const codec::EncodedDocument file =
-        codec::EncodeDocument(made.image, options_.format, document.dpi, document.minKb, document.maxKb);
+        codec::EncodeDocument(made.image, options_.format, document.dpi, document.minKb, document.maxKb, made.alpha);
     OutputFile output(item.output);
     output.Write(file.bytes.data(), file.bytes.size());
     output.Commit();
@@ -121,6 +121,7 @@ int RunBatchCommand(const BatchOptions& options, const std::string& text) {
   const photo::Preset preset = PresetOf(options.document);
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
   const photo::MakeRequest request = RequestOf(options.document);
+  CheckTransparency(request.background, options.format, "add --format png");
   const bool forbidden = request.background.IsKeep() && !options.document.background;
   const std::string remark = forbidden ? "background kept: " + preset.authority + " takes no changed one" : "";
   PrepareOutputFolder(options.folder);

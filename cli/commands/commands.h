@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "codec/codec.h"
+#include "photo/studio.h"
 
 namespace qx::cli {
 
@@ -25,6 +26,7 @@ enum ExitStatus : int {
 void AddCropCommand(CLI::App& app, int* status);
 void AddInspectCommand(CLI::App& app, int* status);
 void AddMakeCommand(CLI::App& app, int* status);
+void AddMaskCommand(CLI::App& app, int* status);
 void AddRetouchCommand(CLI::App& app, int* status);
 void AddPresetsCommand(CLI::App& app, int* status);
 void AddCheckCommand(CLI::App& app, int* status);
@@ -47,6 +49,12 @@ void RunOnPhotograph(const std::string& photograph, int* status, const std::func
 
 // --person, the number of a face.
 void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help);
+
+// What --person and --pair ask for. Throws SetupFailure when that is both.
+photo::AnalyseRequest FacesOf(const std::optional<int>& person, bool pair);
+
+// --keep-rim, which leaves the old surroundings' light.
+void AddKeepRimFlag(CLI::App& command, bool* keepRim);
 
 // --format, one of those that are written.
 void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help);

@@ -43,6 +43,15 @@ void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::s
   command.add_option("--person", *person, help)->type_name("N")->check(CLI::Range(1, INT32_MAX).description(""));
 }
 
+photo::AnalyseRequest FacesOf(const std::optional<int>& person, bool pair) {
+  if (pair && person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
+  return {person, pair};
+}
+
+void AddKeepRimFlag(CLI::App& command, bool* keepRim) {
+  command.add_flag("--keep-rim", *keepRim, "Leave the old surroundings' light on the rim of hair and shoulders");
+}
+
 void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help) {
   command
       .add_option_function<std::string>(

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/commands/commands.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/document/units.h"
@@ -101,11 +102,12 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
             }
             options->background = text;
           },
-          "keep, a CSS colour (white, lightblue, #rrggbb) or gradient:COLOUR-COLOUR, top to bottom")
+          "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent")
       ->type_name("COLOUR");
   AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
   command.add_flag("--no-straighten", options->noStraighten, "Leave a head that leans as it is");
+  AddKeepRimFlag(command, &options->keepRim);
   command.add_flag("--relax", options->relax,
                    "When no cut meets the bounds, take the nearest and say what was given up");
   command.add_flag("--force", options->force, "Change the background or retouch even where the authority forbids it");
@@ -142,11 +144,17 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
     request.background = photo::ParseBackground(photo::ChooseBackground(preset, options.background, options.force));
     // A turned photograph is a changed one.
     request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
+    request.keepRim = options.keepRim;
     request.relax = options.relax;
     request.retouch = RetouchOf(options.retouch);
     photo::CheckRetouch(preset, request.retouch, options.force);
     return request;
   });
+}
+
+void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice) {
+  if (!background.IsTransparent() || format == codec::ImageFormat::kPng) return;
+  throw SetupFailure("a .jpg file cannot be transparent; " + advice + ", or choose a colour with --background");
 }
 
 }  // namespace qx::cli

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/commands/retouch_options.h"
+#include "codec/codec.h"
 #include "photo/document/presets.h"
 #include "photo/studio.h"
 
@@ -23,13 +24,14 @@ struct DocumentOptions {
   bool noStraighten = false;
   bool relax = false;
   bool force = false;
+  bool keepRim = false;
   RetouchOptions retouch;
 };
 
 // --preset, --size, --dpi, --head, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
-// --background, --min-kb, --max-kb, --no-straighten, --relax, --force.
+// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
 // The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such
@@ -38,6 +40,10 @@ photo::Preset PresetOf(const DocumentOptions& options);
 // What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
 // forbids.
 photo::MakeRequest RequestOf(const DocumentOptions& options);
+
+// Throws SetupFailure when the background is transparent and files of that format are not. `advice`: how to have
+// another format.
+void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice);
 
 }  // namespace qx::cli
 

@@ -79,14 +79,22 @@ std::string ReportJson(const MakeOptions& options, const photo::Document& docume
   return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+// Of transparent ones, both before white.
+photo::Image Comparison(const photo::MadePhoto& made) {
+  if (made.alpha.values.empty()) return photo::SideBySide(*made.before, made.image);
+  return photo::SideBySide(photo::Composite(*made.before, made.alphaBefore, photo::Background()),
+                           photo::Composite(made.image, made.alpha, photo::Background()));
+}
+
 void Make(const MakeOptions& options) {
-  if (options.pair && options.person) throw SetupFailure("--pair takes two faces, --person one; leave one of them out");
+  const photo::AnalyseRequest faces = FacesOf(options.person, options.pair);
   const photo::Preset preset = PresetOf(options.document);
   photo::MakeRequest request = RequestOf(options.document);
   request.compare = options.compare;
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
   const KeptFile photographFile{"photograph", options.photograph}, maskFile{"mask", options.mask};
   const codec::ImageFormat format = CheckPictureName(options.output, {photographFile, maskFile});
+  CheckTransparency(request.background, format, "end the name in .png");
   if (options.compare) CheckPictureName(CompareName(options.output), {photographFile, maskFile});
 
   codec::FileSource source(options.photograph, {options.maxPixels});
@@ -99,15 +107,15 @@ void Make(const MakeOptions& options) {
     }
   }
   const photo::Mask* given = options.mask.empty() ? nullptr : &mask;
-  photo::MadePhoto made = photo::Studio().Make(source, {options.person, options.pair}, request, given);
-  const codec::EncodedDocument file =
-      codec::EncodeDocument(made.image, format, request.document.dpi, request.document.minKb, request.document.maxKb);
+  photo::MadePhoto made = photo::Studio().Make(source, faces, request, given);
+  const codec::EncodedDocument file = codec::EncodeDocument(made.image, format, request.document.dpi,
+                                                            request.document.minKb, request.document.maxKb, made.alpha);
   if (!file.Remark().empty()) made.remarks.push_back(file.Remark());
   if (request.background.IsKeep() && !options.document.background) {
     made.remarks.push_back("background kept: " + preset.authority + " takes no changed one");
   }
   std::vector<uint8_t> comparison;
-  if (made.before) comparison = codec::EncodeImage(photo::SideBySide(*made.before, made.image), format);
+  if (made.before) comparison = codec::EncodeImage(Comparison(made), format);
   WriteWithComparison(options.output, file.bytes, comparison);
   if (!options.quiet) {
     const std::string report = options.json ? ReportJson(options, request.document, made, file)
@@ -125,8 +133,9 @@ void AddMakeCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
   AddMakeOptions(*command, &options->document);
   command
-      ->add_option("--mask", options->mask,
-                   "Person mask made elsewhere: a picture of the photograph's size, white where the person is")
+      ->add_option(
+          "--mask", options->mask,
+          "Person mask, from idphoto mask or made elsewhere: of the photograph's size, white where the person is")
       ->type_name("FILE");
   AddPersonOption(*command, &options->person, "Number of the face, as inspect shows it; default the largest");
   AddCompareFlag(*command, &options->compare);

@@ -251,14 +251,10 @@ std::vector<FaceBox> Clamped(const std::vector<FaceBox>& faces, const Image& pho
 WorkingPicture MakeWorkingPicture(const Image& photograph, const std::vector<FaceBox>& persons,
                                   const std::vector<FaceBox>& others) {
   WorkingPicture picture;
-  double widest = 0;
-  for (const FaceBox& face : persons) widest = std::max(widest, face.Width());
-  const double pixels = static_cast<double>(photograph.width) * photograph.height;
-  const double scale = std::min({1.0, kWorkingFaceWidth / widest, std::sqrt(kWorkingPixels / pixels)});
-  const int width = std::max(1, static_cast<int>(std::lround(photograph.width * scale)));
-  const int height = std::max(1, static_cast<int>(std::lround(photograph.height * scale)));
+  const MapSize size = SizeOfMap(photograph.width, photograph.height, persons);
+  const int width = size.width, height = size.height;
   picture.colours = ResampleWhole(photograph, width, height);
-  picture.faceWidth = widest * scale;
+  picture.faceWidth = size.faceWidth;
   auto toWorking = [&](const std::vector<FaceBox>& faces) {
     std::vector<FaceBox> scaled;
     const double x = static_cast<double>(width) / photograph.width, y = static_cast<double>(height) / photograph.height;
@@ -283,6 +279,15 @@ OutlineFilter FilterFor(Follow follow, double faceWidth) {
 }
 
 }  // namespace
+
+MapSize SizeOfMap(int32_t width, int32_t height, const std::vector<FaceBox>& persons) {
+  double widest = 0;
+  for (const FaceBox& face : persons) widest = std::max(widest, face.Width());
+  const double pixels = static_cast<double>(width) * height;
+  const double scale = std::min({1.0, kWorkingFaceWidth / widest, std::sqrt(kWorkingPixels / pixels)});
+  const auto scaled = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(std::lround(side * scale))); };
+  return {scaled(width), scaled(height), widest * scale};
+}
 
 PersonMap PersonSegmenter::FindPersons(const Image& overview, const std::vector<FaceBox>& persons,
                                        const std::vector<FaceBox>& others) {

@@ -5,6 +5,7 @@
 #ifndef QX_PHOTO_PERSON_MASK_H
 #define QX_PHOTO_PERSON_MASK_H
 
+#include <cstdint>
 #include <vector>
 
 #include "photo/base/geometry.h"
@@ -21,6 +22,13 @@ struct PersonMap {
   double faceWidth = 0;           // of the largest person, in pixels of the map
   double scaleX = 0, scaleY = 0;  // pixels of the map for one of the overview, at most 1
 };
+
+// Of the map of an overview of that size in which these persons' faces are: at least one, all inside of it.
+struct MapSize {
+  int32_t width = 0, height = 0;
+  double faceWidth = 0;  // of the widest, in pixels of the map
+};
+MapSize SizeOfMap(int32_t width, int32_t height, const std::vector<FaceBox>& persons);
 
 // Finds persons, one photograph at a time. An instance belongs to one thread at a time.
 class PersonSegmenter {
@@ -44,7 +52,8 @@ Mask CoarseMask(const PersonMap& map);
 
 // The mask of a picture that shows `window`, in pixels of the overview, at any size; its outline follows the edges of
 // the picture. What lies outside of the overview goes on as at its border. A window is not empty. The time grows with
-// the pixels only where the outline passes.
+// the pixels only where the outline passes. Pictures of one size for a pixel of the overview give what they share the
+// same mask: one of the whole photograph, read again for a part, is the part's own.
 Mask RefineMask(const PersonMap& map, const Image& picture, const Rectangle& window);
 
 }  // namespace qx::photo

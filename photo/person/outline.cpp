@@ -52,20 +52,24 @@ class OutlineInPicture {
         guided_(colours, map, filter.radius, filter.epsilon),
         mask_(picture.width, picture.height) {
     const int margin = static_cast<int>(std::ceil(filter.band)) + 1;
-    around_ = {std::max(0, columns_.First() - margin), std::max(0, rows_.First() - margin),
+    around_ = {std::max(0, columns_.First() - margin), std::max(0, std::min(rows_.First() - margin, FirstRow())),
                std::min(map.width, columns_.End() + margin), std::min(map.height, rows_.End() + margin)};
     distances_ = SignedDistance(AtLeastHalf(map, around_), filter.band);
   }
 
   Mask Make() {
     FillPlain();
-    for (int top = rows_.First(); top < rows_.End(); top += kRows) {
+    for (int top = FirstRow(); top < rows_.End(); top += kRows) {
       ForBoxes(top, std::min(top + kRows, rows_.End()), [&](const PixelBox& box) { FilterBox(box); });
     }
     return std::move(mask_);
   }
 
  private:
+  // Boxes begin at the same rows of the map whatever the picture shows of it: the filter's sums run down their rows,
+  // and a pixel comes out the same in every picture that holds it.
+  int FirstRow() const { return rows_.First() / kRows * kRows; }
+
   const int16_t* DistanceAt(int x, int y) const {
     return distances_.data() + static_cast<size_t>(y - around_.top) * static_cast<size_t>(around_.Width()) +
            (x - around_.left);
@@ -89,7 +93,7 @@ class OutlineInPicture {
   void ForBoxes(int top, int bottom, Visit visit) const {
     const int first = columns_.First(), end = columns_.End(), last = std::min(bottom + 1, rows_.End());
     std::vector<int> nearest(static_cast<size_t>(end - first), 32767);
-    for (int y = top; y < last; ++y) {
+    for (int y = std::max(top, rows_.First()); y < last; ++y) {
       const int16_t* distance = DistanceAt(first, y);
       for (size_t x = 0; x < nearest.size(); ++x) nearest[x] = std::min(nearest[x], std::abs(int{distance[x]}));
     }

@@ -25,6 +25,10 @@ Background ParseBackground(std::string_view text) {
     background.kind = Background::Kind::kKeep;
     return background;
   }
+  if (text == "transparent") {
+    background.kind = Background::Kind::kTransparent;
+    return background;
+  }
   constexpr std::string_view kGradient = "gradient:";
   std::optional<Colour> top, bottom;
   if (text.substr(0, kGradient.size()) == kGradient) {
@@ -40,7 +44,7 @@ Background ParseBackground(std::string_view text) {
   if (!top || !bottom) {
     throw Failure(FailureCode::kBadOption,
                   "'" + Printable(text) +
-                      "' is no background; use keep, a colour such as white or #438edb, or two as in "
+                      "' is no background; use keep, transparent, a colour such as white or #438edb, or two as in "
                       "gradient:white-#dbe7f3 (top-bottom)");
   }
   background.top = *top;
@@ -62,7 +66,7 @@ Image Composite(const Image& foreground, const Mask& mask, const Background& bac
     throw Failure(FailureCode::kBadMask, "the mask is not of the picture's size");
   }
   Image result = foreground;
-  if (background.IsKeep()) return result;
+  if (background.kind != Background::Kind::kFill) return result;
   uint8_t* pixel = result.bgr.data();
   const uint8_t* alpha = mask.values.data();
   for (int32_t y = 0; y < result.height; ++y) {

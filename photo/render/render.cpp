@@ -4,7 +4,10 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 #include <vector>
+
+#include "photo/render/extend_colours.h"
 
 namespace qx::photo {
 namespace {
@@ -109,14 +112,21 @@ class Rendering {
         along_(std::abs(map_.a - map_.b * map_.d / map_.e)),
         across_(std::abs(map_.e)) {}
 
-  Image Render() {
+  // Fills `alpha` when the background is transparent.
+  Image Render(Mask* alpha) {
     FindRows();
     rows_.resize(static_cast<size_t>(last_ - first_ + 1) * static_cast<size_t>(width_));
     padding_ = along_.Taps();
     line_.resize(static_cast<size_t>(picture_.width) + 2 * static_cast<size_t>(padding_));
     for (int32_t y = first_; y <= last_; ++y) ResizeRow(y, rows_.data() + RowOffset(y));
     Image document(width_, height_);
-    for (int32_t j = 0; j < height_; ++j) MixRow(j, document.At(0, j));
+    if (!background_.IsTransparent()) {
+      for (int32_t j = 0; j < height_; ++j) MixRow(j, document.At(0, j));
+      return document;
+    }
+    *alpha = Mask(width_, height_);
+    for (int32_t j = 0; j < height_; ++j) DivideRow(j, document.At(0, j), alpha->Row(j));
+    ExtendColours(*alpha, &document);
     return document;
   }
 
@@ -172,20 +182,38 @@ class Rendering {
     }
   }
 
-  // Brings the columns to a row of the document, before the background.
+  // Brings the columns to a row of the document: a pixel.
+  Pixel SumColumn(int32_t i, int32_t j) const {
+    int32_t first = 0;
+    const float* weight = across_.At(map_.d * (i + 0.5) + map_.e * (j + 0.5) + map_.f - 0.5, &first);
+    const Pixel* sample = rows_.data() + RowOffset(first) + i;
+    const int32_t taps = across_.Taps();
+    Pixel sum{};
+    for (int32_t k = 0; k < taps; ++k, sample += width_) sum += weight[k] * *sample;
+    return sum;
+  }
+
+  // Before the background.
   void MixRow(int32_t j, uint8_t* out) const {
     const Colour behind = RowColour(background_, j, height_);
     const Pixel colour{static_cast<float>(behind.blue), static_cast<float>(behind.green),
                        static_cast<float>(behind.red), 0};
-    const int32_t taps = across_.Taps();
     for (int32_t i = 0; i < width_; ++i, out += 3) {
-      int32_t first = 0;
-      const float* weight = across_.At(map_.d * (i + 0.5) + map_.e * (j + 0.5) + map_.f - 0.5, &first);
-      const Pixel* sample = rows_.data() + RowOffset(first) + i;
-      Pixel sum{};
-      for (int32_t k = 0; k < taps; ++k, sample += width_) sum += weight[k] * *sample;
+      Pixel sum = SumColumn(i, j);
       sum += colour * (1 - sum[3]) + 0.5f;
       for (int c = 0; c < 3; ++c) out[c] = static_cast<uint8_t>(std::clamp(sum[c], 0.0f, 255.0f));
+    }
+  }
+
+  // Before none: the person's own colours. Where the kernel swings beyond full coverage, they stay as they are: which
+  // colours the swing would lead away from is not known.
+  void DivideRow(int32_t j, uint8_t* out, uint8_t* alpha) const {
+    for (int32_t i = 0; i < width_; ++i, out += 3, ++alpha) {
+      const Pixel sum = SumColumn(i, j);
+      *alpha = static_cast<uint8_t>(std::clamp(sum[3], 0.0f, 1.0f) * 255 + 0.5f);
+      for (int c = 0; c < 3; ++c) {
+        out[c] = *alpha == 0 ? uint8_t{0} : static_cast<uint8_t>(std::clamp(sum[c] / sum[3] + 0.5f, 0.0f, 255.0f));
+      }
     }
   }
 
@@ -205,8 +233,8 @@ class Rendering {
 }  // namespace
 
 Image RenderPhoto(const PhotographPart& part, const Mask& mask, const Background& background, const Turn& turn,
-                  const Rectangle& rectangle, const Document& document) {
-  return Rendering(part, mask, background, turn, rectangle, document).Render();
+                  const Rectangle& rectangle, const Document& document, Mask* alpha) {
+  return Rendering(part, mask, background, turn, rectangle, document).Render(alpha);
 }
 
 int32_t RenderReach(double scale) {

@@ -25,9 +25,10 @@ struct PhotographPart {
 // A. R. Smith, "3-D Transformations of Images in Scanline Order", 1980), so for turns far from a right angle.
 // Beside and above the photograph there is background; below it, at sides where the rectangle stays inside, and where
 // the part ends, the border pixels serve the kernel. With a kept background the mask is not looked at, and what lies
-// outside of the photograph takes its border pixels.
+// outside of the photograph takes its border pixels. A transparent one fills `alpha`, which is not looked at otherwise:
+// the document's pixels are then the person's own colours, not multiplied by it; see ExtendColours for those of none.
 Image RenderPhoto(const PhotographPart& part, const Mask& mask, const Background& background, const Turn& turn,
-                  const Rectangle& rectangle, const Document& document);
+                  const Rectangle& rectangle, const Document& document, Mask* alpha = nullptr);
 
 // Pixels of the part that the kernel reaches on each side of what it is asked for, at this many of them for one pixel
 // of the document.

@@ -71,6 +71,7 @@ TEST(BatchProgram, AnswersWrongUsageBeforeAnythingIsWritten) {
       {{"in", "-o", "out"}, "--preset"},
       {{"in", "-o", "out", "--preset", "nowhere"}, "nowhere"},
       {{"in", "-o", "out", "--size", "35x45mm", "--jobs", "0"}, "--jobs"},
+      {{"in", "-o", "out", "--size", "35x45mm", "--background", "transparent"}, "add --format png"},
       {{"out*", "-o", "in", "--size", "35x45mm"}, "no file matches"},
       {{"in", "-o", "in", "--size", "35x45mm"}, "would replace that photograph"},
       {{"in", "-o", "in", "--size", "35x45mm", "--format", "png", "--report", "in/x.jpg"}, "would replace"},

@@ -35,6 +35,8 @@ TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
       {{"--preset", "de-passport", "--skin", "0.5"}, "takes no retouched photograph"},
       {{"--preset", "cn-visa", "--quiet", "--json"}, "--json"},
       {{"--preset", "cn-marriage-certificate"}, "add --pair"},
+      {{"--preset", "cn-visa", "--background", "transparent"}, "end the name in .png"},
+      {{"--preset", "au-passport", "--background", "transparent"}, "add --force"},
       {{"--preset", "au-passport", "--background", "white"}, "add --force"}};
   for (const auto& [options, reason] : cases) {
     EXPECT_EQ(2, StatusOfRefusal(folder, Joined(make, options), reason)) << reason;

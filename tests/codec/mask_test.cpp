@@ -50,5 +50,31 @@ TEST(MaskFile, IsGreyOrTransparencyOfTheRightSize) {
   EXPECT_TRUE(Contains(FailureOf([&] { ReadMask(folder / "grey.png", 8, 6, {47}); }), "above the limit"));
 }
 
+TEST(MaskFile, IsWrittenAsItIsRead) {
+  const Image image = GradientImage(8, 6);
+  Mask mask(8, 6);
+  for (size_t i = 0; i < mask.values.size(); ++i) mask.values[i] = static_cast<uint8_t>(5 * i);
+  const auto bytesOf = [](const std::vector<uint8_t>& file) { return Bytes(file.begin(), file.end()); };
+  const std::vector<uint8_t> grey = EncodeMask(mask);
+  EXPECT_EQ(mask.values, ReadMask(bytesOf(grey), 8, 6).values);
+  const vips::VImage one = vips::VImage::new_from_buffer(grey.data(), grey.size(), "");
+  EXPECT_EQ(1, one.bands());
+  EXPECT_EQ(VIPS_FORMAT_UCHAR, one.format());
+
+  // With a picture: the colours stay as they are even where the opacity is 0.
+  const std::vector<uint8_t> cutOut = EncodeImage(image, ImageFormat::kPng, mask);
+  EXPECT_EQ(mask.values, ReadMask(bytesOf(cutOut), 8, 6).values);
+  const vips::VImage four = vips::VImage::new_from_buffer(cutOut.data(), cutOut.size(), "");
+  ASSERT_EQ(4, four.bands());
+  EXPECT_EQ(VIPS_INTERPRETATION_sRGB, four.interpretation());
+  EXPECT_EQ(0, (four.extract_band(0, vips::VImage::option()->set("n", 3)) - ToVips(image)).abs().max());
+  const EncodedDocument document = EncodeDocument(image, ImageFormat::kPng, 600, {}, {}, mask);
+  EXPECT_EQ(mask.values, ReadMask(bytesOf(document.bytes), 8, 6).values);
+  EXPECT_NEAR(600, FileSource(bytesOf(document.bytes)).Resolution()->x, 0.02);
+
+  EXPECT_TRUE(Contains(FailureOf([&] { EncodeImage(image, ImageFormat::kJpeg, mask); }), "write a .png file"));
+  EXPECT_TRUE(Contains(FailureOf([&] { EncodeImage(image, ImageFormat::kPng, Mask(6, 8, 1)); }), "opacity"));
+}
+
 }  // namespace
 }  // namespace qx::codec

@@ -66,6 +66,17 @@ TEST(StudioMemory, EveryShortageIsTold) {
   for (long requests = 1; CodeWhenShort(requests, render); requests += 1 + requests / 4) {
   }
   EXPECT_EQ(whole, studio.Render(source, analysis, request).image.bgr);
+  request.background = ParseBackground("transparent");
+  for (long requests = 1; CodeWhenShort(requests, render); requests += 1 + requests / 4) {
+  }
+  CutOut cutOut;
+  const auto takeOut = [&] { cutOut = studio.CutOut(source, {}); };
+  int tries = 1;
+  for (long requests = 1; const auto code = CodeWhenShort(requests, takeOut); requests += 1 + requests / 4, ++tries) {
+    EXPECT_EQ(FailureCode::kOutOfMemory, *code) << requests;
+  }
+  EXPECT_LT(10, tries);
+  EXPECT_TRUE(cutOut.mask.IsOf(cutOut.colours));
   for (const long requests : {1, 5, 20}) {
     EXPECT_EQ(FailureCode::kOutOfMemory, CodeWhenShort(requests, [&] { studio.Analyse(source, {}); }));
   }

@@ -257,13 +257,40 @@ TEST(Outline, MovesToTheEdgeOfThePictureAndIsFlatBeyondTheBand) {
       }
     }
   }
-  // A part is the same as what is cut out of the whole, also where no box of the whole begins.
-  const Rectangle window{120.5, 77, 55, 90};
-  Image part(110, 180);
-  for (int y = 0; y < part.height; ++y) std::copy_n(photograph.At(241, 154 + y), 3 * part.width, part.At(0, y));
-  const Mask cut = FilterOutline(map, colours, filter, part, window);
-  for (int y = 0; y < part.height; ++y) {
-    for (int x = 0; x < part.width; ++x) EXPECT_NEAR(large.Row(154 + y)[241 + x], cut.Row(y)[x], 1) << x << " " << y;
+}
+
+// A mask of the whole photograph holds those of its parts, bit by bit: what is written whole can be read for a part.
+TEST(Outline, IsTheSameInEveryPart) {
+  constexpr int kWidth = 230, kHeight = 310;  // of the map, half of the photograph's
+  Image whole(2 * kWidth, 2 * kHeight, RandomBytes(size_t{12} * kWidth * kHeight, 6));
+  const auto reach = [](double x, double y) { return std::hypot((x - 120) / 70, (y - 170) / 110); };
+  for (int y = 0; y < whole.height; ++y) {
+    for (int x = 0; x < whole.width; ++x) {
+      const int level = reach(x / 2.0 - 1.5, y / 2.0 + 2) < 1 ? 40 : 150;
+      for (int c = 0; c < 3; ++c) whole.At(x, y)[c] = static_cast<uint8_t>(level + whole.At(x, y)[c] / 4);
+    }
+  }
+  const Image colours = ResampleWhole(whole, kWidth, kHeight);
+  Mask map(kWidth, kHeight);
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kWidth; ++x) {
+      map.Row(y)[x] = static_cast<uint8_t>(std::clamp(128 + 900 * (1 - reach(x, y)), 0.0, 255.0));
+    }
+  }
+  const OutlineFilter filter{9, 1e-4, 2.5f, 11};
+  const Mask all = FilterOutline(map, colours, filter, whole, {0, 0, kWidth, kHeight});
+  for (int top = 0; top < 400; top += 13) {
+    const PixelBox box{top / 3, top, std::min(whole.width, top + 250), std::min(whole.height, top + 301)};
+    Image picture(box.Width(), box.Height());
+    for (int y = 0; y < picture.height; ++y) {
+      std::copy_n(whole.At(box.left, top + y), 3 * picture.width, picture.At(0, y));
+    }
+    const Rectangle window{box.left / 2.0, top / 2.0, box.Width() / 2.0, box.Height() / 2.0};
+    const Mask part = FilterOutline(map, colours, filter, picture, window);
+    for (int y = 0; y < part.height; ++y) {
+      const uint8_t* there = all.Row(top + y) + box.left;
+      ASSERT_TRUE(std::equal(there, there + part.width, part.Row(y))) << top << " " << y;
+    }
   }
 }
 

@@ -22,6 +22,7 @@ TEST(Background, IsReadOrRefused) {
     return colour.red == red && colour.green == green && colour.blue == blueSample;
   };
   EXPECT_FALSE(white.IsKeep());
+  EXPECT_TRUE(ParseBackground("transparent").IsTransparent() && !white.IsTransparent());
   EXPECT_TRUE(isColour(white.top, 255, 255, 255) && isColour(white.bottom, 255, 255, 255));
   EXPECT_TRUE(isColour(blue.top, 0x43, 0x8e, 0xdb) && isColour(blue.bottom, 0x43, 0x8e, 0xdb));
   EXPECT_TRUE(isColour(gradient.top, 0, 0, 0) && isColour(gradient.bottom, 255, 128, 0));
@@ -47,6 +48,7 @@ TEST(Background, IsReadOrRefused) {
                            "gradient:#000000",
                            "gradient:#000000-",
                            "gradient:#000000-whit",
+                           "gradient:transparent-white",
                            "#12",
                            "#1234",
                            "gradient:#000000#111111",

@@ -11,6 +11,7 @@
 #include "photo/base/resize.h"
 #include "photo/face/upright.h"
 #include "photo/place/person_geometry.h"
+#include "photo/render/extend_colours.h"
 
 namespace qx::photo {
 namespace {
@@ -89,7 +90,7 @@ struct PlainRendering {
     return {p[0] * share, p[1] * share, p[2] * share, share};
   }
 
-  std::array<double, 3> At(int i, int j) const {
+  std::array<double, 4> Sum(int i, int j) const {
     const PlacePoint place = InPart(i + 0.5, j + 0.5), below = InPart(i + 0.5, j + 1.5),
                      next = InPart(i + 1.5, j + 0.5);
     const double down = below.y - place.y, lean = (below.x - place.x) / down;
@@ -114,6 +115,11 @@ struct PlainRendering {
       weights += across;
     }
     for (double& value : sum) value /= weights;
+    return sum;
+  }
+
+  std::array<double, 3> At(int i, int j) const {
+    const std::array<double, 4> sum = Sum(i, j);
     const Colour colour = RowColour(background, j, document.height);
     const double behind[] = {double{1} * colour.blue, double{1} * colour.green, double{1} * colour.red};
     std::array<double, 3> shown{};
@@ -161,6 +167,69 @@ TEST(Render, IsThePlainSum) {
     ExpectPlain(inner, mask, "black", Turn(angle, {100, 140}), {60, 80, 78, 99});
     ExpectPlain(corner, mask, "black", Turn(angle, {250, 50}), {230, -20, 83.2, 105.6});
   }
+}
+
+// Laid over a colour, the transparent picture is the one before that colour; but not where the kernel swings out of
+// what colours and coverage can be.
+void ExpectTransparent(const PhotographPart& part, const Mask& mask, const Turn& turn, const Rectangle& rectangle) {
+  Document document;
+  document.width = 26;
+  document.height = 33;
+  Mask alpha;
+  const Image cutOut = RenderPhoto(part, mask, ParseBackground("transparent"), turn, rectangle, document, &alpha);
+  ASSERT_TRUE(alpha.IsOf(cutOut));
+  int compared = 0;
+  for (const char* colour : {"black", "white", "#20c0f0", "gradient:#ff0000-#0010ff"}) {
+    const Background behind = ParseBackground(colour);
+    const Image filled = RenderPhoto(part, mask, behind, turn, rectangle, document);
+    const Image laid = Composite(cutOut, alpha, behind);
+    const PlainRendering plain{part, mask, behind, turn, rectangle, document};
+    for (int j = 0; j < document.height; ++j) {
+      for (int i = 0; i < document.width; ++i) {
+        const auto sum = plain.Sum(i, j);
+        EXPECT_NEAR(std::clamp(255 * sum[3], 0.0, 255.0), alpha.Row(j)[i], 0.9);
+        const double most = *std::max_element(sum.begin(), sum.begin() + 3);
+        const double least = *std::min_element(sum.begin(), sum.begin() + 3);
+        if (sum[3] < 0 || sum[3] > 1 || least < 0 || most > 255 * sum[3]) continue;
+        ++compared;
+        for (size_t c = 0; c < 3; ++c) EXPECT_NEAR(filled.At(i, j)[c], laid.At(i, j)[c], 1) << i << " " << j;
+      }
+    }
+  }
+  EXPECT_LT(4 * 26 * 33 / 3, compared);
+}
+
+TEST(Render, TransparentIsThePictureBeforeNoColour) {
+  const Image picture = NoisyImage(90, 110);
+  const Mask mask = WavyMask(90, 110);
+  const PhotographPart whole{picture, {0, 0, 90, 110}, 90, 110};
+  for (const double angle : {0.0, -7.3, 25.0}) {
+    const Turn turn(angle, {50, 60});
+    ExpectTransparent(whole, mask, turn, {20, 25, 52, 66});
+    ExpectTransparent(whole, mask, turn, {33.3, 41.7, 20, 25.4});
+    ExpectTransparent(whole, mask, turn, {-20, -30, 104, 132});  // nothing above and beside the photograph
+  }
+}
+
+TEST(Render, ColoursGoOnWhereNothingIsSeen) {
+  const Mask nothing(3 + kColourReach, 2, 0);
+  Mask mask = nothing;
+  mask.Row(0)[0] = 1;
+  mask.Row(1)[2] = 255;
+  Image picture = NoisyImage(mask.width, 2);
+  const auto at = [&picture](int x, int y) { return Bytes(picture.At(x, y), picture.At(x, y) + 3); };
+  const Bytes upper = at(0, 0), lower = at(2, 1), black(3, 0);
+  ExtendColours(mask, &picture);
+  EXPECT_EQ(upper, at(0, 0));
+  EXPECT_EQ(upper, at(1, 0));
+  EXPECT_EQ(upper, at(0, 1));
+  EXPECT_EQ(lower, at(2, 1));
+  EXPECT_EQ(lower, at(3, 0));
+  EXPECT_EQ(lower, at(2 + kColourReach, 1));
+  EXPECT_EQ(lower, at(1 + kColourReach, 0));
+  EXPECT_EQ(black, at(2 + kColourReach, 0));
+  ExtendColours(nothing, &picture);
+  EXPECT_EQ(Bytes(picture.bgr.size(), 0), picture.bgr);
 }
 
 // Without the kernel's details: a ramp shows at each pixel of the document the place of the photograph that the turn
