@@ -9,7 +9,6 @@
 #include "photo/analysis.h"
 #include "photo/base/failure.h"
 #include "photo/person/foreground.h"
-#include "photo/person/hair.h"
 #include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
 #include "photo/place/pair_placement.h"
@@ -234,11 +233,6 @@ void Prepare(PhotoSource& upright, FaceFinder& finder, const Placed& placed, con
                    prepared.part.ScaleX() / state->toOverviewX, prepared.part.ScaleY() / state->toOverviewY);
     finder.Refine(prepared.part.picture, &there);
     prepared.faces.push_back(there);
-  }
-  if (state->map) {
-    std::vector<FaceBox> boxes;
-    for (const ProbedFace& face : prepared.faces) boxes.push_back(face.Box());
-    prepared.mask = FollowHair(prepared.part.picture, std::move(prepared.mask), boxes).mask;
   }
   state->prepared = std::move(prepared);
 }

@@ -10,6 +10,7 @@
 #include "photo/base/resize.h"
 #include "photo/base/text.h"
 #include "photo/face/upright.h"
+#include "photo/person/hair.h"
 
 namespace qx::photo {
 namespace {
@@ -149,6 +150,8 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
     state->coarse = ResizeMask(state->given, all, std::min(size.width, all.right), std::min(size.height, all.bottom));
   } else {
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
+    const Rectangle whole{0, 0, 1.0 * upright.image.width, 1.0 * upright.image.height};
+    state->map->hair = FollowHair(*state->map, upright.image, whole, persons, others);
     state->coarse = CoarseMask(*state->map);
   }
   if (upright.quarterTurns == 0) source.Keep(std::move(upright.image));

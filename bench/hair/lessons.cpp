@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "bench/hair/random.h"
 #include "photo/base/raster.h"
@@ -31,20 +32,24 @@ std::vector<float> MakeLessons(const Scene& scene, photo::PersonSegmenter& segme
     face = {face.left * x, face.top * y, face.right * x, face.bottom * y};
   }
   const photo::Rectangle whole{0, 0, static_cast<double>(picture.width), static_cast<double>(picture.height)};
-  const photo::Mask mask = RefineMask(segmenter.FindPersons(picture, {face}), picture, whole);
-  photo::HeadCrop crop;
+  const photo::PersonMap map = segmenter.FindPersons(picture, {face});
+  const std::optional<photo::HeadCrop> crop = CropHeads(map, picture, whole, {face}, {});
   photo::CleanPlate plate;
   std::vector<float> lessons;
-  if (!CropHeads(picture, mask, {face}, &crop) || !EstimatePlate(crop, &plate)) return lessons;
-  truth = photo::ResamplePart(truth, crop.box, crop.mask.width, crop.mask.height);
-  photo::HairEvidence evidence(crop, plate);
+  if (!crop || !EstimatePlate(*crop, &plate)) return lessons;
+  const photo::PixelBox box{static_cast<int32_t>(std::lround(crop->window.left)),
+                            static_cast<int32_t>(std::lround(crop->window.top)),
+                            static_cast<int32_t>(std::lround(crop->window.Right())),
+                            static_cast<int32_t>(std::lround(crop->window.Bottom()))};
+  truth = photo::ResamplePart(truth, box, crop->mask.width, crop->mask.height);
+  photo::HairEvidence evidence(*crop, plate);
   size_t unknown = 0;
   for (const uint8_t kind : evidence.Kinds().bits) unknown += kind == photo::HairEvidence::kUnknown;
   const float share = std::min(1.0f, static_cast<float>(kLessons) / static_cast<float>(std::max<size_t>(unknown, 1)));
-  const auto stride = static_cast<size_t>(crop.mask.width);
+  const auto stride = static_cast<size_t>(crop->mask.width);
   std::vector<int> columns(stride);
   std::vector<float> values(photo::HairEvidence::kValues * stride);
-  for (int y = 0; y < crop.mask.height; ++y) {
+  for (int y = 0; y < crop->mask.height; ++y) {
     const size_t count = evidence.DescribeRow(y, columns.data(), values.data(), stride);
     for (size_t j = 0; j < count; ++j) {
       if (!random.Chance(share)) continue;

@@ -19,17 +19,20 @@ namespace qx::bench::hair {
 namespace {
 
 constexpr char kUsage[] =
-    "usage: qx_hair_bench [--half tuning|untuned] [--seeds A-B] [--each] [--write DIR] [--dump DIR] [--threads N]\n"
+    "usage: qx_hair_bench [--half tuning|untuned] [--seeds A-B] [--each] [--before] [--write DIR] [--dump DIR] "
+    "[--lessons DIR] [--threads N]\n"
     "  --half     settings are chosen on `tuning` (seeds 0-29); `untuned` (30-59) are only looked at\n"
     "  --seeds    any others, say for training: 1000-1999\n"
     "  --each     a row for each scene as well\n"
+    "  --before   the figures of the mask before, not what of them is left now\n"
     "  --write    a PNG per scene: photograph, truth, mask before and now, results over blue before, now and true\n"
+    "  --lessons  what the network of hair learns from, a file per scene; nothing is measured\n"
     "  --dump     raw planes for training, see bench/hair/report.h; nothing is measured\n"
     "  --threads  at a time, 1 unless told\n";
 
 struct Options {
   uint32_t first = 0, last = 29;
-  bool each = false;
+  bool each = false, before = false;
   std::string write, dump, lessons;
   int threads = 1;
 };
@@ -37,6 +40,10 @@ struct Options {
 bool Parse(int argc, char** argv, Options* options) {
   for (int i = 1; i < argc; ++i) {
     const std::string name = argv[i];
+    if (name == "--before") {
+      options->before = true;
+      continue;
+    }
     if (name == "--each") {
       options->each = true;
       continue;
@@ -82,13 +89,14 @@ Row Work(uint32_t seed, photo::PersonSegmenter& segmenter, const Options& option
     WriteLessons(options.lessons + "/" + std::to_string(seed), MakeLessons(scene, segmenter));
     return {};
   }
-  const Cutout before = MakeBefore(segmenter, scene);
+  const photo::PersonMap map = FindPerson(segmenter, scene);
+  const Cutout before = MakeBefore(scene, map);
   Row row{seed, scene.backdrop, scene.kind, scene.colour, static_cast<int>(scene.face.Width()), {}, {}};
   if (!options.dump.empty()) {
     WriteDump(options.dump, scene, before);
     return row;
   }
-  const Cutout now = MakeNow(scene, before);
+  const Cutout now = MakeNow(scene, map);
   const photo::Mask truth = TrueMask(scene);
   row.before = Measure(scene, before, BlurFusionColours(scene.picture, truth, scene.face.Width()));
   row.now = Measure(scene, now, ColoursNow(scene, truth));
@@ -130,8 +138,8 @@ int main(int argc, char** argv) {
   try {
     const std::vector<Row> rows = WorkAll(options);
     if (!options.dump.empty() || !options.lessons.empty()) return 0;
-    if (options.each) PrintEach(rows, HasNow());
-    PrintTable(rows, HasNow());
+    if (options.each) PrintEach(rows, !options.before);
+    PrintTable(rows, !options.before);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "qx_hair_bench: %s\n", error.what());
     return 1;

@@ -1,33 +1,34 @@
 #include "bench/hair/ways.h"
 
+#include <utility>
+
 #include "bench/hair/blur_fusion.h"
 #include "photo/person/foreground.h"
-#if QX_BENCH_FOLLOWS_HAIR
 #include "photo/person/hair.h"
-#endif
 
 namespace qx::bench::hair {
+namespace {
 
-Cutout MakeBefore(photo::PersonSegmenter& segmenter, const Scene& scene) {
-  const photo::Rectangle whole{0, 0, static_cast<double>(scene.picture.width),
-                               static_cast<double>(scene.picture.height)};
-  photo::Mask mask = RefineMask(segmenter.FindPersons(scene.picture, {scene.face}), scene.picture, whole);
+photo::Rectangle Whole(const Scene& scene) {
+  return {0, 0, static_cast<double>(scene.picture.width), static_cast<double>(scene.picture.height)};
+}
+
+}  // namespace
+
+photo::PersonMap FindPerson(photo::PersonSegmenter& segmenter, const Scene& scene) {
+  return segmenter.FindPersons(scene.picture, {scene.face});
+}
+
+Cutout MakeBefore(const Scene& scene, const photo::PersonMap& map) {
+  photo::Mask mask = RefineMask(map, scene.picture, Whole(scene));
   photo::Image colours = BlurFusionColours(scene.picture, mask, scene.face.Width());
   return {std::move(mask), std::move(colours)};
 }
 
-bool HasNow() {
-  return QX_BENCH_FOLLOWS_HAIR != 0;
-}
-
-// ===== The one place where today's way is called. =====
-Cutout MakeNow(const Scene& scene, const Cutout& before) {
-#if QX_BENCH_FOLLOWS_HAIR
-  photo::Mask mask = FollowHair(scene.picture, before.mask, {scene.face}).mask;
-#else
-  photo::Mask mask = before.mask;
-#endif
-  photo::Image colours = EstimateForeground(scene.picture, mask, scene.face.Width());
+Cutout MakeNow(const Scene& scene, photo::PersonMap map) {
+  map.hair = FollowHair(map, scene.picture, Whole(scene), {scene.face});
+  photo::Mask mask = RefineMask(map, scene.picture, Whole(scene));
+  photo::Image colours = ColoursNow(scene, mask);
   return {std::move(mask), std::move(colours)};
 }
 

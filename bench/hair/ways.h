@@ -13,12 +13,12 @@ struct Cutout {
   photo::Image colours;
 };
 
-// The network's mask, its outline led along the edges, and blur fusion.
-Cutout MakeBefore(photo::PersonSegmenter& segmenter, const Scene& scene);
+// The persons as the network finds them, which both ways begin with.
+photo::PersonMap FindPerson(photo::PersonSegmenter& segmenter, const Scene& scene);
 
-// Whether there is a way to compare with.
-bool HasNow();
-Cutout MakeNow(const Scene& scene, const Cutout& before);
+// The network's mask, its outline led along the edges, and blur fusion.
+Cutout MakeBefore(const Scene& scene, const photo::PersonMap& map);
+Cutout MakeNow(const Scene& scene, photo::PersonMap map);
 
 // The colours alone, given the true mask.
 photo::Image ColoursNow(const Scene& scene, const photo::Mask& mask);

@@ -115,7 +115,7 @@ class PlateMaker {
     std::vector<float> zone(static_cast<size_t>(width_));
     size_t i = 0;
     for (int y = 0; y < height_; ++y) {
-      crop_.HairZone(y, zone.data());
+      HairZone(crop_.faces, crop_.faceWidth, y, width_, zone.data());
       for (const float hair : zone) {
         beyond_[i] = -Depth(i) - (kSureBeyondBody + hair * (kSureBeyondHair - kSureBeyondBody));
         sure.bits[i] = beyond_[i] > 0;

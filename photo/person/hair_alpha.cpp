@@ -44,30 +44,23 @@ void KeepConnected(const HeadCrop& crop, Floats* alpha) {
 
 HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
   HairEvidence evidence(crop, plate);
-  HairAlpha hair;
-  hair.unknown = evidence.Kinds();
-  hair.alpha.resize(hair.unknown.bits.size());
-  hair.confidence.resize(hair.unknown.bits.size());
+  Floats alpha(evidence.Kinds().bits.size());
   const auto stride = static_cast<size_t>(crop.mask.width);
   std::vector<int> columns(stride);
   Floats values(HairEvidence::kValues * stride), told(stride);
   for (int y = 0; y < crop.mask.height; ++y) {
     const size_t start = static_cast<size_t>(y) * stride;
-    for (size_t x = 0; x < stride; ++x) {
-      const uint8_t kind = evidence.Kinds().bits[start + x];
-      hair.alpha[start + x] = kind == HairEvidence::kPerson ? 1.0f : 0.0f;
-      hair.confidence[start + x] = 1;
-      hair.unknown.bits[start + x] = kind == HairEvidence::kUnknown;
-    }
+    const uint8_t* kinds = &evidence.Kinds().bits[start];
+    for (size_t x = 0; x < stride; ++x) alpha[start + x] = kinds[x] == HairEvidence::kPerson ? 1.0f : 0.0f;
     const size_t count = evidence.DescribeRow(y, columns.data(), values.data(), stride);
     WeighEvidence(values.data(), stride, count, told.data());
-    for (size_t j = 0; j < count; ++j) {
-      const size_t i = start + static_cast<size_t>(columns[j]);
-      hair.alpha[i] = told[j];
-      hair.confidence[i] = evidence.Confidence()[j];
-    }
+    for (size_t j = 0; j < count; ++j) alpha[start + static_cast<size_t>(columns[j])] = told[j];
   }
-  KeepConnected(crop, &hair.alpha);
+  KeepConnected(crop, &alpha);
+  HairAlpha hair{Mask(crop.mask.width, crop.mask.height), {}};
+  for (size_t i = 0; i < alpha.size(); ++i) {
+    hair.alpha.values[i] = static_cast<uint8_t>(static_cast<int>(alpha[i] * 255 + 0.5f));
+  }
   return hair;
 }
 

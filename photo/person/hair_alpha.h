@@ -4,15 +4,14 @@
 
 #include "photo/base/image.h"
 #include "photo/person/clean_plate.h"
+#include "photo/person/hair_map.h"
 #include "photo/person/head_crop.h"
 
 namespace qx::photo {
 
-// One value a pixel of the crop, rows without gaps.
 struct HairAlpha {
-  Floats alpha;       // the person's share, 0 to 1
-  Floats confidence;  // 0 to 1: how well the colours tell it
-  Region unknown;     // where the colours were asked; elsewhere the person's share is all or nothing
+  Mask alpha;  // the person's share of each pixel of the crop
+  OutlineDoubt doubt;
 };
 
 HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate);

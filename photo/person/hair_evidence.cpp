@@ -10,15 +10,16 @@ namespace {
 
 // Lengths in face widths, colours 0 to 1 (of levels only where it says so).
 constexpr float kPlainOut = 0.5f, kUnevenOut = 0.25f, kTexturedOut = 0.1f, kIn = 0.2f;
-constexpr float kPlainSpread = 8, kUnevenSpread = 24;     // levels
+constexpr float kPlainSpread = 8, kUnevenSpread = 24;  // levels
 constexpr float kPlainFlood = 0.9f, kTexturedFlood = 0.6f;
-constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;   // half axes of what is always the person
-constexpr float kHead = 1.25f;                            // of those, what is so but for the outline
-constexpr float kNeck = 0.33f;                            // to each side, below the chin
-constexpr float kThroat = 0.2f, kShoulder = 0.4f;         // lower down the neck widens by so much of what is below
-constexpr float kEdge = 0.025f;                           // deeper, only what looks like a gap is asked for
-constexpr int kGapRim = 2;                                // pixels
-constexpr float kPure = 0.015f;                           // deeper, colours are the person's own
+constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;  // half axes of what is always the person
+constexpr float kHead = 1.25f;                           // of those, what is so but for the outline
+constexpr float kNeck = 0.33f;                           // to each side, below the chin
+constexpr float kThroat = 0.2f, kShoulder = 0.4f;        // lower down the neck widens by so much of what is below
+constexpr double kOtherAcross = 0.75, kOtherDown = 1;    // half axes of the heads of others
+constexpr float kEdge = 0.025f;                          // deeper, only what looks like a gap is asked for
+constexpr int kGapRim = 2;                               // pixels
+constexpr float kPure = 0.015f;                          // deeper, colours are the person's own
 constexpr float kRivalsFrom = 0.02f, kRivalsTo = 0.1f;
 constexpr size_t kRivals = 4;
 constexpr float kLevel = 1.0f / 255;
@@ -54,7 +55,9 @@ Fit FitBetween(Pixel from, Pixel difference) {
   return fit;
 }
 
-uint8_t Byte(float share) { return static_cast<uint8_t>(static_cast<int>(share * 255 + 0.5f)); }
+uint8_t Byte(float share) {
+  return static_cast<uint8_t>(static_cast<int>(share * 255 + 0.5f));
+}
 
 }  // namespace
 
@@ -86,11 +89,19 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
     smooth_[i] = plate_.smooth.bits[i] ? 255 : 0;
   }
   Connect();
-  for (const auto& [plane, radius] :
-       {std::pair<const Bytes*, int>{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6}, {&unlikePlate_, 16},
-        {&unlikePerson_, 6}, {&smooth_, 2},
-        {&unlikeRivals_, 4}, {&flooded_, 2}, {&flooded_, 8}, {&connected_, 4}, {&crop_.mask.values, 5},
-        {&crop_.mask.values, 16}}) {
+  for (const auto& [plane, radius] : {std::pair<const Bytes*, int>{&alphas_, 2},
+                                      {&alphas_, 6},
+                                      {&unlikePlate_, 1},
+                                      {&unlikePlate_, 6},
+                                      {&unlikePlate_, 16},
+                                      {&unlikePerson_, 6},
+                                      {&smooth_, 2},
+                                      {&unlikeRivals_, 4},
+                                      {&flooded_, 2},
+                                      {&flooded_, 8},
+                                      {&connected_, 4},
+                                      {&crop_.mask.values, 5},
+                                      {&crop_.mask.values, 16}}) {
     neighbours_.emplace_back(plane->data(), width_, height_, radius);
   }
   behind_.emplace(plate_.colours, width_, 0.5);
@@ -111,6 +122,16 @@ bool HairEvidence::IsSolid(int x, int y, float depth) const {
   return false;
 }
 
+// Whether the pixel is of the head of a person who is background.
+bool HairEvidence::IsOther(int x, int y) const {
+  for (const FaceBox& face : crop_.others) {
+    const double dx = (x + 0.5 - (face.left + face.right) / 2) / face.Width() / kOtherAcross;
+    const double dy = (y + 0.5 - (face.top + face.bottom) / 2) / face.Width() / kOtherDown;
+    if (dx * dx + dy * dy < 1) return true;
+  }
+  return false;
+}
+
 // Where to ask: in a band around the outline that is the wider, the plainer the background.
 void HairEvidence::DivideCrop() {
   const float textured = std::clamp((kPlainFlood - plate_.flooded) / (kPlainFlood - kTexturedFlood), 0.0f, 1.0f);
@@ -119,12 +140,12 @@ void HairEvidence::DivideCrop() {
   out += textured * (kTexturedOut - out);
   size_t i = 0;
   for (int y = 0; y < height_; ++y) {
-    crop_.HairZone(y, zone_.data());
+    HairZone(crop_.faces, crop_.faceWidth, y, width_, zone_.data());
     for (int x = 0; x < width_; ++x, ++i) {
       const float depth = Depth(i);
       uint8_t kind = depth > 0 ? kPerson : kBackground;
       if (zone_[static_cast<size_t>(x)] > 0 && depth > -out && depth < kIn &&
-          !(depth < 0 && plate_.background.bits[i]) && !(depth > 0 && IsSolid(x, y, depth))) {
+          !(depth < 0 && (plate_.background.bits[i] || IsOther(x, y))) && !(depth > 0 && IsSolid(x, y, depth))) {
         kind = kUnknown;
       }
       kinds_.bits[i] = kind;
@@ -199,8 +220,8 @@ void HairEvidence::FindPersonColours(bool strands) {
     const Pixel* plate = behind.At(y);
     for (int x = 0; x < width_; ++x, ++i, bgr += 3) {
       const float depth = Depth(i);
-      const bool strand = strands && depth <= kPure && kinds_.bits[i] == kUnknown && alphas_[i] > 242 &&
-                          unlikePlate_[i] > 200;
+      const bool strand =
+          strands && depth <= kPure && kinds_.bits[i] == kUnknown && alphas_[i] > 242 && unlikePlate_[i] > 200;
       if (depth <= kPure && !strand) continue;
       Pixel pixel = Load(bgr);
       const float apart = MeanSquare(pixel - plate[x] * kLevel);
@@ -322,24 +343,22 @@ void HairEvidence::Neighbourhood::MoveTo(int y) {
   part_ = 1 / static_cast<float>(255 * rows * (2 * radius_ + 1));
 }
 
-float HairEvidence::Neighbourhood::Mean(int x) const { return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_; }
+float HairEvidence::Neighbourhood::Mean(int x) const {
+  return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_;
+}
 
 size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stride) {
   for (Neighbourhood& neighbourhood : neighbours_) neighbourhood.MoveTo(y);
-  alpha_.resize(static_cast<size_t>(width_));
-  confidence_.resize(static_cast<size_t>(width_));
   const uint8_t* kind = &kinds_.At(0, y);
   if (std::find(kind, kind + width_, kUnknown) == kind + width_) return 0;
   const Pixel *plate = behind_->At(y), *person = persons_->At(y);
-  crop_.HairZone(y, zone_.data());
+  HairZone(crop_.faces, crop_.faceWidth, y, width_, zone_.data());
   size_t count = 0;
   for (int x = 0; x < width_; ++x) {
     if (kind[x] != kUnknown) continue;
     const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
     const uint8_t* bgr = crop_.colours.At(x, y);
     const Clue clue = Ask(bgr, plate[x], person[x]);
-    alpha_[count] = clue.alpha;
-    confidence_[count] = clue.confidence;
     const FaceBox* face = &crop_.faces[0];
     for (const FaceBox& other : crop_.faces) {
       if (std::abs(x - (other.left + other.right) / 2) < std::abs(x - (face->left + face->right) / 2)) face = &other;
@@ -372,7 +391,8 @@ size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stri
     for (const Neighbourhood& neighbourhood : neighbours_) put(neighbourhood.Mean(x));
     put((static_cast<float>(bgr[0]) + 2 * static_cast<float>(bgr[1]) + static_cast<float>(bgr[2])) * (kLevel / 4));
     put(std::clamp(static_cast<float>((y + 0.5 - (face->top + face->bottom) / 2) / crop_.faceWidth), -1.5f, 1.5f));
-    put(std::clamp(static_cast<float>(std::abs(x + 0.5 - (face->left + face->right) / 2) / crop_.faceWidth), 0.0f, 1.5f));
+    put(std::clamp(static_cast<float>(std::abs(x + 0.5 - (face->left + face->right) / 2) / crop_.faceWidth), 0.0f,
+                   1.5f));
     put(zone_[static_cast<size_t>(x)]);
     put(plate_.flooded);
     put(std::min(1.0f, plate_.spread * (1.0f / 64)));

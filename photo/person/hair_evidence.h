@@ -34,15 +34,11 @@ class HairEvidence {
   // values[k * stride + j] is the k-th of the pixel in the column columns[j]. The stride is at least the crop's width.
   size_t DescribeRow(int y, int* columns, float* values, size_t stride);
 
-  // The share of hair that colours alone give the pixels of the row that was described last, and how sure that is.
-  const Floats& Alpha() const { return alpha_; }
-  const Floats& Confidence() const { return confidence_; }
-
  private:
   // A pixel's place between the plate's colours and the person's.
   struct Clue {
-    float nearAlpha, alpha, residual, contrast, confidence, plateConfidence, apart, unlikePlate, unlikePerson, unlikeRivals,
-        unlikeSkin;
+    float nearAlpha, alpha, residual, contrast, confidence, plateConfidence, apart, unlikePlate, unlikePerson,
+        unlikeRivals, unlikeSkin;
   };
 
   // Sums over squares of bytes, row after row.
@@ -62,6 +58,7 @@ class HairEvidence {
 
   float Depth(size_t i) const { return crop_.Depth(i) * unit_; }
   bool IsSolid(int x, int y, float depth) const;
+  bool IsOther(int x, int y) const;
   void DivideCrop();
   void FindRivals();
   void FindSkin();
@@ -84,7 +81,6 @@ class HairEvidence {
   Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, smooth_, connected_;  // of each pixel, 255 for 1
   std::vector<Neighbourhood> neighbours_;
   std::optional<FieldRow> behind_, persons_;
-  Floats alpha_, confidence_;
 };
 
 }  // namespace qx::photo

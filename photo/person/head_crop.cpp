@@ -27,39 +27,56 @@ PixelBox BoxAround(const Image& picture, const std::vector<FaceBox>& faces, doub
           clip(std::ceil(right), picture.width), clip(std::ceil(bottom), picture.height)};
 }
 
+// Where faces lie in a picture of the window, of that many pixels.
+std::vector<FaceBox> Seen(const std::vector<FaceBox>& faces, const Rectangle& window, int width, int height) {
+  const double x = width / window.width, y = height / window.height;
+  std::vector<FaceBox> seen;
+  for (const FaceBox& face : faces) {
+    seen.push_back({(face.left - window.left) * x, (face.top - window.top) * y, (face.right - window.left) * x,
+                    (face.bottom - window.top) * y});
+  }
+  return seen;
+}
+
+double Widest(const std::vector<FaceBox>& faces) {
+  double width = 0;
+  for (const FaceBox& face : faces) width = std::max(width, face.Width());
+  return width;
+}
+
 }  // namespace
 
-bool CropHeads(const Image& picture, const Mask& mask, const std::vector<FaceBox>& faces, HeadCrop* crop) {
-  double faceWidth = 0;
-  for (const FaceBox& face : faces) faceWidth = std::max(faceWidth, face.Width());
-  if (!(faceWidth >= kLeastFaceWidth)) return false;
-  const PixelBox box = BoxAround(picture, faces, faceWidth);
-  if (box.Width() <= 0 || box.Height() <= 0) return false;
+std::optional<HeadCrop> CropHeads(const PersonMap& map, const Image& picture, const Rectangle& window,
+                                  const std::vector<FaceBox>& faces, const std::vector<FaceBox>& others) {
+  const std::vector<FaceBox> inPicture = Seen(faces, window, picture.width, picture.height);
+  const double faceWidth = Widest(inPicture);
+  if (!(faceWidth >= kLeastFaceWidth)) return std::nullopt;
+  const PixelBox box = BoxAround(picture, inPicture, faceWidth);
+  if (box.Width() <= 0 || box.Height() <= 0) return std::nullopt;
   const double pixels = static_cast<double>(box.Width()) * box.Height();
   const double scale = std::min({1.0, kMostFaceWidth / faceWidth, std::sqrt(kMostPixels / pixels)});
   const int width = std::max(1, static_cast<int>(std::lround(box.Width() * scale)));
   const int height = std::max(1, static_cast<int>(std::lround(box.Height() * scale)));
-  crop->box = box;
-  crop->colours = ResamplePart(picture, box, width, height);
-  crop->mask = ResamplePart(mask, box, width, height);
-  const double toX = static_cast<double>(width) / box.Width(), toY = static_cast<double>(height) / box.Height();
-  for (const FaceBox& face : faces) {
-    crop->faces.push_back({(face.left - box.left) * toX, (face.top - box.top) * toY, (face.right - box.left) * toX,
-                           (face.bottom - box.top) * toY});
-  }
-  crop->faceWidth = faceWidth * toX;
-  crop->depth = SignedDistance(AtLeastHalf(crop->mask, {0, 0, width, height}), kReach * crop->faceWidth + 1);
-  return true;
+  HeadCrop crop;
+  const double x = window.width / picture.width, y = window.height / picture.height;
+  crop.window = {window.left + box.left * x, window.top + box.top * y, box.Width() * x, box.Height() * y};
+  crop.colours = ResamplePart(picture, box, width, height);
+  crop.mask = RefineMask(map, crop.colours, crop.window);
+  crop.faces = Seen(faces, crop.window, width, height);
+  crop.others = Seen(others, crop.window, width, height);
+  crop.faceWidth = Widest(crop.faces);
+  crop.depth = SignedDistance(AtLeastHalf(crop.mask, {0, 0, width, height}), kReach * crop.faceWidth + 1);
+  return crop;
 }
 
-void HeadCrop::HairZone(int y, float* zone) const {
+void HairZone(const std::vector<FaceBox>& faces, double faceWidth, int y, int width, float* zone) {
   int x = 0;
   for (size_t i = 0; i < faces.size(); ++i) {
     // A pixel belongs to the face that it is nearest to, left and right.
-    int end = mask.width;
+    int end = width;
     if (i + 1 < faces.size()) {
       const double middle = (faces[i].left + faces[i].right + faces[i + 1].left + faces[i + 1].right) / 4;
-      end = static_cast<int>(std::clamp(middle, static_cast<double>(x), static_cast<double>(mask.width)));
+      end = static_cast<int>(std::clamp(middle, static_cast<double>(x), static_cast<double>(width)));
     }
     const double below = (y + 0.5 - faces[i].bottom) / faceWidth;
     const double share = std::clamp((kBodyBegins - below) / (kBodyBegins - kHairEnds), 0.0, 1.0);

@@ -2,31 +2,35 @@
 #ifndef QX_PHOTO_PERSON_HEAD_CROP_H
 #define QX_PHOTO_PERSON_HEAD_CROP_H
 
+#include <optional>
 #include <vector>
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
+#include "photo/person/mask.h"
 #include "photo/person/region.h"
 
 namespace qx::photo {
 
 // Lengths and faces in pixels of the crop. A face is at most 250 of them wide.
 struct HeadCrop {
-  PixelBox box;     // what it shows of the picture
-  Image colours;    // reduced, or as they are in the picture
-  Mask mask;        // the persons', as found so far
+  Rectangle window;  // what it shows, in pixels of the overview in which the persons were found
+  Image colours;
+  Mask mask;        // the persons', by the map
   Distances depth;  // of each pixel inside that mask's outline, negative outside, see SignedDistance
-  std::vector<FaceBox> faces;
+  std::vector<FaceBox> faces, others;
   double faceWidth = 0;  // of the widest face
 
-  // How much each pixel of a row is of the zone where hair is, from 1 around the heads to 0 at the bodies.
-  void HairZone(int y, float* zone) const;
   float Depth(size_t i) const { return static_cast<float>(depth[i]) * (1.0f / kDistanceUnit); }
 };
 
-// The crop of a picture around its faces (in the picture's pixels). Nothing where no head is in the picture or the
-// faces are too small for strands of hair to be seen.
-bool CropHeads(const Image& picture, const Mask& mask, const std::vector<FaceBox>& faces, HeadCrop* crop);
+// How much each pixel of a crop's row is of the zone where hair is, from 1 around the heads to 0 at the bodies.
+void HairZone(const std::vector<FaceBox>& faces, double faceWidth, int y, int width, float* zone);
+
+// The crop around the faces (in pixels of the overview) of a picture that shows `window` of it. Nothing where none of
+// that is in the picture, or the faces are too small for strands of hair to be seen.
+std::optional<HeadCrop> CropHeads(const PersonMap& map, const Image& picture, const Rectangle& window,
+                                  const std::vector<FaceBox>& faces, const std::vector<FaceBox>& others);
 
 }  // namespace qx::photo
 

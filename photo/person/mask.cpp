@@ -7,6 +7,7 @@
 #include "photo/base/failure.h"
 #include "photo/base/raster.h"
 #include "photo/person/guided_filter.h"
+#include "photo/person/hair.h"
 #include "photo/person/outline.h"
 #include "photo/person/region.h"
 
@@ -303,13 +304,15 @@ PersonMap PersonSegmenter::FindPersons(const Image& overview, const std::vector<
   KeepPersons(coverage, picture);
   const double scaleX = static_cast<double>(colours.width) / overview.width;
   const double scaleY = static_cast<double>(colours.height) / overview.height;
-  return {std::move(coverage), std::move(picture.colours), picture.faceWidth, scaleX, scaleY};
+  return {std::move(coverage), std::move(picture.colours), picture.faceWidth, scaleX, scaleY, std::nullopt};
 }
 
 Mask PersonSegmenter::Segment(const Image& photograph, const std::vector<FaceBox>& persons,
                               const std::vector<FaceBox>& others) {
-  return RefineMask(FindPersons(photograph, persons, others), photograph,
-                    {0, 0, static_cast<double>(photograph.width), static_cast<double>(photograph.height)});
+  const Rectangle whole = Whole(photograph);
+  PersonMap map = FindPersons(photograph, persons, others);
+  map.hair = FollowHair(map, photograph, whole, persons, others);
+  return RefineMask(map, photograph, whole);
 }
 
 Mask CoarseMask(const PersonMap& map) {
@@ -317,9 +320,11 @@ Mask CoarseMask(const PersonMap& map) {
 }
 
 Mask RefineMask(const PersonMap& map, const Image& picture, const Rectangle& window) {
-  return FilterOutline(
+  Mask mask = FilterOutline(
       map.coverage, map.colours, FilterFor(Follow::kClose, map.faceWidth), picture,
       {window.left * map.scaleX, window.top * map.scaleY, window.width * map.scaleX, window.height * map.scaleY});
+  if (map.hair) LayHair(*map.hair, picture, window, &mask);
+  return mask;
 }
 
 }  // namespace qx::photo

@@ -6,10 +6,12 @@
 #define QX_PHOTO_PERSON_MASK_H
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
+#include "photo/person/hair_map.h"
 #include "photo/person/network.h"
 
 namespace qx::photo {
@@ -21,6 +23,7 @@ struct PersonMap {
   Image colours;                  // the overview at the same size
   double faceWidth = 0;           // of the largest person, in pixels of the map
   double scaleX = 0, scaleY = 0;  // pixels of the map for one of the overview, at most 1
+  std::optional<HairMap> hair;    // once it was followed, see FollowHair
 };
 
 // Of the map of an overview of that size in which these persons' faces are: at least one, all inside of it.
@@ -40,7 +43,7 @@ class PersonSegmenter {
   PersonMap FindPersons(const Image& overview, const std::vector<FaceBox>& persons,
                         const std::vector<FaceBox>& others = {});
 
-  // The mask of a whole photograph that is its own overview: both steps in one.
+  // The mask of a whole photograph that is its own overview: both steps in one, with the hair followed.
   Mask Segment(const Image& photograph, const std::vector<FaceBox>& persons, const std::vector<FaceBox>& others = {});
 
  private:

@@ -1,10 +1,12 @@
-#include "photo/person/hair_lines.h"
+#include "photo/person/hair_map.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
 #include <vector>
+
+#include "photo/person/head_crop.h"
 
 namespace qx::photo {
 namespace {
@@ -14,7 +16,7 @@ constexpr float kFlat = 1.0f / 512;  // less alpha does not vary
 
 uint8_t Mix(float zone, float alpha, uint8_t before) {
   const auto old = static_cast<float>(before);
-  return static_cast<uint8_t>(static_cast<int>(old + zone * (255 * alpha - old) + 0.5f));
+  return static_cast<uint8_t>(static_cast<int>(old + zone * (alpha - old) + 0.5f));
 }
 
 // Alpha from the colours of a pixel: slopes (3) and offset, and its bounds.
@@ -29,37 +31,69 @@ Line Between(const Line& a, const Line& b, float part) {
           a.most + part * (b.most - a.most)};
 }
 
-// Where the picture's columns or rows lie in the crop: between two of its pixels, or at the outermost.
+// A pixel of the picture between two of the map, or at the outermost.
 struct Place {
   int before, after;
   float part;
 };
 
-std::vector<Place> PlacesOf(int pixels, int cropPixels) {
-  std::vector<Place> places;
-  for (int i = 0; i < pixels; ++i) {
-    const double at = std::clamp((i + 0.5) * cropPixels / pixels - 0.5, 0.0, cropPixels - 1.0);
-    const int before = static_cast<int>(at);
-    places.push_back({before, std::min(before + 1, cropPixels - 1), static_cast<float>(at - before)});
+// Where the pixels of one side of the picture lie in the map.
+class Axis {
+ public:
+  // The picture's first pixel starts at `start`, in pixels of the overview, and all of them are `length` long; the same
+  // for the map.
+  Axis(double start, double length, int pixels, double mapStart, double mapLength, int mapPixels) {
+    const double step = length / pixels * mapPixels / mapLength, offset = (start - mapStart) * mapPixels / mapLength;
+    first_ = pixels;
+    aligned_ = true;
+    for (int i = 0; i < pixels; ++i) {
+      // Parts of the photograph see the same pixel at the same place, whatever their windows round it to.
+      constexpr double kGrain = 4096;
+      const double at = std::round((offset + (i + 0.5) * step) * kGrain) / kGrain;
+      if (at < 0 || at >= mapPixels) continue;
+      if (places_.empty()) first_ = i;
+      const double inside = std::clamp(at - 0.5, 0.0, mapPixels - 1.0);
+      const int before = static_cast<int>(inside);
+      aligned_ = aligned_ && at - 0.5 == before && (places_.empty() || before == places_.back().before + 1);
+      places_.push_back({before, std::min(before + 1, mapPixels - 1), static_cast<float>(inside - before)});
+    }
   }
-  return places;
-}
+
+  int First() const { return first_; }
+  const std::vector<Place>& Places() const { return places_; }
+  // Whether each pixel is one of the map's.
+  bool IsAligned() const { return aligned_; }
+
+ private:
+  int first_;
+  std::vector<Place> places_;
+  bool aligned_;
+};
 
 class AlphaLayer {
  public:
-  AlphaLayer(const Image& picture, const HeadCrop& crop, const Floats& alpha, Mask* mask)
-      : picture_(picture), crop_(crop), alpha_(alpha), mask_(*mask), zone_(static_cast<size_t>(crop.mask.width)) {
-    for (FittedRow& row : rows_) row.lines.resize(zone_.size());
+  AlphaLayer(const HairMap& hair, const Image& picture, const Rectangle& window, Mask* mask)
+      : hair_(hair),
+        picture_(picture),
+        mask_(*mask),
+        columns_(window.left, window.width, picture.width, hair.window.left, hair.window.width, hair.alpha.width),
+        rows_(window.top, window.height, picture.height, hair.window.top, hair.window.height, hair.alpha.height),
+        zone_(static_cast<size_t>(hair.alpha.width)) {
+    for (FittedRow& row : fitted_) row.lines.resize(zone_.size());
   }
 
   void Lay() {
-    if (crop_.mask.width == crop_.box.Width() && crop_.mask.height == crop_.box.Height()) return LayAsItIs();
-    columns_ = PlacesOf(crop_.box.Width(), crop_.mask.width);
-    const std::vector<Place> rows = PlacesOf(crop_.box.Height(), crop_.mask.height);
-    for (size_t y = 0; y < rows.size(); ++y) {
-      const FittedRow &above = Fitted(rows[y].before), &below = Fitted(rows[y].after);
-      crop_.HairZone(rows[y].before, zone_.data());
-      LayRow(above, below, rows[y].part, crop_.box.top + static_cast<int>(y));
+    const bool whole = columns_.IsAligned() && rows_.IsAligned();
+    for (size_t y = 0; y < rows_.Places().size(); ++y) {
+      const Place& row = rows_.Places()[y];
+      HairZone(hair_.faces, hair_.faceWidth, row.before, hair_.alpha.width, zone_.data());
+      const int to = rows_.First() + static_cast<int>(y);
+      if (whole) {
+        CopyRow(row.before, to);
+      } else {
+        const FittedRow& above = Fitted(row.before);
+        LayRow(above, Fitted(row.after), row.part, to);
+      }
     }
   }
 
@@ -69,23 +103,20 @@ class AlphaLayer {
     std::vector<Line> lines;
   };
 
-  const float* AlphaRow(int y) const { return alpha_.data() + static_cast<size_t>(y) * zone_.size(); }
-
-  void LayAsItIs() {
-    for (int y = 0; y < crop_.mask.height; ++y) {
-      crop_.HairZone(y, zone_.data());
-      const float* alpha = AlphaRow(y);
-      uint8_t* to = mask_.Row(crop_.box.top + y) + crop_.box.left;
-      for (size_t x = 0; x < zone_.size(); ++x) {
-        if (zone_[x] > 0) to[x] = Mix(zone_[x], alpha[x], to[x]);
-      }
+  void CopyRow(int from, int y) {
+    const uint8_t* alpha = hair_.alpha.Row(from);
+    uint8_t* to = mask_.Row(y) + columns_.First();
+    for (const Place& place : columns_.Places()) {
+      const float zone = zone_[static_cast<size_t>(place.before)];
+      if (zone > 0) *to = Mix(zone, alpha[place.before], *to);
+      ++to;
     }
   }
 
   void LayRow(const FittedRow& above, const FittedRow& below, float part, int y) {
-    const uint8_t* bgr = picture_.At(crop_.box.left, y);
-    uint8_t* to = mask_.Row(y) + crop_.box.left;
-    for (const Place& place : columns_) {
+    const uint8_t* bgr = picture_.At(columns_.First(), y);
+    uint8_t* to = mask_.Row(y) + columns_.First();
+    for (const Place& place : columns_.Places()) {
       const auto before = static_cast<size_t>(place.before), after = static_cast<size_t>(place.after);
       const Line &a = above.lines[before], &b = above.lines[after], &c = below.lines[before], &d = below.lines[after];
       float alpha = a.least;
@@ -106,19 +137,21 @@ class AlphaLayer {
 
   // Two rows are kept, since those of the picture come in their order.
   const FittedRow& Fitted(int y) {
-    FittedRow& row = rows_[static_cast<size_t>(y % 2)];
+    FittedRow& row = fitted_[static_cast<size_t>(y % 2)];
     if (row.row == y) return row;
     row.row = y;
-    const int last = crop_.mask.height - 1;
-    const float *above = AlphaRow(std::max(y - 1, 0)), *own = AlphaRow(y), *below = AlphaRow(std::min(y + 1, last));
+    const Mask& alpha = hair_.alpha;
+    const uint8_t *above = alpha.Row(std::max(y - 1, 0)), *own = alpha.Row(y);
+    const uint8_t* below = alpha.Row(std::min(y + 1, alpha.height - 1));
     for (size_t x = 0; x < zone_.size(); ++x) {
-      float least = own[x], most = own[x];
+      uint8_t least = own[x], most = own[x];
       for (size_t u = x > 0 ? x - 1 : 0; u <= std::min(x + 1, zone_.size() - 1); ++u) {
         least = std::min(std::min(least, above[u]), std::min(own[u], below[u]));
         most = std::max(std::max(most, above[u]), std::max(own[u], below[u]));
       }
-      row.lines[x] = Line{Line::Four{0, 0, 0, own[x]}, least, most};
-      if (most - least >= kFlat) row.lines[x].slopes = FitLine(static_cast<int>(x), y);
+      row.lines[x] =
+          Line{Line::Four{0, 0, 0, static_cast<float>(own[x])}, static_cast<float>(least), static_cast<float>(most)};
+      if (most > least) row.lines[x].slopes = FitLine(static_cast<int>(x), y);
     }
     return row;
   }
@@ -130,10 +163,10 @@ class AlphaLayer {
 
   Moments Sum(int x, int y) const {
     Moments m;
-    for (int v = std::max(y - 1, 0); v <= std::min(y + 1, crop_.mask.height - 1); ++v) {
-      for (int u = std::max(x - 1, 0); u <= std::min(x + 1, crop_.mask.width - 1); ++u) {
-        const float a = AlphaRow(v)[u];
-        const uint8_t* bgr = crop_.colours.At(u, v);
+    for (int v = std::max(y - 1, 0); v <= std::min(y + 1, hair_.alpha.height - 1); ++v) {
+      for (int u = std::max(x - 1, 0); u <= std::min(x + 1, hair_.alpha.width - 1); ++u) {
+        const auto a = static_cast<float>(hair_.alpha.Row(v)[u]);
+        const uint8_t* bgr = hair_.colours.At(u, v);
         const auto b = static_cast<float>(bgr[0]), g = static_cast<float>(bgr[1]), r = static_cast<float>(bgr[2]);
         m.count += 1;
         m.alpha += a;
@@ -164,19 +197,18 @@ class AlphaLayer {
     return Line::Four{a0, a1, a2, mean - a0 * m0 - a1 * m1 - a2 * m2};
   }
 
+  const HairMap& hair_;
   const Image& picture_;
-  const HeadCrop& crop_;
-  const Floats& alpha_;
   Mask& mask_;
-  std::vector<Place> columns_;
+  const Axis columns_, rows_;
   std::vector<float> zone_;
-  std::array<FittedRow, 2> rows_;
+  std::array<FittedRow, 2> fitted_;
 };
 
 }  // namespace
 
-void LayAlpha(const Image& picture, const HeadCrop& crop, const Floats& alpha, Mask* mask) {
-  AlphaLayer(picture, crop, alpha, mask).Lay();
+void LayHair(const HairMap& hair, const Image& picture, const Rectangle& window, Mask* mask) {
+  AlphaLayer(hair, picture, window, mask).Lay();
 }
 
 }  // namespace qx::photo
