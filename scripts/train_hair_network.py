@@ -5,7 +5,7 @@
     scripts/train_hair_network.py DIR > photo/person/hair_weights.inc
 
 Needs PyTorch (Debian: python3-torch). One thread and fixed seeds: the same lessons give the same weights. A file of
-lessons holds, for a sample of the unknown pixels of one drawn scene, 40 values and the true alpha, as 32-bit floats.
+lessons holds, for a sample of the unknown pixels of one drawn scene, 56 values and the true alpha, as 32-bit floats.
 """
 import os
 import sys
@@ -13,7 +13,7 @@ import sys
 import numpy as np
 import torch
 
-VALUES, FIRST, SECOND = 40, 32, 16
+VALUES, FIRST, SECOND = 56, 48, 16
 STEPS, BATCH, RATE = int(os.environ.get("STEPS", 6000)), 8192, 8e-3
 HELD_BACK = 10  # one scene in so many is not learned from, only reported
 

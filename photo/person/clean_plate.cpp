@@ -15,7 +15,9 @@ constexpr float kJoining = 0.04f;  // nearer pixels count once they have the col
 constexpr float kFits = 3;         // times the noise
 constexpr float kFloodFrom = 0.2f, kFloodInto = 0.05f;
 constexpr float kSameWall = 15;
-constexpr float kRing = 0.7f;
+constexpr float kRingFrom = 0.35f, kRing = 0.7f;
+constexpr float kPlainFlood = 0.97f, kTexturedFlood = 0.85f;
+constexpr float kPlainSpread = 12, kUnevenSpread = 32;
 constexpr float kSpreadFrom = 0.12f, kSpreadTo = 0.6f;
 constexpr size_t kLeastKnown = 64;  // pixels of the crop, without which there is no plate
 
@@ -173,7 +175,7 @@ class PlateMaker {
     size_t ring = 0, known = 0;
     for (size_t i = 0; i < flooded.bits.size(); ++i) {
       const float depth = Depth(i);
-      if (depth >= 0 || depth < -kRing) continue;
+      if (depth > -kRingFrom || depth < -kRing) continue;
       ++ring;
       known += flooded.bits[i];
     }
@@ -261,6 +263,12 @@ Region SmoothPixels(const Image& colours, float noise) {
     std::memcpy(&smooth.At(0, height - 1 - y), &smooth.At(0, height - 1 - kReach), size);
   }
   return smooth;
+}
+
+float CleanPlate::Structure() const {
+  const float textured = (kPlainFlood - flooded) / (kPlainFlood - kTexturedFlood);
+  const float uneven = (spread - kPlainSpread) / (kUnevenSpread - kPlainSpread);
+  return std::clamp(std::max(textured, uneven), 0.0f, 1.0f);
 }
 
 bool EstimatePlate(const HeadCrop& crop, CleanPlate* plate) {

@@ -14,8 +14,11 @@ struct CleanPlate {
   Region background;  // at the crop's size: pixels that are nothing but background
   Region smooth;      // at the crop's size: pixels whose surroundings are but a plane of colour and noise
   float noise = 0;    // usual difference of a background pixel from the plate, at least 1 level
-  float flooded = 0;  // share of the surroundings of the head that is plain enough to be known as background
+  float flooded = 0;  // share of the head's wider surroundings that is plain enough to be known as background
   float spread = 0;   // difference from a smooth background that one in ten of them exceeds: what the scene holds
+
+  // From 0 before a wall to 1 before a texture or a room full of things, where a pixel's colours tell little.
+  float Structure() const;
 };
 
 // Smooth background is followed from the surroundings of the head up to the hair and through its gaps, then spread

@@ -44,6 +44,7 @@ void KeepConnected(const HeadCrop& crop, Floats* alpha) {
 
 HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
   HairEvidence evidence(crop, plate);
+  const float kept = std::min(1.0f, 2 * plate.Structure());  // of the mask: nothing is opened where little is known
   Floats alpha(evidence.Kinds().bits.size());
   const auto stride = static_cast<size_t>(crop.mask.width);
   std::vector<int> columns(stride);
@@ -54,7 +55,10 @@ HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
     for (size_t x = 0; x < stride; ++x) alpha[start + x] = kinds[x] == HairEvidence::kPerson ? 1.0f : 0.0f;
     const size_t count = evidence.DescribeRow(y, columns.data(), values.data(), stride);
     WeighEvidence(values.data(), stride, count, told.data());
-    for (size_t j = 0; j < count; ++j) alpha[start + static_cast<size_t>(columns[j])] = told[j];
+    for (size_t j = 0; j < count; ++j) {
+      const size_t i = start + static_cast<size_t>(columns[j]);
+      alpha[i] = std::max(told[j], kept * static_cast<float>(crop.mask.values[i]) / 255);
+    }
   }
   KeepConnected(crop, &alpha);
   HairAlpha hair{Mask(crop.mask.width, crop.mask.height), {}};

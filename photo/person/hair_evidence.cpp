@@ -9,10 +9,11 @@ namespace qx::photo {
 namespace {
 
 // Lengths in face widths, colours 0 to 1 (of levels only where it says so).
-constexpr float kPlainOut = 0.5f, kUnevenOut = 0.25f, kTexturedOut = 0.1f, kIn = 0.2f;
-constexpr float kPlainSpread = 8, kUnevenSpread = 24;  // levels
-constexpr float kPlainFlood = 0.9f, kTexturedFlood = 0.6f;
+constexpr float kPlainOut = 0.5f, kPlainIn = 0.2f;       // the band before a wall
+constexpr float kUnevenOut = 0.12f, kUnevenIn = 0.03f;   // ... before what is full of structure
 constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;  // half axes of what is always the person
+constexpr float kEars = 0.75f, kRim = 0.012f;            // how far aside ears reach; of their rim
+constexpr float kSkin = 0.008f;                          // squared difference from the face's colour
 constexpr float kHead = 1.25f;                           // of those, what is so but for the outline
 constexpr float kNeck = 0.33f;                           // to each side, below the chin
 constexpr float kThroat = 0.2f, kShoulder = 0.4f;        // lower down the neck widens by so much of what is below
@@ -23,6 +24,8 @@ constexpr float kPure = 0.015f;                          // deeper, colours are 
 constexpr float kRivalsFrom = 0.02f, kRivalsTo = 0.1f;
 constexpr size_t kRivals = 4;
 constexpr float kLevel = 1.0f / 255;
+constexpr uint8_t kNothing = 13, kOfPlate = 26;  // of 255: pixels outside with less than that are background
+constexpr std::pair<int, int> kAround[] = {{-1, -1}, {0, -1}, {1, -1}, {-1, 0}, {1, 0}, {-1, 1}, {0, 1}, {1, 1}};
 
 // A fall from 1 towards 0 as e^-x does, of plain arithmetic alone, so that every machine gives the same.
 float Falloff(float x) {
@@ -76,8 +79,8 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
       flooded_(kinds_.bits.size()),
       smooth_(kinds_.bits.size()),
       connected_(kinds_.bits.size()) {
-  DivideCrop();
   FindSkin();
+  DivideCrop();
   FindPersonColours(false);
   FindRivals();
   AskAll();
@@ -110,12 +113,13 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
 
 // Whether the pixel is in a face, in the head behind it but for the very outline, or in the neck and what is below it.
 bool HairEvidence::IsSolid(int x, int y, float depth) const {
+  const bool skin = depth > kRim && MeanSquare(Load(crop_.colours.At(x, y)) - skin_) < kSkin;
   for (const FaceBox& face : crop_.faces) {
     const auto dx = static_cast<float>((x + 0.5 - (face.left + face.right) / 2) / face.Width());
     const auto dy = static_cast<float>((y + 0.5 - (face.top + face.bottom) / 2) / face.Width());
     const float scale = depth > kEdge ? 1 / kHead : 1;
     const float a = dx * scale / kFaceAcross, b = dy * scale / kFaceDown;
-    if (a * a + b * b < 1) return true;
+    if (a * a + b * b < 1 || (skin && std::abs(dx) < kEars && std::abs(dy) < kFaceAcross)) return true;
     const auto below = static_cast<float>((y + 0.5 - face.bottom) / face.Width());
     if (below > 0 && std::abs(dx) < kNeck + kShoulder * std::max(0.0f, below - kThroat)) return true;
   }
@@ -134,17 +138,16 @@ bool HairEvidence::IsOther(int x, int y) const {
 
 // Where to ask: in a band around the outline that is the wider, the plainer the background.
 void HairEvidence::DivideCrop() {
-  const float textured = std::clamp((kPlainFlood - plate_.flooded) / (kPlainFlood - kTexturedFlood), 0.0f, 1.0f);
-  const float uneven = std::clamp((plate_.spread - kPlainSpread) / (kUnevenSpread - kPlainSpread), 0.0f, 1.0f);
-  float out = kPlainOut + uneven * (kUnevenOut - kPlainOut);
-  out += textured * (kTexturedOut - out);
+  const float structure = plate_.Structure();
+  const float out = kPlainOut + structure * (kUnevenOut - kPlainOut),
+              in = kPlainIn + structure * (kUnevenIn - kPlainIn);
   size_t i = 0;
   for (int y = 0; y < height_; ++y) {
     HairZone(crop_.faces, crop_.faceWidth, y, width_, zone_.data());
     for (int x = 0; x < width_; ++x, ++i) {
       const float depth = Depth(i);
       uint8_t kind = depth > 0 ? kPerson : kBackground;
-      if (zone_[static_cast<size_t>(x)] > 0 && depth > -out && depth < kIn &&
+      if (zone_[static_cast<size_t>(x)] > 0 && depth > -out && depth < in &&
           !(depth < 0 && (plate_.background.bits[i] || IsOther(x, y))) && !(depth > 0 && IsSolid(x, y, depth))) {
         kind = kUnknown;
       }
@@ -288,10 +291,13 @@ void HairEvidence::AskAll() {
   }
 }
 
-// Away from the outline, what does not look like a gap is the person.
+// Away from the outline, what does not look like a gap is the person, and what has the plate's colours background.
 void HairEvidence::CloseSolid() {
   Region gaps(width_, height_);
   for (size_t i = 0; i < gaps.bits.size(); ++i) {
+    if (kinds_.bits[i] == kUnknown && Depth(i) < 0 && alphas_[i] < kNothing && unlikePlate_[i] < kOfPlate) {
+      kinds_.bits[i] = kBackground;
+    }
     gaps.bits[i] = kinds_.bits[i] == kUnknown && (Depth(i) < kEdge || (alphas_[i] < 217 && unlikePerson_[i] > 25));
   }
   Region inside(width_, height_);
@@ -389,6 +395,13 @@ size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stri
     put(flooded_[i] > 0 ? 1.0f : 0.0f);
     put(connected_[i] > 0 ? 1.0f : 0.0f);
     for (const Neighbourhood& neighbourhood : neighbours_) put(neighbourhood.Mean(x));
+    for (const int reach : {1, 3}) {
+      for (const auto& [across, down] : kAround) {
+        const int u = std::clamp(x + reach * across, 0, width_ - 1), v = std::clamp(y + reach * down, 0, height_ - 1);
+        put(static_cast<float>(alphas_[static_cast<size_t>(v) * static_cast<size_t>(width_) + static_cast<size_t>(u)]) *
+            kLevel);
+      }
+    }
     put((static_cast<float>(bgr[0]) + 2 * static_cast<float>(bgr[1]) + static_cast<float>(bgr[2])) * (kLevel / 4));
     put(std::clamp(static_cast<float>((y + 0.5 - (face->top + face->bottom) / 2) / crop_.faceWidth), -1.5f, 1.5f));
     put(std::clamp(static_cast<float>(std::abs(x + 0.5 - (face->left + face->right) / 2) / crop_.faceWidth), 0.0f,

@@ -21,7 +21,7 @@ namespace qx::photo {
 // neighbours say, and where it lies.
 class HairEvidence {
  public:
-  static constexpr int kValues = 40;
+  static constexpr int kValues = 56;
   enum Kind : uint8_t { kBackground, kUnknown, kPerson };
 
   // Both are kept by reference.
