@@ -292,7 +292,8 @@ Image Finish(const PhotographPart& part, const Mask& mask, const std::vector<Pro
   if (request.background.IsKeep()) {
     return RenderPhoto(part, mask, request.background, placed.turn, placed.rectangle, request.document);
   }
-  PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width()), part.box, part.width, part.height};
+  PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width(), Rim::kReduce), part.box, part.width,
+                         part.height};
   return RenderPhoto(cleaned, mask, request.background, placed.turn, placed.rectangle, request.document);
 }
 

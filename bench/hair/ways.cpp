@@ -30,12 +30,12 @@ Cutout MakeNow(const Scene& scene, const Cutout& before) {
 #else
   photo::Mask mask = before.mask;
 #endif
-  photo::Image colours = EstimateForeground(scene.picture, mask, scene.face.Width());
+  photo::Image colours = EstimateForeground(scene.picture, mask, scene.face.Width(), photo::Rim::kReduce);
   return {std::move(mask), std::move(colours)};
 }
 
 photo::Image ColoursNow(const Scene& scene, const photo::Mask& mask) {
-  return EstimateForeground(scene.picture, mask, scene.face.Width());
+  return EstimateForeground(scene.picture, mask, scene.face.Width(), photo::Rim::kReduce);
 }
 
 }  // namespace qx::bench::hair
