@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "photo/base/image.h"
@@ -59,6 +60,18 @@ class ColourField {
     }
     values_[cell][3] += weight * square;
     weights_[cell] += weight;
+  }
+
+  // The same for pixels side by side, each with that weight.
+  void AddRow(size_t cell, const uint8_t* bgr, int pixels, float weight) {
+    int sums[4] = {};
+    for (int i = 0; i < pixels; ++i, bgr += 3) {
+      const int b = bgr[0] - static_cast<int>(kMiddle), g = bgr[1] - static_cast<int>(kMiddle),
+                r = bgr[2] - static_cast<int>(kMiddle);
+      sums[0] += b, sums[1] += g, sums[2] += r, sums[3] += b * b + g * g + r * r;
+    }
+    for (size_t c = 0; c < 4; ++c) values_[cell][c] += weight * static_cast<float>(sums[c]);
+    weights_[cell] += weight * static_cast<float>(pixels);
   }
 
   // Each cell's mean where its weight reaches `need`; with less, the rest is the mean of its surroundings, ever wider

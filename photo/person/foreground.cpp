@@ -118,7 +118,8 @@ class Unmixer {
     const Weights weights = WeightsAbove<2>(0);
     ForMixed(mask_, grid_, kinds_, [&](int x, int y, uint8_t share, size_t cell) {
       if (share == 0) return;
-      near.Add(cell, PersonsColour(*picture, x, y, share, person_).data(), weights[share]);
+      const FieldColour colour = share == 255 ? Shown(*picture, x, y) : PersonsColour(*picture, x, y, share, person_);
+      near.Add(cell, colour.data(), weights[share]);
     });
     near.SpreadNear(kToldApart * Pixels(), person_);
     ForMixed(mask_, grid_, kinds_, [&](int x, int y, uint8_t share, size_t) {
@@ -149,9 +150,8 @@ class Unmixer {
       for (int left = 0; left < picture.width; left += grid_.side, ++cell) {
         if (kinds_[cell] == CellKind::kMixed) continue;
         ColourField& to = kinds_[cell] == CellKind::kPerson ? person_ : background_;
-        for (int x = left; x < std::min(left + grid_.side, picture.width); ++x) {
-          to.Add(cell, Shown(picture, x, v).data(), static_cast<float>(grid_.side));
-        }
+        const int end = std::min(left + grid_.side, picture.width);
+        to.AddRow(cell, picture.At(left, v), end - left, static_cast<float>(grid_.side));
       }
     }
   }

@@ -13,13 +13,18 @@ namespace {
 constexpr double kLit = 0.02, kBehindFrom = 0.025, kBehindTo = 0.045, kInsideFrom = 0.045, kInsideTo = 0.13;
 // Depth at which nothing is taken any more, and how far outside, where strands end.
 constexpr double kFade = 0.04, kFadeOutside = 0.08;
-constexpr double kTile = 0.03;  // side of the tiles in which evidence is gathered; a window has kReach on each side
-constexpr int kReach = 2;
+// Side of the tiles in which evidence is gathered, in face widths; tiles on each side in the windows that tell whether
+// there is a rim, and in those that tell whether it goes on.
+constexpr double kTile = 0.03;
+constexpr int kReach = 2, kAround = 3;
 constexpr float kInsideNeed = 2;   // cells that have to be known before wider surroundings no longer count
 constexpr double kAlong = 0.07;    // least length of a rim in a window
 constexpr double kLeastFace = 24;  // in cells; in smaller ones a rim is thinner than a cell
 constexpr float kLeastLight = 25, kClearLight = 50;  // levels that the background is brighter than the person
-constexpr float kOutside = 1.5f;                     // strands before the outline are lit more than the rim on average
+// Of the shine in the squares of a fit; keeps it at 0 where its hue is the light's.
+constexpr float kRidge = 0.1f;
+constexpr float kMostTaken = 0.85f;  // of a rim that is clearly one
+constexpr float kOutside = 1.5f;     // strands before the outline are lit more than the rim on average
 
 float Rising(float value, float from, float to) {
   return std::clamp((value - from) / (to - from), 0.0f, 1.0f);
@@ -87,17 +92,34 @@ struct Depths {
   int lit, behindFrom, behindTo, insideFrom, insideTo, fade, fadeOutside;
 };
 
-// The share of the light that a colour has beyond the person's inside.
-float ShareOf(const FieldColour& colour, const FieldColour& inside, const FieldColour& light) {
-  float along = 0;
-  for (size_t c = 0; c < 3; ++c) along += (colour[c] - inside[c]) * light[c];
-  return along / (Square(light) + 1);
-}
+// A colour as the person's inside, brighter by `shine` of it, and a share of the light, by least squares; `rest` is
+// what neither explains. The ridge gives all to the light where the two hues cannot be told apart.
+struct Explained {
+  Explained(const FieldColour& colour, const FieldColour& inside, const FieldColour& light) {
+    float ownOwn = 1, ownLight = 0, excessOwn = 0, excessLight = 0;
+    const float lightLight = Square(light) + 1;
+    for (size_t c = 0; c < 3; ++c) {
+      rest[c] = colour[c] - inside[c];
+      ownOwn += inside[c] * inside[c];
+      ownLight += inside[c] * light[c];
+      excessOwn += rest[c] * inside[c];
+      excessLight += rest[c] * light[c];
+    }
+    const float determinant = (1 + kRidge) * ownOwn * lightLight - ownLight * ownLight;
+    const float shine = std::clamp((excessOwn * lightLight - excessLight * ownLight) / determinant, 0.0f, 1.0f);
+    share = (excessLight - shine * ownLight) / lightLight;
+    for (size_t c = 0; c < 3; ++c) rest[c] -= shine * inside[c] + share * light[c];
+  }
+
+  float share;
+  FieldColour rest{};
+};
 
 // What one cell on or behind the rim says.
 Evidence EvidenceOf(const FieldColour& shown, const FieldColour& inside, const FieldColour& light, float unrest,
                     bool isLit) {
-  const float square = Square(light), share = std::clamp(ShareOf(shown, inside, light), -1.0f, 1.0f);
+  const Explained explained(shown, inside, light);
+  const float square = Square(light), share = std::clamp(explained.share, -1.0f, 1.0f);
   Evidence evidence;
   if (!isLit) {
     evidence.behind = 1;
@@ -107,11 +129,7 @@ Evidence EvidenceOf(const FieldColour& shown, const FieldColour& inside, const F
   evidence.cells = 1;
   evidence.share = share;
   evidence.squares = share * share;
-  float aside = 0;
-  for (size_t c = 0; c < 3; ++c) {
-    const float rest = shown[c] - inside[c] - share * light[c];
-    aside += rest * rest;
-  }
+  const float aside = Square(explained.rest);
   evidence.aside = std::sqrt(aside / square);
   evidence.light = std::sqrt(square / 3);
   evidence.spread = (std::sqrt(inside[3]) + 1) / evidence.light;
@@ -168,20 +186,49 @@ std::vector<Evidence> Gather(const CellGrid& grid, const CellGrid& tiles, const 
           EvidenceOf(person[i], light->inside[i], beyond, background[i][3], isLit);
     }
   }
-  SumWindows(tiles, &evidence);
   return evidence;
+}
+
+// What the evidence around a tile comes to.
+struct Verdict {
+  float sureness = 0;  // that there is a rim, 0 to 1
+  float share = 0;     // of the light in it
+};
+
+// Less sure where most of the outline around says otherwise: a bright patch, such as a collar's tip, looks like
+// a rim where it gets thin, but not far along.
+std::vector<Verdict> Judge(const CellGrid& tiles, const std::vector<Evidence>& evidence, float leastCells) {
+  std::vector<Evidence> windows = evidence;
+  SumWindows(tiles, &windows);
+  std::vector<float> own(tiles.Cells());
+  std::vector<Verdict> verdicts(tiles.Cells());
+  for (size_t i = 0; i < own.size(); ++i) {
+    own[i] = windows[i].Sureness(leastCells);
+    verdicts[i].share = windows[i].Share();
+  }
+  for (int y = 0; y < tiles.height; ++y) {
+    for (int x = 0; x < tiles.width; ++x) {
+      const size_t at = tiles.Cell(x, y);
+      if (own[at] <= 0) continue;
+      float sum = 0, cells = 0;
+      for (int v = std::max(0, y - kAround); v <= std::min(tiles.height - 1, y + kAround); ++v) {
+        for (int u = std::max(0, x - kAround); u <= std::min(tiles.width - 1, x + kAround); ++u) {
+          const size_t i = tiles.Cell(u, v);
+          sum += evidence[i].cells * own[i];
+          cells += evidence[i].cells;
+        }
+      }
+      verdicts[at].sureness = own[at] * Rising(sum, 0.3f * cells, 0.7f * cells);
+    }
+  }
+  return verdicts;
 }
 
 // How much of the light to take. False where there is none.
 bool Weigh(const CellGrid& grid, const CellGrid& tiles, const Distances& distances, const Depths& depths,
            const std::vector<Evidence>& evidence, float leastCells, const ColourField& person, Light* light) {
-  std::vector<float> sureness(tiles.Cells());
-  bool any = false;
-  for (size_t i = 0; i < sureness.size(); ++i) {
-    sureness[i] = evidence[i].Sureness(leastCells);
-    any = any || sureness[i] > 0;
-  }
-  if (!any) return false;
+  const std::vector<Verdict> verdicts = Judge(tiles, evidence, leastCells);
+  if (std::none_of(verdicts.begin(), verdicts.end(), [](const Verdict& v) { return v.sureness > 0; })) return false;
   const std::vector<CellTap> columns = CellTaps(grid.width, tiles.side, tiles.width),
                              rows = CellTaps(grid.height, tiles.side, tiles.height);
   size_t i = 0;
@@ -190,45 +237,65 @@ bool Weigh(const CellGrid& grid, const CellGrid& tiles, const Distances& distanc
       const size_t cell = i++;
       const float fading = depths.Fading(distances[cell]);
       if (fading <= 0) continue;
-      const size_t a = tiles.Cell(x.first, y.first), b = tiles.Cell(x.second, y.first);
-      const size_t c = tiles.Cell(x.first, y.second), d = tiles.Cell(x.second, y.second);
-      auto between = [&](float upperLeft, float upperRight, float lowerLeft, float lowerRight) {
-        const float above = upperLeft + x.share * (upperRight - upperLeft);
-        return above + y.share * (lowerLeft + x.share * (lowerRight - lowerLeft) - above);
+      const Verdict &a = verdicts[tiles.Cell(x.first, y.first)], &b = verdicts[tiles.Cell(x.second, y.first)];
+      const Verdict &c = verdicts[tiles.Cell(x.first, y.second)], &d = verdicts[tiles.Cell(x.second, y.second)];
+      auto between = [&](float Verdict::*field) {
+        const float above = a.*field + x.share * (b.*field - a.*field),
+                    below = c.*field + x.share * (d.*field - c.*field);
+        return above + y.share * (below - above);
       };
-      const float sure = between(sureness[a], sureness[b], sureness[c], sureness[d]);
+      const float sure = between(&Verdict::sureness);
       if (sure <= 0) continue;
       FieldColour& beyond = light->cells[cell];
-      const float mean = between(evidence[a].Share(), evidence[b].Share(), evidence[c].Share(), evidence[d].Share());
-      const float own = distances[cell] > 0 ? ShareOf(person[cell], light->inside[cell], beyond) : kOutside * mean;
-      beyond[3] = sure * fading * std::clamp(own, 0.0f, 1.0f);
+      const float mean = between(&Verdict::share);
+      const float own =
+          distances[cell] > 0 ? Explained(person[cell], light->inside[cell], beyond).share : kOutside * mean;
+      beyond[3] = kMostTaken * sure * fading * std::clamp(own, 0.0f, 1.0f);
     }
   }
   return true;
 }
 
+// Takes the light out, and by the same part what else sets the colour's hue apart from the inside's: the light's hue is
+// known only roughly. Lighter and darker strands stay.
+void TakeFrom(uint8_t* samples, const FieldColour& inside, const FieldColour& light) {
+  const FieldColour own{static_cast<float>(samples[0]), static_cast<float>(samples[1]), static_cast<float>(samples[2])};
+  const Explained explained(own, inside, light);
+  const float share = explained.share, take = std::min(light[3], share);
+  if (take <= 0) return;
+  const FieldColour& rest = explained.rest;
+  const float grey = (rest[0] + rest[1] + rest[2]) / 3, part = take / share;
+  for (size_t c = 0; c < 3; ++c) {
+    const float reduced = own[c] - take * light[c] - part * (rest[c] - grey);
+    samples[c] = static_cast<uint8_t>(static_cast<int>(std::clamp(reduced, 0.0f, 255.0f) + 0.5f));
+  }
+}
+
 void Take(const Light& light, const CellGrid& grid, const Mask& mask, Image* picture) {
   const std::vector<CellTap> columns = CellTaps(picture->width, grid.side, grid.width),
                              rows = CellTaps(picture->height, grid.side, grid.height);
+  std::vector<int> lit;  // columns between the cells of two rows where there is anything to take
+  int rowsOf = -1;
   for (int y = 0; y < picture->height; ++y) {
     const CellTap& row = rows[static_cast<size_t>(y)];
     const FieldColour *upper = light.cells.data() + grid.Cell(0, row.first),
                       *lower = light.cells.data() + grid.Cell(0, row.second);
-    for (int x = 0; x < picture->width; ++x) {
-      const CellTap& column = columns[static_cast<size_t>(x)];
-      const FieldColour &a = upper[column.first], &b = upper[column.second], &c = lower[column.first],
-                        &d = lower[column.second];
-      if (a[3] + b[3] + c[3] + d[3] <= 0 || mask.Row(y)[x] == 0) continue;
-      const FieldColour beyond = Between(a, b, c, d, column.share, row.share);
-      const FieldColour inside = light.inside.Sample(column, row);
-      uint8_t* samples = picture->At(x, y);
-      const FieldColour own{static_cast<float>(samples[0]), static_cast<float>(samples[1]),
-                            static_cast<float>(samples[2])};
-      const float take = std::min(beyond[3], ShareOf(own, inside, beyond));
-      if (take <= 0) continue;
-      for (size_t i = 0; i < 3; ++i) {
-        samples[i] = static_cast<uint8_t>(static_cast<int>(std::max(0.0f, own[i] - take * beyond[i]) + 0.5f));
+    if (row.first != rowsOf) {
+      rowsOf = row.first;
+      lit.clear();
+      for (int x = 0; x < picture->width; ++x) {
+        const auto first = static_cast<size_t>(columns[static_cast<size_t>(x)].first),
+                   second = static_cast<size_t>(columns[static_cast<size_t>(x)].second);
+        if (upper[first][3] > 0 || upper[second][3] > 0 || lower[first][3] > 0 || lower[second][3] > 0)
+          lit.push_back(x);
       }
+    }
+    for (const int x : lit) {
+      if (mask.Row(y)[x] == 0) continue;
+      const CellTap& column = columns[static_cast<size_t>(x)];
+      const auto first = static_cast<size_t>(column.first), second = static_cast<size_t>(column.second);
+      TakeFrom(picture->At(x, y), light.inside.Sample(column, row),
+               Between(upper[first], upper[second], lower[first], lower[second], column.share, row.share));
     }
   }
 }
