@@ -34,7 +34,8 @@ Level Halve(const View& from) {
     std::fill(row.begin(), row.end(), FieldColour{});
     std::fill(weight.begin(), weight.end(), 0.0f);
     for (int i = std::max(0, 1 - 2 * y); i < 4 && 2 * y - 1 + i < from.height; ++i) {
-      const size_t start = static_cast<size_t>(2 * y - 1 + i) * stride;
+      const int line = 2 * y - 1 + i;
+      const size_t start = static_cast<size_t>(line) * stride;
       for (size_t x = 0; x < stride; ++x) {
         for (size_t c = 0; c < 4; ++c) row[x][c] += kTent[i] * from.values[start + x][c];
         weight[x] += kTent[i] * from.weights[start + x];
@@ -44,7 +45,8 @@ Level Halve(const View& from) {
       FieldColour sum{};
       float total = 0;
       for (int i = std::max(0, 1 - 2 * x); i < 4 && 2 * x - 1 + i < from.width; ++i) {
-        const auto at = static_cast<size_t>(2 * x - 1 + i);
+        const int column = 2 * x - 1 + i;
+        const auto at = static_cast<size_t>(column);
         for (size_t c = 0; c < 4; ++c) sum[c] += kTent[i] * row[at][c];
         total += kTent[i] * weight[at];
       }

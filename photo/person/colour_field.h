@@ -2,6 +2,7 @@
 #ifndef QX_PHOTO_PERSON_COLOUR_FIELD_H
 #define QX_PHOTO_PERSON_COLOUR_FIELD_H
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +22,7 @@ struct CellGrid {
     return static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x);
   }
 
-  int side, width, height;
+  int side = 1, width = 0, height = 0;
 };
 
 // Where a pixel's centre lies between those of two cells along one axis.
@@ -33,6 +34,11 @@ std::vector<CellTap> CellTaps(int pixels, int side, int cells);
 
 // Blue, green and red from 0 to 255, then how far they vary there: the variance of a channel, the mean of the three.
 using FieldColour = std::array<float, 4>;
+
+inline uint8_t ToByte(float level) {
+  const float above = std::clamp(level, 0.0f, 255.0f) + 0.5f;
+  return static_cast<uint8_t>(static_cast<int>(above));
+}
 
 // Between a and b, and c and d below them, by the shares of the right and of the lower two.
 inline FieldColour Between(const FieldColour& a, const FieldColour& b, const FieldColour& c, const FieldColour& d,

@@ -91,14 +91,14 @@ void ForMixed(const Mask& mask, const CellGrid& grid, const Kinds& kinds, Visit 
 
 class Unmixer {
  public:
-  Unmixer(const Image& picture, const Mask& mask, double faceWidth)
+  Unmixer(const Image& picture, const Mask& mask, const CellGrid& grid)
       : mask_(mask),
-        grid_(GridFor(picture, faceWidth)),
+        grid_(grid),
         kinds_(KindsOf(mask, grid_)),
         columns_(CellTaps(picture.width, grid_.side, grid_.width)),
         rows_(CellTaps(picture.height, grid_.side, grid_.height)),
-        person_(grid_),
-        background_(grid_) {}
+        person_(grid),
+        background_(grid) {}
 
   // False where nothing is seen of one of the two: nothing can be told apart.
   bool FindColours(const Image& picture) {
@@ -126,7 +126,7 @@ class Unmixer {
       if (share == 0 || share == 255) return;
       const FieldColour colour = PersonsColour(*picture, x, y, share, near);
       uint8_t* to = picture->At(x, y);
-      for (size_t c = 0; c < 3; ++c) to[c] = static_cast<uint8_t>(static_cast<int>(colour[c] + 0.5f));
+      for (size_t c = 0; c < 3; ++c) to[c] = ToByte(colour[c]);
     });
   }
 
@@ -196,7 +196,7 @@ class Unmixer {
 }  // namespace
 
 Image EstimateForeground(Image picture, const Mask& mask, double faceWidth, Rim rim) {
-  Unmixer unmixer(picture, mask, faceWidth);
+  Unmixer unmixer(picture, mask, GridFor(picture, faceWidth));
   if (!unmixer.FindColours(picture)) return picture;
   unmixer.Unmix(&picture);
   if (rim == Rim::kReduce) unmixer.ReduceRim(faceWidth, &picture);

@@ -17,9 +17,10 @@ constexpr double kFade = 0.04, kFadeOutside = 0.08;
 // there is a rim, and in those that tell whether it goes on.
 constexpr double kTile = 0.03;
 constexpr int kReach = 2, kAround = 3;
-constexpr float kInsideNeed = 2;   // cells that have to be known before wider surroundings no longer count
-constexpr double kAlong = 0.07;    // least length of a rim in a window
-constexpr double kLeastFace = 24;  // in cells; in smaller ones a rim is thinner than a cell
+constexpr float kInsideNeed = 2;  // cells that have to be known before wider surroundings no longer count
+constexpr double kAlong = 0.07;   // least length of a rim in a window
+// In cells: in smaller ones a rim is thinner than a cell; larger ones do not fit the picture.
+constexpr double kLeastFace = 24, kMostFace = 1000;
 constexpr float kLeastLight = 25, kClearLight = 50;  // levels that the background is brighter than the person
 // Of the shine in the squares of a fit; keeps it at 0 where its hue is the light's.
 constexpr float kRidge = 0.1f;
@@ -267,7 +268,7 @@ void TakeFrom(uint8_t* samples, const FieldColour& inside, const FieldColour& li
   const float grey = (rest[0] + rest[1] + rest[2]) / 3, part = take / share;
   for (size_t c = 0; c < 3; ++c) {
     const float reduced = own[c] - take * light[c] - part * (rest[c] - grey);
-    samples[c] = static_cast<uint8_t>(static_cast<int>(std::clamp(reduced, 0.0f, 255.0f) + 0.5f));
+    samples[c] = ToByte(reduced);
   }
 }
 
@@ -305,7 +306,7 @@ void Take(const Light& light, const CellGrid& grid, const Mask& mask, Image* pic
 void ReduceRim(const Mask& mask, double faceWidth, const CellGrid& grid, const ColourField& person,
                const ColourField& background, Image* picture) {
   const double face = faceWidth / grid.side;
-  if (face < kLeastFace) return;
+  if (face < kLeastFace || face > kMostFace) return;
   const Depths depths(face);
   const Distances distances = SignedDistance(Covered(mask, grid), std::min(127.0, kInsideTo * face + 2));
   Light light{ColourField(grid), {}};
