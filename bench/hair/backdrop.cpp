@@ -13,6 +13,19 @@ Colour RandomWall(Random& random) {
   return wall * random.Between(0.93f, 1.0f);
 }
 
+float Apart(Colour a, Colour b) {
+  return (std::fabs(a.b - b.b) + std::fabs(a.g - b.g) + std::fabs(a.r - b.r)) / 3;
+}
+
+// Not the colour of the hair or the clothes: nobody could tell these apart.
+Colour WallBehind(const Sitter& sitter, Random& random) {
+  Colour wall = RandomWall(random);
+  for (int tries = 0; tries < 20 && (Apart(wall, sitter.hair) < 32 || Apart(wall, sitter.cloth) < 24); ++tries) {
+    wall = RandomWall(random);
+  }
+  return wall;
+}
+
 void Put(float* pixel, Colour c) {
   pixel[0] = c.b, pixel[1] = c.g, pixel[2] = c.r;
 }
@@ -58,15 +71,17 @@ void CastShadow(Plane& plane, const Plane& person, const Sitter& sitter, Random&
 }
 
 void TwoColours(Plane& plane, const Sitter& sitter, Random& random) {
-  const Colour second = RandomWall(random), frame = RandomWall(random);
+  const Colour second = WallBehind(sitter, random), frame = RandomWall(random);
   const float slant = random.Chance(0.4f) ? random.Between(-0.5f, 0.5f) : random.Between(-0.03f, 0.03f);
-  const float at = sitter.centreX + random.Between(-0.6f, 0.6f) * sitter.faceWidth;
+  const bool level = random.Chance(0.2f);  // panelling below, wall above
+  const float at = (level ? sitter.centreY - 0.2f * sitter.faceWidth : sitter.centreX) +
+                   random.Between(-0.6f, 0.6f) * sitter.faceWidth;
   const float wide = random.Chance(0.5f) ? random.Between(0.05f, 0.25f) * sitter.faceWidth : 0;
   const bool curtain = random.Chance(0.4f);
   const float fold = random.Between(0.08f, 0.2f) * sitter.faceWidth, depth = random.Between(0.1f, 0.35f);
   const uint32_t seed = random.Bits();
   ForPixels(plane, [&](float x, float y, float* pixel) {
-    const float off = x - at - slant * (y - sitter.centreY);
+    const float off = level ? y - at - 0.1f * slant * (x - sitter.centreX) : x - at - slant * (y - sitter.centreY);
     if (off < 0) return;
     const float shade =
         curtain ? 1 - depth * (0.5f + 0.5f * SineTurn(x / fold + 0.3f * Noise(x * 0.01f, y * 0.004f, seed))) : 1.0f;
@@ -94,7 +109,8 @@ void Bricks(Plane& plane, const Sitter& sitter, Random& random) {
 }
 
 void Wallpaper(Plane& plane, const Sitter& sitter, Random& random) {
-  const Colour ground = RandomWall(random), figure = Mix(ground, RandomWall(random), random.Between(0.3f, 0.8f));
+  const Colour ground = RandomWall(random), other = RandomWall(random);
+  const Colour figure = Mix(ground, other, random.Between(0.3f, 0.8f));
   const float size = random.Between(0.12f, 0.35f) * sitter.faceWidth, petals = static_cast<float>(3 + random.Below(4));
   const bool stripes = random.Chance(0.3f);
   const float petal = random.Between(0.08f, 0.16f), core = random.Between(0.2f, 0.3f);
@@ -139,21 +155,70 @@ void Foliage(Plane& plane, const Sitter& sitter, Random& random) {
   });
 }
 
+// A shelf of books, or tiles: upright patches in rows.
+void Shelf(Plane& plane, const Sitter& sitter, Random& random) {
+  const float row = random.Between(0.4f, 0.8f) * sitter.faceWidth,
+              book = random.Between(0.07f, 0.16f) * sitter.faceWidth;
+  const Colour board = RandomWall(random) * 0.7f, tint = RandomWall(random);
+  const float various = random.Between(0.3f, 0.9f);
+  const uint32_t seed = random.Bits();
+  ForPixels(plane, [&](float x, float y, float* pixel) {
+    const float number = std::floor(y / row), inRow = y / row - number;
+    const float along = x / book + 0.35f * Noise(x / book, number * 5.3f, seed), column = std::floor(along);
+    auto chance = [&](uint32_t which) {
+      return 0.5f + 0.5f * Noise(column * 1.9f + 0.5f, number * 3.1f + 0.5f, seed + which);
+    };
+    const Colour own{30 + 200 * chance(1), 30 + 200 * chance(2), 30 + 200 * chance(3)};
+    const float round = 1 - 0.5f * std::fabs(along - column - 0.5f);
+    const bool shelf = inRow < 0.08f, above = inRow < 0.12f + 0.25f * chance(4);
+    Put(pixel, shelf ? board : above ? board * 0.35f : Mix(tint, own, various) * round);
+  });
+}
+
+// Rough plaster, or cloth.
+void Plaster(Plane& plane, const Sitter& sitter, Random& random) {
+  const Colour wall = WallBehind(sitter, random);
+  const float size = random.Between(0.02f, 0.12f) * sitter.faceWidth, depth = random.Between(0.1f, 0.4f);
+  const float stretch = random.Chance(0.3f) ? 0.15f : 1.0f;
+  const uint32_t seed = random.Bits();
+  ForPixels(plane, [&](float x, float y, float* pixel) {
+    Put(pixel, wall * (1 + depth * Turbulence(x / size, y * stretch / size, seed)));
+  });
+}
+
 void Texture(Plane& plane, const Sitter& sitter, Random& random) {
-  switch (random.Below(4)) {
+  switch (random.Below(6)) {
     case 0: Bricks(plane, sitter, random); break;
     case 1: Wallpaper(plane, sitter, random); break;
     case 2: Wood(plane, sitter, random); break;
+    case 3: Shelf(plane, sitter, random); break;
+    case 4: Plaster(plane, sitter, random); break;
     default: Foliage(plane, sitter, random); break;
   }
   Blur(plane, random.Between(0.5f, 1.6f));
+}
+
+// Points of light out of focus: discs with rather sharp edges.
+void Lights(Plane& plane, const Sitter& sitter, Random& random) {
+  const float radius = random.Between(0.04f, 0.12f) * sitter.faceWidth;
+  for (int i = 5 + random.Below(20); i > 0; --i) {
+    const float x = random.Between(0, 1) * static_cast<float>(plane.width);
+    const float y = random.Between(0, 1) * static_cast<float>(plane.height), strength = random.Between(0.2f, 0.9f);
+    const Colour colour{random.Between(120, 250), random.Between(170, 250), random.Between(200, 250)};
+    ForPixels(plane, [&](float px, float py, float* pixel) {
+      const float away = std::sqrt((px - x) * (px - x) + (py - y) * (py - y));
+      const float share = strength * (1 - Smooth(radius - 2, radius + 2, away));
+      if (share > 0) Put(pixel, Mix({pixel[0], pixel[1], pixel[2]}, colour, share));
+    });
+  }
 }
 
 // Furniture, windows and lamps as blurred patches.
 void Room(Plane& plane, const Sitter& sitter, Random& random) {
   const int count = 10 + random.Below(14);
   for (int i = 0; i < count; ++i) {
-    const Colour colour = random.Chance(0.2f) ? Colour{235, 245, 250} : RandomWall(random) * random.Between(0.4f, 1.0f);
+    const Colour wall = RandomWall(random), window{235, 245, 250};
+    const Colour colour = random.Chance(0.2f) ? window : wall * random.Between(0.4f, 1.0f);
     const float x = random.Between(0, 1) * static_cast<float>(plane.width),
                 y = random.Between(0, 1) * static_cast<float>(plane.height);
     const float rx = random.Between(0.15f, 0.9f) * sitter.faceWidth,
@@ -165,19 +230,39 @@ void Room(Plane& plane, const Sitter& sitter, Random& random) {
     });
   }
   Blur(plane, random.Between(0.04f, 0.12f) * sitter.faceWidth);
+  if (random.Chance(0.35f)) Lights(plane, sitter, random);
+}
+
+// How far the surroundings of the head are from the hair's colour, in levels, on the mean.
+float FromHair(const Plane& plane, const Sitter& sitter) {
+  const auto inside = [](float place, int size) { return std::clamp(static_cast<int>(place), 0, size); };
+  const float w = sitter.faceWidth;
+  const int bottom = inside(sitter.centreY + 0.5f * w, plane.height), right = inside(sitter.centreX + w, plane.width);
+  double sum = 0;
+  int count = 0;
+  for (int y = inside(sitter.centreY - 1.3f * w, plane.height); y < bottom; y += 4) {
+    for (int x = inside(sitter.centreX - w, plane.width); x < right; x += 4, ++count) {
+      const float* pixel = plane.At(x, y);
+      sum += static_cast<double>(Apart({pixel[0], pixel[1], pixel[2]}, sitter.hair));
+    }
+  }
+  return count > 0 ? static_cast<float>(sum / count) : 0;
 }
 
 }  // namespace
 
 Plane DrawBackdrop(Backdrop kind, const Plane& person, const Sitter& sitter, Random& random) {
   Plane plane(person.width, person.height, 3);
-  Wall(plane, RandomWall(random), random);
-  switch (kind) {
-    case Backdrop::kPlain: break;
-    case Backdrop::kShadowed: CastShadow(plane, person, sitter, random); break;
-    case Backdrop::kTwoColoured: TwoColours(plane, sitter, random); break;
-    case Backdrop::kTextured: Texture(plane, sitter, random); break;
-    case Backdrop::kOutOfFocus: Room(plane, sitter, random); break;
+  for (int tries = 0; tries < 12; ++tries) {
+    Wall(plane, WallBehind(sitter, random), random);
+    switch (kind) {
+      case Backdrop::kPlain: break;
+      case Backdrop::kShadowed: CastShadow(plane, person, sitter, random); break;
+      case Backdrop::kTwoColoured: TwoColours(plane, sitter, random); break;
+      case Backdrop::kTextured: Texture(plane, sitter, random); break;
+      case Backdrop::kOutOfFocus: Room(plane, sitter, random); break;
+    }
+    if (FromHair(plane, sitter) > 45) break;
   }
   for (float& level : plane.values) level = std::clamp(level, 0.0f, 253.0f);
   return plane;

@@ -40,7 +40,7 @@ bool Parse(int argc, char** argv, Options* options) {
       options->each = true;
       continue;
     }
-    if (i + 1 == argc) return false;
+    if (i + 1 == argc) return false;  // --help among them
     const std::string value = argv[++i];
     if (name == "--half" && value == "tuning") {
       options->first = 0, options->last = 29;
@@ -58,7 +58,8 @@ bool Parse(int argc, char** argv, Options* options) {
       return false;
     }
   }
-  return options->threads > 0 && options->first <= options->last;
+  constexpr uint32_t kMostScenes = 1000000;
+  return options->threads > 0 && options->first <= options->last && options->last - options->first < kMostScenes;
 }
 
 Errors Measure(const Scene& scene, const Cutout& cutout, const photo::Image& coloursOfTruth) {

@@ -26,7 +26,8 @@ struct Row {
   Errors before, now;
 };
 
-// A table in Markdown: a line for each class of backgrounds and kind of hair, and for all.
+// A table in Markdown: a line for each class of backgrounds and kind of hair, and for all. Ratios of now to before are
+// those of the sums, in brackets the mean of the pictures' own; without a way to compare with, the figures of before.
 void PrintTable(const std::vector<Row>& rows, bool compared);
 void PrintEach(const std::vector<Row>& rows, bool compared);
 

@@ -23,6 +23,20 @@ void AddNoise(Plane& plane, float sigma, Random& random) {
   }
 }
 
+// Exposure and white balance, of the person and what is behind alike.
+void Expose(Scene& scene, Random& random) {
+  const float gain = random.Between(0.85f, 1.08f), warmth = random.Between(-0.05f, 0.05f);
+  const float gains[] = {gain * (1 - warmth), gain, gain * (1 + warmth)};
+  for (size_t i = 0; i < scene.person.Pixels(); ++i) {
+    float* person = scene.person.values.data() + i * kLayerChannels;
+    float* behind = scene.background.values.data() + 3 * i;
+    for (size_t c = 0; c < 3; ++c) {
+      person[c] = std::min(person[c] * gains[c], 255 * person[kAlpha]);
+      behind[c] = std::min(behind[c] * gains[c], 255.0f);
+    }
+  }
+}
+
 void ThroughJpeg(photo::Image& picture, int quality) {
   const cv::Mat pixels(picture.height, picture.width, CV_8UC3, picture.bgr.data());
   std::vector<uint8_t> file;
@@ -86,6 +100,7 @@ Scene MakeScene(uint32_t seed) {
   hair.DrawInFront(scene.person);
   if (sitter.glasses) DrawGlasses(scene.person, sitter, random);
   scene.background = DrawBackdrop(scene.backdrop, scene.person, sitter, random);
+  Expose(scene, random);
   Blur(scene.person, random.Between(0.3f, 0.8f));
   Plane picture = Composite(scene);
   AddNoise(picture, random.Between(0.7f, 3), random);

@@ -32,7 +32,8 @@ Line Oval(Place centre, float radiusX, float radiusY) {
 Colour RandomCloth(Random& random) {
   const Colour colours[] = {{60, 42, 34},  {35, 33, 32},    {120, 82, 48},   {70, 70, 74},  {60, 60, 140},
                             {95, 120, 62}, {170, 150, 130}, {225, 225, 225}, {40, 90, 150}, {120, 60, 100}};
-  return colours[random.Below(10)] * random.Between(0.85f, 1.1f);
+  const Colour cloth = colours[random.Below(10)];
+  return cloth * random.Between(0.85f, 1.1f);
 }
 
 // Skin with its grain; lit from one side.

@@ -38,11 +38,13 @@ Hair::Hair(const Sitter& sitter, HairKind kind, HairColour colour, Random& rando
   mottle_ = colour == HairColour::kGrey ? 0.38f : draw(0.12f, 0.24f);
   shine_ = draw(0.25f, 0.8f);
   locks_ = random.Bits();
+  curl_ = draw(0.016f, 0.042f), dense_ = static_cast<int>(draw(800, 1500));
   fringe_ = random.Chance(0.4f);
   knotAbove_ = random.Chance(0.65f);
   const float side = random.Chance(0.5f) ? 1.0f : -1.0f;
-  knot_ = knotAbove_ ? Place{draw(-0.15f, 0.15f), draw(-1.14f, -1.02f)}
-                     : Place{side * draw(0.42f, 0.55f), draw(-0.1f, 0.3f)};
+  knotRadius_ = draw(0.17f, 0.28f);
+  knot_ = knotAbove_ ? Place{draw(-0.15f, 0.15f), -0.88f - 0.55f * knotRadius_}
+                     : Place{side * draw(0.40f, 0.52f), draw(-0.2f, 0.25f)};
   if (kind == HairKind::kCompact)
     length_ = random.Chance(0.5f) ? draw(-0.3f, -0.15f) : draw(0.2f, 0.5f), frizz_ = 0.001f;
   if (kind == HairKind::kLoose)
@@ -51,6 +53,7 @@ Hair::Hair(const Sitter& sitter, HairKind kind, HairColour colour, Random& rando
   if (kind == HairKind::kLong)
     length_ = draw(1.0f, 1.8f), wave_ = draw(0.0f, 0.04f), frizz_ = draw(0.003f, 0.012f), spread_ = draw(0, 0.16f);
   if (kind == HairKind::kBun) volume_ = draw(0.01f, 0.04f), fringe_ = false, frizz_ = 0.003f;
+  if (kind == HairKind::kCurls) mottle_ *= 0.4f, shine_ *= 0.5f;
   if (kind == HairKind::kShort) volume_ = draw(0.0f, 0.06f), fringe_ = false;
 }
 
@@ -63,20 +66,21 @@ Line Hair::Placed(const Line& line) const {
 
 Line Hair::Hanging(float side, float depth, float end) {
   const float foot = -0.22f;
-  const float reach = 0.40f + (0.06f + volume_) * depth;
-  const float top = -0.60f - (0.26f + 0.85f * volume_) * depth;
+  // What reaches farther than the compact hair leaves it only from the ears on.
+  const float close = std::min(depth, 1.0f) + 0.12f * std::max(0.0f, depth - 1);
+  const float reach = 0.40f + (0.06f + volume_) * close, farther = 0.2f * (depth - close);
+  const float top = -0.60f - (0.26f + 0.85f * volume_) * close;
   const float lock = Noise(depth * 9 + side * 31, 3, locks_), lock2 = Noise(depth * 14 + side * 57, 8, locks_);
   const float phase = 0.5f * lock + random_.Between(-0.06f, 0.06f);
-  const float stray = random_.Normal() * frizz_;
+  const float stray = random_.Normal() * frizz_,
+              root = parting_ + 0.03f * random_.Normal() * std::min(1.0f, 100 * frizz_);
   Line line;
   constexpr int kTurn = 12;
   for (int i = 0; i <= kTurn; ++i) {
-    const float turn = 0.25f * static_cast<float>(i) / kTurn, out = SineTurn(turn), up = CosineTurn(turn);
-    const float grown = stray * static_cast<float>(i) / kTurn;
-    line.push_back({parting_ + (side * reach - parting_) * out + side * (grown + 0.01f * lock * out),
-                    foot +
-                        (top - foot) * std::sqrt(std::max(0.0f, up)) * (0.35f + 0.65f * std::sqrt(std::max(0.0f, up))) -
-                        0.5f * grown});
+    const float part = static_cast<float>(i) / kTurn, out = SineTurn(0.25f * part);
+    const float up = std::sqrt(std::max(0.0f, CosineTurn(0.25f * part))), grown = stray * part;
+    line.push_back({root + (side * reach - root) * out + side * (grown + 0.01f * lock * out),
+                    foot + (top - foot) * up * (0.35f + 0.65f * up) - 0.5f * grown});
   }
   const int steps = std::max(2, static_cast<int>((end - foot) / 0.035f));
   const float drift = random_.Normal() * frizz_ * 2;
@@ -84,9 +88,10 @@ Line Hair::Hanging(float side, float depth, float end) {
     const float t = static_cast<float>(i) / static_cast<float>(steps), y = foot + (end - foot) * t;
     const float fall = y - foot;
     const float swing = wave_ * std::min(1.0f, fall * 3) * SineTurn(waves_ * fall + phase) + 0.02f * lock2 * t;
-    line.push_back({side * (reach + spread_ * fall * depth + 0.01f * lock + swing) + side * stray +
-                        drift * fall * fall + random_.Normal() * frizz_ * 0.25f,
-                    y});
+    const float away = farther * Smooth(-0.1f, 0.7f, fall) + spread_ * fall * std::min(depth, 1.3f);
+    line.push_back(
+        {side * (reach + away + 0.01f * lock + swing + stray) + drift * fall * fall + random_.Normal() * frizz_ * 0.25f,
+         y});
   }
   return line;
 }
@@ -96,7 +101,10 @@ Line Hair::Swept(float turn, float depth) {
   const float x = 0.44f * std::clamp(turn * 1.25f, -1.0f, 1.0f);
   const float low = std::fabs(turn) > 0.8f ? (std::fabs(turn) - 0.8f) * 1.6f : 0.0f;
   const Place from{x, Hairline(x) + low};
-  const Place to = knotAbove_ ? Place{knot_.x * 0.7f, -0.87f - volume_} : Place{0.25f * turn, -0.87f - volume_};
+  const float along = 0.13f * turn;  // the outline, where hair goes on behind the head
+  const Place to = knotAbove_ ? Place{knot_.x * 0.7f, -0.87f - volume_}
+                              : Place{kSkull.x + (kSkullX + volume_) * SineTurn(along),
+                                      kSkull.y - (kSkullY + volume_) * CosineTurn(along)};
   const Place middle = (from + to) * 0.5f;
   const Place out = Unit(middle - kSkull);
   const Place rim{kSkull.x + out.x * (kSkullX + volume_), kSkull.y + out.y * (kSkullY + volume_)};
@@ -143,8 +151,9 @@ Line Hair::Curled(const Line& way, float radius, float turns) {
 
 void Hair::Draw(StrandPainter& painter, const Line& line, float root, float tip, float opacity, float shade) {
   const float own = shade * (1 + mottle_ * random_.Normal());
-  const float warm = 0.05f * random_.Normal();
-  const bool bright = colour_ == HairColour::kGrey && random_.Chance(0.3f);
+  const bool grey = colour_ == HairColour::kGrey || colour_ == HairColour::kWhite;
+  const float warm = (grey ? 0.015f : 0.05f) * random_.Normal();
+  const bool bright = colour_ == HairColour::kGrey && random_.Chance(kind_ == HairKind::kCurls ? 0.1f : 0.3f);
   const Colour base = bright ? Mix(sitter_.hair, {225, 228, 230}, 0.6f) : sitter_.hair;
   const float at = random_.Between(0.22f, 0.34f), gleam = shine_ * random_.Between(0.5f, 1.2f);
   const float dark = colour_ == HairColour::kBlack ? 2.2f : 1.0f;  // black hair shines most
@@ -171,21 +180,47 @@ void Hair::Mass(Plane& layer, float end, float inset) {
             [&](float x, float y) { return sitter_.hair * (0.5f + 0.12f * Noise(x * 0.08f, y * 0.01f, locks_)); });
 }
 
+void Hair::DrawHanging(StrandPainter& painter, float side, float depth, float end, float shade) {
+  const Line line = Hanging(side, depth, std::max(-0.2f, end));
+  if (depth > 0.9f) outer_.push_back(line);
+  const float lit = 1 + 0.12f * side * sitter_.light;
+  const float width = width_ * random_.Between(0.75f, 1.3f);
+  Draw(painter, line, width, width * 0.5f, random_.Between(0.75f, 1), lit * shade);
+}
+
+// Beyond the compact hair, each lock with waves of its own: the wall is seen between them.
+void Hair::LooseLocks(StrandPainter& painter, int locks, float end) {
+  const float wave = wave_, spread = spread_, waves = waves_, frizz = frizz_;
+  for (int i = 0; i < locks; ++i) {
+    const float side = random_.Chance(0.5f) ? 1.0f : -1.0f, out = random_.Between(0, 1);
+    const float middle = 0.85f + (kind_ == HairKind::kLong ? 0.7f : 1.2f) * out * out,
+                shade = random_.Between(0.75f, 1.1f);
+    const float low = end + random_.Between(-0.25f, 0.08f);
+    wave_ = wave * random_.Between(0.4f, 2.2f), waves_ = waves * random_.Between(0.7f, 1.6f);
+    spread_ = spread + random_.Between(-0.05f, 0.16f);
+    frizz_ = frizz * random_.Between(0.2f, 0.8f);
+    const int hairs = 1 + random_.Below(random_.Chance(0.5f) ? 4 : 14);
+    for (int hair = 0; hair < hairs; ++hair) {
+      const float depth = middle + 0.05f * random_.Normal();
+      DrawHanging(painter, side, depth, low + 0.04f * random_.Normal(), shade);
+    }
+  }
+  wave_ = wave, spread_ = spread, waves_ = waves, frizz_ = frizz;
+}
+
 void Hair::HangingHair(Plane& layer, int count, float end) {
-  Mass(layer, end - 0.12f, kind_ == HairKind::kLoose ? 0.45f : 0.2f);
+  const bool compact = kind_ == HairKind::kCompact;
+  Mass(layer, end - 0.12f, kind_ == HairKind::kLoose ? 0.5f : compact ? 0.15f : 0.3f);
   StrandPainter painter(layer);
+  if (!compact) LooseLocks(painter, 30 + random_.Below(80), end);
   for (int i = 0; i < count; ++i) {
     const float part = static_cast<float>(i) / static_cast<float>(count);
     const float side = i % 2 == 0 ? 1.0f : -1.0f;
     float depth = 1 - part + 0.05f * random_.Normal();
-    if (depth > 1) depth = 1 - 0.3f * (depth - 1);
+    if (depth > 1) depth = 1 - (compact ? 0.3f : -0.8f) * (depth - 1);
     const float lock = Noise(depth * 11 + side * 17, 1, locks_);
-    const float tipAt = end + 0.06f * lock + random_.Normal() * (0.01f + 3 * frizz_);
-    const Line line = Hanging(side, depth, std::max(-0.2f, tipAt));
-    if (depth > 0.9f) outer_.push_back(line);
-    const float lit = 1 + 0.12f * side * sitter_.light;
-    const float width = width_ * random_.Between(0.75f, 1.3f);
-    Draw(painter, line, width, width * 0.5f, random_.Between(0.75f, 1), lit * (0.82f + 0.2f * lock));
+    DrawHanging(painter, side, depth, end + 0.06f * lock + random_.Normal() * (0.01f + 3 * frizz_),
+                0.82f + 0.2f * lock);
   }
 }
 
@@ -284,22 +319,22 @@ void Hair::ShortHair(Plane& layer) {
     const Place root = OnScalp();
     if (baldness == 1 && (std::fabs(root.x) < 0.40f || root.y < -0.62f)) continue;
     const Line line = Standing(root, length * random_.Between(0.6f, 1.25f));
-    Draw(painter, line, random_.Between(0.8f, 1.5f), 0.5f, random_.Between(0.6f, 1),
-         0.9f + 0.2f * Noise(root.x * 20, root.y * 20, locks_));
+    const float width = random_.Between(0.8f, 1.5f);
+    Draw(painter, line, width, 0.5f, random_.Between(0.6f, 1), 0.9f + 0.2f * Noise(root.x * 20, root.y * 20, locks_));
   }
 }
 
 void Hair::CurlyHair(Plane& layer, bool behind) {
-  const float size = volume_ * 1.7f, drop = length_ * 0.6f;
+  const float size = volume_ * 1.9f, drop = std::max(0.0f, length_) * 0.6f, under = 0.6f + 25 * wave_;
   Line shape;
   for (int i = 0; i < 30; ++i) {
-    const float turn = static_cast<float>(i) / 30, out = 0.45f * size;
+    const float turn = static_cast<float>(i) / 30, out = under * size;
     const float y = -CosineTurn(turn);
     shape.push_back({(kSkullX + out) * SineTurn(turn), kSkull.y + y * (kSkullY + out) + (y > 0 ? y * drop * 0.6f : 0)});
   }
   if (behind) FillShape(layer, Placed(shape), Stuff::kHair, [&](float, float) { return sitter_.hair * 0.42f; });
   StrandPainter painter(layer);
-  for (int i = 0; i < (behind ? 900 : 800); ++i) {
+  for (int i = 0; i < (behind ? dense_ : 800); ++i) {
     Place root, way;
     if (behind) {
       const float turn = random_.Between(-0.5f, 0.5f), y = -CosineTurn(turn);
@@ -311,17 +346,20 @@ void Hair::CurlyHair(Plane& layer, bool behind) {
       if (root.y > -0.5f || std::fabs(root.x) > 0.36f)
         way = Unit(Place{root.x > 0 ? 1.0f : -1.0f, 0.4f + 0.3f * random_.Normal()});
     }
-    const float length = (size + 0.07f) * random_.Between(0.5f, 1.25f) * (behind ? 1.0f : 0.8f);
+    const float farther = behind ? (random_.Chance(0.15f) ? 1.5f : 1.0f) : 0.8f;
+    const float length = (size + 0.07f) * farther * random_.Between(0.4f, 1.15f);
     Line middle{root};
     for (int k = 1; k <= 4; ++k) {
       middle.push_back(middle.back() + way * (length / 4));
       way = Unit(way + Place{0, 0.16f} + Place{random_.Normal(), random_.Normal()} * 0.15f);
     }
-    const float radius = (0.016f + 0.5f * wave_ + 0.012f * random_.Between(0, 1)), shade = random_.Between(0.7f, 1.15f);
-    const float turns = random_.Between(2, 4.5f) * (length / 0.2f);
-    const Line curl = Curled(middle, radius, std::clamp(turns, 1.5f, 7.0f));
-    outer_.push_back(curl);
-    for (int hair = 0; hair < 4; ++hair) {
+    const float radius = curl_ * random_.Between(0.6f, 1.3f),
+                shade = random_.Between(0.78f, 1.1f) * (behind ? 0.85f : 1.0f);
+    const float turns = random_.Between(0.3f, 0.6f) * length / radius;
+    const Line curl = Curled(middle, radius, std::clamp(turns, 1.0f, 6.0f));
+    if (behind) outer_.push_back(curl);
+    const int hairs = 1 + random_.Below(5);
+    for (int hair = 0; hair < hairs; ++hair) {
       Line one = curl;
       const Place shift = Place{random_.Normal(), random_.Normal()} * 0.004f;
       for (Place& p : one) p = p + shift + Place{random_.Normal(), random_.Normal()} * 0.0012f;
@@ -330,32 +368,44 @@ void Hair::CurlyHair(Plane& layer, bool behind) {
   }
 }
 
-void Hair::FlyAways(Plane& layer, int count) {
+// A single hair from a place of the outline.
+Line Hair::Stray(Place at, Place along, float length) {
+  const Place out = Unit(at - Place{0, std::clamp(at.y, -0.36f, 0.6f)});
+  Place way = Unit(Unit(along) + out * random_.Between(0.1f, 1.0f));
+  float bend = 0.16f * random_.Normal();
+  Line line{at};
+  for (int step = 0; step < 16; ++step) {
+    at = at + way * (length / 16);
+    way = Unit(way + Place{-way.y, way.x} * (bend + 0.10f * random_.Normal()) + Place{0, 0.03f});
+    if (step == 7 && random_.Chance(0.3f)) bend = -bend;
+    line.push_back(at);
+  }
+  return line;
+}
+
+// Long ones here and there, and short fine ones, the haze round most heads.
+void Hair::FlyAways(Plane& layer, int count, int haze) {
   if (outer_.empty()) return;
   StrandPainter painter(layer);
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < count + haze; ++i) {
     const Line& from = outer_[static_cast<size_t>(random_.Below(static_cast<int>(outer_.size())))];
     const auto k = static_cast<size_t>(random_.Below(static_cast<int>(from.size()) - 1));
-    Place at = from[k];
-    const Place out = Unit(at - Place{0, std::min(0.6f, std::max(-0.36f, at.y))});
-    Place way = Unit(Unit(from[k + 1] - at) + out * random_.Between(0.1f, 0.9f));
-    const float length = random_.Between(0.06f, 0.2f) * (random_.Chance(0.3f) ? 2.2f : 1.0f),
-                bend = 0.22f * random_.Normal();
-    Line line{at};
-    for (int step = 0; step < 14; ++step) {
-      at = at + way * (length / 14);
-      way = Unit(way + Place{-way.y, way.x} * (bend + 0.12f * random_.Normal()) + Place{0, 0.03f});
-      line.push_back(at);
-    }
-    const float width = random_.Between(0.5f, 1.25f);
-    Draw(painter, line, width, width * 0.6f, random_.Between(0.55f, 1), random_.Between(0.9f, 1.3f));
+    const Place at = from[k];
+    const float u = at.x / 0.44f, v = (at.y + 0.05f) / 0.62f;
+    if (u * u + v * v < 1 || (std::fabs(at.x) < 0.4f && at.y > 0)) continue;  // would hang in the face
+    const bool fine = i >= count;
+    const float longer = random_.Chance(0.4f) ? 2.4f : 1.0f;
+    const float length = fine ? random_.Between(0.02f, 0.09f) : longer * random_.Between(0.06f, 0.22f);
+    const Line line = Stray(at, from[k + 1] - at, length);
+    const float width = random_.Between(0.5f, fine ? 0.8f : 1.25f);
+    const float opacity = random_.Between(0.3f, fine ? 0.7f : 1.0f);
+    Draw(painter, line, width, width * 0.6f, opacity, random_.Between(0.85f, 1.35f));
   }
 }
 
 void Hair::DrawBehind(Plane& layer) {
   if (kind_ == HairKind::kCurls) CurlyHair(layer, true);
-  if (kind_ == HairKind::kBun && (knotAbove_ || random_.Chance(0.5f)))
-    Knot(layer, knot_, random_.Between(0.17f, 0.27f));
+  if (kind_ == HairKind::kBun) Knot(layer, knot_, knotRadius_);
   const bool falls = kind_ == HairKind::kCompact || kind_ == HairKind::kLoose || kind_ == HairKind::kLong;
   if (!falls || length_ < 0) return;
   // Behind the neck: darker.
@@ -386,8 +436,11 @@ void Hair::DrawInFront(Plane& layer) {
     case HairKind::kBun: SweptHair(layer); break;
   }
   if (fringe_ && kind_ != HairKind::kCurls) Fringe(layer);
-  const int most[] = {14, 260, 160, 0, 130, 170};
-  FlyAways(layer, static_cast<int>(static_cast<float>(most[static_cast<int>(kind_)]) * random_.Between(0.3f, 1)));
+  const int most[] = {14, 480, 240, 0, 160, 520}, haze[] = {0, 1100, 600, 0, 700, 1000};
+  const auto kind = static_cast<size_t>(kind_);
+  const float share = random_.Between(0.25f, 1), hazy = random_.Between(0, 1);
+  FlyAways(layer, static_cast<int>(static_cast<float>(most[kind]) * share),
+           static_cast<int>(static_cast<float>(haze[kind]) * hazy));
 }
 
 }  // namespace qx::bench::hair

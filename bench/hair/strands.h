@@ -35,7 +35,10 @@ class Hair {
   void Knot(Plane& layer, Place centre, float radius);
   void ShortHair(Plane& layer);
   void CurlyHair(Plane& layer, bool behind);
-  void FlyAways(Plane& layer, int count);
+  Line Stray(Place at, Place along, float length);
+  void DrawHanging(StrandPainter& painter, float side, float depth, float end, float shade);
+  void LooseLocks(StrandPainter& painter, int locks, float end);
+  void FlyAways(Plane& layer, int count, int haze);
   void Draw(StrandPainter& painter, const Line& line, float root, float tip, float opacity, float shade);
   Place OnScalp();
   Line Placed(const Line& line) const;
@@ -44,7 +47,8 @@ class Hair {
   const HairKind kind_;
   const HairColour colour_;
   Random& random_;
-  float parting_, volume_, length_, spread_, wave_, waves_, frizz_, width_, mottle_, shine_;
+  float parting_, volume_, length_, spread_, wave_, waves_, frizz_, width_, mottle_, shine_, curl_, knotRadius_;
+  int dense_;
   uint32_t locks_;  // seed of the noise that makes locks
   bool fringe_, knotAbove_;
   Place knot_;

@@ -2,11 +2,8 @@
 
 #include "bench/hair/blur_fusion.h"
 #include "photo/person/foreground.h"
-#if __has_include("photo/person/hair.h")
+#if QX_BENCH_FOLLOWS_HAIR
 #include "photo/person/hair.h"
-#define QX_BENCH_FOLLOWS_HAIR 1
-#else
-#define QX_BENCH_FOLLOWS_HAIR 0
 #endif
 
 namespace qx::bench::hair {
