@@ -14,7 +14,8 @@ CutOut CutOutAnalysed(PhotoSource& upright, const Analysis::State& state, const 
   cutOut.mask = MaskOfPart(state, whole);
   if (request.colours) {
     const double faceWidth = state.persons[0].Width() / state.toOverviewX;
-    cutOut.colours = EstimateForeground(std::move(whole.picture), cutOut.mask, faceWidth);
+    cutOut.colours = EstimateForeground(std::move(whole.picture), cutOut.mask, faceWidth,
+                                        request.keepRim ? Rim::kKeep : Rim::kReduce);
     ExtendColours(cutOut.mask, &cutOut.colours);
   }
   return cutOut;

@@ -286,7 +286,9 @@ Image Finish(const PhotographPart& part, const Mask& mask, const std::vector<Pro
   if (request.background.IsKeep()) {
     return RenderPhoto(part, mask, request.background, placed.turn, placed.rectangle, request.document);
   }
-  PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width()), part.box, part.width, part.height};
+  const Rim rim = request.keepRim ? Rim::kKeep : Rim::kReduce;
+  PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width(), rim), part.box, part.width,
+                         part.height};
   return RenderPhoto(cleaned, mask, request.background, placed.turn, placed.rectangle, request.document, alpha);
 }
 

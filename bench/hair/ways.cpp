@@ -33,7 +33,7 @@ Cutout MakeNow(const Scene& scene, photo::PersonMap map) {
 }
 
 photo::Image ColoursNow(const Scene& scene, const photo::Mask& mask) {
-  return EstimateForeground(scene.picture, mask, scene.face.Width());
+  return EstimateForeground(scene.picture, mask, scene.face.Width(), photo::Rim::kReduce);
 }
 
 }  // namespace qx::bench::hair

@@ -54,7 +54,7 @@ std::string Name(const char* what, const char* how) {
 struct Person {
   PaintedFace painted;
   Mask mask = RefineMask(MapOf(painted.image), painted.image, {0, 0, 620, 760});
-  PhotographPart part{EstimateForeground(painted.image, mask, 260), {0, 0, 620, 760}, 620, 760};
+  PhotographPart part{EstimateForeground(painted.image, mask, 260, Rim::kReduce), {0, 0, 620, 760}, 620, 760};
 };
 
 void AddMasks(const Person& person, Digests* digests) {
@@ -66,7 +66,7 @@ void AddMasks(const Person& person, Digests* digests) {
   const Mask mask = RefineMask(map, larger, {100.25, 60.5, 400, 520});
   digests->Add("mask, part", mask.values);
   digests->Add("person's colours", person.part.picture.bgr);
-  digests->Add("person's colours, part", EstimateForeground(larger, mask, 416).bgr);
+  digests->Add("person's colours, part", EstimateForeground(larger, mask, 416, Rim::kReduce).bgr);
 }
 
 void AddRenderings(const Person& person, Digests* digests) {
