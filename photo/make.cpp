@@ -249,6 +249,23 @@ Placed PlaceFinely(PhotoSource& upright, FaceFinder& finder, const MakeRequest& 
   return placed;
 }
 
+// Where a new background shows an outline of hair that is a guess.
+void AddDoubt(const OutlineDoubt& doubt, MadePhoto* made) {
+  constexpr float kMuch = 0.5f;
+  std::string where;
+  const auto add = [&](float share, const char* side) {
+    if (share <= kMuch) return;
+    where += where.empty() ? side : std::string(" and ") + side;
+  };
+  add(doubt.above, "above");
+  add(doubt.left, "on the left");
+  add(doubt.right, "on the right");
+  if (where.empty()) return;
+  made->remarks.push_back(
+      (doubt.lively ? "hair cannot be told from what is behind it " : "hair and background have the same colour ") +
+      where + ": look at it, or take the photograph before another wall");
+}
+
 void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
   char text[160];
   made->remarks = RemarksOnFaces(state);
@@ -322,6 +339,7 @@ MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::Sta
     made.alphaBefore = made.alpha;
   }
   AddRemarks(*state, request.document, placed, &made);
+  if (!request.background.IsKeep() && state->map && state->map->hair) AddDoubt(state->map->hair->doubt, &made);
   return made;
 }
 

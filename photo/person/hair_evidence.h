@@ -22,6 +22,7 @@ namespace qx::photo {
 class HairEvidence {
  public:
   static constexpr int kValues = 56;
+  static constexpr size_t kPlateConfidence = 7;  // the value that says whether the person's colours stand out
   enum Kind : uint8_t { kBackground, kUnknown, kPerson };
 
   // Both are kept by reference.

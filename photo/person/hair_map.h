@@ -9,11 +9,11 @@
 
 namespace qx::photo {
 
-// How much of the outline of the hair is a guess, since hair and background have the same colour there, or the
-// background has so much structure that hair cannot be told from it: shares from 0 to 1 on the picture's left, right
-// and above.
+// How much of the hair's outline is a guess: shares from 0 to 1 on the picture's left and right side of the heads and
+// above them.
 struct OutlineDoubt {
   float left = 0, right = 0, above = 0;
+  bool lively = false;  // for the background holds too much; otherwise it has the colour of the hair
 };
 
 // A part of the photograph at the size at which its hair was followed.
