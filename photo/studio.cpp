@@ -1,6 +1,7 @@
 #include "photo/studio.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 #include <utility>
 
@@ -40,6 +41,32 @@ void SplitFaces(const UprightPhotograph& upright, std::vector<FaceBox>* persons,
     const bool wanted = std::count(upright.persons.begin(), upright.persons.end(), i) != 0;
     (wanted ? persons : others)->push_back(upright.faces[i].Box());
   }
+}
+
+// In the overview, or in a finer picture of the heads where that shows them small and the photograph has more pixels.
+void FindHair(PhotoSource& upright, const Image& overview, const std::vector<FaceBox>& persons,
+              const std::vector<FaceBox>& others, Analysis::State* state) {
+  constexpr double kWorthReading = 1.4;  // times as many pixels along a side
+  double widest = 0;
+  for (const FaceBox& face : persons) widest = std::max(widest, face.Width());
+  const double finer = std::min(1 / state->toOverviewX, kHairFaceWidth / widest);
+  if (finer < kWorthReading) {
+    const Rectangle whole{0, 0, 1.0 * overview.width, 1.0 * overview.height};
+    state->map->hair = FollowHair(*state->map, overview, whole, persons, others);
+    return;
+  }
+  const double toX = state->toOverviewX, toY = state->toOverviewY;
+  const Rectangle around = HeadSurroundings(persons);
+  const auto clip = [](double v, int32_t size) { return static_cast<int32_t>(std::clamp(v, 0.0, 1.0 * size)); };
+  const PixelBox box{
+      clip(std::floor(around.left / toX), state->width), clip(std::floor(around.top / toY), state->height),
+      clip(std::ceil(around.Right() / toX), state->width), clip(std::ceil(around.Bottom() / toY), state->height)};
+  if (box.Width() <= 0 || box.Height() <= 0) return;
+  const Rectangle window{box.left * toX, box.top * toY, box.Width() * toX, box.Height() * toY};
+  const auto size = [finer](double length) { return std::max(1, static_cast<int32_t>(std::lround(length * finer))); };
+  const Image heads =
+      upright.Part(box, std::min(box.Width(), size(window.width)), std::min(box.Height(), size(window.height)));
+  state->map->hair = FollowHair(*state->map, heads, window, persons, others);
 }
 
 // What `call` gives; memory that is short for it is a Failure like any other.
@@ -150,8 +177,7 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
     state->coarse = ResizeMask(state->given, all, std::min(size.width, all.right), std::min(size.height, all.bottom));
   } else {
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
-    const Rectangle whole{0, 0, 1.0 * upright.image.width, 1.0 * upright.image.height};
-    state->map->hair = FollowHair(*state->map, upright.image, whole, persons, others);
+    FindHair(turned, upright.image, persons, others, state.get());
     state->coarse = CoarseMask(*state->map);
   }
   if (upright.quarterTurns == 0) source.Keep(std::move(upright.image));

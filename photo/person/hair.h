@@ -22,6 +22,11 @@ namespace qx::photo {
 std::optional<HairMap> FollowHair(const PersonMap& map, const Image& picture, const Rectangle& window,
                                   const std::vector<FaceBox>& persons, const std::vector<FaceBox>& others = {});
 
+// A face of this many pixels shows all the hair that is followed; wider ones are reduced.
+constexpr double kHairFaceWidth = 250;
+// What a picture must show for FollowHair, in the faces' pixels; may reach outside of the picture.
+Rectangle HeadSurroundings(const std::vector<FaceBox>& persons);
+
 }  // namespace qx::photo
 
 #endif  // QX_PHOTO_PERSON_HAIR_H

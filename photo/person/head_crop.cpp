@@ -4,27 +4,21 @@
 #include <cmath>
 
 #include "photo/base/raster.h"
+#include "photo/person/hair.h"
 
 namespace qx::photo {
 namespace {
 
-constexpr double kMostFaceWidth = 250, kLeastFaceWidth = 24;  // pixels
+constexpr double kLeastFaceWidth = 24;  // pixels
 constexpr double kMostPixels = 6e5;
 constexpr double kAside = 1.1, kAbove = 1.25, kBelow = 0.9;  // what the crop shows beyond the faces, in face widths
 constexpr double kHairEnds = 0.55, kBodyBegins = 0.85;       // in face widths below the chin
 constexpr double kReach = 0.5;                               // of the distances, in face widths
 
-PixelBox BoxAround(const Image& picture, const std::vector<FaceBox>& faces, double faceWidth) {
-  double left = 1e9, top = 1e9, right = -1e9, bottom = -1e9;
-  for (const FaceBox& face : faces) {
-    left = std::min(left, face.left - kAside * faceWidth);
-    top = std::min(top, face.top - kAbove * faceWidth);
-    right = std::max(right, face.right + kAside * faceWidth);
-    bottom = std::max(bottom, face.bottom + kBelow * faceWidth);
-  }
-  const auto clip = [](double v, int32_t size) { return static_cast<int32_t>(std::clamp(v, 0.0, 1.0 * size)); };
-  return {clip(std::floor(left), picture.width), clip(std::floor(top), picture.height),
-          clip(std::ceil(right), picture.width), clip(std::ceil(bottom), picture.height)};
+double Widest(const std::vector<FaceBox>& faces) {
+  double width = 0;
+  for (const FaceBox& face : faces) width = std::max(width, face.Width());
+  return width;
 }
 
 // Where faces lie in a picture of the window, of that many pixels.
@@ -38,23 +32,35 @@ std::vector<FaceBox> Seen(const std::vector<FaceBox>& faces, const Rectangle& wi
   return seen;
 }
 
-double Widest(const std::vector<FaceBox>& faces) {
-  double width = 0;
-  for (const FaceBox& face : faces) width = std::max(width, face.Width());
-  return width;
+PixelBox BoxWithin(const Rectangle& wanted, const Image& picture) {
+  const auto clip = [](double v, int32_t size) { return static_cast<int32_t>(std::clamp(v, 0.0, 1.0 * size)); };
+  return {clip(std::floor(wanted.left), picture.width), clip(std::floor(wanted.top), picture.height),
+          clip(std::ceil(wanted.Right()), picture.width), clip(std::ceil(wanted.Bottom()), picture.height)};
 }
 
 }  // namespace
+
+Rectangle HeadSurroundings(const std::vector<FaceBox>& persons) {
+  const double faceWidth = Widest(persons);
+  double left = 1e9, top = 1e9, right = -1e9, bottom = -1e9;
+  for (const FaceBox& face : persons) {
+    left = std::min(left, face.left - kAside * faceWidth);
+    top = std::min(top, face.top - kAbove * faceWidth);
+    right = std::max(right, face.right + kAside * faceWidth);
+    bottom = std::max(bottom, face.bottom + kBelow * faceWidth);
+  }
+  return {left, top, right - left, bottom - top};
+}
 
 std::optional<HeadCrop> CropHeads(const PersonMap& map, const Image& picture, const Rectangle& window,
                                   const std::vector<FaceBox>& faces, const std::vector<FaceBox>& others) {
   const std::vector<FaceBox> inPicture = Seen(faces, window, picture.width, picture.height);
   const double faceWidth = Widest(inPicture);
   if (!(faceWidth >= kLeastFaceWidth)) return std::nullopt;
-  const PixelBox box = BoxAround(picture, inPicture, faceWidth);
+  const PixelBox box = BoxWithin(HeadSurroundings(inPicture), picture);
   if (box.Width() <= 0 || box.Height() <= 0) return std::nullopt;
   const double pixels = static_cast<double>(box.Width()) * box.Height();
-  const double scale = std::min({1.0, kMostFaceWidth / faceWidth, std::sqrt(kMostPixels / pixels)});
+  const double scale = std::min({1.0, kHairFaceWidth / faceWidth, std::sqrt(kMostPixels / pixels)});
   const int width = std::max(1, static_cast<int>(std::lround(box.Width() * scale)));
   const int height = std::max(1, static_cast<int>(std::lround(box.Height() * scale)));
   HeadCrop crop;
