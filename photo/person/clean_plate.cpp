@@ -166,7 +166,7 @@ class PlateMaker {
       open.bits[i] = smooth.bits[i] && (depth < 0 || (depth < kFloodInto && residual_[i] < kSameWall));
       seed.bits[i] = depth < -kFloodFrom || beyond_[i] > 0;
     }
-    return Grow(seed, open, width_ * height_);
+    return Grow(seed, open);
   }
 
   float ShareInRing(const Region& flooded) const {

@@ -288,7 +288,7 @@ void HairEvidence::Connect() {
     seed.bits[i] = kinds_.bits[i] == kPerson || (kinds_.bits[i] == kUnknown && crop_.depth[i] > 0);
     open.bits[i] = seed.bits[i] || (kinds_.bits[i] == kUnknown && unlikePlate_[i] > 102 && alphas_[i] > 51);
   }
-  const Region connected = Grow(seed, open, width_ * height_);
+  const Region connected = Grow(seed, open);
   for (size_t i = 0; i < connected_.size(); ++i) connected_[i] = connected.bits[i] ? 255 : 0;
 }
 

@@ -15,6 +15,8 @@ namespace qx::photo {
 struct Region {
   Region() = default;
   Region(int w, int h) : width(w), height(h), bits(static_cast<size_t>(w) * static_cast<size_t>(h)) {}
+  uint8_t* Row(int y) { return bits.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
+  const uint8_t* Row(int y) const { return bits.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
   uint8_t& At(int x, int y) {
     return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
   }
@@ -40,8 +42,10 @@ using Distances = std::vector<int16_t, UnfilledAllocator<int16_t>>;
 Distances SignedDistance(const Region& region, double reach);
 
 // The part of the region that can be reached from the seed (the pixels of both), stepping to the four neighbours at
-// most `steps` times.
+// most `steps` times. Each step goes over the whole region.
 Region Grow(const Region& seed, const Region& region, int steps);
+// The same with any number of steps, at once.
+Region Grow(const Region& seed, const Region& region);
 
 // Adds the holes of at most `pixels` pixels: pieces of the outside, joined by their four neighbours, that do not touch
 // the picture's edge.
