@@ -93,8 +93,8 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
         {&crop_.mask.values, 16}}) {
     neighbours_.emplace_back(plane->data(), width_, height_, radius);
   }
-  behind_.emplace(plate_.colours, width_, 0.5);
-  persons_.emplace(person_, width_, 0.5);
+  behind_.emplace(plate_.colours, width_);
+  persons_.emplace(person_, width_);
 }
 
 // Whether the pixel is in a face, in the head behind it but for the very outline, or in the neck and what is below it.
@@ -189,7 +189,7 @@ void HairEvidence::FindPersonColours(bool strands) {
   Scattered known((width_ + 1) / 2, (height_ + 1) / 2);
   std::fill(known.sums.pixels.begin(), known.sums.pixels.end(), Pixel{});
   std::fill(known.squares.begin(), known.squares.end(), 0.0f);
-  FieldRow behind(plate_.colours, width_, 0.5);
+  FieldRow behind(plate_.colours, width_);
   const float noise = plate_.noise * kLevel;
   size_t i = 0;
   for (int y = 0; y < height_; ++y) {
@@ -248,7 +248,7 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
 }
 
 void HairEvidence::AskAll() {
-  FieldRow behind(plate_.colours, width_, 0.5), persons(person_, width_, 0.5);
+  FieldRow behind(plate_.colours, width_), persons(person_, width_);
   size_t i = 0;
   for (int y = 0; y < height_; ++y) {
     const Pixel *plate = behind.At(y), *person = persons.At(y);

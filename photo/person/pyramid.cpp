@@ -9,6 +9,19 @@ namespace {
 // The share of a window that needs to be known for its average to stand alone.
 constexpr float kEnough = 0.25f;
 
+// Where a pixel of a raster lies in a field of half its size.
+struct Between {
+  Between(int at, int size) {
+    const int doubled = std::clamp(2 * at - 1, 0, 4 * (size - 1));  // in quarters
+    before = doubled / 4;
+    after = std::min(before + 1, size - 1);
+    part = static_cast<float>(doubled % 4) * 0.25f;
+  }
+
+  int before, after;
+  float part;
+};
+
 Scattered Halved(const Scattered& fine) {
   const int width = (fine.sums.width + 1) / 2, height = (fine.sums.height + 1) / 2;
   Scattered coarse(width, height);
@@ -39,7 +52,7 @@ Scattered Halved(const Scattered& fine) {
 Field Settle(const Scattered& level, const Field* coarser) {
   Field settled(level.sums.width, level.sums.height);
   std::vector<FieldRow> rows;
-  if (coarser) rows.emplace_back(*coarser, settled.width, 0.5);
+  if (coarser) rows.emplace_back(*coarser, settled.width);
   for (int y = 0; y < settled.height; ++y) {
     const Pixel* wide = coarser ? rows[0].At(y) : nullptr;
     const Pixel* from = level.sums.Row(y);
@@ -72,27 +85,31 @@ Field FillGaps(Scattered known) {
   return filled;
 }
 
-FieldRow::FieldRow(const Field& field, int width, double scale)
-    : field_(field), scale_(scale), line_(static_cast<size_t>(field.width) + 1), row_(static_cast<size_t>(width)) {
-  for (int x = 0; x < width; ++x) {
-    const double at = std::clamp((x + 0.5) * scale - 0.5, 0.0, field.width - 1.0);
-    before_.push_back(static_cast<int>(at));
-    fraction_.push_back(static_cast<float>(at - before_.back()));
-  }
-}
+FieldRow::FieldRow(const Field& field, int width)
+    : field_(field), line_(static_cast<size_t>(field.width)), row_(static_cast<size_t>(width)) {}
 
 const Pixel* FieldRow::At(int y) {
-  const double at = std::clamp((y + 0.5) * scale_ - 0.5, 0.0, field_.height - 1.0);
-  const int above = static_cast<int>(at);
-  const auto part = static_cast<float>(at - above);
-  const Pixel *a = field_.Row(above), *b = field_.Row(std::min(above + 1, field_.height - 1));
-  for (int x = 0; x < field_.width; ++x) line_[static_cast<size_t>(x)] = a[x] + part * (b[x] - a[x]);
-  line_.back() = line_[line_.size() - 2];
-  for (size_t x = 0; x < row_.size(); ++x) {
-    const Pixel* from = line_.data() + before_[x];
-    row_[x] = from[0] + fraction_[x] * (from[1] - from[0]);
+  const Between rows(y, field_.height);
+  const Pixel *above = field_.Row(rows.before), *below = field_.Row(rows.after);
+  for (size_t x = 0; x < line_.size(); ++x) line_[x] = above[x] + rows.part * (below[x] - above[x]);
+  // Pixels 2 x - 1 and 2 x lie between the field's x - 1 and x, at a quarter and three quarters.
+  row_[0] = line_[0];
+  size_t x = 1;
+  for (; 2 * x < row_.size() && x < line_.size(); ++x) {
+    const Pixel from = line_[x - 1], step = line_[x] - from;
+    row_[2 * x - 1] = from + 0.25f * step;
+    row_[2 * x] = from + 0.75f * step;
   }
+  if (2 * x - 1 < row_.size()) row_[2 * x - 1] = line_[x - 1];
   return row_.data();
+}
+
+Pixel Doubled(const Field& field, int x, int y) {
+  const Between rows(y, field.height), columns(x, field.width);
+  const Pixel *above = field.Row(rows.before), *below = field.Row(rows.after);
+  const auto line = [&](int i) { return above[i] + rows.part * (below[i] - above[i]); };
+  const Pixel left = line(columns.before);
+  return left + columns.part * (line(columns.after) - left);
 }
 
 }  // namespace qx::photo

@@ -39,21 +39,21 @@ struct Scattered {
 // known at all.
 Field FillGaps(Scattered known);
 
-// The four values between the field's pixels; one pixel of the raster is `scale` of the field. For whole rows.
+// A field brought to twice its size, between its pixels, whole rows at a time.
 class FieldRow {
  public:
-  // `scale` at most 1: the field is as fine as the raster or coarser.
-  FieldRow(const Field& field, int width, double scale);
-  // The raster's row, as many pixels as it is wide. Valid until the next call.
+  // `width`: twice the field's or one less.
+  FieldRow(const Field& field, int width);
+  // The row of the larger raster. Valid until the next call.
   const Pixel* At(int y);
 
  private:
   const Field& field_;
-  double scale_;
-  std::vector<int> before_;
-  Floats fraction_;
   std::vector<Pixel, UnfilledAllocator<Pixel>> line_, row_;
 };
+
+// One pixel of such a row.
+Pixel Doubled(const Field& field, int x, int y);
 
 }  // namespace qx::photo
 
