@@ -249,15 +249,18 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
 
 void HairEvidence::AskAll() {
   FieldRow behind(plate_.colours, width_), persons(person_, width_);
-  size_t i = 0;
+  for (size_t i = 0; i < kinds_.bits.size(); ++i) {
+    const auto is = static_cast<uint8_t>(kinds_.bits[i] == kPerson ? 255 : 0);
+    alphas_[i] = unlikePlate_[i] = is;
+    unlikePerson_[i] = unlikeRivals_[i] = static_cast<uint8_t>(255 - is);
+  }
   for (int y = 0; y < height_; ++y) {
-    const Pixel *plate = behind.At(y), *person = persons.At(y);
-    for (int x = 0; x < width_; ++x, ++i) {
-      if (kinds_.bits[i] != kUnknown) {
-        alphas_[i] = unlikePlate_[i] = kinds_.bits[i] == kPerson ? 255 : 0;
-        unlikePerson_[i] = unlikeRivals_[i] = static_cast<uint8_t>(255 - alphas_[i]);
-        continue;
-      }
+    const auto [begin, end] = UnknownOf(y);
+    if (begin == end) continue;
+    const Pixel *plate = behind.At(y, begin, end), *person = persons.At(y, begin, end);
+    for (int x = begin; x < end; ++x) {
+      const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
+      if (kinds_.bits[i] != kUnknown) continue;
       const Clue clue = Ask(crop_.colours.At(x, y), plate[x], person[x]);
       alphas_[i] = Byte(clue.alpha);
       unlikePlate_[i] = Byte(clue.unlikePlate);
@@ -296,44 +299,65 @@ HairEvidence::Neighbourhood::Neighbourhood(const uint8_t* plane, int width, int 
     : plane_(plane),
       width_(width),
       height_(height),
-      radius_(radius),
-      columns_(static_cast<size_t>(width)),
-      sums_(static_cast<size_t>(width)) {
-  for (int y = 0; y < std::min(radius, height); ++y) Add(y, 1);
-}
+      radius_(std::min(radius, kMostRadius)),
+      columns_(static_cast<size_t>(width + 2 * (radius_ + 1))),
+      sums_(static_cast<size_t>(width)) {}
 
-void HairEvidence::Neighbourhood::Add(int y, int sign) {
-  const uint8_t* from = plane_ + static_cast<size_t>(y) * static_cast<size_t>(width_);
-  for (int x = 0; x < width_; ++x) columns_[static_cast<size_t>(x)] += sign * from[x];
-}
-
-void HairEvidence::Neighbourhood::MoveTo(int y) {
-  if (y + radius_ < height_) Add(y + radius_, 1);
-  if (y - radius_ - 1 >= 0) Add(y - radius_ - 1, -1);
-  int32_t sum = 0;
-  // The outermost columns go on beyond the picture's sides.
-  auto column = [&](int x) { return columns_[static_cast<size_t>(std::clamp(x, 0, width_ - 1))]; };
-  for (int x = -radius_; x <= radius_; ++x) sum += column(x);
-  for (int x = 0; x < width_; ++x) {
-    sums_[static_cast<size_t>(x)] = sum;
-    sum += column(x + radius_ + 1) - column(x - radius_);
+void HairEvidence::Neighbourhood::SumColumns(int y) {
+  const int top = std::max(y - radius_, 0), bottom = std::min(y + radius_ + 1, height_);
+  if (top >= bottom_) {
+    std::fill(columns_.begin(), columns_.end(), uint16_t{0});
+    top_ = bottom_ = top;
   }
-  const int rows = std::min(y + radius_, height_ - 1) - std::max(y - radius_, 0) + 1;
-  part_ = 1 / static_cast<float>(255 * rows * (2 * radius_ + 1));
+  uint16_t* to = columns_.data() + radius_ + 1;
+  // Mostly one row comes in for one that goes.
+  for (; bottom_ < bottom && top_ < top; ++bottom_, ++top_) {
+    const uint8_t *in = Row(bottom_), *out = Row(top_);
+    for (int x = 0; x < width_; ++x) to[x] = static_cast<uint16_t>(to[x] + in[x] - out[x]);
+  }
+  for (; bottom_ < bottom; ++bottom_) {
+    const uint8_t* in = Row(bottom_);
+    for (int x = 0; x < width_; ++x) to[x] = static_cast<uint16_t>(to[x] + in[x]);
+  }
+  for (; top_ < top; ++top_) {
+    const uint8_t* out = Row(top_);
+    for (int x = 0; x < width_; ++x) to[x] = static_cast<uint16_t>(to[x] - out[x]);
+  }
+  std::fill(columns_.begin(), columns_.begin() + radius_ + 1, to[0]);
+  std::fill(columns_.end() - radius_ - 1, columns_.end(), to[width_ - 1]);
 }
 
-float HairEvidence::Neighbourhood::Mean(int x) const { return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_; }
+void HairEvidence::Neighbourhood::MoveTo(int y, int begin, int end) {
+  SumColumns(y);
+  const uint16_t *leaves = columns_.data() + begin, *comes = leaves + 2 * radius_ + 1;
+  int32_t sum = 0;
+  for (const uint16_t* column = leaves; column < comes; ++column) sum += *column;
+  int32_t* to = sums_.data();
+  for (int x = begin; x < end; ++x) {
+    sum += *comes++ - *leaves++;
+    to[x] = sum;
+  }
+  part_ = 1 / static_cast<float>(255 * (bottom_ - top_) * (2 * radius_ + 1));
+}
+
+HairEvidence::Span HairEvidence::UnknownOf(int y) const {
+  const uint8_t *row = kinds_.Row(y), *end = row + width_;
+  const uint8_t* first = std::find(row, end, kUnknown);
+  while (end > first && end[-1] != kUnknown) --end;
+  return {static_cast<int>(first - row), static_cast<int>(end - row)};
+}
 
 size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stride) {
-  for (Neighbourhood& neighbourhood : neighbours_) neighbourhood.MoveTo(y);
   alpha_.resize(static_cast<size_t>(width_));
   confidence_.resize(static_cast<size_t>(width_));
+  const auto [begin, end] = UnknownOf(y);
+  if (begin == end) return 0;
+  for (Neighbourhood& neighbourhood : neighbours_) neighbourhood.MoveTo(y, begin, end);
   const uint8_t* kind = &kinds_.At(0, y);
-  if (std::find(kind, kind + width_, kUnknown) == kind + width_) return 0;
-  const Pixel *plate = behind_->At(y), *person = persons_->At(y);
+  const Pixel *plate = behind_->At(y, begin, end), *person = persons_->At(y, begin, end);
   crop_.HairZone(y, zone_.data());
   size_t count = 0;
-  for (int x = 0; x < width_; ++x) {
+  for (int x = begin; x < end; ++x) {
     if (kind[x] != kUnknown) continue;
     const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
     const uint8_t* bgr = crop_.colours.At(x, y);

@@ -45,23 +45,34 @@ class HairEvidence {
         unlikeSkin;
   };
 
-  // Sums over squares of bytes, row after row.
+  // Sums over squares of bytes, row after row. The outermost bytes go on beyond the raster's left and right.
   class Neighbourhood {
    public:
     Neighbourhood(const uint8_t* plane, int width, int height, int radius);
-    void MoveTo(int y);
-    float Mean(int x) const;
+    // To a row further down, for the columns from `begin` to `end` (not included).
+    void MoveTo(int y, int begin, int end);
+    float Mean(int x) const { return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_; }
 
    private:
-    void Add(int y, int sign);
+    const uint8_t* Row(int y) const { return plane_ + static_cast<ptrdiff_t>(y) * width_; }
+    void SumColumns(int y);
+
+    static constexpr int kMostRadius = 16;  // sums of a column's bytes stay below 2^16
     const uint8_t* plane_;
     int width_, height_, radius_;
-    std::vector<int32_t> columns_, sums_;
+    int top_ = 0, bottom_ = 0;       // the rows that are summed, the last not included
+    std::vector<uint16_t> columns_;  // with radius + 1 more on both sides
+    std::vector<int32_t> sums_;
     float part_ = 0;
   };
 
   float Depth(size_t i) const { return crop_.Depth(i) * unit_; }
   bool IsSolid(int x, int y, float depth) const;
+  // From the first unknown pixel of a row to behind the last; none where begin is end.
+  struct Span {
+    int begin, end;
+  };
+  Span UnknownOf(int y) const;
   void DivideCrop();
   void FindRivals();
   void FindSkin();

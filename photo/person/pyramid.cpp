@@ -88,19 +88,20 @@ Field FillGaps(Scattered known) {
 FieldRow::FieldRow(const Field& field, int width)
     : field_(field), line_(static_cast<size_t>(field.width)), row_(static_cast<size_t>(width)) {}
 
-const Pixel* FieldRow::At(int y) {
+const Pixel* FieldRow::At(int y, int begin, int end) {
   const Between rows(y, field_.height);
   const Pixel *above = field_.Row(rows.before), *below = field_.Row(rows.after);
-  for (size_t x = 0; x < line_.size(); ++x) line_[x] = above[x] + rows.part * (below[x] - above[x]);
-  // Pixels 2 x - 1 and 2 x lie between the field's x - 1 and x, at a quarter and three quarters.
-  row_[0] = line_[0];
-  size_t x = 1;
-  for (; 2 * x < row_.size() && x < line_.size(); ++x) {
-    const Pixel from = line_[x - 1], step = line_[x] - from;
-    row_[2 * x - 1] = from + 0.25f * step;
-    row_[2 * x] = from + 0.75f * step;
+  const size_t width = line_.size(), last = std::min(static_cast<size_t>(end) / 2 + 1, width);
+  size_t x = static_cast<size_t>(std::max(begin - 1, 0)) / 2;
+  for (size_t i = x; i < last; ++i) line_[i] = above[i] + rows.part * (below[i] - above[i]);
+  // Pixels 2 x + 1 and 2 x + 2 lie between the field's x and x + 1, at a quarter and three quarters.
+  if (x == 0) row_[0] = line_[0];
+  for (; x + 1 < last && 2 * x + 2 < row_.size(); ++x) {
+    const Pixel step = line_[x + 1] - line_[x];
+    row_[2 * x + 1] = line_[x] + 0.25f * step;
+    row_[2 * x + 2] = line_[x] + 0.75f * step;
   }
-  if (2 * x - 1 < row_.size()) row_[2 * x - 1] = line_[x - 1];
+  if (2 * width == row_.size()) row_.back() = line_.back();
   return row_.data();
 }
 

@@ -44,8 +44,9 @@ class FieldRow {
  public:
   // `width`: twice the field's or one less.
   FieldRow(const Field& field, int width);
-  // The row of the larger raster. Valid until the next call.
-  const Pixel* At(int y);
+  // The row of the larger raster, filled from the column `begin` to `end` (not included). Valid until the next call.
+  const Pixel* At(int y, int begin, int end);
+  const Pixel* At(int y) { return At(y, 0, static_cast<int>(row_.size())); }
 
  private:
   const Field& field_;
