@@ -19,8 +19,10 @@ constexpr float kRing = 0.7f;
 constexpr float kSpreadFrom = 0.12f, kSpreadTo = 0.6f;
 constexpr size_t kLeastKnown = 64;  // pixels of the crop, without which there is no plate
 
+using Whole = int32_t __attribute__((vector_size(16)));
+
 Pixel Load(const uint8_t* bgr) {
-  return Pixel{static_cast<float>(bgr[0]), static_cast<float>(bgr[1]), static_cast<float>(bgr[2]), 1};
+  return __builtin_convertvector((Whole{bgr[0], bgr[1], bgr[2], 1}), Pixel);
 }
 
 float MeanSquare(Pixel p) {
@@ -28,37 +30,57 @@ float MeanSquare(Pixel p) {
   return (q[0] + q[1] + q[2]) * (1.0f / 3);
 }
 
-// A quarter of each of the pixels x and x + 1 of a row that the region has, added to the sums.
-void AddPair(const uint8_t* bgr, const uint8_t* bits, int pixels, Pixel* sum, float* square) {
-  for (int i = 0; i < pixels; ++i, bgr += 3) {
-    if (!bits[i]) continue;
-    const Pixel pixel = Load(bgr);
-    *sum += pixel * 0.25f;
-    *square += 0.25f * MeanSquare(pixel);
+// The colours of a region's pixels at half size, as the region changes.
+class Gathered {
+ public:
+  explicit Gathered(const Image& colours)
+      : colours_(colours),
+        region_(colours.width, colours.height),
+        known_((colours.width + 1) / 2, (colours.height + 1) / 2) {
+    std::fill(known_.sums.pixels.begin(), known_.sums.pixels.end(), Pixel{});
+    std::fill(known_.squares.begin(), known_.squares.end(), 0.0f);
   }
-}
 
-// The colours of a region's pixels, at half size.
-Scattered Gather(const Image& colours, const Region& region) {
-  Scattered known((colours.width + 1) / 2, (colours.height + 1) / 2);
-  for (int y = 0; y < known.sums.height; ++y) {
-    Pixel* to = known.sums.Row(y);
-    float* square = known.squares.data() + (to - known.sums.pixels.data());
-    const bool twoRows = 2 * y + 1 < colours.height;
-    const uint8_t *above = colours.At(0, 2 * y), *inAbove = region.Row(2 * y);
-    const uint8_t *below = twoRows ? colours.At(0, 2 * y + 1) : above, *inBelow = twoRows ? region.Row(2 * y + 1) : inAbove;
-    for (int x = 0; x < known.sums.width; ++x) {
-      const int pixels = std::min(2, colours.width - 2 * x);
-      Pixel sum{};
-      float squares = 0;
-      AddPair(above + 6 * x, inAbove + 2 * x, pixels, &sum, &squares);
-      if (twoRows) AddPair(below + 6 * x, inBelow + 2 * x, pixels, &sum, &squares);
-      to[x] = sum;
-      square[x] = squares;
+  const Scattered& Of(const Region& region) {
+    for (int y = 0; y < known_.sums.height; ++y) {
+      const size_t above = First(2 * y), below = First(std::min(2 * y + 1, colours_.height - 1));
+      for (int x = 0; x < known_.sums.width; ++x) {
+        const size_t left = 2 * static_cast<size_t>(x), pixels = std::min<size_t>(2, First(1) - left);
+        const uint8_t *is = region.bits.data() + left, *was = region_.bits.data() + left;
+        if (std::equal(is + above, is + above + pixels, was + above) &&
+            std::equal(is + below, is + below + pixels, was + below)) {
+          continue;
+        }
+        Sum(region, x, y);
+      }
     }
+    region_ = region;
+    return known_;
   }
-  return known;
-}
+
+ private:
+  size_t First(int y) const { return static_cast<size_t>(y) * static_cast<size_t>(colours_.width); }
+
+  void Sum(const Region& region, int x, int y) {
+    Pixel sum{};
+    float squares = 0;
+    for (int v = 2 * y; v < std::min(2 * y + 2, colours_.height); ++v) {
+      for (int u = 2 * x; u < std::min(2 * x + 2, colours_.width); ++u) {
+        if (!region.At(u, v)) continue;
+        const Pixel pixel = Load(colours_.At(u, v));
+        sum += pixel * 0.25f;
+        squares += 0.25f * MeanSquare(pixel);
+      }
+    }
+    Pixel* to = known_.sums.Row(y) + x;
+    *to = sum;
+    known_.squares[static_cast<size_t>(to - known_.sums.pixels.data())] = squares;
+  }
+
+  const Image& colours_;
+  Region region_;
+  Scattered known_;
+};
 
 size_t Count(const Region& region) {
   size_t count = 0;
@@ -101,6 +123,7 @@ class PlateMaker {
         width_(crop.mask.width),
         height_(crop.mask.height),
         unit_(1 / static_cast<float>(crop.faceWidth)),
+        known_(crop.colours),
         zones_(width_, height_),
         residual_(crop.depth.size()) {}
 
@@ -121,24 +144,29 @@ class PlateMaker {
   // Where a pixel lies, as bits.
   enum Zone : uint8_t { kSure = 1, kJoins = 2, kSpreads = 4, kSeed = 8, kOutside = 16, kRim = 32, kAround = 64 };
 
-  void DivideCrop() {
-    std::vector<float> hair(static_cast<size_t>(width_));
-    size_t i = 0;
-    for (int y = 0; y < height_; ++y) {
-      crop_.HairZone(y, hair.data());
-      for (int x = 0; x < width_; ++x, ++i) {
-        const float depth = crop_.Depth(i) * unit_, out = -depth;  // in face widths
-        const bool sure = out - (kSureBeyondBody + hair[static_cast<size_t>(x)] * (kSureBeyondHair - kSureBeyondBody)) > 0;
-        const bool seed = sure | (depth < -kFloodFrom), outside = depth < 0;
-        const bool spreads = (out > kSpreadFrom) & (out < kSpreadTo), rim = !outside & (depth < kFloodInto);
-        zones_.bits[i] = static_cast<uint8_t>(kSure * sure | kJoins * (depth < -kJoining) | kSpreads * spreads |
-                                              kSeed * seed | kOutside * outside | kRim * rim |
-                                              kAround * (outside & !(depth < -kRing)));
-      }
+  // `unit`: of a pixel, in face widths.
+  static void DivideRow(const int16_t* depths, const float* hair, int width, float unit, uint8_t* to) {
+    for (int x = 0; x < width; ++x) {
+      const float depth = static_cast<float>(depths[x]) * (1.0f / kDistanceUnit) * unit, out = -depth;
+      const bool sure = out - (kSureBeyondBody + hair[x] * (kSureBeyondHair - kSureBeyondBody)) > 0;
+      const int inside = depth >= 0, spreads = (out > kSpreadFrom) & (out < kSpreadTo);
+      to[x] = static_cast<uint8_t>((sure ? kSure : 0) | (out > kJoining ? kJoins : 0) | (spreads ? kSpreads : 0) |
+                                   (sure | (out > kFloodFrom) ? kSeed : 0) | (inside ? 0 : kOutside) |
+                                   (inside & (depth < kFloodInto) ? kRim : 0) |
+                                   ((1 - inside) & (out <= kRing) ? kAround : 0));
     }
   }
 
-  void Refill(const Region& known) { plate_.colours = FillGaps(Gather(crop_.colours, known)); }
+  void DivideCrop() {
+    std::vector<float> hair(static_cast<size_t>(width_));
+    for (int y = 0; y < height_; ++y) {
+      crop_.HairZone(y, hair.data());
+      const int16_t* depths = crop_.depth.data() + static_cast<ptrdiff_t>(y) * width_;
+      DivideRow(depths, hair.data(), width_, unit_, zones_.Row(y));
+    }
+  }
+
+  void Refill(const Region& known) { plate_.colours = FillGaps(known_.Of(known)); }
 
   // How far the background's pixels are from the plate; the others fit nowhere.
   void Compare() {
@@ -167,6 +195,11 @@ class PlateMaker {
     return (static_cast<float>(at) + 0.5f) / 4;
   }
 
+  static void JoinFitting(const uint8_t* zone, const float* residual, float most, Region* sure) {
+    uint8_t* to = sure->bits.data();
+    for (size_t i = 0; i < sure->bits.size(); ++i) to[i] = static_cast<uint8_t>((zone[i] & kSure) | (residual[i] < most));
+  }
+
   bool FirstPlate() {
     Region sure(width_, height_);
     for (size_t i = 0; i < sure.bits.size(); ++i) sure.bits[i] = zones_.bits[i] & kSure;
@@ -176,8 +209,7 @@ class PlateMaker {
       Compare();
       plate_.noise = std::max(1.0f, ResidualQuantile(0.5, kSure));
       if (round == 2) break;
-      const float most = kFits * plate_.noise;
-      for (size_t i = 0; i < sure.bits.size(); ++i) sure.bits[i] = (zones_.bits[i] & kSure) | (residual_[i] < most);
+      JoinFitting(zones_.bits.data(), residual_.data(), kFits * plate_.noise, &sure);
     }
     plate_.spread = ResidualQuantile(0.9, kSpreads);
     return true;
@@ -185,15 +217,17 @@ class PlateMaker {
 
   Region Flood(const Region& smooth) const {
     Region open(width_, height_), seed(width_, height_);
-    for (size_t i = 0; i < open.bits.size(); ++i) {
-      open.bits[i] = smooth.bits[i] & ((zones_.bits[i] & kOutside) > 0);
-      seed.bits[i] = (zones_.bits[i] & kSeed) > 0;
+    const size_t pixels = zones_.bits.size();
+    const uint8_t *zone = zones_.bits.data(), *plain = smooth.bits.data();
+    uint8_t *toOpen = open.bits.data(), *toSeed = seed.bits.data();
+    for (size_t i = 0; i < pixels; ++i) {
+      toOpen[i] = static_cast<uint8_t>(plain[i] & ((zone[i] & kOutside) != 0));
+      toSeed[i] = (zone[i] & kSeed) != 0;
     }
-    for (int y = 0; y < height_; ++y) {
-      for (int x = 0; x < width_; ++x) {
-        if (!smooth.At(x, y) || !(zones_.At(x, y) & kRim)) continue;
-        open.At(x, y) = Residual(crop_.colours.At(x, y), Doubled(plate_.colours, x, y)) < kSameWall;
-      }
+    for (const uint8_t* at = zone; (at = std::find(at, zone + pixels, kRim)) != zone + pixels; ++at) {
+      const auto i = static_cast<int>(at - zone);
+      const int x = i % width_, y = i / width_;
+      open.At(x, y) = smooth.At(x, y) && Residual(crop_.colours.At(x, y), Doubled(plate_.colours, x, y)) < kSameWall;
     }
     return Grow(seed, open);
   }
@@ -212,6 +246,7 @@ class PlateMaker {
   CleanPlate& plate_;
   const int width_, height_;
   const float unit_;  // of a pixel, in face widths
+  Gathered known_;
   Region zones_;      // bits of Zone
   Floats residual_;   // from the plate
 };

@@ -212,7 +212,7 @@ void HairEvidence::FindPersonColours(bool strands) {
       to[x / 2] += pixel * weight;
     }
   }
-  person_ = FillGaps(std::move(known));
+  person_ = FillGaps(known);
 }
 
 HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel person) const {

@@ -76,13 +76,13 @@ Field Settle(const Scattered& level, const Field* coarser) {
 
 }  // namespace
 
-Field FillGaps(Scattered known) {
-  std::vector<Scattered> levels;
-  levels.push_back(std::move(known));
-  while (levels.back().sums.width > 1 || levels.back().sums.height > 1) levels.push_back(Halved(levels.back()));
-  Field filled = Settle(levels.back(), nullptr);
-  for (size_t i = levels.size() - 1; i-- > 0;) filled = Settle(levels[i], &filled);
-  return filled;
+Field FillGaps(const Scattered& known) {
+  std::vector<Scattered> coarser;
+  const Scattered* last = &known;
+  for (; last->sums.width > 1 || last->sums.height > 1; last = &coarser.back()) coarser.push_back(Halved(*last));
+  Field filled = Settle(*last, nullptr);
+  for (size_t i = coarser.size(); i-- > 1;) filled = Settle(coarser[i - 1], &filled);
+  return coarser.empty() ? filled : Settle(known, &filled);
 }
 
 FieldRow::FieldRow(const Field& field, int width)

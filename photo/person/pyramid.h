@@ -37,7 +37,7 @@ struct Scattered {
 // pixels, each filling what the narrower ones could not (S. Gortler et al., "The Lumigraph", 1996: push and pull). The
 // fourth value is the variance of the colours that were averaged, the mean of the three. All zeros where nothing is
 // known at all.
-Field FillGaps(Scattered known);
+Field FillGaps(const Scattered& known);
 
 // A field brought to twice its size, between its pixels, whole rows at a time.
 class FieldRow {

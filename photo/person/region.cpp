@@ -101,9 +101,9 @@ struct Run {
   bool reached;
 };
 
-// A region as runs, joined where they touch from row to row.
+// A region as runs, joined where they touch from row to row: with `aside` also where they do so by corners.
 struct Pieces {
-  explicit Pieces(const Region& region) {
+  Pieces(const Region& region, int aside) {
     size_t above = 0;  // the first run of the row above that may touch
     for (int y = 0; y < region.height; ++y) {
       const size_t first = runs.size();
@@ -112,8 +112,8 @@ struct Pieces {
         const uint8_t* end = NextOf(0, at, last);
         const auto own = static_cast<uint32_t>(runs.size());
         runs.push_back({y, static_cast<int>(at - row), static_cast<int>(end - row), own, false});
-        while (above < first && runs[above].end <= runs[own].begin) ++above;
-        for (size_t i = above; i < first && runs[i].begin < runs[own].end; ++i) Join(own, static_cast<uint32_t>(i));
+        while (above < first && runs[above].end + aside <= runs[own].begin) ++above;
+        for (size_t i = above; i < first && runs[i].begin < runs[own].end + aside; ++i) Join(own, static_cast<uint32_t>(i));
         at = end;
       }
       above = first;
@@ -177,8 +177,8 @@ Region Grow(const Region& seed, const Region& region, int steps) {
   return grown;
 }
 
-Region Grow(const Region& seed, const Region& region) {
-  Pieces pieces(region);
+Region Grow(const Region& seed, const Region& region, Touching touching) {
+  Pieces pieces(region, touching == Touching::kCorners ? 1 : 0);
   for (const Run& run : pieces.runs) {
     if (std::memchr(seed.Row(run.row) + run.begin, 1, run.Length())) pieces.runs[pieces.Find(run.piece)].reached = true;
   }

@@ -44,8 +44,9 @@ Distances SignedDistance(const Region& region, double reach);
 // The part of the region that can be reached from the seed (the pixels of both), stepping to the four neighbours at
 // most `steps` times. Each step goes over the whole region.
 Region Grow(const Region& seed, const Region& region, int steps);
-// The same with any number of steps, at once.
-Region Grow(const Region& seed, const Region& region);
+// The same with any number of steps, at once; with kCorners to the eight neighbours.
+enum class Touching { kSides, kCorners };
+Region Grow(const Region& seed, const Region& region, Touching touching = Touching::kSides);
 
 // Adds the holes of at most `pixels` pixels: pieces of the outside, joined by their four neighbours, that do not touch
 // the picture's edge.
