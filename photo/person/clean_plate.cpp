@@ -166,7 +166,7 @@ class PlateMaker {
     }
   }
 
-  void Refill(const Region& known) { plate_.colours = FillGaps(known_.Of(known)); }
+  void Refill(const Region& known) { FillGaps(known_.Of(known), &plate_.colours); }
 
   // How far the background's pixels are from the plate; the others fit nowhere.
   void Compare() {

@@ -39,7 +39,8 @@ float Dot(Pixel a, Pixel b) {
 }
 
 Pixel Load(const uint8_t* bgr) {
-  return Pixel{static_cast<float>(bgr[0]), static_cast<float>(bgr[1]), static_cast<float>(bgr[2]), 0} * kLevel;
+  using Whole = int32_t __attribute__((vector_size(16)));
+  return __builtin_convertvector((Whole{bgr[0], bgr[1], bgr[2], 0}), Pixel) * kLevel;
 }
 
 struct Fit {
@@ -52,6 +53,33 @@ Fit FitBetween(Pixel from, Pixel difference) {
   fit.alpha = std::clamp(Dot(from, difference) / (fit.contrast + 1e-6f), 0.0f, 1.0f);
   fit.residual = MeanSquare(from - fit.alpha * difference);
   return fit;
+}
+
+// One value for each rival.
+using Rivals = Pixel;
+static_assert(kRivals == sizeof(Rivals) / sizeof(float));
+
+struct Fits {
+  Rivals alpha, residual, contrast;
+};
+
+std::array<Rivals, 3> Differences(const std::array<Rivals, 3>& rivals, Pixel from) {
+  return {rivals[0] - from[0], rivals[1] - from[1], rivals[2] - from[2]};
+}
+
+Rivals MeanSquares(const std::array<Rivals, 3>& p) {
+  return (p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) * (1.0f / 3);
+}
+
+Fits FitBetween(Pixel from, const std::array<Rivals, 3>& rivals, Pixel behind) {
+  const std::array<Rivals, 3> to = Differences(rivals, behind);
+  Fits fits;
+  fits.contrast = MeanSquares(to);
+  const Rivals dot = (from[0] * to[0] + from[1] * to[1] + from[2] * to[2]) * (1.0f / 3);
+  const Rivals alpha = dot / (fits.contrast + 1e-6f), none{}, all = none + 1;
+  fits.alpha = alpha < none ? none : alpha > all ? all : alpha;
+  fits.residual = MeanSquares({from[0] - fits.alpha * to[0], from[1] - fits.alpha * to[1], from[2] - fits.alpha * to[2]});
+  return fits;
 }
 
 uint8_t Byte(float share) { return static_cast<uint8_t>(static_cast<int>(share * 255 + 0.5f)); }
@@ -181,6 +209,9 @@ void HairEvidence::FindRivals() {
       if (counts[k] > 0) rivals_[k] = sums[k] * (1 / counts[k]);
     }
   }
+  for (size_t k = 0; k < kRivals; ++k) {
+    for (size_t c = 0; c < 3; ++c) rivalChannels_[c][k] = rivals_[k][c];
+  }
 }
 
 // The person's own colours near each pixel: from inside the mask, the more the less they could be the background seen
@@ -212,7 +243,7 @@ void HairEvidence::FindPersonColours(bool strands) {
       to[x / 2] += pixel * weight;
     }
   }
-  person_ = FillGaps(known);
+  FillGaps(known, &person_);
 }
 
 HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel person) const {
@@ -224,13 +255,18 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
   clue.nearAlpha = fit.alpha;
   clue.contrast = fit.contrast;
   float least = fit.residual, nearest = 1;
-  for (const Pixel& rival : rivals_) {
-    const Fit other = FitBetween(from, rival - behind);
-    const float cost = other.residual + 0.03f * other.alpha * MeanSquare(rival - person) + 2e-4f;
-    nearest = std::min(nearest, MeanSquare(shown - rival));
-    if (cost >= least) continue;
-    least = cost;
-    fit = other;
+  if (!rivals_.empty()) {
+    // All rivals at once, a channel after the other.
+    const Fits others = FitBetween(from, rivalChannels_, behind);
+    const Rivals cost =
+        others.residual + 0.03f * others.alpha * MeanSquares(Differences(rivalChannels_, person)) + 2e-4f;
+    const Rivals apart = MeanSquares(Differences(rivalChannels_, shown));
+    for (int k = 0; k < static_cast<int>(kRivals); ++k) {
+      nearest = std::min(nearest, apart[k]);
+      if (cost[k] >= least) continue;
+      least = cost[k];
+      fit = {others.alpha[k], others.residual[k], others.contrast[k]};
+    }
   }
   clue.alpha = fit.alpha;
   clue.residual = fit.residual;

@@ -90,6 +90,7 @@ class HairEvidence {
   Region kinds_;
   Field person_;
   std::vector<Pixel> rivals_;
+  std::array<Pixel, 3> rivalChannels_;  // the same: each one's blue, green, red
   Pixel skin_{};
   std::vector<float> zone_;
   Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, smooth_, connected_;  // of each pixel, 255 for 1

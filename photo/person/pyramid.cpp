@@ -1,7 +1,7 @@
 #include "photo/person/pyramid.h"
 
 #include <algorithm>
-#include <utility>
+#include <optional>
 
 namespace qx::photo {
 namespace {
@@ -48,17 +48,17 @@ Scattered Halved(const Scattered& fine) {
   return coarse;
 }
 
-// The averages with the variance behind them, and between them what the coarser level says.
-Field Settle(const Scattered& level, const Field* coarser) {
-  Field settled(level.sums.width, level.sums.height);
-  std::vector<FieldRow> rows;
-  if (coarser) rows.emplace_back(*coarser, settled.width);
-  for (int y = 0; y < settled.height; ++y) {
-    const Pixel* wide = coarser ? rows[0].At(y) : nullptr;
+// The averages with the variance behind them, and between them what the coarser level says. `settled` may be the level's
+// own sums.
+void Settle(const Scattered& level, const Field* coarser, Field* settled) {
+  std::optional<FieldRow> rows;
+  if (coarser) rows.emplace(*coarser, level.sums.width);
+  for (int y = 0; y < level.sums.height; ++y) {
+    const Pixel* wide = coarser ? rows->At(y) : nullptr;
     const Pixel* from = level.sums.Row(y);
     const float* square = level.squares.data() + (from - level.sums.pixels.data());
-    Pixel* to = settled.Row(y);
-    for (int x = 0; x < settled.width; ++x) {
+    Pixel* to = settled->Row(y);
+    for (int x = 0; x < level.sums.width; ++x) {
       const float weight = from[x][3];
       if (weight <= 0) {
         to[x] = wide ? wide[x] : Pixel{};
@@ -71,18 +71,20 @@ Field Settle(const Scattered& level, const Field* coarser) {
       to[x] = wide ? wide[x] + share * (mean - wide[x]) : mean;
     }
   }
-  return settled;
 }
 
 }  // namespace
 
-Field FillGaps(const Scattered& known) {
+void FillGaps(const Scattered& known, Field* filled) {
   std::vector<Scattered> coarser;
   const Scattered* last = &known;
   for (; last->sums.width > 1 || last->sums.height > 1; last = &coarser.back()) coarser.push_back(Halved(*last));
-  Field filled = Settle(*last, nullptr);
-  for (size_t i = coarser.size(); i-- > 1;) filled = Settle(coarser[i - 1], &filled);
-  return coarser.empty() ? filled : Settle(known, &filled);
+  const Field* below = nullptr;
+  for (size_t i = coarser.size(); i-- > 0; below = &coarser[i].sums) Settle(coarser[i], below, &coarser[i].sums);
+  filled->width = known.sums.width;
+  filled->height = known.sums.height;
+  filled->pixels.resize(known.sums.pixels.size());
+  Settle(known, below, filled);
 }
 
 FieldRow::FieldRow(const Field& field, int width)

@@ -36,8 +36,8 @@ struct Scattered {
 // Colours everywhere: those of the pixels themselves where they are known, else averages over windows of 2, 4, 8 ...
 // pixels, each filling what the narrower ones could not (S. Gortler et al., "The Lumigraph", 1996: push and pull). The
 // fourth value is the variance of the colours that were averaged, the mean of the three. All zeros where nothing is
-// known at all.
-Field FillGaps(const Scattered& known);
+// known at all. What `filled` holds is overwritten.
+void FillGaps(const Scattered& known, Field* filled);
 
 // A field brought to twice its size, between its pixels, whole rows at a time.
 class FieldRow {
