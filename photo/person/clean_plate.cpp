@@ -43,15 +43,14 @@ class Gathered {
 
   const Scattered& Of(const Region& region) {
     for (int y = 0; y < known_.sums.height; ++y) {
-      const size_t above = First(2 * y), below = First(std::min(2 * y + 1, colours_.height - 1));
+      const int below = std::min(2 * y + 1, colours_.height - 1);
+      const uint8_t *isAbove = region.Row(2 * y), *wasAbove = region_.Row(2 * y);
+      const uint8_t *isBelow = region.Row(below), *wasBelow = region_.Row(below);
       for (int x = 0; x < known_.sums.width; ++x) {
-        const size_t left = 2 * static_cast<size_t>(x), pixels = std::min<size_t>(2, First(1) - left);
-        const uint8_t *is = region.bits.data() + left, *was = region_.bits.data() + left;
-        if (std::equal(is + above, is + above + pixels, was + above) &&
-            std::equal(is + below, is + below + pixels, was + below)) {
-          continue;
-        }
-        Sum(region, x, y);
+        const int left = 2 * x, right = std::min(left + 1, colours_.width - 1);
+        const int changed = (isAbove[left] ^ wasAbove[left]) | (isAbove[right] ^ wasAbove[right]) |
+                            (isBelow[left] ^ wasBelow[left]) | (isBelow[right] ^ wasBelow[right]);
+        if (changed) Sum(region, x, y);
       }
     }
     region_ = region;
@@ -59,8 +58,6 @@ class Gathered {
   }
 
  private:
-  size_t First(int y) const { return static_cast<size_t>(y) * static_cast<size_t>(colours_.width); }
-
   void Sum(const Region& region, int x, int y) {
     Pixel sum{};
     float squares = 0;
@@ -147,7 +144,7 @@ class PlateMaker {
   // `unit`: of a pixel, in face widths.
   static void DivideRow(const int16_t* depths, const float* hair, int width, float unit, uint8_t* to) {
     for (int x = 0; x < width; ++x) {
-      const float depth = static_cast<float>(depths[x]) * (1.0f / kDistanceUnit) * unit, out = -depth;
+      const float depth = HeadCrop::Depth(depths[x]) * unit, out = -depth;
       const bool sure = out - (kSureBeyondBody + hair[x] * (kSureBeyondHair - kSureBeyondBody)) > 0;
       const int inside = depth >= 0, spreads = (out > kSpreadFrom) & (out < kSpreadTo);
       to[x] = static_cast<uint8_t>((sure ? kSure : 0) | (out > kJoining ? kJoins : 0) | (spreads ? kSpreads : 0) |

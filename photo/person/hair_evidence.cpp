@@ -82,6 +82,16 @@ Fits FitBetween(Pixel from, const std::array<Rivals, 3>& rivals, Pixel behind) {
   return fits;
 }
 
+// Each of a region's bytes by `byte`.
+template <typename To>
+void Translate(const Region& region, To byte, Bytes* plane) {
+  const uint8_t* from = region.bits.data();
+  uint8_t* to = plane->data();
+  for (size_t i = 0, size = region.bits.size(); i < size; ++i) to[i] = byte(from[i]);
+}
+
+uint8_t All(uint8_t bit) { return static_cast<uint8_t>(bit ? 255 : 0); }
+
 uint8_t Byte(float share) { return static_cast<uint8_t>(static_cast<int>(share * 255 + 0.5f)); }
 
 }  // namespace
@@ -109,10 +119,8 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
   CloseSolid();
   FindPersonColours(true);
   AskAll();
-  for (size_t i = 0; i < flooded_.size(); ++i) {
-    flooded_[i] = plate_.background.bits[i] ? 255 : 0;
-    smooth_[i] = plate_.smooth.bits[i] ? 255 : 0;
-  }
+  Translate(plate_.background, All, &flooded_);
+  Translate(plate_.smooth, All, &smooth_);
   Connect();
   for (const auto& [plane, radius] :
        {std::pair<const Bytes*, int>{&alphas_, 2}, {&alphas_, 6}, {&unlikePlate_, 1}, {&unlikePlate_, 6}, {&unlikePlate_, 16},
@@ -285,19 +293,18 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
 
 void HairEvidence::AskAll() {
   FieldRow behind(plate_.colours, width_), persons(person_, width_);
-  for (size_t i = 0; i < kinds_.bits.size(); ++i) {
-    const auto is = static_cast<uint8_t>(kinds_.bits[i] == kPerson ? 255 : 0);
-    alphas_[i] = unlikePlate_[i] = is;
-    unlikePerson_[i] = unlikeRivals_[i] = static_cast<uint8_t>(255 - is);
-  }
+  const auto person = [](uint8_t kind) { return static_cast<uint8_t>(kind == kPerson ? 255 : 0); };
+  const auto background = [](uint8_t kind) { return static_cast<uint8_t>(kind == kPerson ? 0 : 255); };
+  for (Bytes* plane : {&alphas_, &unlikePlate_}) Translate(kinds_, person, plane);
+  for (Bytes* plane : {&unlikePerson_, &unlikeRivals_}) Translate(kinds_, background, plane);
   for (int y = 0; y < height_; ++y) {
     const auto [begin, end] = UnknownOf(y);
     if (begin == end) continue;
-    const Pixel *plate = behind.At(y, begin, end), *person = persons.At(y, begin, end);
+    const Pixel *plate = behind.At(y, begin, end), *own = persons.At(y, begin, end);
     for (int x = begin; x < end; ++x) {
       const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
       if (kinds_.bits[i] != kUnknown) continue;
-      const Clue clue = Ask(crop_.colours.At(x, y), plate[x], person[x]);
+      const Clue clue = Ask(crop_.colours.At(x, y), plate[x], own[x]);
       alphas_[i] = Byte(clue.alpha);
       unlikePlate_[i] = Byte(clue.unlikePlate);
       unlikePerson_[i] = Byte(clue.unlikePerson);
@@ -308,27 +315,34 @@ void HairEvidence::AskAll() {
 
 // Away from the outline, what does not look like a gap is the person.
 void HairEvidence::CloseSolid() {
-  Region gaps(width_, height_);
-  for (size_t i = 0; i < gaps.bits.size(); ++i) {
-    gaps.bits[i] = kinds_.bits[i] == kUnknown && (Depth(i) < kEdge || (alphas_[i] < 217 && unlikePerson_[i] > 25));
+  Region gaps(width_, height_), inside(width_, height_);
+  const uint8_t *alphas = alphas_.data(), *unlikePerson = unlikePerson_.data();
+  const int16_t* depths = crop_.depth.data();
+  uint8_t *kinds = kinds_.bits.data(), *gap = gaps.bits.data(), *in = inside.bits.data();
+  const size_t pixels = kinds_.bits.size();
+  for (size_t i = 0; i < pixels; ++i) {
+    in[i] = kinds[i] == kUnknown;
+    const bool edge = HeadCrop::Depth(depths[i]) * unit_ < kEdge;
+    gap[i] = static_cast<uint8_t>(in[i] & (edge | ((alphas[i] < 217) & (unlikePerson[i] > 25))));
   }
-  Region inside(width_, height_);
-  for (size_t i = 0; i < gaps.bits.size(); ++i) inside.bits[i] = kinds_.bits[i] == kUnknown || gaps.bits[i];
   const Region asked = Grow(gaps, inside, kGapRim);
-  for (size_t i = 0; i < gaps.bits.size(); ++i) {
-    if (kinds_.bits[i] == kUnknown && !asked.bits[i]) kinds_.bits[i] = kPerson;
+  for (size_t i = 0; i < pixels; ++i) {
+    if (in[i] && !asked.bits[i]) kinds[i] = kPerson;
   }
 }
 
 // What hangs together with the mask by pixels that are not the plate's.
 void HairEvidence::Connect() {
   Region open(width_, height_), seed(width_, height_);
+  const uint8_t *alphas = alphas_.data(), *unlikePlate = unlikePlate_.data(), *kinds = kinds_.bits.data();
+  const int16_t* depths = crop_.depth.data();
+  uint8_t *toOpen = open.bits.data(), *toSeed = seed.bits.data();
   for (size_t i = 0; i < open.bits.size(); ++i) {
-    seed.bits[i] = kinds_.bits[i] == kPerson || (kinds_.bits[i] == kUnknown && crop_.depth[i] > 0);
-    open.bits[i] = seed.bits[i] || (kinds_.bits[i] == kUnknown && unlikePlate_[i] > 102 && alphas_[i] > 51);
+    const bool unknown = kinds[i] == kUnknown, seeds = (kinds[i] == kPerson) | (unknown & (depths[i] > 0));
+    toSeed[i] = seeds;
+    toOpen[i] = seeds | (unknown & (unlikePlate[i] > 102) & (alphas[i] > 51));
   }
-  const Region connected = Grow(seed, open);
-  for (size_t i = 0; i < connected_.size(); ++i) connected_[i] = connected.bits[i] ? 255 : 0;
+  Translate(Grow(seed, open), All, &connected_);
 }
 
 HairEvidence::Neighbourhood::Neighbourhood(const uint8_t* plane, int width, int height, int radius)

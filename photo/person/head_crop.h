@@ -21,7 +21,8 @@ struct HeadCrop {
 
   // How much each pixel of a row is of the zone where hair is, from 1 around the heads to 0 at the bodies.
   void HairZone(int y, float* zone) const;
-  float Depth(size_t i) const { return static_cast<float>(depth[i]) * (1.0f / kDistanceUnit); }
+  static float Depth(int16_t distance) { return static_cast<float>(distance) * (1.0f / kDistanceUnit); }
+  float Depth(size_t i) const { return Depth(depth[i]); }
 };
 
 // The crop of a picture around its faces (in the picture's pixels). Nothing where no head is in the picture or the
