@@ -118,6 +118,7 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
   AskAll();
   CloseSolid();
   FindPersonColours(true);
+  known_ = {};
   AskAll();
   Translate(plate_.background, All, &flooded_);
   Translate(plate_.smooth, All, &smooth_);
@@ -225,33 +226,56 @@ void HairEvidence::FindRivals() {
 // The person's own colours near each pixel: from inside the mask, the more the less they could be the background seen
 // through a gap; with `strands`, also from what was found to be all hair outside.
 void HairEvidence::FindPersonColours(bool strands) {
-  Scattered known((width_ + 1) / 2, (height_ + 1) / 2);
-  std::fill(known.sums.pixels.begin(), known.sums.pixels.end(), Pixel{});
-  std::fill(known.squares.begin(), known.squares.end(), 0.0f);
-  FieldRow behind(plate_.colours, width_);
-  const float noise = plate_.noise * kLevel;
-  size_t i = 0;
-  for (int y = 0; y < height_; ++y) {
-    Pixel* to = known.sums.Row(y / 2);
-    float* square = known.squares.data() + (to - known.sums.pixels.data());
-    const uint8_t* bgr = crop_.colours.At(0, y);
-    const Pixel* plate = behind.At(y);
-    for (int x = 0; x < width_; ++x, ++i, bgr += 3) {
-      const float depth = Depth(i);
-      const bool strand = strands && depth <= kPure && kinds_.bits[i] == kUnknown && alphas_[i] > 242 &&
-                          unlikePlate_[i] > 200;
-      if (depth <= kPure && !strand) continue;
-      Pixel pixel = Load(bgr);
-      const float apart = MeanSquare(pixel - plate[x] * kLevel);
-      const float variance = plate[x][3] * (kLevel * kLevel) + noise * noise;
-      const float unlike = apart / (apart + 9 * variance);
-      const float weight = 0.25f * (0.02f + 0.98f * unlike * unlike);
-      square[x / 2] += weight * MeanSquare(pixel);
-      pixel[3] = 1;
-      to[x / 2] += pixel * weight;
+  if (!strands) {
+    known_ = Scattered((width_ + 1) / 2, (height_ + 1) / 2);
+    std::fill(known_.sums.pixels.begin(), known_.sums.pixels.end(), Pixel{});
+    std::fill(known_.squares.begin(), known_.squares.end(), 0.0f);
+  }
+  FieldRow above(plate_.colours, width_), below(plate_.colours, width_);
+  const auto isNew = [&](size_t i) { return strands ? IsStrand(i) : Depth(i) > kPure; };
+  for (int y = 0; y < height_; y += 2) {
+    const int lower = std::min(y + 1, height_ - 1);
+    const size_t first = kinds_.First(y), second = kinds_.First(lower);
+    std::array<const Pixel*, 2> plate{};
+    for (int x = 0; x < width_; ++x) {
+      const auto column = static_cast<size_t>(x);
+      if (!isNew(first + column) && !isNew(second + column)) continue;
+      if (!plate[0]) plate = {above.At(y), below.At(lower)};
+      SumPerson(x / 2, y / 2, strands, plate);
+      x |= 1;  // the four pixels are done
     }
   }
-  FillGaps(known, &person_);
+  FillGaps(known_, &person_);
+}
+
+// Whether the pixel is all hair outside.
+bool HairEvidence::IsStrand(size_t i) const {
+  return kinds_.bits[i] == kUnknown && alphas_[i] > 242 && unlikePlate_[i] > 200 && Depth(i) <= kPure;
+}
+
+// The person's colours among four pixels. `plate`: the rows that they are in.
+void HairEvidence::SumPerson(int x, int y, bool strands, const std::array<const Pixel*, 2>& plate) {
+  const float noise = plate_.noise * kLevel;
+  Pixel sum{};
+  float squares = 0;
+  for (int v = 2 * y; v < std::min(2 * y + 2, height_); ++v) {
+    for (int u = 2 * x; u < std::min(2 * x + 2, width_); ++u) {
+      const size_t i = kinds_.First(v) + static_cast<size_t>(u);
+      if (!(Depth(i) > kPure || (strands && IsStrand(i)))) continue;
+      const Pixel behind = plate[static_cast<size_t>(v % 2)][u];
+      Pixel pixel = Load(crop_.colours.At(u, v));
+      const float apart = MeanSquare(pixel - behind * kLevel);
+      const float variance = behind[3] * (kLevel * kLevel) + noise * noise;
+      const float unlike = apart / (apart + 9 * variance);
+      const float weight = 0.25f * (0.02f + 0.98f * unlike * unlike);
+      squares += weight * MeanSquare(pixel);
+      pixel[3] = 1;
+      sum += pixel * weight;
+    }
+  }
+  Pixel* to = known_.sums.Row(y) + x;
+  *to = sum;
+  known_.squares[static_cast<size_t>(to - known_.sums.pixels.data())] = squares;
 }
 
 HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel person) const {

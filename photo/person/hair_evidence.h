@@ -77,6 +77,8 @@ class HairEvidence {
   void FindRivals();
   void FindSkin();
   void FindPersonColours(bool strands);
+  bool IsStrand(size_t i) const;
+  void SumPerson(int x, int y, bool strands, const std::array<const Pixel*, 2>& plate);
   void CloseSolid();
   void Connect();
   Clue Ask(const uint8_t* bgr, Pixel plate, Pixel person) const;
@@ -88,6 +90,7 @@ class HairEvidence {
   const int width_, height_;
   const float unit_;  // of a pixel, in face widths
   Region kinds_;
+  Scattered known_;  // the person's colours, while they are looked for
   Field person_;
   std::vector<Pixel> rivals_;
   std::array<Pixel, 3> rivalChannels_;  // the same: each one's blue, green, red

@@ -15,14 +15,11 @@ namespace qx::photo {
 struct Region {
   Region() = default;
   Region(int w, int h) : width(w), height(h), bits(static_cast<size_t>(w) * static_cast<size_t>(h)) {}
-  uint8_t* Row(int y) { return bits.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
-  const uint8_t* Row(int y) const { return bits.data() + static_cast<size_t>(y) * static_cast<size_t>(width); }
-  uint8_t& At(int x, int y) {
-    return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-  }
-  uint8_t At(int x, int y) const {
-    return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-  }
+  size_t First(int y) const { return static_cast<size_t>(y) * static_cast<size_t>(width); }  // of a row's pixels
+  uint8_t* Row(int y) { return bits.data() + First(y); }
+  const uint8_t* Row(int y) const { return bits.data() + First(y); }
+  uint8_t& At(int x, int y) { return bits[First(y) + static_cast<size_t>(x)]; }
+  uint8_t At(int x, int y) const { return bits[First(y) + static_cast<size_t>(x)]; }
 
   int width = 0;
   int height = 0;
