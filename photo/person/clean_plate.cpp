@@ -110,7 +110,9 @@ Region Opened(const Region& region) {
   return OverSquares(OverSquares(region, [](int a, int b) { return a & b; }), [](int a, int b) { return a | b; });
 }
 
-float Residual(const uint8_t* bgr, Pixel plate) { return std::sqrt(MeanSquare(Load(bgr) - plate)); }
+float Residual(const uint8_t* bgr, Pixel plate) {
+  return std::sqrt(MeanSquare(Load(bgr) - plate));
+}
 
 class PlateMaker {
  public:
@@ -194,7 +196,8 @@ class PlateMaker {
 
   static void JoinFitting(const uint8_t* zone, const float* residual, float most, Region* sure) {
     uint8_t* to = sure->bits.data();
-    for (size_t i = 0; i < sure->bits.size(); ++i) to[i] = static_cast<uint8_t>((zone[i] & kSure) | (residual[i] < most));
+    for (size_t i = 0; i < sure->bits.size(); ++i)
+      to[i] = static_cast<uint8_t>((zone[i] & kSure) | (residual[i] < most));
   }
 
   bool FirstPlate() {
@@ -244,8 +247,8 @@ class PlateMaker {
   const int width_, height_;
   const float unit_;  // of a pixel, in face widths
   Gathered known_;
-  Region zones_;      // bits of Zone
-  Floats residual_;   // from the plate
+  Region zones_;     // bits of Zone
+  Floats residual_;  // from the plate
 };
 
 constexpr int kReach = 2;  // of the squares whose pixels a plane is fitted to

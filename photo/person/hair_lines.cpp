@@ -48,8 +48,13 @@ std::vector<Place> PlacesOf(int pixels, int cropPixels) {
 class AlphaLayer {
  public:
   AlphaLayer(const Image& picture, const HeadCrop& crop, const Floats& alpha, Mask* mask)
-      : picture_(picture), crop_(crop), alpha_(alpha), mask_(*mask), zone_(static_cast<size_t>(crop.mask.width)),
-        least_(zone_.size() + 2), most_(zone_.size() + 2) {
+      : picture_(picture),
+        crop_(crop),
+        alpha_(alpha),
+        mask_(*mask),
+        zone_(static_cast<size_t>(crop.mask.width)),
+        least_(zone_.size() + 2),
+        most_(zone_.size() + 2) {
     for (FittedRow& row : rows_) row.lines.resize(zone_.size());
   }
 

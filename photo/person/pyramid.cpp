@@ -48,8 +48,8 @@ Scattered Halved(const Scattered& fine) {
   return coarse;
 }
 
-// The averages with the variance behind them, and between them what the coarser level says. `settled` may be the level's
-// own sums.
+// The averages with the variance behind them, and between them what the coarser level says. `settled` may be the
+// level's own sums.
 void Settle(const Scattered& level, const Field* coarser, Field* settled) {
   std::optional<FieldRow> rows;
   if (coarser) rows.emplace(*coarser, level.sums.width);

@@ -113,7 +113,8 @@ struct Pieces {
         const auto own = static_cast<uint32_t>(runs.size());
         runs.push_back({y, static_cast<int>(at - row), static_cast<int>(end - row), own, false});
         while (above < first && runs[above].end + aside <= runs[own].begin) ++above;
-        for (size_t i = above; i < first && runs[i].begin < runs[own].end + aside; ++i) Join(own, static_cast<uint32_t>(i));
+        for (size_t i = above; i < first && runs[i].begin < runs[own].end + aside; ++i)
+          Join(own, static_cast<uint32_t>(i));
         at = end;
       }
       above = first;
