@@ -14,30 +14,17 @@ constexpr float kConnected = 0.06f, kNothing = 0.02f, kAll = 0.98f;
 
 // Only what hangs together with the mask, with alpha a little steeper at its ends.
 void KeepConnected(const HeadCrop& crop, Floats* alpha) {
-  Region open(crop.mask.width, crop.mask.height);
-  std::vector<size_t> front;
-  for (size_t i = 0; i < open.bits.size(); ++i) {
-    open.bits[i] = (*alpha)[i] > kConnected;
-    if (!open.bits[i] || crop.depth[i] <= 0) continue;
-    front.push_back(i);
-    open.bits[i] = 2;
+  Region open(crop.mask.width, crop.mask.height), seed(crop.mask.width, crop.mask.height);
+  const size_t pixels = open.bits.size();
+  float* value = alpha->data();
+  for (size_t i = 0; i < pixels; ++i) {
+    open.bits[i] = value[i] > kConnected;
+    seed.bits[i] = crop.depth[i] > 0;
   }
-  const auto stride = static_cast<size_t>(open.width), height = static_cast<size_t>(open.height);
-  while (!front.empty()) {
-    const size_t i = front.back(), x = i % stride, y = i / stride;
-    front.pop_back();
-    for (size_t v = y > 0 ? y - 1 : 0; v <= std::min(y + 1, height - 1); ++v) {
-      for (size_t u = x > 0 ? x - 1 : 0; u <= std::min(x + 1, stride - 1); ++u) {
-        uint8_t& bit = open.bits[v * stride + u];
-        if (bit != 1) continue;
-        bit = 2;
-        front.push_back(v * stride + u);
-      }
-    }
-  }
-  for (size_t i = 0; i < open.bits.size(); ++i) {
-    const float kept = open.bits[i] == 2 ? (*alpha)[i] : 0;
-    (*alpha)[i] = std::clamp((kept - kNothing) / (kAll - kNothing), 0.0f, 1.0f);
+  const Region connected = Grow(seed, open, Touching::kCorners);
+  for (size_t i = 0; i < pixels; ++i) {
+    const float kept = connected.bits[i] ? value[i] : 0.0f;
+    value[i] = std::clamp((kept - kNothing) / (kAll - kNothing), 0.0f, 1.0f);
   }
 }
 

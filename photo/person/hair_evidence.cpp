@@ -43,7 +43,8 @@ float Dot(Pixel a, Pixel b) {
 }
 
 Pixel Load(const uint8_t* bgr) {
-  return Pixel{static_cast<float>(bgr[0]), static_cast<float>(bgr[1]), static_cast<float>(bgr[2]), 0} * kLevel;
+  using Whole = int32_t __attribute__((vector_size(16)));
+  return __builtin_convertvector((Whole{bgr[0], bgr[1], bgr[2], 0}), Pixel) * kLevel;
 }
 
 struct Fit {
@@ -56,6 +57,46 @@ Fit FitBetween(Pixel from, Pixel difference) {
   fit.alpha = std::clamp(Dot(from, difference) / (fit.contrast + 1e-6f), 0.0f, 1.0f);
   fit.residual = MeanSquare(from - fit.alpha * difference);
   return fit;
+}
+
+// One value for each rival.
+using Rivals = Pixel;
+static_assert(kRivals == sizeof(Rivals) / sizeof(float));
+
+struct Fits {
+  Rivals alpha, residual, contrast;
+};
+
+std::array<Rivals, 3> Differences(const std::array<Rivals, 3>& rivals, Pixel from) {
+  return {rivals[0] - from[0], rivals[1] - from[1], rivals[2] - from[2]};
+}
+
+Rivals MeanSquares(const std::array<Rivals, 3>& p) {
+  return (p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) * (1.0f / 3);
+}
+
+Fits FitBetween(Pixel from, const std::array<Rivals, 3>& rivals, Pixel behind) {
+  const std::array<Rivals, 3> to = Differences(rivals, behind);
+  Fits fits;
+  fits.contrast = MeanSquares(to);
+  const Rivals dot = (from[0] * to[0] + from[1] * to[1] + from[2] * to[2]) * (1.0f / 3);
+  const Rivals alpha = dot / (fits.contrast + 1e-6f), none{}, all = none + 1;
+  fits.alpha = alpha < none ? none : alpha > all ? all : alpha;
+  fits.residual =
+      MeanSquares({from[0] - fits.alpha * to[0], from[1] - fits.alpha * to[1], from[2] - fits.alpha * to[2]});
+  return fits;
+}
+
+// Each of a region's bytes by `byte`.
+template <typename To>
+void Translate(const Region& region, To byte, Bytes* plane) {
+  const uint8_t* from = region.bits.data();
+  uint8_t* to = plane->data();
+  for (size_t i = 0, size = region.bits.size(); i < size; ++i) to[i] = byte(from[i]);
+}
+
+uint8_t All(uint8_t bit) {
+  return static_cast<uint8_t>(bit ? 255 : 0);
 }
 
 uint8_t Byte(float share) {
@@ -86,11 +127,10 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
   AskAll();
   CloseSolid();
   FindPersonColours(true);
+  known_ = {};
   AskAll();
-  for (size_t i = 0; i < flooded_.size(); ++i) {
-    flooded_[i] = plate_.background.bits[i] ? 255 : 0;
-    smooth_[i] = plate_.smooth.bits[i] ? 255 : 0;
-  }
+  Translate(plate_.background, All, &flooded_);
+  Translate(plate_.smooth, All, &smooth_);
   Connect();
   for (const auto& [plane, radius] : {std::pair<const Bytes*, int>{&alphas_, 2},
                                       {&alphas_, 6},
@@ -107,8 +147,8 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
                                       {&crop_.mask.values, 16}}) {
     neighbours_.emplace_back(plane->data(), width_, height_, radius);
   }
-  behind_.emplace(plate_.colours, width_, 0.5);
-  persons_.emplace(person_, width_, 0.5);
+  behind_.emplace(plate_.colours, width_);
+  persons_.emplace(person_, width_);
 }
 
 // Whether the pixel is in a face, in the head behind it but for the very outline, or in the neck and what is below it.
@@ -205,38 +245,64 @@ void HairEvidence::FindRivals() {
       if (counts[k] > 0) rivals_[k] = sums[k] * (1 / counts[k]);
     }
   }
+  for (size_t k = 0; k < kRivals; ++k) {
+    for (size_t c = 0; c < 3; ++c) rivalChannels_[c][k] = rivals_[k][c];
+  }
 }
 
 // The person's own colours near each pixel: from inside the mask, the more the less they could be the background seen
 // through a gap; with `strands`, also from what was found to be all hair outside.
 void HairEvidence::FindPersonColours(bool strands) {
-  Scattered known((width_ + 1) / 2, (height_ + 1) / 2);
-  std::fill(known.sums.pixels.begin(), known.sums.pixels.end(), Pixel{});
-  std::fill(known.squares.begin(), known.squares.end(), 0.0f);
-  FieldRow behind(plate_.colours, width_, 0.5);
-  const float noise = plate_.noise * kLevel;
-  size_t i = 0;
-  for (int y = 0; y < height_; ++y) {
-    Pixel* to = known.sums.Row(y / 2);
-    float* square = known.squares.data() + (to - known.sums.pixels.data());
-    const uint8_t* bgr = crop_.colours.At(0, y);
-    const Pixel* plate = behind.At(y);
-    for (int x = 0; x < width_; ++x, ++i, bgr += 3) {
-      const float depth = Depth(i);
-      const bool strand =
-          strands && depth <= kPure && kinds_.bits[i] == kUnknown && alphas_[i] > 242 && unlikePlate_[i] > 200;
-      if (depth <= kPure && !strand) continue;
-      Pixel pixel = Load(bgr);
-      const float apart = MeanSquare(pixel - plate[x] * kLevel);
-      const float variance = plate[x][3] * (kLevel * kLevel) + noise * noise;
-      const float unlike = apart / (apart + 9 * variance);
-      const float weight = 0.25f * (0.02f + 0.98f * unlike * unlike);
-      square[x / 2] += weight * MeanSquare(pixel);
-      pixel[3] = 1;
-      to[x / 2] += pixel * weight;
+  if (!strands) {
+    known_ = Scattered((width_ + 1) / 2, (height_ + 1) / 2);
+    std::fill(known_.sums.pixels.begin(), known_.sums.pixels.end(), Pixel{});
+    std::fill(known_.squares.begin(), known_.squares.end(), 0.0f);
+  }
+  FieldRow above(plate_.colours, width_), below(plate_.colours, width_);
+  const auto isNew = [&](size_t i) { return strands ? IsStrand(i) : Depth(i) > kPure; };
+  for (int y = 0; y < height_; y += 2) {
+    const int lower = std::min(y + 1, height_ - 1);
+    const size_t first = kinds_.First(y), second = kinds_.First(lower);
+    std::array<const Pixel*, 2> plate{};
+    for (int x = 0; x < width_; ++x) {
+      const auto column = static_cast<size_t>(x);
+      if (!isNew(first + column) && !isNew(second + column)) continue;
+      if (!plate[0]) plate = {above.At(y), below.At(lower)};
+      SumPerson(x / 2, y / 2, strands, plate);
+      x |= 1;  // the four pixels are done
     }
   }
-  person_ = FillGaps(std::move(known));
+  FillGaps(known_, &person_);
+}
+
+// Whether the pixel is all hair outside.
+bool HairEvidence::IsStrand(size_t i) const {
+  return kinds_.bits[i] == kUnknown && alphas_[i] > 242 && unlikePlate_[i] > 200 && Depth(i) <= kPure;
+}
+
+// The person's colours among four pixels. `plate`: the rows that they are in.
+void HairEvidence::SumPerson(int x, int y, bool strands, const std::array<const Pixel*, 2>& plate) {
+  const float noise = plate_.noise * kLevel;
+  Pixel sum{};
+  float squares = 0;
+  for (int v = 2 * y; v < std::min(2 * y + 2, height_); ++v) {
+    for (int u = 2 * x; u < std::min(2 * x + 2, width_); ++u) {
+      const size_t i = kinds_.First(v) + static_cast<size_t>(u);
+      if (!(Depth(i) > kPure || (strands && IsStrand(i)))) continue;
+      const Pixel behind = plate[static_cast<size_t>(v % 2)][u];
+      Pixel pixel = Load(crop_.colours.At(u, v));
+      const float apart = MeanSquare(pixel - behind * kLevel);
+      const float variance = behind[3] * (kLevel * kLevel) + noise * noise;
+      const float unlike = apart / (apart + 9 * variance);
+      const float weight = 0.25f * (0.02f + 0.98f * unlike * unlike);
+      squares += weight * MeanSquare(pixel);
+      pixel[3] = 1;
+      sum += pixel * weight;
+    }
+  }
+  Pixel* to = known_.sums.Row(y) + x;
+  *to = sum;
+  known_.squares[static_cast<size_t>(to - known_.sums.pixels.data())] = squares;
 }
 
 HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel person) const {
@@ -248,13 +314,18 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
   clue.nearAlpha = fit.alpha;
   clue.contrast = fit.contrast;
   float least = fit.residual, nearest = 1;
-  for (const Pixel& rival : rivals_) {
-    const Fit other = FitBetween(from, rival - behind);
-    const float cost = other.residual + 0.03f * other.alpha * MeanSquare(rival - person) + 2e-4f;
-    nearest = std::min(nearest, MeanSquare(shown - rival));
-    if (cost >= least) continue;
-    least = cost;
-    fit = other;
+  if (!rivals_.empty()) {
+    // All rivals at once, a channel after the other.
+    const Fits others = FitBetween(from, rivalChannels_, behind);
+    const Rivals cost =
+        others.residual + 0.03f * others.alpha * MeanSquares(Differences(rivalChannels_, person)) + 2e-4f;
+    const Rivals apart = MeanSquares(Differences(rivalChannels_, shown));
+    for (int k = 0; k < static_cast<int>(kRivals); ++k) {
+      nearest = std::min(nearest, apart[k]);
+      if (cost[k] >= least) continue;
+      least = cost[k];
+      fit = {others.alpha[k], others.residual[k], others.contrast[k]};
+    }
   }
   clue.alpha = fit.alpha;
   clue.residual = fit.residual;
@@ -272,17 +343,19 @@ HairEvidence::Clue HairEvidence::Ask(const uint8_t* bgr, Pixel plate, Pixel pers
 }
 
 void HairEvidence::AskAll() {
-  FieldRow behind(plate_.colours, width_, 0.5), persons(person_, width_, 0.5);
-  size_t i = 0;
+  FieldRow behind(plate_.colours, width_), persons(person_, width_);
+  const auto person = [](uint8_t kind) { return static_cast<uint8_t>(kind == kPerson ? 255 : 0); };
+  const auto background = [](uint8_t kind) { return static_cast<uint8_t>(kind == kPerson ? 0 : 255); };
+  for (Bytes* plane : {&alphas_, &unlikePlate_}) Translate(kinds_, person, plane);
+  for (Bytes* plane : {&unlikePerson_, &unlikeRivals_}) Translate(kinds_, background, plane);
   for (int y = 0; y < height_; ++y) {
-    const Pixel *plate = behind.At(y), *person = persons.At(y);
-    for (int x = 0; x < width_; ++x, ++i) {
-      if (kinds_.bits[i] != kUnknown) {
-        alphas_[i] = unlikePlate_[i] = kinds_.bits[i] == kPerson ? 255 : 0;
-        unlikePerson_[i] = unlikeRivals_[i] = static_cast<uint8_t>(255 - alphas_[i]);
-        continue;
-      }
-      const Clue clue = Ask(crop_.colours.At(x, y), plate[x], person[x]);
+    const auto [begin, end] = UnknownOf(y);
+    if (begin == end) continue;
+    const Pixel *plate = behind.At(y, begin, end), *own = persons.At(y, begin, end);
+    for (int x = begin; x < end; ++x) {
+      const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
+      if (kinds_.bits[i] != kUnknown) continue;
+      const Clue clue = Ask(crop_.colours.At(x, y), plate[x], own[x]);
       alphas_[i] = Byte(clue.alpha);
       unlikePlate_[i] = Byte(clue.unlikePlate);
       unlikePerson_[i] = Byte(clue.unlikePerson);
@@ -293,74 +366,100 @@ void HairEvidence::AskAll() {
 
 // Away from the outline, what does not look like a gap is the person, and what has the plate's colours background.
 void HairEvidence::CloseSolid() {
-  Region gaps(width_, height_);
-  for (size_t i = 0; i < gaps.bits.size(); ++i) {
-    if (kinds_.bits[i] == kUnknown && Depth(i) < 0 && alphas_[i] < kNothing && unlikePlate_[i] < kOfPlate) {
-      kinds_.bits[i] = kBackground;
+  Region gaps(width_, height_), inside(width_, height_);
+  const uint8_t *alphas = alphas_.data(), *unlikePerson = unlikePerson_.data(), *unlikePlate = unlikePlate_.data();
+  const int16_t* depths = crop_.depth.data();
+  uint8_t *kinds = kinds_.bits.data(), *gap = gaps.bits.data(), *in = inside.bits.data();
+  const size_t pixels = kinds_.bits.size();
+  for (size_t i = 0; i < pixels; ++i) {
+    if (kinds[i] == kUnknown && depths[i] < 0 && alphas[i] < kNothing && unlikePlate[i] < kOfPlate) {
+      kinds[i] = kBackground;
     }
-    gaps.bits[i] = kinds_.bits[i] == kUnknown && (Depth(i) < kEdge || (alphas_[i] < 217 && unlikePerson_[i] > 25));
+    in[i] = kinds[i] == kUnknown;
+    const bool edge = HeadCrop::Depth(depths[i]) * unit_ < kEdge;
+    gap[i] = static_cast<uint8_t>(in[i] & (edge | ((alphas[i] < 217) & (unlikePerson[i] > 25))));
   }
-  Region inside(width_, height_);
-  for (size_t i = 0; i < gaps.bits.size(); ++i) inside.bits[i] = kinds_.bits[i] == kUnknown || gaps.bits[i];
   const Region asked = Grow(gaps, inside, kGapRim);
-  for (size_t i = 0; i < gaps.bits.size(); ++i) {
-    if (kinds_.bits[i] == kUnknown && !asked.bits[i]) kinds_.bits[i] = kPerson;
+  for (size_t i = 0; i < pixels; ++i) {
+    if (in[i] && !asked.bits[i]) kinds[i] = kPerson;
   }
 }
 
 // What hangs together with the mask by pixels that are not the plate's.
 void HairEvidence::Connect() {
   Region open(width_, height_), seed(width_, height_);
+  const uint8_t *alphas = alphas_.data(), *unlikePlate = unlikePlate_.data(), *kinds = kinds_.bits.data();
+  const int16_t* depths = crop_.depth.data();
+  uint8_t *toOpen = open.bits.data(), *toSeed = seed.bits.data();
   for (size_t i = 0; i < open.bits.size(); ++i) {
-    seed.bits[i] = kinds_.bits[i] == kPerson || (kinds_.bits[i] == kUnknown && crop_.depth[i] > 0);
-    open.bits[i] = seed.bits[i] || (kinds_.bits[i] == kUnknown && unlikePlate_[i] > 102 && alphas_[i] > 51);
+    const bool unknown = kinds[i] == kUnknown, seeds = (kinds[i] == kPerson) | (unknown & (depths[i] > 0));
+    toSeed[i] = seeds;
+    toOpen[i] = seeds | (unknown & (unlikePlate[i] > 102) & (alphas[i] > 51));
   }
-  const Region connected = Grow(seed, open, width_ * height_);
-  for (size_t i = 0; i < connected_.size(); ++i) connected_[i] = connected.bits[i] ? 255 : 0;
+  Translate(Grow(seed, open), All, &connected_);
 }
 
 HairEvidence::Neighbourhood::Neighbourhood(const uint8_t* plane, int width, int height, int radius)
     : plane_(plane),
       width_(width),
       height_(height),
-      radius_(radius),
-      columns_(static_cast<size_t>(width)),
-      sums_(static_cast<size_t>(width)) {
-  for (int y = 0; y < std::min(radius, height); ++y) Add(y, 1);
-}
+      radius_(std::min(radius, kMostRadius)),
+      columns_(static_cast<size_t>(width + 2 * (radius_ + 1))),
+      sums_(static_cast<size_t>(width)) {}
 
-void HairEvidence::Neighbourhood::Add(int y, int sign) {
-  const uint8_t* from = plane_ + static_cast<size_t>(y) * static_cast<size_t>(width_);
-  for (int x = 0; x < width_; ++x) columns_[static_cast<size_t>(x)] += sign * from[x];
-}
-
-void HairEvidence::Neighbourhood::MoveTo(int y) {
-  if (y + radius_ < height_) Add(y + radius_, 1);
-  if (y - radius_ - 1 >= 0) Add(y - radius_ - 1, -1);
-  int32_t sum = 0;
-  // The outermost columns go on beyond the picture's sides.
-  auto column = [&](int x) { return columns_[static_cast<size_t>(std::clamp(x, 0, width_ - 1))]; };
-  for (int x = -radius_; x <= radius_; ++x) sum += column(x);
-  for (int x = 0; x < width_; ++x) {
-    sums_[static_cast<size_t>(x)] = sum;
-    sum += column(x + radius_ + 1) - column(x - radius_);
+void HairEvidence::Neighbourhood::SumColumns(int y) {
+  const int top = std::max(y - radius_, 0), bottom = std::min(y + radius_ + 1, height_);
+  if (top >= bottom_) {
+    std::fill(columns_.begin(), columns_.end(), uint16_t{0});
+    top_ = bottom_ = top;
   }
-  const int rows = std::min(y + radius_, height_ - 1) - std::max(y - radius_, 0) + 1;
-  part_ = 1 / static_cast<float>(255 * rows * (2 * radius_ + 1));
+  uint16_t* to = columns_.data() + radius_ + 1;
+  // Mostly one row comes in for one that goes.
+  for (; bottom_ < bottom && top_ < top; ++bottom_, ++top_) {
+    const uint8_t *in = Row(bottom_), *out = Row(top_);
+    for (int x = 0; x < width_; ++x) to[x] = static_cast<uint16_t>(to[x] + in[x] - out[x]);
+  }
+  for (; bottom_ < bottom; ++bottom_) {
+    const uint8_t* in = Row(bottom_);
+    for (int x = 0; x < width_; ++x) to[x] = static_cast<uint16_t>(to[x] + in[x]);
+  }
+  for (; top_ < top; ++top_) {
+    const uint8_t* out = Row(top_);
+    for (int x = 0; x < width_; ++x) to[x] = static_cast<uint16_t>(to[x] - out[x]);
+  }
+  std::fill(columns_.begin(), columns_.begin() + radius_ + 1, to[0]);
+  std::fill(columns_.end() - radius_ - 1, columns_.end(), to[width_ - 1]);
 }
 
-float HairEvidence::Neighbourhood::Mean(int x) const {
-  return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_;
+void HairEvidence::Neighbourhood::MoveTo(int y, int begin, int end) {
+  SumColumns(y);
+  const uint16_t *leaves = columns_.data() + begin, *comes = leaves + 2 * radius_ + 1;
+  int32_t sum = 0;
+  for (const uint16_t* column = leaves; column < comes; ++column) sum += *column;
+  int32_t* to = sums_.data();
+  for (int x = begin; x < end; ++x) {
+    sum += *comes++ - *leaves++;
+    to[x] = sum;
+  }
+  part_ = 1 / static_cast<float>(255 * (bottom_ - top_) * (2 * radius_ + 1));
+}
+
+HairEvidence::Span HairEvidence::UnknownOf(int y) const {
+  const uint8_t *row = kinds_.Row(y), *end = row + width_;
+  const uint8_t* first = std::find(row, end, kUnknown);
+  while (end > first && end[-1] != kUnknown) --end;
+  return {static_cast<int>(first - row), static_cast<int>(end - row)};
 }
 
 size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stride) {
-  for (Neighbourhood& neighbourhood : neighbours_) neighbourhood.MoveTo(y);
+  const auto [begin, end] = UnknownOf(y);
+  if (begin == end) return 0;
+  for (Neighbourhood& neighbourhood : neighbours_) neighbourhood.MoveTo(y, begin, end);
   const uint8_t* kind = &kinds_.At(0, y);
-  if (std::find(kind, kind + width_, kUnknown) == kind + width_) return 0;
-  const Pixel *plate = behind_->At(y), *person = persons_->At(y);
+  const Pixel *plate = behind_->At(y, begin, end), *person = persons_->At(y, begin, end);
   HairZone(crop_.faces, crop_.faceWidth, y, width_, zone_.data());
   size_t count = 0;
-  for (int x = 0; x < width_; ++x) {
+  for (int x = begin; x < end; ++x) {
     if (kind[x] != kUnknown) continue;
     const size_t i = static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x);
     const uint8_t* bgr = crop_.colours.At(x, y);

@@ -42,28 +42,41 @@ class HairEvidence {
         unlikeRivals, unlikeSkin;
   };
 
-  // Sums over squares of bytes, row after row.
+  // Sums over squares of bytes, row after row. The outermost bytes go on beyond the raster's left and right.
   class Neighbourhood {
    public:
     Neighbourhood(const uint8_t* plane, int width, int height, int radius);
-    void MoveTo(int y);
-    float Mean(int x) const;
+    // To a row further down, for the columns from `begin` to `end` (not included).
+    void MoveTo(int y, int begin, int end);
+    float Mean(int x) const { return static_cast<float>(sums_[static_cast<size_t>(x)]) * part_; }
 
    private:
-    void Add(int y, int sign);
+    const uint8_t* Row(int y) const { return plane_ + static_cast<ptrdiff_t>(y) * width_; }
+    void SumColumns(int y);
+
+    static constexpr int kMostRadius = 16;  // sums of a column's bytes stay below 2^16
     const uint8_t* plane_;
     int width_, height_, radius_;
-    std::vector<int32_t> columns_, sums_;
+    int top_ = 0, bottom_ = 0;       // the rows that are summed, the last not included
+    std::vector<uint16_t> columns_;  // with radius + 1 more on both sides
+    std::vector<int32_t> sums_;
     float part_ = 0;
   };
 
   float Depth(size_t i) const { return crop_.Depth(i) * unit_; }
   bool IsSolid(int x, int y, float depth) const;
   bool IsOther(int x, int y) const;
+  // From the first unknown pixel of a row to behind the last; none where begin is end.
+  struct Span {
+    int begin, end;
+  };
+  Span UnknownOf(int y) const;
   void DivideCrop();
   void FindRivals();
   void FindSkin();
   void FindPersonColours(bool strands);
+  bool IsStrand(size_t i) const;
+  void SumPerson(int x, int y, bool strands, const std::array<const Pixel*, 2>& plate);
   void CloseSolid();
   void Connect();
   Clue Ask(const uint8_t* bgr, Pixel plate, Pixel person) const;
@@ -75,8 +88,10 @@ class HairEvidence {
   const int width_, height_;
   const float unit_;  // of a pixel, in face widths
   Region kinds_;
+  Scattered known_;  // the person's colours, while they are looked for
   Field person_;
   std::vector<Pixel> rivals_;
+  std::array<Pixel, 3> rivalChannels_;  // the same: each one's blue, green, red
   Pixel skin_{};
   std::vector<float> zone_;
   Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, smooth_, connected_;  // of each pixel, 255 for 1

@@ -78,22 +78,28 @@ class AlphaLayer {
         mask_(*mask),
         columns_(window.left, window.width, picture.width, hair.window.left, hair.window.width, hair.alpha.width),
         rows_(window.top, window.height, picture.height, hair.window.top, hair.window.height, hair.alpha.height),
-        zone_(static_cast<size_t>(hair.alpha.width)) {
+        zone_(static_cast<size_t>(hair.alpha.width)),
+        least_(zone_.size() + 2),
+        most_(zone_.size() + 2) {
     for (FittedRow& row : fitted_) row.lines.resize(zone_.size());
   }
 
   void Lay() {
     const bool whole = columns_.IsAligned() && rows_.IsAligned();
+    int before = -1;
     for (size_t y = 0; y < rows_.Places().size(); ++y) {
       const Place& row = rows_.Places()[y];
-      HairZone(hair_.faces, hair_.faceWidth, row.before, hair_.alpha.width, zone_.data());
+      const bool isNew = row.before != before;
+      before = row.before;
+      if (isNew) HairZone(hair_.faces, hair_.faceWidth, before, hair_.alpha.width, zone_.data());
       const int to = rows_.First() + static_cast<int>(y);
       if (whole) {
-        CopyRow(row.before, to);
-      } else {
-        const FittedRow& above = Fitted(row.before);
-        LayRow(above, Fitted(row.after), row.part, to);
+        CopyRow(before, to);
+        continue;
       }
+      const FittedRow &above = Fitted(before), &below = Fitted(row.after);
+      if (isNew) FindRuns(above, below);
+      for (const Run& run : runs_) LayRun(run, above, below, row.part, to);
     }
   }
 
@@ -113,25 +119,59 @@ class AlphaLayer {
     }
   }
 
-  void LayRow(const FittedRow& above, const FittedRow& below, float part, int y) {
-    const uint8_t* bgr = picture_.At(columns_.First(), y);
-    uint8_t* to = mask_.Row(y) + columns_.First();
-    for (const Place& place : columns_.Places()) {
-      const auto before = static_cast<size_t>(place.before), after = static_cast<size_t>(place.after);
+  // Columns of the picture, `end` not included, that lie alike in the zone and in cells between four pixels of the crop
+  // with one alpha, or with several.
+  struct Run {
+    size_t begin, end;
+    bool even;
+    float alpha, zone;
+  };
+
+  // Picture rows between the same two of the crop share their runs.
+  void FindRuns(const FittedRow& above, const FittedRow& below) {
+    runs_.clear();
+    const std::vector<Place>& places = columns_.Places();
+    for (size_t i = 0; i < places.size(); ++i) {
+      const auto before = static_cast<size_t>(places[i].before), after = static_cast<size_t>(places[i].after);
+      if (i > 0 && places[i].before == places[i - 1].before) {
+        ++runs_.back().end;
+        continue;
+      }
       const Line &a = above.lines[before], &b = above.lines[after], &c = below.lines[before], &d = below.lines[after];
-      float alpha = a.least;
       const float least = std::min(std::min(a.least, b.least), std::min(c.least, d.least));
       const float most = std::max(std::max(a.most, b.most), std::max(c.most, d.most));
-      if (least < most) {
-        const Line line = Between(Between(a, b, place.part), Between(c, d, place.part), part);
-        alpha = line.slopes[3];
-        for (int i = 0; i < 3; ++i) alpha += line.slopes[i] * static_cast<float>(bgr[i]);
-        alpha = std::clamp(alpha, line.least, line.most);
+      const Run run{i, i + 1, least >= most, a.least, zone_[before]};
+      const bool goesOn = i > 0 && run.even == runs_.back().even && run.zone == runs_.back().zone;
+      if (goesOn && (!run.even || run.alpha == runs_.back().alpha)) {
+        ++runs_.back().end;
+      } else {
+        runs_.push_back(run);
       }
-      const float zone = zone_[before];
-      if (zone > 0) *to = Mix(zone, alpha, *to);
-      ++to;
-      bgr += 3;
+    }
+  }
+
+  void LayRun(const Run& run, const FittedRow& above, const FittedRow& below, float part, int y) {
+    uint8_t* to = mask_.Row(y) + columns_.First();
+    if (!(run.zone > 0)) return;
+    if (!run.even) return LayUneven(run, above, below, part, y);
+    if (run.zone == 1 && (run.alpha == 0 || run.alpha == 255)) {
+      std::fill(to + run.begin, to + run.end, static_cast<uint8_t>(run.alpha == 255 ? 255 : 0));
+      return;
+    }
+    for (size_t i = run.begin; i < run.end; ++i) to[i] = Mix(run.zone, run.alpha, to[i]);
+  }
+
+  void LayUneven(const Run& run, const FittedRow& above, const FittedRow& below, float part, int y) {
+    const uint8_t* bgr = picture_.At(columns_.First() + static_cast<int>(run.begin), y);
+    uint8_t* to = mask_.Row(y) + columns_.First();
+    for (size_t i = run.begin; i < run.end; ++i, bgr += 3) {
+      const Place& place = columns_.Places()[i];
+      const auto before = static_cast<size_t>(place.before), after = static_cast<size_t>(place.after);
+      const Line line = Between(Between(above.lines[before], above.lines[after], place.part),
+                                Between(below.lines[before], below.lines[after], place.part), part);
+      float alpha = line.slopes[3];
+      for (int c = 0; c < 3; ++c) alpha += line.slopes[c] * static_cast<float>(bgr[c]);
+      to[i] = Mix(run.zone, std::clamp(alpha, line.least, line.most), to[i]);
     }
   }
 
@@ -143,12 +183,16 @@ class AlphaLayer {
     const Mask& alpha = hair_.alpha;
     const uint8_t *above = alpha.Row(std::max(y - 1, 0)), *own = alpha.Row(y);
     const uint8_t* below = alpha.Row(std::min(y + 1, alpha.height - 1));
-    for (size_t x = 0; x < zone_.size(); ++x) {
-      uint8_t least = own[x], most = own[x];
-      for (size_t u = x > 0 ? x - 1 : 0; u <= std::min(x + 1, zone_.size() - 1); ++u) {
-        least = std::min(std::min(least, above[u]), std::min(own[u], below[u]));
-        most = std::max(std::max(most, above[u]), std::max(own[u], below[u]));
-      }
+    const size_t width = zone_.size();
+    for (size_t x = 0; x < width; ++x) {
+      least_[x + 1] = std::min(std::min(above[x], own[x]), below[x]);
+      most_[x + 1] = std::max(std::max(above[x], own[x]), below[x]);
+    }
+    least_[0] = least_[1], least_[width + 1] = least_[width];
+    most_[0] = most_[1], most_[width + 1] = most_[width];
+    for (size_t x = 0; x < width; ++x) {
+      const uint8_t least = std::min(std::min(least_[x], least_[x + 1]), least_[x + 2]);
+      const uint8_t most = std::max(std::max(most_[x], most_[x + 1]), most_[x + 2]);
       row.lines[x] =
           Line{Line::Four{0, 0, 0, static_cast<float>(own[x])}, static_cast<float>(least), static_cast<float>(most)};
       if (most > least) row.lines[x].slopes = FitLine(static_cast<int>(x), y);
@@ -156,24 +200,24 @@ class AlphaLayer {
     return row;
   }
 
-  // Sums over 3 x 3 pixels: of the colours, their products (00 01 02 11 12 22), and with alpha.
+  // Sums over 3 x 3 pixels: of blue, green, red and 1; these times alpha; their squares; blue times green, green times
+  // red, red times blue.
   struct Moments {
-    float count = 0, alpha = 0, colours[3] = {}, products[6] = {}, withAlpha[3] = {};
+    Line::Four colours{}, withAlpha{}, squares{}, mixed{};
   };
 
   Moments Sum(int x, int y) const {
+    using Whole = int32_t __attribute__((vector_size(16)));
     Moments m;
     for (int v = std::max(y - 1, 0); v <= std::min(y + 1, hair_.alpha.height - 1); ++v) {
       for (int u = std::max(x - 1, 0); u <= std::min(x + 1, hair_.alpha.width - 1); ++u) {
-        const auto a = static_cast<float>(hair_.alpha.Row(v)[u]);
         const uint8_t* bgr = hair_.colours.At(u, v);
-        const auto b = static_cast<float>(bgr[0]), g = static_cast<float>(bgr[1]), r = static_cast<float>(bgr[2]);
-        m.count += 1;
-        m.alpha += a;
-        m.colours[0] += b, m.colours[1] += g, m.colours[2] += r;
-        m.withAlpha[0] += b * a, m.withAlpha[1] += g * a, m.withAlpha[2] += r * a;
-        m.products[0] += b * b, m.products[1] += b * g, m.products[2] += b * r;
-        m.products[3] += g * g, m.products[4] += g * r, m.products[5] += r * r;
+        const auto pixel = __builtin_convertvector((Whole{bgr[0], bgr[1], bgr[2], 1}), Line::Four);
+        const auto turned = __builtin_convertvector((Whole{bgr[1], bgr[2], bgr[0], 1}), Line::Four);
+        m.colours += pixel;
+        m.withAlpha += pixel * static_cast<float>(hair_.alpha.Row(v)[u]);
+        m.squares += pixel * pixel;
+        m.mixed += pixel * turned;
       }
     }
     return m;
@@ -182,11 +226,11 @@ class AlphaLayer {
   // Least squares, by L D L'.
   Line::Four FitLine(int x, int y) const {
     const Moments m = Sum(x, y);
-    const float part = 1 / m.count, mean = m.alpha * part;
+    const float part = 1 / m.colours[3], mean = m.withAlpha[3] * part;
     const float m0 = m.colours[0] * part, m1 = m.colours[1] * part, m2 = m.colours[2] * part;
-    const float s00 = m.products[0] * part - m0 * m0 + kEpsilon, s01 = m.products[1] * part - m0 * m1;
-    const float s02 = m.products[2] * part - m0 * m2, s11 = m.products[3] * part - m1 * m1 + kEpsilon;
-    const float s12 = m.products[4] * part - m1 * m2, s22 = m.products[5] * part - m2 * m2 + kEpsilon;
+    const float s00 = m.squares[0] * part - m0 * m0 + kEpsilon, s01 = m.mixed[0] * part - m0 * m1;
+    const float s02 = m.mixed[2] * part - m0 * m2, s11 = m.squares[1] * part - m1 * m1 + kEpsilon;
+    const float s12 = m.mixed[1] * part - m1 * m2, s22 = m.squares[2] * part - m2 * m2 + kEpsilon;
     const float c0 = m.withAlpha[0] * part - m0 * mean, c1 = m.withAlpha[1] * part - m1 * mean;
     const float c2 = m.withAlpha[2] * part - m2 * mean;
     const float d0 = 1 / s00, l1 = s01 * d0, l2 = s02 * d0;
@@ -202,7 +246,9 @@ class AlphaLayer {
   Mask& mask_;
   const Axis columns_, rows_;
   std::vector<float> zone_;
+  Bytes least_, most_;  // of three rows, with one column more on both sides
   std::array<FittedRow, 2> fitted_;
+  std::vector<Run> runs_;
 };
 
 }  // namespace

@@ -21,7 +21,8 @@ struct HeadCrop {
   std::vector<FaceBox> faces, others;
   double faceWidth = 0;  // of the widest face
 
-  float Depth(size_t i) const { return static_cast<float>(depth[i]) * (1.0f / kDistanceUnit); }
+  static float Depth(int16_t distance) { return static_cast<float>(distance) * (1.0f / kDistanceUnit); }
+  float Depth(size_t i) const { return Depth(depth[i]); }
 };
 
 // How much each pixel of a crop's row is of the zone where hair is, from 1 around the heads to 0 at the bodies.

@@ -203,7 +203,7 @@ Keeping KeepConnected(const Region& faces, const Region& open) {
   Region core(width, height);
   Distances distances = SignedDistance(solid, kNeck + 1);
   for (size_t i = 0; i < distances.size(); ++i) core.bits[i] = distances[i] > kNeck * kDistanceUnit;
-  core = Grow(faces, core, width * height);
+  core = Grow(faces, core);
   if (std::find(core.bits.begin(), core.bits.end(), 1) == core.bits.end()) {
     throw Failure(FailureCode::kNoPerson, "no person can be told from the background; keep it, or give a mask");
   }

@@ -1,13 +1,26 @@
 #include "photo/person/pyramid.h"
 
 #include <algorithm>
-#include <utility>
+#include <optional>
 
 namespace qx::photo {
 namespace {
 
 // The share of a window that needs to be known for its average to stand alone.
 constexpr float kEnough = 0.25f;
+
+// Where a pixel of a raster lies in a field of half its size.
+struct Between {
+  Between(int at, int size) {
+    const int doubled = std::clamp(2 * at - 1, 0, 4 * (size - 1));  // in quarters
+    before = doubled / 4;
+    after = std::min(before + 1, size - 1);
+    part = static_cast<float>(doubled % 4) * 0.25f;
+  }
+
+  int before, after;
+  float part;
+};
 
 Scattered Halved(const Scattered& fine) {
   const int width = (fine.sums.width + 1) / 2, height = (fine.sums.height + 1) / 2;
@@ -35,17 +48,17 @@ Scattered Halved(const Scattered& fine) {
   return coarse;
 }
 
-// The averages with the variance behind them, and between them what the coarser level says.
-Field Settle(const Scattered& level, const Field* coarser) {
-  Field settled(level.sums.width, level.sums.height);
-  std::vector<FieldRow> rows;
-  if (coarser) rows.emplace_back(*coarser, settled.width, 0.5);
-  for (int y = 0; y < settled.height; ++y) {
-    const Pixel* wide = coarser ? rows[0].At(y) : nullptr;
+// The averages with the variance behind them, and between them what the coarser level says. `settled` may be the
+// level's own sums.
+void Settle(const Scattered& level, const Field* coarser, Field* settled) {
+  std::optional<FieldRow> rows;
+  if (coarser) rows.emplace(*coarser, level.sums.width);
+  for (int y = 0; y < level.sums.height; ++y) {
+    const Pixel* wide = coarser ? rows->At(y) : nullptr;
     const Pixel* from = level.sums.Row(y);
     const float* square = level.squares.data() + (from - level.sums.pixels.data());
-    Pixel* to = settled.Row(y);
-    for (int x = 0; x < settled.width; ++x) {
+    Pixel* to = settled->Row(y);
+    for (int x = 0; x < level.sums.width; ++x) {
       const float weight = from[x][3];
       if (weight <= 0) {
         to[x] = wide ? wide[x] : Pixel{};
@@ -58,41 +71,48 @@ Field Settle(const Scattered& level, const Field* coarser) {
       to[x] = wide ? wide[x] + share * (mean - wide[x]) : mean;
     }
   }
-  return settled;
 }
 
 }  // namespace
 
-Field FillGaps(Scattered known) {
-  std::vector<Scattered> levels;
-  levels.push_back(std::move(known));
-  while (levels.back().sums.width > 1 || levels.back().sums.height > 1) levels.push_back(Halved(levels.back()));
-  Field filled = Settle(levels.back(), nullptr);
-  for (size_t i = levels.size() - 1; i-- > 0;) filled = Settle(levels[i], &filled);
-  return filled;
+void FillGaps(const Scattered& known, Field* filled) {
+  std::vector<Scattered> coarser;
+  const Scattered* last = &known;
+  for (; last->sums.width > 1 || last->sums.height > 1; last = &coarser.back()) coarser.push_back(Halved(*last));
+  const Field* below = nullptr;
+  for (size_t i = coarser.size(); i-- > 0; below = &coarser[i].sums) Settle(coarser[i], below, &coarser[i].sums);
+  filled->width = known.sums.width;
+  filled->height = known.sums.height;
+  filled->pixels.resize(known.sums.pixels.size());
+  Settle(known, below, filled);
 }
 
-FieldRow::FieldRow(const Field& field, int width, double scale)
-    : field_(field), scale_(scale), line_(static_cast<size_t>(field.width) + 1), row_(static_cast<size_t>(width)) {
-  for (int x = 0; x < width; ++x) {
-    const double at = std::clamp((x + 0.5) * scale - 0.5, 0.0, field.width - 1.0);
-    before_.push_back(static_cast<int>(at));
-    fraction_.push_back(static_cast<float>(at - before_.back()));
-  }
-}
+FieldRow::FieldRow(const Field& field, int width)
+    : field_(field), line_(static_cast<size_t>(field.width)), row_(static_cast<size_t>(width)) {}
 
-const Pixel* FieldRow::At(int y) {
-  const double at = std::clamp((y + 0.5) * scale_ - 0.5, 0.0, field_.height - 1.0);
-  const int above = static_cast<int>(at);
-  const auto part = static_cast<float>(at - above);
-  const Pixel *a = field_.Row(above), *b = field_.Row(std::min(above + 1, field_.height - 1));
-  for (int x = 0; x < field_.width; ++x) line_[static_cast<size_t>(x)] = a[x] + part * (b[x] - a[x]);
-  line_.back() = line_[line_.size() - 2];
-  for (size_t x = 0; x < row_.size(); ++x) {
-    const Pixel* from = line_.data() + before_[x];
-    row_[x] = from[0] + fraction_[x] * (from[1] - from[0]);
+const Pixel* FieldRow::At(int y, int begin, int end) {
+  const Between rows(y, field_.height);
+  const Pixel *above = field_.Row(rows.before), *below = field_.Row(rows.after);
+  const size_t width = line_.size(), last = std::min(static_cast<size_t>(end) / 2 + 1, width);
+  size_t x = static_cast<size_t>(std::max(begin - 1, 0)) / 2;
+  for (size_t i = x; i < last; ++i) line_[i] = above[i] + rows.part * (below[i] - above[i]);
+  // Pixels 2 x + 1 and 2 x + 2 lie between the field's x and x + 1, at a quarter and three quarters.
+  if (x == 0) row_[0] = line_[0];
+  for (; x + 1 < last && 2 * x + 2 < row_.size(); ++x) {
+    const Pixel step = line_[x + 1] - line_[x];
+    row_[2 * x + 1] = line_[x] + 0.25f * step;
+    row_[2 * x + 2] = line_[x] + 0.75f * step;
   }
+  if (2 * width == row_.size()) row_.back() = line_.back();
   return row_.data();
+}
+
+Pixel Doubled(const Field& field, int x, int y) {
+  const Between rows(y, field.height), columns(x, field.width);
+  const Pixel *above = field.Row(rows.before), *below = field.Row(rows.after);
+  const auto line = [&](int i) { return above[i] + rows.part * (below[i] - above[i]); };
+  const Pixel left = line(columns.before);
+  return left + columns.part * (line(columns.after) - left);
 }
 
 }  // namespace qx::photo

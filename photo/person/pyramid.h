@@ -36,24 +36,25 @@ struct Scattered {
 // Colours everywhere: those of the pixels themselves where they are known, else averages over windows of 2, 4, 8 ...
 // pixels, each filling what the narrower ones could not (S. Gortler et al., "The Lumigraph", 1996: push and pull). The
 // fourth value is the variance of the colours that were averaged, the mean of the three. All zeros where nothing is
-// known at all.
-Field FillGaps(Scattered known);
+// known at all. What `filled` holds is overwritten.
+void FillGaps(const Scattered& known, Field* filled);
 
-// The four values between the field's pixels; one pixel of the raster is `scale` of the field. For whole rows.
+// A field brought to twice its size, between its pixels, whole rows at a time.
 class FieldRow {
  public:
-  // `scale` at most 1: the field is as fine as the raster or coarser.
-  FieldRow(const Field& field, int width, double scale);
-  // The raster's row, as many pixels as it is wide. Valid until the next call.
-  const Pixel* At(int y);
+  // `width`: twice the field's or one less.
+  FieldRow(const Field& field, int width);
+  // The row of the larger raster, filled from the column `begin` to `end` (not included). Valid until the next call.
+  const Pixel* At(int y, int begin, int end);
+  const Pixel* At(int y) { return At(y, 0, static_cast<int>(row_.size())); }
 
  private:
   const Field& field_;
-  double scale_;
-  std::vector<int> before_;
-  Floats fraction_;
   std::vector<Pixel, UnfilledAllocator<Pixel>> line_, row_;
 };
+
+// One pixel of such a row.
+Pixel Doubled(const Field& field, int x, int y);
 
 }  // namespace qx::photo
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 namespace qx::photo {
@@ -79,6 +80,66 @@ class DistanceTo {
   std::vector<int16_t> row_, next_;
 };
 
+// One step of growing, for a row; `above` and `below` are the row itself at the picture's edge.
+void GrowRow(const uint8_t* own, const uint8_t* above, const uint8_t* below, const uint8_t* region, int width,
+             uint8_t* to) {
+  for (int x = 1; x + 1 < width; ++x) {
+    to[x] = static_cast<uint8_t>(region[x] & (own[x] | own[x - 1] | own[x + 1] | above[x] | below[x]));
+  }
+  for (const int x : {0, width - 1}) {
+    const uint8_t beside = own[std::max(x - 1, 0)] | own[std::min(x + 1, width - 1)];
+    to[x] = static_cast<uint8_t>(region[x] & (own[x] | beside | above[x] | below[x]));
+  }
+}
+
+// Pixels of a region side by side in a row, `end` not included.
+struct Run {
+  size_t Length() const { return static_cast<size_t>(end - begin); }
+
+  int row, begin, end;
+  uint32_t piece;  // a run with the same piece, itself for one of the piece
+  bool reached;
+};
+
+// A region as runs, joined where they touch from row to row: with `aside` also where they do so by corners.
+struct Pieces {
+  Pieces(const Region& region, int aside) {
+    size_t above = 0;  // the first run of the row above that may touch
+    for (int y = 0; y < region.height; ++y) {
+      const size_t first = runs.size();
+      const uint8_t *row = region.Row(y), *last = row + region.width;
+      for (const uint8_t* at = row; (at = NextOf(1, at, last)) != last;) {
+        const uint8_t* end = NextOf(0, at, last);
+        const auto own = static_cast<uint32_t>(runs.size());
+        runs.push_back({y, static_cast<int>(at - row), static_cast<int>(end - row), own, false});
+        while (above < first && runs[above].end + aside <= runs[own].begin) ++above;
+        for (size_t i = above; i < first && runs[i].begin < runs[own].end + aside; ++i)
+          Join(own, static_cast<uint32_t>(i));
+        at = end;
+      }
+      above = first;
+    }
+  }
+
+  uint32_t Find(uint32_t run) {
+    while (runs[run].piece != run) run = runs[run].piece = runs[runs[run].piece].piece;
+    return run;
+  }
+
+  std::vector<Run> runs;
+
+ private:
+  static const uint8_t* NextOf(int value, const uint8_t* at, const uint8_t* last) {
+    const void* found = std::memchr(at, value, static_cast<size_t>(last - at));
+    return found ? static_cast<const uint8_t*>(found) : last;
+  }
+
+  void Join(uint32_t a, uint32_t b) {
+    a = Find(a), b = Find(b);
+    runs[std::max(a, b)].piece = std::min(a, b);
+  }
+};
+
 }  // namespace
 
 Region AtLeastHalf(const Mask& mask, const PixelBox& box) {
@@ -104,28 +165,27 @@ Distances SignedDistance(const Region& region, double reach) {
 }
 
 Region Grow(const Region& seed, const Region& region, int steps) {
-  struct Pixel {
-    int x, y;
-  };
   Region grown(region.width, region.height);
-  std::vector<Pixel> front, next;
-  for (int y = 0; y < region.height; ++y) {
-    for (int x = 0; x < region.width; ++x) {
-      if (!seed.At(x, y) || !region.At(x, y)) continue;
-      grown.At(x, y) = 1;
-      front.push_back({x, y});
+  for (size_t i = 0; i < grown.bits.size(); ++i) grown.bits[i] = seed.bits[i] & region.bits[i];
+  for (int i = 0; i < steps; ++i) {
+    const Region before = grown;
+    for (int y = 0; y < region.height; ++y) {
+      const uint8_t *own = before.Row(y), *above = before.Row(std::max(y - 1, 0));
+      GrowRow(own, above, before.Row(std::min(y + 1, region.height - 1)), region.Row(y), region.width, grown.Row(y));
     }
+    if (grown.bits == before.bits) break;
   }
-  for (int i = 0; i < steps && !front.empty(); ++i) {
-    next.clear();
-    for (const Pixel pixel : front) {
-      ForNeighbours(region, pixel.x, pixel.y, [&](int x, int y) {
-        if (!region.At(x, y) || grown.At(x, y)) return;
-        grown.At(x, y) = 1;
-        next.push_back({x, y});
-      });
-    }
-    front.swap(next);
+  return grown;
+}
+
+Region Grow(const Region& seed, const Region& region, Touching touching) {
+  Pieces pieces(region, touching == Touching::kCorners ? 1 : 0);
+  for (const Run& run : pieces.runs) {
+    if (std::memchr(seed.Row(run.row) + run.begin, 1, run.Length())) pieces.runs[pieces.Find(run.piece)].reached = true;
+  }
+  Region grown(region.width, region.height);
+  for (const Run& run : pieces.runs) {
+    if (pieces.runs[pieces.Find(run.piece)].reached) std::memset(grown.Row(run.row) + run.begin, 1, run.Length());
   }
   return grown;
 }

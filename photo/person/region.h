@@ -15,12 +15,11 @@ namespace qx::photo {
 struct Region {
   Region() = default;
   Region(int w, int h) : width(w), height(h), bits(static_cast<size_t>(w) * static_cast<size_t>(h)) {}
-  uint8_t& At(int x, int y) {
-    return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-  }
-  uint8_t At(int x, int y) const {
-    return bits[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-  }
+  size_t First(int y) const { return static_cast<size_t>(y) * static_cast<size_t>(width); }  // of a row's pixels
+  uint8_t* Row(int y) { return bits.data() + First(y); }
+  const uint8_t* Row(int y) const { return bits.data() + First(y); }
+  uint8_t& At(int x, int y) { return bits[First(y) + static_cast<size_t>(x)]; }
+  uint8_t At(int x, int y) const { return bits[First(y) + static_cast<size_t>(x)]; }
 
   int width = 0;
   int height = 0;
@@ -40,8 +39,11 @@ using Distances = std::vector<int16_t, UnfilledAllocator<int16_t>>;
 Distances SignedDistance(const Region& region, double reach);
 
 // The part of the region that can be reached from the seed (the pixels of both), stepping to the four neighbours at
-// most `steps` times.
+// most `steps` times. Each step goes over the whole region.
 Region Grow(const Region& seed, const Region& region, int steps);
+// The same with any number of steps, at once; with kCorners to the eight neighbours.
+enum class Touching { kSides, kCorners };
+Region Grow(const Region& seed, const Region& region, Touching touching = Touching::kSides);
 
 // Adds the holes of at most `pixels` pixels: pieces of the outside, joined by their four neighbours, that do not touch
 // the picture's edge.

@@ -172,6 +172,7 @@ TEST(Region, GrowsFillsAndMeasures) {
   // Diagonal neighbours do not touch.
   EXPECT_EQ(Draw({"###...", "#.#...", "####..", "......"}).bits, Grow(seed, region, 99).bits);
   EXPECT_EQ(Draw({"###...", "#.....", "#.....", "......"}).bits, Grow(seed, region, 2).bits);
+  EXPECT_EQ(region.bits, Grow(seed, region, Touching::kCorners).bits);
 
   Region filled = region;
   FillHoles(filled, 0);
@@ -181,6 +182,18 @@ TEST(Region, GrowsFillsAndMeasures) {
 
   EXPECT_EQ(Draw({"#..", "..#"}).bits,
             AtLeastHalf(Mask(4, 3, Bytes{9, 9, 9, 9, 0, 128, 127, 1, 255, 0, 90, 200}), {1, 1, 4, 3}).bits);
+}
+
+TEST(Region, GrowsAtOnceAsStepByStep) {
+  std::mt19937 random(3);
+  for (const auto& [width, height] : {std::pair{45, 37}, {64, 3}, {1, 30}, {30, 1}, {2, 2}}) {
+    for (const unsigned open : {4u, 6u, 9u}) {  // of ten: islands, winding ways, nearly all
+      Region region(width, height), seed(width, height);
+      for (uint8_t& bit : region.bits) bit = random() % 10 < open;
+      for (uint8_t& bit : seed.bits) bit = random() % 40 == 0;
+      EXPECT_EQ(Grow(seed, region, width * height).bits, Grow(seed, region).bits);
+    }
+  }
 }
 
 // The least sum of steps to a pixel of the other kind, by the closed form of the chamfer distance.
