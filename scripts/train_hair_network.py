@@ -13,7 +13,7 @@ import sys
 import numpy as np
 import torch
 
-VALUES, FIRST, SECOND = 56, 48, 16
+VALUES, FIRST, SECOND = 56, 64, 24
 STEPS, BATCH, RATE = int(os.environ.get("STEPS", 6000)), 8192, 8e-3
 HELD_BACK = 10  # one scene in so many is not learned from, only reported
 

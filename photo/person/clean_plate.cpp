@@ -17,7 +17,7 @@ constexpr float kFloodFrom = 0.2f, kFloodInto = 0.05f;
 constexpr float kSameWall = 15;
 constexpr float kRingFrom = 0.35f, kRing = 0.7f;
 constexpr float kPlainFlood = 0.97f, kTexturedFlood = 0.92f;
-constexpr float kPlainSpread = 12, kUnevenSpread = 32;
+constexpr float kPlainSpread = 12, kFullSpread = 32;
 constexpr float kSpreadFrom = 0.12f, kSpreadTo = 0.6f;
 constexpr size_t kLeastKnown = 64;  // pixels of the crop, without which there is no plate
 
@@ -342,10 +342,12 @@ Region SmoothPixels(const Image& colours, float noise) {
   return smooth;
 }
 
-float CleanPlate::Structure() const {
-  const float textured = (kPlainFlood - flooded) / (kPlainFlood - kTexturedFlood);
-  const float uneven = (spread - kPlainSpread) / (kUnevenSpread - kPlainSpread);
-  return std::clamp(std::max(textured, uneven), 0.0f, 1.0f);
+float CleanPlate::Texture() const {
+  return std::clamp((kPlainFlood - flooded) / (kPlainFlood - kTexturedFlood), 0.0f, 1.0f);
+}
+
+float CleanPlate::Clutter() const {
+  return std::clamp((spread - kPlainSpread) / (kFullSpread - kPlainSpread), 0.0f, 1.0f);
 }
 
 bool EstimatePlate(const HeadCrop& crop, CleanPlate* plate) {

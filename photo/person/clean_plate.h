@@ -2,6 +2,8 @@
 #ifndef QX_PHOTO_PERSON_CLEAN_PLATE_H
 #define QX_PHOTO_PERSON_CLEAN_PLATE_H
 
+#include <algorithm>
+
 #include "photo/person/head_crop.h"
 #include "photo/person/pyramid.h"
 #include "photo/person/region.h"
@@ -17,8 +19,10 @@ struct CleanPlate {
   float flooded = 0;  // share of the head's wider surroundings that is plain enough to be known as background
   float spread = 0;   // difference from a smooth background that one in ten of them exceeds: what the scene holds
 
-  // From 0 before a wall to 1 before a texture or a room full of things, where a pixel's colours tell little.
-  float Structure() const;
+  // From 0 before a wall to 1 before a texture, and before a room full of things: where colours tell little.
+  float Texture() const;
+  float Clutter() const;
+  float Structure() const { return std::max(Texture(), Clutter()); }
 };
 
 // Smooth background is followed from the surroundings of the head up to the hair and through its gaps, then spread

@@ -5,12 +5,15 @@
 #include <cmath>
 #include <utility>
 
+#include "photo/person/hair.h"
+
 namespace qx::photo {
 namespace {
 
 // Lengths in face widths, colours 0 to 1 (of levels only where it says so).
 constexpr float kPlainOut = 0.5f, kPlainIn = 0.2f;       // the band before a wall
-constexpr float kUnevenOut = 0.12f, kUnevenIn = 0.03f;   // ... before what is full of structure
+constexpr float kFullOut = 0.12f, kTexturedOut = 0.05f;  // ... before a room full of things, before a texture
+constexpr float kUnevenIn = 0.03f;                       // ... before both
 constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;  // half axes of what is always the person
 constexpr float kEars = 0.75f, kRim = 0.012f;            // how far aside ears reach; of their rim
 constexpr float kSkin = 0.008f;                          // squared difference from the face's colour
@@ -178,9 +181,9 @@ bool HairEvidence::IsOther(int x, int y) const {
 
 // Where to ask: in a band around the outline that is the wider, the plainer the background.
 void HairEvidence::DivideCrop() {
-  const float structure = plate_.Structure();
-  const float out = kPlainOut + structure * (kUnevenOut - kPlainOut),
-              in = kPlainIn + structure * (kUnevenIn - kPlainIn);
+  float out = kPlainOut + plate_.Clutter() * (kFullOut - kPlainOut);
+  out += plate_.Texture() * (kTexturedOut - out);
+  const float in = kPlainIn + plate_.Structure() * (kUnevenIn - kPlainIn);
   size_t i = 0;
   for (int y = 0; y < height_; ++y) {
     HairZone(crop_.faces, crop_.faceWidth, y, width_, zone_.data());
@@ -509,7 +512,7 @@ size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stri
     put(plate_.flooded);
     put(std::min(1.0f, plate_.spread * (1.0f / 64)));
     put(std::min(1.0f, noise * 32));
-    put(static_cast<float>(std::min(1.0, crop_.faceWidth / 250)));
+    put(static_cast<float>(std::min(1.0, crop_.faceWidth / kHairFaceWidth)));
     columns[count++] = x;
   }
   return count;

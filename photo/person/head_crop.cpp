@@ -10,10 +10,10 @@ namespace qx::photo {
 namespace {
 
 constexpr double kLeastFaceWidth = 24;  // pixels
-constexpr double kMostPixels = 6e5;
-constexpr double kAside = 1.1, kAbove = 1.25, kBelow = 0.9;  // what the crop shows beyond the faces, in face widths
-constexpr double kHairEnds = 0.55, kBodyBegins = 0.85;       // in face widths below the chin
-constexpr double kReach = 0.5;                               // of the distances, in face widths
+constexpr double kMostPixels = 5e5;
+constexpr double kAside = 0.9, kAbove = 1.1, kBelow = 0.9;  // what the crop shows beyond the faces, in face widths
+constexpr double kHairEnds = 0.55, kBodyBegins = 0.85;      // in face widths below the chin
+constexpr double kReach = 0.5;                              // of the distances, in face widths
 
 double Widest(const std::vector<FaceBox>& faces) {
   double width = 0;

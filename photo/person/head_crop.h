@@ -12,7 +12,7 @@
 
 namespace qx::photo {
 
-// Lengths and faces in pixels of the crop. A face is at most 250 of them wide.
+// Lengths and faces in pixels of the crop. A face is at most 220 of them wide.
 struct HeadCrop {
   Rectangle window;  // what it shows, in pixels of the overview in which the persons were found
   Image colours;
