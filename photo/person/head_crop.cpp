@@ -27,7 +27,7 @@ PixelBox BoxAround(const Image& picture, const std::vector<FaceBox>& faces, doub
           clip(std::ceil(right), picture.width), clip(std::ceil(bottom), picture.height)};
 }
 
-// Where faces lie in a picture of the window, of that many pixels.
+// Where faces lie in a picture of the window, of that many pixels, from left to right.
 std::vector<FaceBox> Seen(const std::vector<FaceBox>& faces, const Rectangle& window, int width, int height) {
   const double x = width / window.width, y = height / window.height;
   std::vector<FaceBox> seen;
@@ -35,6 +35,8 @@ std::vector<FaceBox> Seen(const std::vector<FaceBox>& faces, const Rectangle& wi
     seen.push_back({(face.left - window.left) * x, (face.top - window.top) * y, (face.right - window.left) * x,
                     (face.bottom - window.top) * y});
   }
+  std::stable_sort(seen.begin(), seen.end(),
+                   [](const FaceBox& a, const FaceBox& b) { return a.left + a.right < b.left + b.right; });
   return seen;
 }
 
