@@ -28,13 +28,14 @@ void KeepConnected(const HeadCrop& crop, Floats* alpha) {
   }
 }
 
-// Counts the pixels along the outline of the hair, and those among them whose colours tell nothing.
+// Counts the pixels just inside the outline of the hair, and those among them that could as well be background. Outside
+// there is nothing to tell by: a wall of the hair's colour is as much a wall as any other.
 class DoubtCounter {
  public:
   explicit DoubtCounter(const HeadCrop& crop) : crop_(crop) {}
 
   void Add(size_t i, bool told) {
-    if (std::abs(crop_.Depth(i)) > kOutline * crop_.faceWidth) return;
+    if (crop_.depth[i] < 0 || crop_.Depth(i) > kOutline * crop_.faceWidth) return;
     const auto stride = static_cast<size_t>(crop_.mask.width);
     const double x = static_cast<double>(i % stride) + 0.5, y = static_cast<double>(i / stride) + 0.5;
     const FaceBox* face = &crop_.faces[0];
@@ -65,7 +66,7 @@ class DoubtCounter {
   Side left_, right_, above_;
 };
 
-constexpr float kTold = 0.4f;  // the least confidence of a pixel that is no guess
+constexpr float kTold = 0.4f;  // from the plate: how far a pixel lies at least that is no guess
 
 }  // namespace
 
@@ -89,7 +90,7 @@ HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
     for (size_t j = 0; j < count; ++j) {
       const size_t i = start + static_cast<size_t>(columns[j]);
       alpha[i] = std::max(told[j], kept * static_cast<float>(crop.mask.values[i]) / 255);
-      doubt.Add(i, values[HairEvidence::kPlateConfidence * stride + j] > kTold);
+      doubt.Add(i, values[HairEvidence::kUnlikePlate * stride + j] > kTold);
     }
   }
   KeepConnected(crop, &alpha);

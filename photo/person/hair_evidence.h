@@ -22,7 +22,7 @@ namespace qx::photo {
 class HairEvidence {
  public:
   static constexpr int kValues = 56;
-  static constexpr size_t kPlateConfidence = 7;  // the value that says whether the person's colours stand out
+  static constexpr size_t kUnlikePlate = 10;  // the value that says how far a pixel's colour is from the plate's
   enum Kind : uint8_t { kBackground, kUnknown, kPerson };
 
   // Both are kept by reference.

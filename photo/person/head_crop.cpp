@@ -21,7 +21,7 @@ double Widest(const std::vector<FaceBox>& faces) {
   return width;
 }
 
-// Where faces lie in a picture of the window, of that many pixels.
+// Where faces lie in a picture of the window, of that many pixels, from left to right.
 std::vector<FaceBox> Seen(const std::vector<FaceBox>& faces, const Rectangle& window, int width, int height) {
   const double x = width / window.width, y = height / window.height;
   std::vector<FaceBox> seen;
@@ -29,6 +29,8 @@ std::vector<FaceBox> Seen(const std::vector<FaceBox>& faces, const Rectangle& wi
     seen.push_back({(face.left - window.left) * x, (face.top - window.top) * y, (face.right - window.left) * x,
                     (face.bottom - window.top) * y});
   }
+  std::stable_sort(seen.begin(), seen.end(),
+                   [](const FaceBox& a, const FaceBox& b) { return a.left + a.right < b.left + b.right; });
   return seen;
 }
 

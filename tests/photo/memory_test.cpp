@@ -1,12 +1,15 @@
-// Memory is short from the n-th request of C++ on, for many n: the studio says so and works on when memory is back.
+// Memory is short from the n-th request of C++ on, for many n: the studio says so and works on when memory is back, and
+// so does what follows hair.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "codec/codec.h"
 #include "codec/library.h"
+#include "photo/person/hair.h"
 #include "photo/studio.h"
 #include "support/failing_new.h"
+#include "support/painted_head.h"
 
 // Requests that still succeed; negative: all do. Small ones always do: a failure needs a text. The other threads of
 // libvips ask for nothing meanwhile.
@@ -80,6 +83,34 @@ TEST(StudioMemory, EveryShortageIsTold) {
   for (const long requests : {1, 5, 20}) {
     EXPECT_EQ(FailureCode::kOutOfMemory, CodeWhenShort(requests, [&] { studio.Analyse(source, {}); }));
   }
+}
+
+// Each single request: hair asks for few, and for large ones.
+TEST(HairMemory, EveryShortageIsTold) {
+  const test::PaintedHead head(test::PlainWall, 40);
+  PersonMap map = head.Map();
+  const auto follow = [&] { return FollowHair(map, head.picture, head.Whole(), {head.face}); };
+  map.hair = follow();
+  ASSERT_TRUE(map.hair);
+  const Mask whole = RefineMask(map, head.picture, head.Whole());
+  map.hair.reset();
+  long requests = 0;
+  for (bool isShort = true; isShort;) {
+    ASSERT_GT(10'000, ++requests);
+    isShort = false;
+    allowed = requests;
+    try {
+      map.hair = follow();
+      const Mask mask = RefineMask(map, head.picture, head.Whole());
+      allowed = -1;
+      EXPECT_EQ(whole.values, mask.values);
+    } catch (const std::bad_alloc&) {
+      isShort = true;
+    }
+    allowed = -1;
+    map.hair.reset();
+  }
+  EXPECT_LT(30, requests);
 }
 
 }  // namespace

@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 
 #include "codec/codec.h"
 #include "photo/face/upright.h"
+#include "photo/person/mask.h"
 #include "support/test_files.h"
 
 namespace qx::photo {
@@ -175,6 +177,39 @@ TEST(Studio, RendersTheSameOfOneAnalysisAsOfMany) {
   impossible.document.head = impossible.document.top = Fraction{0.9, 0.95};
   EXPECT_THROW(studio.Render(source, analysis, impossible), Failure);
   EXPECT_TRUE(Same(Make(studio, photograph, requests[1]), studio.Render(source, analysis, requests[1])));
+}
+
+// The sample's person with black hair before a wall of one colour, with the noise of a camera.
+Image BeforeWall(const std::array<int, 3>& wall) {
+  const FaceBox face = FaceFinder().Find(Sample()).at(0).Box();
+  const Mask mask = PersonSegmenter().Segment(Sample(), {face});
+  Image picture = Sample();
+  uint32_t random = 1;
+  for (int y = 0; y < picture.height; ++y) {
+    for (int x = 0; x < picture.width; ++x) {
+      const double across = (x - (face.left + face.right) / 2) / face.Width();
+      const double down = (y - (face.top + face.bottom) / 2) / face.Width();
+      const bool hair = down < 0.5 && std::hypot(across / 0.42, down / 0.55) > 1;
+      const int share = mask.Row(y)[x];
+      for (size_t c = 0; c < 3; ++c) {
+        random = random * 1664525 + 1013904223;
+        const int behind = wall[c] + static_cast<int>(random >> 30) - 2;
+        uint8_t* to = picture.At(x, y) + c;
+        const int person = hair ? 25 + *to / 12 : *to;
+        *to = static_cast<uint8_t>((share * person + (255 - share) * behind) / 255);
+      }
+    }
+  }
+  return picture;
+}
+
+TEST(Studio, SaysWhereHairAndWallAreAlike) {
+  Studio studio;
+  const Image alike = BeforeWall({33, 34, 35}), contrasting = BeforeWall({190, 200, 210});
+  const char* const remark = "hair and background have the same colour above and on the left and on the right";
+  EXPECT_TRUE(HasRemark(Make(studio, alike, RequestFor("schengen-visa")), remark));
+  EXPECT_FALSE(HasRemark(Make(studio, alike, RequestFor("schengen-visa", "keep")), "hair"));
+  EXPECT_FALSE(HasRemark(Make(studio, contrasting, RequestFor("schengen-visa")), "hair"));
 }
 
 double MeanDifference(const Image& a, const Image& b) {
