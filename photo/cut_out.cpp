@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "photo/analysis.h"
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 #include "photo/render/extend_colours.h"
 
 namespace qx::photo {

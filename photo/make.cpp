@@ -8,7 +8,7 @@
 
 #include "photo/analysis.h"
 #include "photo/base/failure.h"
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 #include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
 #include "photo/place/pair_placement.h"

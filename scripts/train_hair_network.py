@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Trains the small network of photo/person/hair_network.cpp and prints its weights as C++.
 
-    qx_hair_bench --seeds 1000-2199 --lessons DIR
+    qx_hair_bench --seeds 1000-2399 --lessons DIR
     scripts/train_hair_network.py DIR > photo/person/hair_weights.inc
 
 Needs PyTorch (Debian: python3-torch). One thread and fixed seeds: the same lessons give the same weights. A file of
@@ -14,7 +14,7 @@ import numpy as np
 import torch
 
 VALUES, FIRST, SECOND = 56, 64, 24
-STEPS, BATCH, RATE = int(os.environ.get("STEPS", 6000)), 8192, 8e-3
+STEPS, BATCH, RATE = int(os.environ.get("STEPS", 8000)), 8192, 8e-3
 HELD_BACK = 10  # one scene in so many is not learned from, only reported
 
 

@@ -1,5 +1,5 @@
 // The yardstick for the person's colours: blur fusion alone, kept as it was when the masks began to follow hair, so
-// that "before" stays the same while photo/person/foreground.cpp changes.
+// that "before" stays the same while photo/foreground/foreground.cpp changes.
 #ifndef QX_BENCH_HAIR_BLUR_FUSION_H
 #define QX_BENCH_HAIR_BLUR_FUSION_H
 

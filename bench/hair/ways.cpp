@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "bench/hair/blur_fusion.h"
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 #include "photo/person/hair.h"
 
 namespace qx::bench::hair {

@@ -8,6 +8,7 @@ build_packages=(
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
+training_packages=(python3-torch python3-numpy) # the weights of the network of hair
 
 # The benchmarks are compiled, not run, with the tests.
 test_packages=(

@@ -9,7 +9,7 @@
 #include "photo/document/paper.h"
 #include "photo/drawing/draw_check.h"
 #include "photo/drawing/draw_faces.h"
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 #include "photo/person/mask.h"
 #include "photo/place/face_placement.h"
 #include "photo/render/render.h"

@@ -1,4 +1,4 @@
-#include "photo/person/rim.h"
+#include "photo/foreground/rim.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "photo/person/colour_field.h"
+#include "photo/foreground/colour_field.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 // The person's own colours where the mask is partly transparent.
-#ifndef QX_PHOTO_PERSON_FOREGROUND_H
-#define QX_PHOTO_PERSON_FOREGROUND_H
+#ifndef QX_PHOTO_FOREGROUND_FOREGROUND_H
+#define QX_PHOTO_FOREGROUND_FOREGROUND_H
 
 #include "photo/base/image.h"
 
@@ -10,7 +10,7 @@ namespace qx::photo {
 enum class Rim { kReduce, kKeep };
 
 // The picture with the old background's share taken out of every pixel that the mask (of the picture's size) makes
-// partly transparent; all others stay as they are, but for the rim with Rim::kReduce (see photo/person/rim.h). Laid
+// partly transparent; all others stay as they are, but for the rim with Rim::kReduce (see photo/foreground/rim.h). Laid
 // over another background with the same mask, the result has no fringes of the old one. `faceWidth`, in pixels of the
 // picture, tells how far hair and its surroundings reach; above 0.
 //
@@ -21,4 +21,4 @@ Image EstimateForeground(Image picture, const Mask& mask, double faceWidth, Rim 
 
 }  // namespace qx::photo
 
-#endif  // QX_PHOTO_PERSON_FOREGROUND_H
+#endif  // QX_PHOTO_FOREGROUND_FOREGROUND_H

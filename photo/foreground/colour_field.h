@@ -1,6 +1,6 @@
 // Colours that are known at some pixels only, spread over the whole picture.
-#ifndef QX_PHOTO_PERSON_COLOUR_FIELD_H
-#define QX_PHOTO_PERSON_COLOUR_FIELD_H
+#ifndef QX_PHOTO_FOREGROUND_COLOUR_FIELD_H
+#define QX_PHOTO_FOREGROUND_COLOUR_FIELD_H
 
 #include <algorithm>
 #include <array>
@@ -109,4 +109,4 @@ class ColourField {
 
 }  // namespace qx::photo
 
-#endif  // QX_PHOTO_PERSON_COLOUR_FIELD_H
+#endif  // QX_PHOTO_FOREGROUND_COLOUR_FIELD_H

@@ -1,5 +1,5 @@
 // The person's own colours.
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
 
-#include "photo/person/colour_field.h"
-#include "photo/person/rim.h"
+#include "photo/foreground/colour_field.h"
+#include "photo/foreground/rim.h"
 
 namespace qx::photo {
 namespace {

@@ -1,9 +1,9 @@
 // The light of the old surroundings on the person's rim.
-#ifndef QX_PHOTO_PERSON_RIM_H
-#define QX_PHOTO_PERSON_RIM_H
+#ifndef QX_PHOTO_FOREGROUND_RIM_H
+#define QX_PHOTO_FOREGROUND_RIM_H
 
 #include "photo/base/image.h"
-#include "photo/person/colour_field.h"
+#include "photo/foreground/colour_field.h"
 
 namespace qx::photo {
 
@@ -20,4 +20,4 @@ void ReduceRim(const Mask& mask, double faceWidth, const CellGrid& grid, const C
 
 }  // namespace qx::photo
 
-#endif  // QX_PHOTO_PERSON_RIM_H
+#endif  // QX_PHOTO_FOREGROUND_RIM_H
