@@ -243,7 +243,7 @@ TEST(CleanPlate, KnowsWhenThereIsNone) {
   }
   crop->depth = SignedDistance(Region(crop->mask.width, crop->mask.height), 50);
   EXPECT_TRUE(EstimatePlate(*crop, &plate));  // nobody there
-  std::for_each(crop->depth.begin(), crop->depth.end(), [](int16_t& depth) { depth = std::abs(depth); });
+  std::fill(crop->depth.begin(), crop->depth.end(), int16_t{10 * kDistanceUnit});
   EXPECT_FALSE(EstimatePlate(*crop, &plate));  // nothing but persons
 }
 
