@@ -11,8 +11,7 @@
 namespace qx::photo {
 namespace {
 
-constexpr float kEpsilon = 4;        // square levels: steadies the lines where colours are alike
-constexpr float kFlat = 1.0f / 512;  // less alpha does not vary
+constexpr float kEpsilon = 4;  // square levels: steadies the lines where colours are alike
 
 uint8_t Mix(float zone, float alpha, uint8_t before) {
   const auto old = static_cast<float>(before);

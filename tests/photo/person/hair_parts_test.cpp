@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <optional>
 #include <random>
 #include <vector>
 
@@ -203,10 +204,10 @@ TEST(CleanPlate, ShowsTheWallBehindTheStrands) {
     const char* name;
     Colour (*wall)(double, double);
     double border, most;
-  } cases[] = {{"plain", PlainWall, 0, 8},
-               {"gradient", Gradient, 0, 10},
-               {"shadow", Shadow, 0, 20},
-               {"two colours", TwoColours, 0.3, 20}};
+  } cases[] = {{"plain", PlainWall, 0, 10},
+               {"gradient", Gradient, 0, 12},
+               {"shadow", Shadow, 0, 24},
+               {"two colours", TwoColours, 0.3, 24}};
   for (const auto& [name, wall, border, most] : cases) {
     for (const int width : {60, 130}) {
       const PaintedHead head(wall, width);
@@ -224,15 +225,25 @@ TEST(CleanPlate, ShowsTheWallBehindTheStrands) {
   }
 }
 
+// Stripes, but for the upper edge.
+Colour Paper(double u, double v) {
+  const double level = v > -1.4 && std::sin(60 * (u + v)) > 0 ? 140 : 170;
+  return {level, level, level};
+}
+
 TEST(CleanPlate, KnowsWhenThereIsNone) {
-  const PaintedHead head(Room);
-  auto crop = CropHeads(head.Map(), head.picture, head.Whole(), {head.face}, {});
-  ASSERT_TRUE(crop);
   CleanPlate plate;
-  EXPECT_TRUE(!EstimatePlate(*crop, &plate) || plate.Structure() > 0.9f) << plate.Structure();
+  std::optional<HeadCrop> crop;
+  for (const auto& wall : {Room, Paper}) {
+    const PaintedHead head(wall);
+    crop = CropHeads(head.Map(), head.picture, head.Whole(), {head.face}, {});
+    ASSERT_TRUE(crop);
+    ASSERT_TRUE(EstimatePlate(*crop, &plate));
+    EXPECT_LT(0.9f, plate.Structure()) << plate.flooded << " " << plate.spread;
+  }
   crop->depth = SignedDistance(Region(crop->mask.width, crop->mask.height), 50);
   EXPECT_TRUE(EstimatePlate(*crop, &plate));  // nobody there
-  std::for_each(crop->depth.begin(), crop->depth.end(), [](int16_t& depth) { depth = std::abs(depth); });
+  std::fill(crop->depth.begin(), crop->depth.end(), int16_t{10 * kDistanceUnit});
   EXPECT_FALSE(EstimatePlate(*crop, &plate));  // nothing but persons
 }
 
@@ -309,7 +320,7 @@ TEST(HairNetwork, IsThreeLayersForAnyNumberOfPixels) {
 HairMap RandomMap(double scale) {
   std::mt19937 random(2);
   HairMap hair;
-  hair.window = {30, 20, 120 / scale, 100 / scale};
+  hair.window = {37 / scale, 23 / scale, 120 / scale, 100 / scale};
   hair.colours = Image(120, 100);
   hair.alpha = Mask(120, 100);
   for (int y = 0; y < 100; ++y) {
@@ -345,7 +356,7 @@ struct Scales {
   double map, picture;  // pixels for one of the overview
 };
 // The map's own pixels; between them, by a whole number and not; more of them than the picture has.
-constexpr Scales kScales[] = {{1, 1}, {2, 2}, {1, 2.5}, {1, 3}, {1.7, 4.4}, {2, 1}};
+constexpr Scales kScales[] = {{1, 1}, {2, 2}, {1.3, 1.3}, {0.7, 0.7}, {1, 2.5}, {1, 3}, {1.7, 4.4}, {2, 1}};
 
 TEST(LayHair, GivesEachPartWhatTheWholeGets) {
   for (const Scales& scales : kScales) {
@@ -382,8 +393,8 @@ TEST(LayHair, StaysWithinTheMapsBoundsAndItsZone) {
       for (int x = 0; x < all.before.width; ++x) {
         const int before = all.before.Row(y)[x], after = all.after.Row(y)[x];
         // In pixels of the map.
-        const double u = ((x + 0.5) / scales.picture - 30) * scales.map;
-        const double v = ((y + 0.5) / scales.picture - 20) * scales.map;
+        const double u = (x + 0.5) / scales.picture * scales.map - 37;
+        const double v = (y + 0.5) / scales.picture * scales.map - 23;
         if (u < -0.01 || v < -0.01 || u > 120.01 || v > 82) {
           ASSERT_EQ(before, after) << x << " " << y;
         }
