@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "photo/person/foreground.h"
+#include "photo/foreground/foreground.h"
 #include "photo/person/hair.h"
 #include "photo/person/mask.h"
 

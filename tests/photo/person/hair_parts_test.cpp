@@ -105,6 +105,12 @@ class PlainGaps {
   std::vector<Level> levels_;
 };
 
+Field Filled(const Scattered& known) {
+  Field filled;
+  FillGaps(known, &filled);
+  return filled;
+}
+
 TEST(FillGaps, IsThePlainPushAndPull) {
   std::mt19937 random(5);
   for (const auto& [width, height] : {std::pair{1, 1}, {2, 1}, {1, 9}, {17, 13}, {32, 5}}) {
@@ -118,7 +124,7 @@ TEST(FillGaps, IsThePlainPushAndPull) {
         }
       }
       const PlainGaps plain(known);
-      const Field filled = FillGaps(std::move(known));
+      const Field filled = Filled(known);
       ASSERT_EQ(width, filled.width);
       ASSERT_EQ(height, filled.height);
       for (int y = 0; y < height; ++y) {
@@ -134,7 +140,7 @@ TEST(FillGaps, IsThePlainPushAndPull) {
 }
 
 TEST(FillGaps, KeepsWhatIsKnownAndBridgesTheRest) {
-  const Field nothing = FillGaps(Unknown(7, 3));
+  const Field nothing = Filled(Unknown(7, 3));
   for (const Pixel& pixel : nothing.pixels) {
     for (int c = 0; c < 4; ++c) EXPECT_EQ(0, pixel[c]);
   }
@@ -150,7 +156,7 @@ TEST(FillGaps, KeepsWhatIsKnownAndBridgesTheRest) {
       if (!isHole(x, y)) Set(&known, x, y, slope(x, y), 1);
     }
   }
-  const Field filled = FillGaps(std::move(known));
+  const Field filled = Filled(known);
   float most = 0;
   for (int y = 0; y < kHeight; ++y) {
     for (int x = 0; x < kWidth; ++x) {
@@ -169,7 +175,7 @@ TEST(FillGaps, KeepsWhatIsKnownAndBridgesTheRest) {
 // border of two walls.
 std::vector<double> PlateErrors(const PaintedHead& head, const HeadCrop& crop, const CleanPlate& plate, double border) {
   std::vector<double> errors;
-  FieldRow behind(plate.colours, crop.mask.width, 0.5);
+  FieldRow behind(plate.colours, crop.mask.width);
   for (int y = 0; y < crop.mask.height; ++y) {
     const Pixel* row = behind.At(y);
     for (int x = 0; x < crop.mask.width; ++x) {
