@@ -11,7 +11,7 @@ refuse() { echo "$1: includes $2: $3" && failed=1; }
 # includes FOLDER: lines "FILE INCLUDED" of all includes in quotes.
 includes() { grep -rHoE '^ *# *include "[^"]+"' --include='*.h' --include='*.cpp' "$1" | sed -E 's/:.*"([^"]+)"/ \1/'; }
 
-declare -A floor=([base]=0 [document]=1 [face]=2 [person]=3 [foreground]=3 [place]=4 [render]=5 [sheet]=5 [drawing]=5 [check]=5)
+declare -A floor=([base]=0 [document]=1 [face]=2 [person]=3 [foreground]=4 [place]=4 [render]=5 [sheet]=5 [drawing]=5 [check]=5)
 # floor_of PATH: the floor of what lies in photo/.
 floor_of() {
   local room=${1#photo/}
