@@ -14,17 +14,20 @@
 #include "bench/hair/blur_fusion.h"
 #include "bench/hair/lessons.h"
 #include "bench/hair/report.h"
+#include "bench/hair/times.h"
 
 namespace qx::bench::hair {
 namespace {
 
 constexpr char kUsage[] =
-    "usage: qx_hair_bench [--half tuning|untuned] [--seeds A-B] [--each] [--before] [--write DIR] [--dump DIR] "
+    "usage: qx_hair_bench [--half tuning|untuned] [--seeds A-B] [--each] [--before] [--times] [--write DIR] [--dump "
+    "DIR] "
     "[--lessons DIR] [--threads N]\n"
-    "  --half     settings are chosen on `tuning` (seeds 0-29); `untuned` (30-59) are only looked at\n"
+    "  --half     settings are chosen on `tuning` (seeds 0-29); `untuned` (60-89) are only looked at\n"
     "  --seeds    any others, say for training: 1000-1999\n"
     "  --each     a row for each scene as well\n"
     "  --before   the figures of the mask before, not what of them is left now\n"
+    "  --times    what hair and colours cost, and nothing else; one thread, slow\n"
     "  --write    a PNG per scene: photograph, truth, mask before and now, results over blue before, now and true\n"
     "  --lessons  what the network of hair learns from, a file per scene; nothing is measured\n"
     "  --dump     raw planes for training, see bench/hair/report.h; nothing is measured\n"
@@ -32,7 +35,7 @@ constexpr char kUsage[] =
 
 struct Options {
   uint32_t first = 0, last = 29;
-  bool each = false, before = false;
+  bool each = false, before = false, times = false;
   std::string write, dump, lessons;
   int threads = 1;
 };
@@ -44,6 +47,10 @@ bool Parse(int argc, char** argv, Options* options) {
       options->before = true;
       continue;
     }
+    if (name == "--times") {
+      options->times = true;
+      continue;
+    }
     if (name == "--each") {
       options->each = true;
       continue;
@@ -53,7 +60,7 @@ bool Parse(int argc, char** argv, Options* options) {
     if (name == "--half" && value == "tuning") {
       options->first = 0, options->last = 29;
     } else if (name == "--half" && value == "untuned") {
-      options->first = 30, options->last = 59;
+      options->first = 60, options->last = 89;
     } else if (name == "--seeds") {
       if (std::sscanf(value.c_str(), "%u-%u", &options->first, &options->last) != 2) return false;
     } else if (name == "--write") {
@@ -136,6 +143,7 @@ int main(int argc, char** argv) {
   if (!Parse(argc, argv, &options)) return std::fputs(kUsage, stderr), 2;
   cv::setNumThreads(1);
   try {
+    if (options.times) return PrintTimes(options.first, options.last), 0;
     const std::vector<Row> rows = WorkAll(options);
     if (!options.dump.empty() || !options.lessons.empty()) return 0;
     if (options.each) PrintEach(rows, !options.before);

@@ -66,12 +66,16 @@ class DoubtCounter {
   Side left_, right_, above_;
 };
 
+constexpr float kTextureDoubt = 0.7f;
 constexpr float kTold = 0.4f;  // from the plate: how far a pixel lies at least that is no guess
 
 }  // namespace
 
 HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
   HairEvidence evidence(crop, plate);
+  // Before a texture, what is found outside the mask counts less, and nothing beside ears and cheeks.
+  const float texture = plate.Texture();
+  // Of the mask: inside, nothing is opened where little is known.
   const float kept = std::min(1.0f, 2 * plate.Structure());  // of the mask: nothing is opened where little is known
   Floats alpha(evidence.Kinds().bits.size());
   const auto stride = static_cast<size_t>(crop.mask.width);
@@ -89,7 +93,10 @@ HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
     WeighEvidence(values.data(), stride, count, told.data());
     for (size_t j = 0; j < count; ++j) {
       const size_t i = start + static_cast<size_t>(columns[j]);
-      alpha[i] = std::max(told[j], kept * static_cast<float>(crop.mask.values[i]) / 255);
+      const float before = static_cast<float>(crop.mask.values[i]) / 255;
+      alpha[i] = std::max(told[j], kept * before);
+      const float doubtful = evidence.IsBesideSkin(j) ? texture : kTextureDoubt * texture;
+      if (alpha[i] > before) alpha[i] += doubtful * (before - alpha[i]);
       doubt.Add(i, values[HairEvidence::kUnlikePlate * stride + j] > kTold);
     }
   }

@@ -17,6 +17,7 @@ constexpr float kUnevenIn = 0.03f;                       // ... before both
 constexpr float kFaceAcross = 0.36f, kFaceDown = 0.56f;  // half axes of what is always the person
 constexpr float kEars = 0.75f, kRim = 0.012f;            // how far aside ears reach; of their rim
 constexpr float kSkin = 0.008f;                          // squared difference from the face's colour
+constexpr float kBesideSkin = 0.015f;                    // the same of the person's colour nearby
 constexpr float kHead = 1.25f;                           // of those, what is so but for the outline
 constexpr float kNeck = 0.33f;                           // to each side, below the chin
 constexpr float kThroat = 0.2f, kShoulder = 0.4f;        // lower down the neck widens by so much of what is below
@@ -150,6 +151,7 @@ HairEvidence::HairEvidence(const HeadCrop& crop, const CleanPlate& plate)
                                       {&crop_.mask.values, 16}}) {
     neighbours_.emplace_back(plane->data(), width_, height_, radius);
   }
+  besideSkin_.resize(static_cast<size_t>(width_));
   behind_.emplace(plate_.colours, width_);
   persons_.emplace(person_, width_);
 }
@@ -513,6 +515,7 @@ size_t HairEvidence::DescribeRow(int y, int* columns, float* values, size_t stri
     put(std::min(1.0f, plate_.spread * (1.0f / 64)));
     put(std::min(1.0f, noise * 32));
     put(static_cast<float>(std::min(1.0, crop_.faceWidth / kHairFaceWidth)));
+    besideSkin_[count] = MeanSquare(person[x] - skin_) < kBesideSkin ? 1 : 0;
     columns[count++] = x;
   }
   return count;

@@ -35,6 +35,10 @@ class HairEvidence {
   // values[k * stride + j] is the k-th of the pixel in the column columns[j]. The stride is at least the crop's width.
   size_t DescribeRow(int y, int* columns, float* values, size_t stride);
 
+  // Whether the person is of the face's colour beside that pixel of the row described last, so that no hair begins
+  // there.
+  bool IsBesideSkin(size_t j) const { return besideSkin_[j] != 0; }
+
  private:
   // A pixel's place between the plate's colours and the person's.
   struct Clue {
@@ -97,6 +101,7 @@ class HairEvidence {
   Bytes alphas_, unlikePlate_, unlikePerson_, unlikeRivals_, flooded_, smooth_, connected_;  // of each pixel, 255 for 1
   std::vector<Neighbourhood> neighbours_;
   std::optional<FieldRow> behind_, persons_;
+  Bytes besideSkin_;
 };
 
 }  // namespace qx::photo
