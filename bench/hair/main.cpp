@@ -23,7 +23,7 @@ constexpr char kUsage[] =
     "usage: qx_hair_bench [--half tuning|untuned] [--seeds A-B] [--each] [--before] [--times] [--write DIR] [--dump "
     "DIR] "
     "[--lessons DIR] [--threads N]\n"
-    "  --half     settings are chosen on `tuning` (seeds 0-29); `untuned` (60-89) are only looked at\n"
+    "  --half     settings are chosen on `tuning` (seeds 0-29); `untuned` (90-119) are only looked at\n"
     "  --seeds    any others, say for training: 1000-1999\n"
     "  --each     a row for each scene as well\n"
     "  --before   the figures of the mask before, not what of them is left now\n"
@@ -60,7 +60,7 @@ bool Parse(int argc, char** argv, Options* options) {
     if (name == "--half" && value == "tuning") {
       options->first = 0, options->last = 29;
     } else if (name == "--half" && value == "untuned") {
-      options->first = 60, options->last = 89;
+      options->first = 90, options->last = 119;
     } else if (name == "--seeds") {
       if (std::sscanf(value.c_str(), "%u-%u", &options->first, &options->last) != 2) return false;
     } else if (name == "--write") {
