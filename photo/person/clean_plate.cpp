@@ -17,7 +17,7 @@ constexpr float kFloodFrom = 0.2f, kFloodInto = 0.05f;
 constexpr float kSameWall = 15;
 constexpr float kRingFrom = 0.35f, kRing = 0.7f;
 constexpr float kPlainFlood = 0.97f, kTexturedFlood = 0.92f;
-constexpr float kPlainSpread = 20, kFullSpread = 45;
+constexpr float kPlainSpread = 12, kFullSpread = 32;
 constexpr float kSpreadFrom = 0.12f, kSpreadTo = 0.6f;
 constexpr size_t kLeastKnown = 64;  // pixels of the crop, without which there is no plate
 
