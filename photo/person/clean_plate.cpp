@@ -151,10 +151,11 @@ class PlateMaker {
       const float depth = HeadCrop::Depth(depths[x]) * unit, out = -depth;
       const bool sure = out - (kSureBeyondBody + hair[x] * (kSureBeyondHair - kSureBeyondBody)) > 0;
       const int inside = depth >= 0, spreads = (out > kSpreadFrom) & (out < kSpreadTo);
+      const bool around = (out >= kRingFrom) & (out <= kRing), seed = sure | (out > kFloodFrom);
+      const bool rim = (inside != 0) & (depth < kFloodInto);
       to[x] = static_cast<uint8_t>((sure ? kSure : 0) | (out > kJoining ? kJoins : 0) | (spreads ? kSpreads : 0) |
-                                   (sure | (out > kFloodFrom) ? kSeed : 0) | (inside ? 0 : kOutside) |
-                                   (inside & (depth < kFloodInto) ? kRim : 0) |
-                                   ((out >= kRingFrom) & (out <= kRing) ? kAround : 0));
+                                   (seed ? kSeed : 0) | (inside ? 0 : kOutside) | (rim ? kRim : 0) |
+                                   (around ? kAround : 0));
     }
   }
 
