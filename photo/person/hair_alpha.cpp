@@ -76,7 +76,7 @@ HairAlpha EstimateHair(const HeadCrop& crop, const CleanPlate& plate) {
   // Before a texture, what is found outside the mask counts less, and nothing beside ears and cheeks.
   const float texture = plate.Texture();
   // Of the mask: inside, nothing is opened where little is known.
-  const float kept = std::min(1.0f, 2 * plate.Structure());  // of the mask: nothing is opened where little is known
+  const float kept = std::min(1.0f, 2 * plate.Structure());
   Floats alpha(evidence.Kinds().bits.size());
   const auto stride = static_cast<size_t>(crop.mask.width);
   std::vector<int> columns(stride);

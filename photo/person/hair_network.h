@@ -8,7 +8,7 @@ namespace qx::photo {
 
 // The person's share of each pixel, 0 to 1, from HairEvidence::kValues values a pixel: values[k * stride + j] is the
 // k-th of pixel j. Three fully connected layers of plain sums in a fixed order, so that every machine gives the same.
-// `count` is at most the stride. models/hair/train.py made the weights.
+// `count` is at most the stride. scripts/train_hair.sh makes the weights.
 void WeighEvidence(const float* values, size_t stride, size_t count, float* alpha);
 
 }  // namespace qx::photo
