@@ -14,7 +14,7 @@ _idphoto_options() {
       ;;
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
-    presets) echo "$common --json" ;;
+    presets) echo "$common --search --country --json" ;;
     check) echo "$common $document --json --draw --max-megapixels" ;;
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     batch)
@@ -52,9 +52,10 @@ _idphoto() {
       return
       ;;
     --mask | --cutout | --draw | --report) _idphoto_files -f "$word" && return ;;
-    # A number or a length: nothing to offer.
+    # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
-      --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --max-megapixels) return ;;
+      --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
+      --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"

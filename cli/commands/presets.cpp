@@ -4,10 +4,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
+#include "photo/document/countries.h"
+#include "photo/document/preset_search.h"
 #include "photo/document/presets.h"
 
 namespace qx::cli {
@@ -15,7 +18,8 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 struct PresetsOptions {
-  std::string name;  // empty: all
+  std::string name;             // empty: all that the next two leave
+  std::string search, country;  // empty: any
   bool json = false;
 };
 
@@ -28,17 +32,32 @@ std::string KbText(const photo::Preset& preset) {
   return (preset.minKb ? std::to_string(*preset.minKb) + "-" : "up to ") + std::to_string(*preset.maxKb);
 }
 
-Json ToJson(const photo::Preset& preset) {
+Json ToJson(const photo::PresetSource& source) {
+  Json json = {{"page", source.page}, {"kind", source.kind}, {"read", source.read}, {"gives", source.gives}};
+  if (!source.contradicts.empty()) json["contradicts"] = source.contradicts;
+  return json;
+}
+
+Json ToJson(const photo::PresetRules& rules) {
+  Json json = Json::object();
+  if (rules.glasses) json["glasses"] = NameOf(*rules.glasses);
+  if (rules.smile) json["smile"] = NameOf(*rules.smile);
+  if (rules.headCovering) json["head_covering"] = NameOf(*rules.headCovering);
+  if (!rules.children.empty()) json["children"] = rules.children;
+  json["source"] = rules.source;
+  json["read"] = rules.read;
+  return json;
+}
+
+// Lengths and limits.
+void AddFigures(const photo::Preset& preset, Json& json) {
   const photo::Document document = photo::Derive(preset);
-  Json json = {{"name", preset.name},
-               {"title", preset.title},
-               {"authority", preset.authority},
-               {"kind", preset.upload ? "upload" : "print"},
-               {"persons", preset.persons},
-               {"size", photo::ToText(preset.size)},
-               {"dpi", preset.dpi},
-               {"width_px", document.width},
-               {"height_px", document.height}};
+  json["size"] = photo::ToText(preset.size);
+  if (preset.pixels) json["pixels"] = photo::ToText(*preset.pixels);
+  if (preset.printSize) json["print_size"] = photo::ToText(*preset.printSize);
+  json["dpi"] = preset.dpi;
+  json["width_px"] = document.width;
+  json["height_px"] = document.height;
   const auto add = [&json](const char* name, const std::optional<photo::Range>& range,
                            const std::optional<photo::Fraction>& fraction) {
     if (range) json[name] = {{"published", photo::ToText(*range)}, {"min", fraction->min}, {"max", fraction->max}};
@@ -49,12 +68,26 @@ Json ToJson(const photo::Preset& preset) {
   add("face_width", preset.faceWidth, document.faceWidth);
   if (preset.minKb) json["min_kb"] = *preset.minKb;
   if (preset.maxKb) json["max_kb"] = *preset.maxKb;
+}
+
+Json ToJson(const photo::Preset& preset) {
+  Json json = {{"name", preset.name}, {"title", preset.title}, {"authority", preset.authority}};
+  if (const photo::Country* country = photo::FindCountry(preset.country)) {
+    json["country"] = country->code;
+    json["country_name"] = country->name;
+  }
+  json["kind"] = preset.upload ? "upload" : "print";
+  json["persons"] = preset.persons;
+  AddFigures(preset, json);
   json["backgrounds"] = preset.backgrounds;
   json["background_change_allowed"] = preset.backgroundChange;
   json["retouching_allowed"] = preset.retouching;
   json["source"] = preset.source;
   json["read"] = preset.read;
   json["unverified"] = preset.unverified;
+  json["sources"] = Json::array();
+  for (const photo::PresetSource& source : preset.sources) json["sources"].push_back(ToJson(source));
+  if (preset.rules) json["rules"] = ToJson(*preset.rules);
   if (!preset.note.empty()) json["note"] = preset.note;
   return json;
 }
@@ -65,49 +98,102 @@ std::string Joined(const std::vector<std::string>& words) {
   return text;
 }
 
-std::string ListText() {
-  std::string text = "name                    size        pixels     dpi  head        background  changes  title\n";
-  for (const photo::Preset& preset : photo::Presets()) {
-    const photo::Document document = photo::Derive(preset);
+std::string ListText(const std::vector<const photo::Preset*>& presets) {
+  size_t longest = 0;
+  for (const photo::Preset* preset : presets) longest = std::max(longest, preset->name.size());
+  const auto row = [longest](const std::string& name, const std::string& rest) {
+    return name + std::string(std::max(longest, name.size()) - name.size() + 1, ' ') + rest + "\n";
+  };
+  std::string text = row("name", "size        pixels     dpi  head        background  changes  title");
+  for (const photo::Preset* preset : presets) {
+    const photo::Document document = photo::Derive(*preset);
     const std::string pixels = std::to_string(document.width) + "x" + std::to_string(document.height);
-    char row[400];
-    std::snprintf(row, sizeof row, "%-23s %-11s %-9s %4d  %-11s %-11s %-8s %s%s\n", preset.name.c_str(),
-                  photo::ToText(preset.size).c_str(), pixels.c_str(), preset.dpi, RangeText(preset.head).c_str(),
-                  preset.backgrounds[0].c_str(), preset.backgroundChange ? "allowed" : "no", preset.title.c_str(),
-                  preset.source == "remembered" ? " *" : "");
-    text += row;
+    char columns[200];
+    std::snprintf(columns, sizeof columns, "%-11s %-9s %4d  %-11s %-11s %-8s ", photo::ToText(preset->size).c_str(),
+                  pixels.c_str(), preset->dpi, RangeText(preset->head).c_str(), preset->backgrounds[0].c_str(),
+                  preset->backgroundChange ? "allowed" : "no");
+    text += row(preset->name, columns + preset->title + (preset->source == "remembered" ? " *" : ""));
   }
   return text + "* unverified: check with the authority before use. idphoto presets NAME shows all of one.\n";
 }
 
-std::string DetailText(const photo::Preset& preset) {
-  const photo::Document document = photo::Derive(preset);
-  std::string text = preset.name + ": " + preset.title + "\n";
-  const auto line = [&text, &preset](const char* label, const std::string& value, const char* field = "") {
-    const bool unverified =
-        std::find(preset.unverified.begin(), preset.unverified.end(), field) != preset.unverified.end();
+// The lines of one document, a label before each value.
+class Details {
+ public:
+  explicit Details(const photo::Preset& preset) : preset_(preset), text_(preset.name + ": " + preset.title + "\n") {}
+
+  // Says so where the figure rests on no source.
+  void Line(const char* label, const std::string& value, const char* figure = "") {
+    const auto& unverified = preset_.unverified;
+    const bool doubtful = std::find(unverified.begin(), unverified.end(), figure) != unverified.end();
     char head[40];
     std::snprintf(head, sizeof head, "  %-19s ", label);
-    text += head + value + (unverified ? " (unverified)" : "") + "\n";
-  };
-  line("authority", preset.authority);
-  line("kind", std::string(preset.upload ? "file to upload" : "print") + (preset.persons == 2 ? ", two persons" : ""));
-  line("size",
-       photo::ToText(preset.size) + ", " + std::to_string(document.width) + " x " + std::to_string(document.height) +
-           " pixels",
-       "size");
-  line("resolution", std::to_string(preset.dpi) + " dpi", "dpi");
-  line("head", RangeText(preset.head), "head");
-  line("space above", RangeText(preset.top), "top");
-  line("eyes above edge", RangeText(preset.eyes), "eyes");
-  line("face width", RangeText(preset.faceWidth), "face_width");
-  line("file size in kB", KbText(preset), "max_kb");
-  line("backgrounds", Joined(preset.backgrounds), "backgrounds");
-  line("changed background", preset.backgroundChange ? "allowed" : "forbidden", "background_change");
-  line("retouching", preset.retouching ? "allowed" : "forbidden", "retouching");
-  line("source", preset.source + ", read " + preset.read);
-  if (!preset.note.empty()) line("note", preset.note);
-  return text;
+    text_ += head + value + (doubtful ? " (unverified)" : "") + "\n";
+  }
+  const std::string& Text() const { return text_; }
+
+ private:
+  const photo::Preset& preset_;
+  std::string text_;
+};
+
+void AddFigures(const photo::Preset& preset, Details& details) {
+  const photo::Document document = photo::Derive(preset);
+  details.Line("size",
+               photo::ToText(preset.size) + ", " + std::to_string(document.width) + " x " +
+                   std::to_string(document.height) + " pixels",
+               "size");
+  if (preset.printSize) details.Line("printed size", photo::ToText(*preset.printSize), "print_size");
+  details.Line("resolution", std::to_string(preset.dpi) + " dpi", "dpi");
+  details.Line("head", RangeText(preset.head), "head");
+  details.Line("space above", RangeText(preset.top), "top");
+  details.Line("eyes above edge", RangeText(preset.eyes), "eyes");
+  details.Line("face width", RangeText(preset.faceWidth), "face_width");
+  details.Line("file size in kB", KbText(preset), "max_kb");
+  details.Line("backgrounds", Joined(preset.backgrounds), "backgrounds");
+  details.Line("changed background", preset.backgroundChange ? "allowed" : "forbidden", "background_change");
+  details.Line("retouching", preset.retouching ? "allowed" : "forbidden", "retouching");
+}
+
+void AddRules(const photo::PresetRules& rules, Details& details) {
+  using photo::GlassesRule;
+  using photo::HeadCoveringRule;
+  using photo::SmileRule;
+  if (rules.glasses) {
+    details.Line("glasses", *rules.glasses == GlassesRule::kNoGlare ? "untinted, without glare, frame off the eyes"
+                                                                    : NameOf(*rules.glasses));
+  }
+  if (rules.smile) {
+    details.Line("smile", *rules.smile == SmileRule::kMouthClosed ? "slight, mouth closed" : NameOf(*rules.smile));
+  }
+  if (rules.headCovering) {
+    details.Line("head covering", *rules.headCovering == HeadCoveringRule::kReligious
+                                      ? "for religious or medical reasons only"
+                                      : NameOf(*rules.headCovering));
+  }
+  if (!rules.children.empty()) details.Line("children", rules.children);
+  details.Line("rules from", rules.source + " (read " + rules.read + ")");
+}
+
+std::string DetailText(const photo::Preset& preset) {
+  Details details(preset);
+  details.Line("authority", preset.authority);
+  if (const photo::Country* country = photo::FindCountry(preset.country)) {
+    details.Line("country", std::string(country->name) + " (" + std::string(country->code) + ")");
+  }
+  details.Line("kind",
+               std::string(preset.upload ? "file to upload" : "print") + (preset.persons == 2 ? ", two persons" : ""));
+  AddFigures(preset, details);
+  if (preset.rules) AddRules(*preset.rules, details);
+  details.Line("source", preset.source + ", read " + preset.read);
+  for (const photo::PresetSource& source : preset.sources) {
+    const std::string gives = source.gives.empty() ? "" : ": " + Joined(source.gives);
+    const std::string contradicts = source.contradicts.empty() ? "" : "; contradicts " + Joined(source.contradicts);
+    details.Line("figures from",
+                 source.page + " (" + source.kind + ", read " + source.read + ")" + gives + contradicts);
+  }
+  if (!preset.note.empty()) details.Line("note", preset.note);
+  return details.Text();
 }
 
 void ShowPresets(const PresetsOptions& options) {
@@ -115,12 +201,13 @@ void ShowPresets(const PresetsOptions& options) {
   if (!options.name.empty()) {
     const photo::Preset& preset = photo::FindPreset(options.name);
     text = options.json ? ToJson(preset).dump() + "\n" : DetailText(preset);
-  } else if (options.json) {
-    Json list = Json::array();
-    for (const photo::Preset& preset : photo::Presets()) list.push_back(ToJson(preset));
-    text = list.dump() + "\n";
   } else {
-    text = ListText();
+    const std::vector<const photo::Preset*> presets = photo::SearchPresets(options.search, options.country);
+    Json list = Json::array();
+    if (options.json) {
+      for (const photo::Preset* preset : presets) list.push_back(ToJson(*preset));
+    }
+    text = options.json ? list.dump() + "\n" : ListText(presets);
   }
   std::fputs(text.c_str(), stdout);
 }
@@ -130,13 +217,22 @@ void ShowPresets(const PresetsOptions& options) {
 void AddPresetsCommand(CLI::App& app, int*) {
   auto options = std::make_shared<PresetsOptions>();
   CLI::App* command = app.add_subcommand("presets", "List the documents that photographs can be made for");
-  command->add_option("NAME", options->name, "One of them, with everything that is known of it")->type_name("");
-  command->add_flag("--json", options->json, "Print JSON instead of a table; bounds also as fractions");
+  CLI::Option* name =
+      command->add_option("NAME", options->name, "One of them, with everything that is known of it")->type_name("");
+  command->add_option("--search", options->search, "Those with these words in name, title, country or authority")
+      ->type_name("TEXT")
+      ->excludes(name);
+  command->add_option("--country", options->country, "Those of a country, by its code in ISO 3166, such as DE")
+      ->type_name("CC")
+      ->excludes(name);
+  command->add_flag("--json", options->json, "Print JSON instead of a table: all figures, their sources and rules");
   command->footer(
       "Head: top of the hair to the chin. Changes: whether the authority takes photographs whose background was\n"
       "replaced. Rules change: check with the authority before you hand in a photograph.\n\n"
       "Examples:\n"
       "  idphoto presets\n"
+      "  idphoto presets --country IN\n"
+      "  idphoto presets --search \"driving licence\"\n"
       "  idphoto presets cn-visa");
   command->callback([options] {
     try {

@@ -1,7 +1,6 @@
 #include "photo/document/presets.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <numeric>
 
 #include "photo/base/failure.h"
@@ -11,75 +10,6 @@ extern "C" const unsigned char qx_presets_json[], qx_presets_json_end[];
 
 namespace qx::photo {
 namespace {
-
-using Json = nlohmann::json;
-
-// Takes the fields of one JSON object, so that those nobody asked for are noticed.
-class Fields {
- public:
-  explicit Fields(const Json& object) : object_(object) {}
-
-  template <typename Value>
-  Value Take(const char* name) {
-    ++taken_;
-    return object_.at(name).get<Value>();
-  }
-  template <typename Value>
-  std::optional<Value> TakeIfAny(const char* name) {
-    if (!object_.contains(name)) return std::nullopt;
-    return Take<Value>(name);
-  }
-  std::optional<Size> TakeSize(const char* name) {
-    const auto text = TakeIfAny<std::string>(name);
-    return text ? std::optional(ParseSize(*text)) : std::nullopt;
-  }
-  std::optional<Range> TakeRange(const char* name) {
-    const auto text = TakeIfAny<std::string>(name);
-    return text ? std::optional(ParseRange(*text)) : std::nullopt;
-  }
-  // One of two words; true for the first.
-  bool TakeChoice(const char* name, std::string_view first, std::string_view second) {
-    const auto word = Take<std::string>(name);
-    if (word != first && word != second) throw Failure(FailureCode::kBadOption, "\"" + word + "\" is no " + name);
-    return word == first;
-  }
-  void CheckAllTaken() const {
-    if (taken_ != object_.size()) throw Failure(FailureCode::kBadOption, "there is a field of an unknown name");
-  }
-
- private:
-  const Json& object_;
-  size_t taken_ = 0;
-};
-
-Preset ParsePreset(const Json& object) {
-  Fields fields(object);
-  Preset preset;
-  preset.name = fields.Take<std::string>("name");
-  preset.title = fields.Take<std::string>("title");
-  preset.authority = fields.Take<std::string>("authority");
-  preset.upload = fields.TakeChoice("kind", "upload", "print");
-  preset.persons = fields.TakeIfAny<int32_t>("persons").value_or(1);
-  preset.size = ParseSize(fields.Take<std::string>("size"));
-  preset.pixels = fields.TakeSize("pixels");
-  preset.printSize = fields.TakeSize("print_size");
-  preset.dpi = fields.Take<int32_t>("dpi");
-  preset.head = fields.TakeRange("head");
-  preset.top = fields.TakeRange("top");
-  preset.eyes = fields.TakeRange("eyes");
-  preset.faceWidth = fields.TakeRange("face_width");
-  preset.minKb = fields.TakeIfAny<int32_t>("min_kb");
-  preset.maxKb = fields.TakeIfAny<int32_t>("max_kb");
-  preset.backgrounds = fields.Take<std::vector<std::string>>("backgrounds");
-  preset.backgroundChange = fields.TakeChoice("background_change", "allowed", "forbidden");
-  preset.retouching = fields.TakeChoice("retouching", "allowed", "forbidden");
-  preset.source = fields.Take<std::string>("source");
-  preset.unverified = fields.Take<std::vector<std::string>>("unverified");
-  preset.read = fields.Take<std::string>("read");
-  preset.note = fields.TakeIfAny<std::string>("note").value_or("");
-  fields.CheckAllTaken();
-  return preset;
-}
 
 std::optional<Fraction> ToFraction(const std::optional<Range>& range, double wholeMm, const char* name) {
   if (!range) return std::nullopt;
@@ -108,21 +38,6 @@ size_t EditDistance(std::string_view from, std::string_view to) {
 }
 
 }  // namespace
-
-std::vector<Preset> ParsePresets(std::string_view json) {
-  std::vector<Preset> presets;
-  std::string name = "the file of presets";
-  try {
-    const Json list = Json::parse(json);
-    for (const Json& object : list) {
-      name = "preset " + std::to_string(presets.size() + 1);
-      presets.push_back(ParsePreset(object));
-    }
-  } catch (const std::exception& exception) {  // the JSON library's, or a Failure of a field
-    throw Failure(FailureCode::kBadOption, name + ": " + Printable(exception.what()));
-  }
-  return presets;
-}
 
 const std::vector<Preset>& Presets() {
   static const std::vector<Preset> presets = ParsePresets(

@@ -12,12 +12,54 @@
 
 namespace qx::photo {
 
+// A page on which figures of a document were read. Figures go by their names in the file of presets: size, pixels,
+// print_size, dpi, head, top, eyes, face_width, min_kb, max_kb, backgrounds, background_change and retouching.
+struct PresetSource {
+  std::string page;                      // its address, http or https
+  std::string kind;                      // as Preset::source, but never "remembered"
+  std::string read;                      // the day, such as "2026-11-21"
+  std::vector<std::string> gives;        // figures that the preset has from it
+  std::vector<std::string> contradicts;  // figures of which it says otherwise than the preset
+};
+
+enum class GlassesRule {
+  kAllowed,    // all but dark ones
+  kNoGlare,    // untinted, without glare, their frame off the eyes
+  kForbidden,  // to be taken off
+};
+enum class SmileRule {
+  kAllowed,
+  kMouthClosed,  // a slight one
+  kForbidden,    // a neutral expression only
+};
+enum class HeadCoveringRule {
+  kAllowed,    // where the face stays free
+  kReligious,  // for religious or medical reasons only
+  kForbidden,
+};
+
+// What the authority asks of the person; nothing where the page does not speak of it.
+struct PresetRules {
+  std::optional<GlassesRule> glasses;
+  std::optional<SmileRule> smile;
+  std::optional<HeadCoveringRule> headCovering;
+  std::string children;  // what children are exempt from or held to, for people; may be empty
+  std::string source;    // address of the page
+  std::string read;      // the day, such as "2026-11-21"
+};
+
+// "allowed", "no_glare", "mouth_closed", "religious" or "forbidden": stable names, as in the file of presets.
+const char* NameOf(GlassesRule rule);
+const char* NameOf(SmileRule rule);
+const char* NameOf(HeadCoveringRule rule);
+
 // One document. Bounds are kept in the unit in which they are published; Derive turns them into fractions. Percents
 // are of the photograph's height (of its width for faceWidth).
 struct Preset {
   std::string name;                      // such as "us-passport"
   std::string title;                     // for people
   std::string authority;                 // who sets the rules
+  std::string country;                   // ISO 3166-1 code, "EU" for the union's; empty where no country sets the rules
   bool upload = false;                   // a file to hand in rather than a print
   int32_t persons = 1;                   // 1 or 2
   Size size;                             // of the photograph, in millimetres or pixels
@@ -36,6 +78,8 @@ struct Preset {
                                          // "remembered" (by the authors of this file; check before use)
   std::vector<std::string> unverified;   // names of the fields that rest on no source
   std::string read;                      // year and month in which the source was read
+  std::vector<PresetSource> sources;     // pages kept; figures of an earlier reading have none
+  std::optional<PresetRules> rules;
   std::string note;
 };
 

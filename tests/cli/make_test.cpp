@@ -1,6 +1,7 @@
 // `make` and `presets`: wrong usage, and what needs no photograph of a person.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "photo/document/presets.h"
@@ -63,6 +64,39 @@ TEST(ProgramMake, ListsPresets) {
   EXPECT_TRUE(Contains(one.out, "28-33mm")) << one.out;
   const auto visa = nlohmann::json::parse(RunProgram(folder, {"presets", "cn-visa", "--json"}).out);
   EXPECT_NEAR(28.0 / 48, visa["head"]["min"], 1e-9);
+}
+
+TEST(ProgramMake, FindsPresets) {
+  const TestFolder folder;
+  const ProgramRun table = RunProgram(folder, {"presets", "--search", "GERMAN Passport"});
+  EXPECT_TRUE(Contains(table.out, "\nde-passport 35x45mm ")) << table.out;
+  EXPECT_EQ(3, std::count(table.out.begin(), table.out.end(), '\n')) << table.out;
+  const auto list = nlohmann::json::parse(RunProgram(folder, {"presets", "--country", "sg", "--json"}).out);
+  ASSERT_TRUE(list.is_array());
+  for (const auto& preset : list) EXPECT_EQ("Singapore", preset.at("country_name")) << preset;
+  const auto file =
+      std::find_if(list.begin(), list.end(), [](const auto& p) { return p["name"] == "sg-passport-upload"; });
+  ASSERT_NE(list.end(), file);
+  EXPECT_EQ("35x45mm", file->at("print_size"));
+  EXPECT_EQ(514, file->at("height_px"));
+  EXPECT_EQ("SG", file->at("country"));
+  for (const char* name : {"page", "kind", "read", "gives"})
+    EXPECT_TRUE(file->at("sources").at(0).contains(name)) << name;
+  const auto dutch = nlohmann::json::parse(RunProgram(folder, {"presets", "nl-passport", "--json"}).out);
+  EXPECT_EQ("no_glare", dutch.at("rules").at("glasses"));
+  EXPECT_EQ("religious", dutch.at("rules").at("head_covering"));
+  const ProgramRun visa = RunProgram(folder, {"presets", "schengen-visa"});
+  EXPECT_TRUE(Contains(visa.out, "; contradicts background_change")) << visa.out;
+
+  const std::pair<Names, std::string> cases[] = {
+      {{"--search", "atlantis"}, "no preset that matches \"atlantis\"; idphoto presets lists them"},
+      {{"--search", "x", "--json"}, "no preset that matches \"x\""},
+      {{"--country", "AQ"}, "no preset of the country Antarctica"},
+      {{"--country", "Germany"}, "two letters of ISO 3166"},
+      {{"us-visa", "--country", "US"}, "excludes"}};
+  for (const auto& [options, reason] : cases) {
+    EXPECT_EQ(2, StatusOfRefusal(folder, Joined({"presets"}, options), reason)) << reason;
+  }
 }
 
 }  // namespace

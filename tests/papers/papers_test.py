@@ -99,7 +99,7 @@ class Completion:
         self.assertEqual(self.offers(""), set(commands()))
         for words, expected in [
             (["make", "--preset", ""], presets),
-            (["batch", "photo", "--preset", "de-"], {"de-passport"}),
+            (["batch", "photo", "--preset", "de-"], {"de-passport", "de-driving-licence"}),
             (["presets", "schen"], {"schengen-visa"}),
             (["sheet", "--paper", "A"], {"A3", "A4", "A5", "A6", "A7"}),
             (["retouch", "--beauty", ""], {"light", "natural", "strong"}),
@@ -107,6 +107,8 @@ class Completion:
             (["inspect", "--points", ""], {"key", "landmarks", "dense"}),
             (["make", "--background", "w"], {"white"}),
             (["make", "--head", ""], set()),
+            (["presets", "--search", ""], set()),
+            (["presets", "--country", ""], set()),
         ]:
             with self.subTest(words=words):
                 self.assertEqual(self.offers(*words), expected)
