@@ -54,12 +54,15 @@ void SamplePatch(const float* map, const Affine& transform, float* patch) {
   }
 }
 
+Point PlacePoint(const float* pair, const Affine& transform) {
+  const double u = pair[0], v = pair[1];
+  return {transform.xx * u + transform.xy * v + transform.x0 / kMapScale,
+          transform.yx * u + transform.yy * v + transform.y0 / kMapScale};
+}
+
 void PlacePoints(const float* points, const Affine& transform, const MeshSubset& subset, MeshPoints* mesh) {
   for (size_t i = 0; i < subset.count; ++i) {
-    const double u = points[2 * i], v = points[2 * i + 1];
-    Point& placed = (*mesh)[static_cast<size_t>(subset.indices[i])];
-    placed = {transform.xx * u + transform.xy * v + transform.x0 / kMapScale,
-              transform.yx * u + transform.yy * v + transform.y0 / kMapScale};
+    (*mesh)[static_cast<size_t>(subset.indices[i])] = PlacePoint(points + 2 * i, transform);
   }
 }
 

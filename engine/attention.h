@@ -14,6 +14,7 @@
 namespace qx::face {
 
 using MeshPoints = std::array<Point, kMeshPoints>;
+using IrisPoints = std::array<Point, kIrisPoints>;
 
 constexpr int kMapSide = 48;        // cells of the feature map on a side
 constexpr int kMapChannels = 32;    // values a cell
@@ -47,6 +48,8 @@ void SamplePatch(const float* map, const Affine& transform, float* patch);
 
 // Replaces the subset's points by a part's output, (x, y) pairs in the patch at the network's image scale.
 void PlacePoints(const float* points, const Affine& transform, const MeshSubset& subset, MeshPoints* mesh);
+// Where one such pair lies in the network's image.
+Point PlacePoint(const float* pair, const Affine& transform);
 
 }  // namespace qx::face
 

@@ -21,25 +21,45 @@ struct DetectorInstance {
 // The third analysis reads the mesh that the alignment found; it needs no network of its own.
 struct Analyser {};
 
-// What the alignment hands to the third analysis: the mark, then x and y of the mesh as the bits of floats.
-constexpr int32_t kBlockMark = 0x4853454d;
-static_assert(sizeof(float) == sizeof(int32_t) && 1 + 2 * kMeshPoints <= QX_FACE_BLOCK_INTS,
-              "the mesh must fit the block");
+static_assert(sizeof(float) == sizeof(int32_t) && 1 + 2 * kMeshPoints == QX_FACE_BLOCK_DEPTHS &&
+                  QX_FACE_BLOCK_DEPTHS + 1 + QX_FACE_DEPTH_POINTS + 4 * kIrisPoints <= QX_FACE_BLOCK_INTS,
+              "the mesh, its depths and the irises must fit the block");
+
+// Writes numbers one after the other as the bits of floats.
+class FloatWriter {
+ public:
+  explicit FloatWriter(int32_t* to) : to_(to) {}
+  void Put(double value) {
+    const auto bits = static_cast<float>(value);
+    std::memcpy(to_++, &bits, sizeof bits);
+  }
+  void Put(Point p) {
+    Put(p.x);
+    Put(p.y);
+  }
+
+ private:
+  int32_t* to_;
+};
 
 void WriteBlock(const FaceDescription* description, int32_t* block) {
   if (block == nullptr) return;
   std::fill_n(block, QX_FACE_BLOCK_INTS, 0);
   if (description == nullptr) return;
-  *block++ = kBlockMark;
-  for (const Point& p : description->mesh) {
-    const float values[2] = {static_cast<float>(p.x), static_cast<float>(p.y)};
-    std::memcpy(block, values, sizeof values);
-    block += 2;
+  const FaceMesh& mesh = description->mesh;
+  block[0] = QX_FACE_BLOCK_MARK;
+  FloatWriter points(block + 1);
+  for (const Point& p : mesh.points) points.Put(p);
+  block[QX_FACE_BLOCK_DEPTHS] = QX_FACE_DEPTH_MARK;
+  FloatWriter more(block + QX_FACE_BLOCK_DEPTHS + 1);
+  for (const int16_t index : kDepthPoints) more.Put(mesh.depth[static_cast<size_t>(index)]);
+  for (const IrisPoints& iris : mesh.irises) {
+    for (const Point& p : iris) more.Put(p);
   }
 }
 
 bool ReadBlock(const int32_t* block, MeshPoints* mesh) {
-  if (block == nullptr || *block++ != kBlockMark) return false;
+  if (block == nullptr || *block++ != QX_FACE_BLOCK_MARK) return false;
   for (Point& p : *mesh) {
     float values[2];
     std::memcpy(values, block, sizeof values);

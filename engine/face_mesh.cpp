@@ -21,11 +21,13 @@ void FillInput(const GreyView& image, const Region& region, float* input) {
 }
 
 void RefinePart(nn::Runtime* part, const float* map, const MeshSubset& subset, const MeshPoints& base,
-                MeshPoints* refined) {
+                MeshPoints* refined, IrisPoints* iris = nullptr) {
   const Affine transform = PatchTransform(base, subset);
   SamplePatch(map, transform, part->Input(0));
   Run(part);
   PlacePoints(part->Output(0), transform, subset, refined);
+  if (iris == nullptr) return;
+  for (size_t i = 0; i < iris->size(); ++i) (*iris)[i] = PlacePoint(part->Output(1) + 2 * i, transform);
 }
 
 }  // namespace
@@ -70,20 +72,27 @@ bool FaceMeshNetwork::Find(const GreyView& image, const Region& region, bool ref
   FillInput(image, region, base->network->Input(0));
   Run(base->network.get());
   const float* raw = base->network->Output(0);
-  for (size_t i = 0; i < mesh->points.size(); ++i) mesh->points[i] = {raw[3 * i], raw[3 * i + 1]};
+  for (size_t i = 0; i < mesh->points.size(); ++i) {
+    mesh->points[i] = {raw[3 * i], raw[3 * i + 1]};
+    mesh->depth[i] = raw[3 * i + 2] * region.side / kImageSide;
+  }
   mesh->presence = 1 / (1 + std::exp(-static_cast<double>(base->network->Output(2)[0])));
   if (refine) {
     const auto parts = refining_->Borrow();
     const MeshPoints points = mesh->points;
     const float* map = base->network->Output(1);
     RefinePart(parts->lips.get(), map, kLips, points, &mesh->points);
-    RefinePart(parts->leftEye.get(), map, kLeftEye, points, &mesh->points);
-    RefinePart(parts->rightEye.get(), map, kRightEye, points, &mesh->points);
+    RefinePart(parts->leftEye.get(), map, kLeftEye, points, &mesh->points, &mesh->irises[0]);
+    RefinePart(parts->rightEye.get(), map, kRightEye, points, &mesh->points, &mesh->irises[1]);
   }
   bool finite = std::isfinite(mesh->presence);
-  for (Point& p : mesh->points) {
+  const auto place = [&](Point& p) {
     finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
     p = FromRegion(region, p.x / kImageSide, p.y / kImageSide);
+  };
+  std::for_each(mesh->points.begin(), mesh->points.end(), place);
+  if (refine) {
+    for (IrisPoints& iris : mesh->irises) std::for_each(iris.begin(), iris.end(), place);
   }
   return finite;
 }

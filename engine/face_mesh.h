@@ -13,8 +13,10 @@
 namespace qx::face {
 
 struct FaceMesh {
-  MeshPoints points;    // in the photograph
-  double presence = 0;  // 0 to 1: whether the region holds a face
+  MeshPoints points;                        // in the photograph
+  std::array<double, kMeshPoints> depth{};  // pixels of the photograph, away from the viewer
+  std::array<IrisPoints, 2> irises{};       // the left eye's first; zero where the mesh was not refined
+  double presence = 0;                      // 0 to 1: whether the region holds a face
 };
 
 // The square of the photograph in which the network sees a box's face best.

@@ -79,7 +79,7 @@ bool Landmarker::Describe(const GreyView& image, const int32_t corners[8], int32
   d.leftEyeOpen = EyeOpening(kLeftEyeGaps, points);
   d.rightEyeOpen = EyeOpening(kRightEyeGaps, points);
   d.mouthOpen = MouthOpening(points);
-  d.mesh = points;
+  d.mesh = mesh;
   return true;
 }
 

@@ -25,7 +25,7 @@ struct FaceDescription {
   int32_t leftEyeOpen = 0;   // 800 x the opening by the width
   int32_t rightEyeOpen = 0;  // likewise
   int32_t mouthOpen = 0;     // 1000 x the opening by the width
-  MeshPoints mesh{};
+  FaceMesh mesh{};
 };
 
 class Landmarker {

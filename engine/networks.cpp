@@ -59,8 +59,8 @@ std::unique_ptr<RefiningNetworks> RefiningNetworks::Load() {
   const auto model = Landmarks();
   auto loaded = std::make_unique<RefiningNetworks>();
   loaded->lips = Part(*model, {199}, {684});
-  loaded->leftEye = Part(*model, {200}, {687});
-  loaded->rightEye = Part(*model, {201}, {693});
+  loaded->leftEye = Part(*model, {200}, {687, 690});
+  loaded->rightEye = Part(*model, {201}, {693, 696});
   return loaded;
 }
 

@@ -34,7 +34,8 @@ struct MeshNetwork {
   std::unique_ptr<nn::Runtime> network;
 };
 
-// The parts that look closer at a mesh. Input 16 x 16 x 32 of the feature map; output: the part's points.
+// The parts that look closer at a mesh. Input 16 x 16 x 32 of the feature map; output 0: the part's
+// points; of an eye also output 1: the five points of its iris.
 struct RefiningNetworks {
   static std::unique_ptr<RefiningNetworks> Load();
 

@@ -2,6 +2,8 @@
 
 namespace qx::face {
 
+const std::array<int16_t, QX_FACE_DEPTH_POINTS> kDepthPoints = QX_FACE_DEPTH_INDICES;
+
 const std::array<int16_t, 16> kLeftEyeRing = {33,  246, 161, 160, 159, 158, 157, 173,
                                               133, 155, 154, 153, 145, 144, 163, 7};
 const std::array<int16_t, 16> kRightEyeRing = {362, 398, 384, 385, 386, 387, 388, 466,

@@ -9,9 +9,16 @@
 #include <array>
 #include <cstdint>
 
+#include "qx_face_sdk.h"
+
 namespace qx::face {
 
 constexpr int kMeshPoints = 468;
+constexpr int kIrisPoints = 5;  // centre, then four of the rim
+
+// The mesh points whose depth is handed on: by the first 33 a head's pose is found, the others are the ends and the
+// middle of the mouth.
+extern const std::array<int16_t, QX_FACE_DEPTH_POINTS> kDepthPoints;
 
 // An output point: the mean of two mesh points, which are the same one for a single point.
 struct PointRule {

@@ -28,6 +28,26 @@ extern "C" {
 #define QX_FACE_LANDMARKS 38        /* points that FaceAlign writes to landmarks */
 #define QX_FACE_ATTRIBUTE_POINTS 88 /* points that FaceAttr writes to attributes */
 
+/* What FaceAlign leaves in attrBlock, for whoever wants more than FaceAttr makes of it. Numbers with a fraction are the
+ * bits of IEEE floats; the rest of the block is zero.
+ * [0]          QX_FACE_BLOCK_MARK
+ * [1] on       x and y of the 468 points of the canonical face mesh, pixels of the image; a pixel's left and upper edge
+ *              have its number
+ * [937]        QX_FACE_DEPTH_MARK; an engine that does not tell what follows leaves another number there
+ * [938] on     depth of the QX_FACE_DEPTH_POINTS mesh points whose numbers are QX_FACE_DEPTH_INDICES, in pixels, larger
+ *              away from the viewer; its zero lies somewhere inside the head
+ * then         x and y of both irises, the image's left one first: centre and four points of the rim each */
+#define QX_FACE_MESH_POINTS 468
+#define QX_FACE_BLOCK_MARK 0x4853454d
+#define QX_FACE_BLOCK_DEPTHS 937
+#define QX_FACE_DEPTH_MARK 0x48545044
+#define QX_FACE_DEPTH_POINTS 37
+#define QX_FACE_DEPTH_INDICES                                                                                       \
+  {                                                                                                                 \
+    4, 6, 10, 33, 54, 67, 117, 119, 121, 127, 129, 132, 133, 136, 143, 147, 198, 205, 263, 284, 297, 346, 348, 350, \
+        356, 358, 361, 362, 365, 372, 376, 420, 425, 61, 291, 0, 17                                                 \
+  }
+
 /* A face as FaceDetect gives it. */
 typedef struct FaceEntry {
   int32_t corners[8]; /* top-left, top-right, bottom-left, bottom-right of the face's own upright frame, (x, y)

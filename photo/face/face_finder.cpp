@@ -33,7 +33,7 @@ void CopyPoints(const qx::Point* from, std::array<Point, N>* to) {
   }
 }
 
-ProbedFace ToFace(const FoundFace& found, const FaceEntry& entry) {
+ProbedFace ToFace(const FoundFace& found, const FaceEntry& entry, const int32_t* block) {
   ProbedFace face{};
   CopyPoints(found.source.faceBox, &face.corners);
   CopyPoints(found.source.keyPoints, &face.keyPoints);
@@ -46,14 +46,16 @@ ProbedFace ToFace(const FoundFace& found, const FaceEntry& entry) {
   face.leftEye = found.alignOutF;
   face.rightEye = found.alignOutG;
   face.mouth = found.alignOutH;
+  if (const std::optional<FaceMesh> mesh = ReadMesh(block)) face.mesh = std::make_shared<const FaceMesh>(*mesh);
   return face;
 }
 
 ProbedFace Describe(FaceEngine* engine, const ImageView& grey, FaceEntry entry) {
   FoundFace found{};
-  engine->Describe(grey, &entry, &found);
+  int32_t block[QX_FACE_BLOCK_INTS] = {};
+  engine->Describe(grey, &entry, &found, block);
   if (found.alignOutD < 0) throw MemoryShort();  // the engine says so by a presence below 0
-  return ToFace(found, entry);
+  return ToFace(found, entry, block);
 }
 
 }  // namespace
@@ -94,6 +96,7 @@ ProbedFace ProbedFace::Moved(double left, double top, double scaleX, double scal
   move(&moved.keyPoints);
   move(&moved.landmarks);
   move(&moved.densePoints);
+  if (mesh) moved.mesh = std::make_shared<const FaceMesh>(mesh->Moved(left, top, scaleX, scaleY));
   return moved;
 }
 

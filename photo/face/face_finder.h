@@ -9,6 +9,7 @@
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
+#include "photo/face/face_mesh.h"
 #include "qx_face_sdk.h"
 
 namespace qx {
@@ -30,6 +31,7 @@ struct ProbedFace {
   std::array<Point, QX_FACE_KEY_POINTS> keyPoints;
   std::array<Point, QX_FACE_LANDMARKS> landmarks;
   std::array<Point, QX_FACE_ATTRIBUTE_POINTS> densePoints;
+  std::shared_ptr<const FaceMesh> mesh;  // null where the engine tells none
 
   // Turn of the line through the eyes, in degrees, clockwise positive, above -180 up to 180; 0 is upright. Finer than
   // the points, which are whole pixels: they only say which quarter it is.

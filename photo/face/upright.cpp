@@ -74,6 +74,7 @@ void TurnFace(int32_t width, int32_t height, int quarterTurns, ProbedFace* face)
   turn(&face->keyPoints);
   turn(&face->landmarks);
   turn(&face->densePoints);
+  if (face->mesh) face->mesh = std::make_shared<const FaceMesh>(face->mesh->Turned(width, height, quarterTurns));
 }
 
 // Turns the photograph and its faces so that the first chosen one stands upright.

@@ -95,7 +95,7 @@ Status FaceEngine::Detect(const ImageView& grey, FaceList* faces) {
   return status;
 }
 
-void FaceEngine::Describe(const ImageView& grey, FaceEntry* entry, FoundFace* face) {
+void FaceEngine::Describe(const ImageView& grey, FaceEntry* entry, FoundFace* face, int32_t* attrBlock) {
   ClampCorners(grey, entry->corners);
   FaceArgument argument;
   std::memcpy(argument.corners, entry->corners, sizeof argument.corners);
@@ -104,7 +104,8 @@ void FaceEngine::Describe(const ImageView& grey, FaceEntry* entry, FoundFace* fa
   // What the engine writes here is either not kept or goes straight to the third analysis.
   int32_t scratchBlock1[QX_FACE_BLOCK_INTS] = {};
   int32_t scratchBlock2[QX_FACE_BLOCK_INTS] = {};
-  int32_t attrBlock[QX_FACE_BLOCK_INTS] = {};
+  int32_t unseenBlock[QX_FACE_BLOCK_INTS] = {};
+  if (attrBlock == nullptr) attrBlock = unseenBlock;
   int32_t scratch[3] = {};
   FacePoints& points = face->source;
   FaceAlign(aligner_, grey.pixels, grey.width, grey.height, kOneChannel, &argument, &face->alignOutD, &face->alignOutE,

@@ -46,8 +46,9 @@ class FaceEngine {
   // tells so, by a negative count; the list is empty then.
   Status Detect(const ImageView& grey, FaceList* faces);
 
-  // Clamps the entry to the image and fills the face from it.
-  void Describe(const ImageView& grey, FaceEntry* entry, FoundFace* face);
+  // Clamps the entry to the image and fills the face from it. attrBlock: QX_FACE_BLOCK_INTS zeros, to see what the
+  // landmark engine hands to the third analysis; or null.
+  void Describe(const ImageView& grey, FaceEntry* entry, FoundFace* face, int32_t* attrBlock = nullptr);
 
  private:
   void Release();

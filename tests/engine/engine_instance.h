@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "qx_face_sdk.h"
@@ -32,6 +33,19 @@ struct Description {
     keyPoints.fill(-7);
     block.fill(-7);
     attributes.fill(-7);
+  }
+
+  float BlockFloat(int at) const {
+    float value;
+    std::memcpy(&value, &block[static_cast<size_t>(at)], sizeof value);
+    return value;
+  }
+  // The depth of a mesh point that the block tells; i counts in QX_FACE_DEPTH_INDICES.
+  float Depth(int i) const { return BlockFloat(QX_FACE_BLOCK_DEPTHS + 1 + i); }
+  // x (0) or y (1) of a mesh point, and of a point of the irises, 0 to 9.
+  float Mesh(int point, int axis) const { return BlockFloat(1 + 2 * point + axis); }
+  float Iris(int point, int axis) const {
+    return BlockFloat(QX_FACE_BLOCK_DEPTHS + 1 + QX_FACE_DEPTH_POINTS + 2 * point + axis);
   }
 
   std::vector<int32_t> All() const {

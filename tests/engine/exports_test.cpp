@@ -95,6 +95,24 @@ TEST(Exports, NothingToDescribeGivesZeros) {
   for (const int32_t value : described.attributes) ASSERT_EQ(value, 0);
 }
 
+TEST(Exports, BlockEndsBehindDepthsAndIrises) {
+  Engine engine;
+  const Grey image = Noise(40, 30, 4);
+  const FaceArgument face = {{5, 5, 25, 5, 5, 25, 25, 25}, 0};
+  const Description d = Describe(engine.landmarker, engine.analyser, image, &face);
+  EXPECT_EQ(d.block[0], QX_FACE_BLOCK_MARK);
+  EXPECT_EQ(d.block[QX_FACE_BLOCK_DEPTHS], QX_FACE_DEPTH_MARK);
+  const int end = QX_FACE_BLOCK_DEPTHS + 1 + QX_FACE_DEPTH_POINTS + 2 * 10;
+  for (int i = QX_FACE_BLOCK_DEPTHS + 1; i < end; ++i) EXPECT_TRUE(std::isfinite(d.BlockFloat(i))) << i;
+  for (size_t i = end; i < d.block.size(); ++i) ASSERT_EQ(d.block[i], 0);
+  // The dense points hang on the mesh alone.
+  Description without = d;
+  std::fill(without.block.begin() + QX_FACE_BLOCK_DEPTHS, without.block.end(), 0);
+  FaceAttr(engine.analyser, image.pixels.data(), 40, 30, 1, nullptr, without.block.data(), 0, 0, 0,
+           without.attributes.data());
+  EXPECT_EQ(d.attributes, without.attributes);
+}
+
 TEST(Exports, HostileFacesGiveBoundedPoints) {
   Engine engine;
   const int32_t corners[][8] = {{0, 0, 0, 0, 0, 0, 0, 0},

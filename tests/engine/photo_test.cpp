@@ -90,6 +90,44 @@ TEST_F(Photograph, PointsLieWhereTheyShouldOnTheFace) {
   }
 }
 
+TEST_F(Photograph, DepthsAndIrisesAreThoseOfAHead) {
+  Engine engine;
+  constexpr int kNoseTip = 0, kLeftTemple = 9, kRightTemple = 24, kLeftCorner = 3, kRightCorner = 18;  // of the depths
+  const vips::VImage large = upright_->resize(2), turned = upright_->rot90();
+  const Description d = engine.Align(Read(*upright_), *reference_);
+  const double width = Side(*reference_);
+  // The nose stands out by a quarter to three quarters of the face before the temples, the eyes lie between.
+  const double temples = (d.Depth(kLeftTemple) + d.Depth(kRightTemple)) / 2;
+  EXPECT_TRUE(temples - d.Depth(kNoseTip) > width / 4 && temples - d.Depth(kNoseTip) < width * 3 / 4);
+  for (const int corner : {kLeftCorner, kRightCorner}) {
+    EXPECT_TRUE(d.Depth(corner) > d.Depth(kNoseTip) && d.Depth(corner) < temples);
+  }
+  // An iris lies between the corners of its eye, its rim around the centre, in the photograph's left eye first.
+  for (int eye = 0; eye < 2; ++eye) {
+    const int outer = eye == 0 ? 33 : 263, inner = eye == 0 ? 133 : 362;
+    const float left = std::min(d.Mesh(outer, 0), d.Mesh(inner, 0));
+    const float right = std::max(d.Mesh(outer, 0), d.Mesh(inner, 0));
+    const float x = d.Iris(5 * eye, 0), y = d.Iris(5 * eye, 1);
+    EXPECT_TRUE(x > left + (right - left) / 4 && x < right - (right - left) / 4);
+    EXPECT_NEAR(y, (d.Mesh(outer, 1) + d.Mesh(inner, 1)) / 2, (right - left) / 4);
+    float sumX = 0, sumY = 0;
+    for (int i = 1; i < 5; ++i) {
+      const float dx = d.Iris(5 * eye + i, 0) - x, dy = d.Iris(5 * eye + i, 1) - y;
+      EXPECT_NEAR(std::hypot(dx, dy), (right - left) * 0.21F, (right - left) * 0.07F);
+      sumX += dx;
+      sumY += dy;
+    }
+    EXPECT_NEAR(std::hypot(sumX, sumY), 0, (right - left) * 0.1F);
+  }
+  // Twice the size has twice the depth; a quarter turn leaves it.
+  const FaceEntry twice = engine.Detect(Read(large)).at(0), lying = engine.Detect(Read(turned)).at(0);
+  const Description two = engine.Align(Read(large), twice), quarter = engine.Align(Read(turned), lying);
+  for (int i = 0; i < QX_FACE_DEPTH_POINTS; ++i) {
+    EXPECT_NEAR(two.Depth(i) - two.Depth(kNoseTip), 2 * (d.Depth(i) - d.Depth(kNoseTip)), 0.1 * width) << i;
+    EXPECT_NEAR(quarter.Depth(i) - quarter.Depth(kNoseTip), d.Depth(i) - d.Depth(kNoseTip), 0.05 * width) << i;
+  }
+}
+
 TEST_F(Photograph, FourQuarterTurnsAreOneFace) {
   Engine engine;
   const double w = upright_->width() - 1, h = upright_->height() - 1;
