@@ -1,0 +1,73 @@
+// What all measures of one face look at, and the six families of them.
+#ifndef QX_PHOTO_CHECK_FACE_VIEW_H
+#define QX_PHOTO_CHECK_FACE_VIEW_H
+
+#include <array>
+#include <optional>
+#include <vector>
+
+#include "photo/base/geometry.h"
+#include "photo/base/image.h"
+#include "photo/check/aligned_face.h"
+#include "photo/check/head_pose.h"
+#include "photo/check/measure.h"
+#include "photo/check/measures.h"
+#include "photo/face/face_finder.h"
+
+namespace qx::photo {
+
+struct FaceView {
+  const Image& photograph;
+  const std::vector<ProbedFace>& faces;  // the measured one first
+  const FaceMesh& mesh;                  // in pixels of the photograph
+  const MeasureOptions& options;
+  AlignedFace aligned;
+  std::optional<HeadPose> pose;  // nothing where the engine tells no depth
+};
+
+// Each sets its own measures and leaves the others.
+void MeasurePoseAndGaze(const FaceView& view, MeasureList* list);
+void MeasureEyesAndMouth(const FaceView& view, MeasureList* list);
+void MeasureExposureAndColour(const FaceView& view, MeasureList* list);
+void MeasureSharpness(const FaceView& view, MeasureList* list);
+void MeasureBackground(const FaceView& view, MeasureList* list);
+void MeasureGeometry(const FaceView& view, MeasureList* list);
+// Those of them that need no mesh.
+void MeasureFaceCount(const std::vector<ProbedFace>& faces, MeasureList* list);
+void MeasureCompression(const Image& photograph, const std::vector<ProbedFace>& faces, MeasureList* list);
+
+// Whether both eyes are open enough for what is inside of the lids to be looked at.
+bool EyesAreOpen(const FaceMesh& mesh);
+
+// ---- Samples of the aligned face ----
+
+// Linear between the sorted values; NaN where there are none. share: 0 to 1.
+double Percentile(std::vector<double> values, double share);
+
+// The square of that side around a place, cut to the aligned picture.
+PixelBox SquareAround(PlacePoint centre, double side);
+
+// Calls use(x, y) for the pixels of the box that belong to the region, both of the aligned picture's size.
+template <typename Use>
+void ForEachPixel(const PixelBox& box, const Region& region, Use use) {
+  for (int32_t y = box.top; y < box.bottom; ++y) {
+    const uint8_t* row = region.Row(y);
+    for (int32_t x = box.left; x < box.right; ++x) {
+      if (row[x] != 0) use(x, y);
+    }
+  }
+}
+inline constexpr PixelBox kAllAligned{0, 0, kAlignedSide, kAlignedSide};
+
+// Blue, green, red: the median of each over the photograph's pixels of some boxes. Nothing without a pixel.
+std::optional<std::array<double, 3>> MedianColour(const AlignedFace& face, const std::vector<PixelBox>& boxes,
+                                                  const Region& region);
+// The squares of the cheeks, the left one first.
+std::array<PixelBox, 2> Cheeks(const AlignedFace& face);
+
+// A plane blurred by a normal distribution of that many pixels; what lies outside of it counts as its border.
+Floats Blur(const Floats& plane, int32_t width, int32_t height, double sigma);
+
+}  // namespace qx::photo
+
+#endif  // QX_PHOTO_CHECK_FACE_VIEW_H

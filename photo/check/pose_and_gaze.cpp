@@ -1,0 +1,89 @@
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "photo/check/face_view.h"
+
+namespace qx::photo {
+namespace {
+
+constexpr double kDegrees = 180 / 3.14159265358979323846;
+
+std::string Whole(double degrees) {
+  return std::to_string(std::lround(std::abs(degrees))) + " degrees";
+}
+
+void JudgeAngle(MeasureId id, double degrees, const std::string& advice, MeasureList* list) {
+  const double cosine = std::max(0.0, std::cos(degrees / kDegrees));
+  list->Judge(id, degrees, advice).score = RoundScore(100 * cosine * cosine);
+}
+
+void MeasurePose(const HeadPose& pose, MeasureList* list) {
+  JudgeAngle(MeasureId::kHeadPoseYaw, pose.yaw,
+             std::string("turn your head to your ") + (pose.yaw > 0 ? "right: " : "left: ") + Whole(pose.yaw), list);
+  // Where a head counts as level hangs on its shape: level ones read 3.5 degrees on the average.
+  const Measure& row = (*list)[MeasureId::kHeadPosePitch];
+  const double level = (*row.min + *row.max) / 2;
+  JudgeAngle(MeasureId::kHeadPosePitch, pose.pitch,
+             std::string(pose.pitch > level ? "raise" : "lower") + " your chin: about " + Whole(pose.pitch - level),
+             list);
+  JudgeAngle(
+      MeasureId::kHeadPoseRoll, pose.roll,
+      std::string("lean your head to your ") + (pose.roll > 0 ? "left" : "right") + " shoulder: " + Whole(pose.roll),
+      list);
+}
+
+// Sideways, in degrees, to the right in the picture positive; 0 looks into the camera.
+double Gaze(const FaceMesh& mesh, double yaw) {
+  constexpr int kCorners[2][2] = {{33, 133}, {362, 263}};
+  constexpr double kBehindIris = 0.37, kEyeRadius = 0.7;  // of half an eye's width
+  double sum = 0;
+  for (size_t eye = 0; eye < 2; ++eye) {
+    const PlacePoint left = mesh[kCorners[eye][0]], right = mesh[kCorners[eye][1]], middle = Middle(left, right);
+    const double width = Distance(left, right);
+    if (!(width > 0)) return std::nan("");
+    const PlacePoint iris = mesh.irises[eye][0];
+    const double along = ((iris.x - middle.x) * (right.x - left.x) + (iris.y - middle.y) * (right.y - left.y)) / width;
+    sum += along / (width / 2);
+  }
+  const double aside = (sum / 2 + kBehindIris * std::sin(yaw / kDegrees)) / kEyeRadius;
+  return std::asin(std::clamp(aside, -1.0, 1.0)) * kDegrees;
+}
+
+void MeasureGaze(const FaceView& view, MeasureList* list) {
+  constexpr double kMostYaw = 20;
+  if (!EyesAreOpen(view.mesh)) {
+    list->NotAssessed(MeasureId::kGazeSideways, "the eyes look closed");
+  } else if (std::abs(view.pose->yaw) > kMostYaw) {
+    list->NotAssessed(MeasureId::kGazeSideways, "the head is turned aside");
+  } else {
+    list->Judge(MeasureId::kGazeSideways, Gaze(view.mesh, view.pose->yaw), "look straight into the camera");
+  }
+}
+
+// How far the ends of the mouth stand above its middle, in the head's own frame.
+void MeasureSmile(const HeadPose& pose, MeasureList* list) {
+  const auto& m = pose.mouth;
+  list->Judge(MeasureId::kExpressionNeutrality, (m[0].y + m[1].y) / 2 - (m[2].y + m[3].y) / 2,
+              "do not smile: relax your face and close your mouth");
+}
+
+}  // namespace
+
+void MeasurePoseAndGaze(const FaceView& view, MeasureList* list) {
+  constexpr MeasureId kAll[] = {MeasureId::kHeadPoseYaw, MeasureId::kHeadPosePitch, MeasureId::kHeadPoseRoll,
+                                MeasureId::kGazeSideways, MeasureId::kExpressionNeutrality};
+  if (!view.pose) {
+    for (const MeasureId id : kAll) {
+      list->NotAssessed(id, "the face engine tells neither depth nor irises");
+    }
+    return;
+  }
+  MeasurePose(*view.pose, list);
+  MeasureGaze(view, list);
+  MeasureSmile(*view.pose, list);
+  if (!view.options.child) return;
+  for (const MeasureId id : kAll) list->NotAssessed(id, "only shown: small children are exempt");
+}
+
+}  // namespace qx::photo
