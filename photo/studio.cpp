@@ -226,8 +226,8 @@ RetouchedPhoto Studio::Retouch(Image photograph, const photo::Retouch& retouch, 
   });
 }
 
-PhotoCheck Studio::Check(const Image& photograph, const FileFacts& file, const Preset& preset) {
-  return Told([&] { return CheckPhoto(engines_->finder, engines_->segmenter, photograph, file, preset); });
+PhotoCheck Studio::Check(const Image& photograph, const FileFacts& file, const Preset& preset, bool child) {
+  return Told([&] { return CheckPhoto(engines_->finder, engines_->segmenter, photograph, file, preset, child); });
 }
 
 }  // namespace qx::photo

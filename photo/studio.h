@@ -142,9 +142,9 @@ class Studio {
   // Failure (kNoFace, kNoSuchFace).
   RetouchedPhoto Retouch(Image photograph, const photo::Retouch& retouch, std::optional<int> face);
 
-  // Measures a finished photograph, which is taken as the whole document. A photograph without a face is a check that
-  // has not passed, no failure.
-  PhotoCheck Check(const Image& photograph, const FileFacts& file, const Preset& preset);
+  // Measures a finished photograph, which is taken as the whole document; `child`: of a person under six. A photograph
+  // without a face is a check that has not passed, no failure.
+  PhotoCheck Check(const Image& photograph, const FileFacts& file, const Preset& preset, bool child = false);
 
  private:
   struct Engines;

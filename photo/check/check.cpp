@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "photo/check/measures.h"
 #include "photo/face/crops.h"
 #include "photo/person/mask.h"
 
@@ -31,13 +32,16 @@ void Append(std::vector<CheckLine> lines, PhotoCheck* check) {
   check->lines.insert(check->lines.end(), lines.begin(), lines.end());
 }
 
-void MeasureOnePerson(PersonSegmenter& segmenter, const Image& photograph, const std::vector<ProbedFace>& faces,
+// Gives back the person's mask.
+Mask MeasureOnePerson(PersonSegmenter& segmenter, const Image& photograph, const std::vector<ProbedFace>& faces,
                       PhotoCheck* check) {
   std::vector<FaceBox> persons, others;
   for (const ProbedFace& face : faces) (&face == &faces[0] ? persons : others).push_back(face.Box());
-  check->person = MeasurePerson(faces[0], segmenter.Segment(photograph, persons, others));
+  Mask mask = segmenter.Segment(photograph, persons, others);
+  check->person = MeasurePerson(faces[0], mask);
   const Rectangle whole{0, 0, static_cast<double>(photograph.width), static_cast<double>(photograph.height)};
   Append(MeasureLines(MeasuresIn(whole, *check->person), check->document), check);
+  return mask;
 }
 
 void AddScores(const Image& photograph, const ProbedFace& face, PhotoCheck* check) {
@@ -49,7 +53,7 @@ void AddScores(const Image& photograph, const ProbedFace& face, PhotoCheck* chec
 }  // namespace
 
 PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Image& photograph, const FileFacts& file,
-                      const Preset& preset) {
+                      const Preset& preset, bool child) {
   PhotoCheck check;
   check.document = Derive(preset);
   Append(FileLines(photograph.width, photograph.height, file, preset, check.document), &check);
@@ -57,17 +61,23 @@ PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Imag
   std::stable_sort(faces.begin(), faces.end(),
                    [](const ProbedFace& a, const ProbedFace& b) { return a.Width() > b.Width(); });
   check.lines.push_back(FacesLine(faces.size(), preset));
-  if (faces.empty()) return check;
-  check.face = faces[0];
+  const MeasureOptions options{child, preset.backgrounds};
+  if (!faces.empty()) check.face = faces[0];
   if (preset.persons != 1) return check;
+  if (faces.empty()) {
+    check.measures = MeasureFace(photograph, faces, nullptr, options);
+    return check;
+  }
   const CheckLine roll = RollLine(faces[0].Roll());
   if (!roll.Passed()) {
     check.lines.push_back(roll);
+    check.measures = MeasureFace(photograph, faces, nullptr, options);
     return check;
   }
   check.lines.push_back(LeanLine(faces[0].Roll()));
-  MeasureOnePerson(segmenter, photograph, faces, &check);
+  const Mask mask = MeasureOnePerson(segmenter, photograph, faces, &check);
   AddScores(photograph, faces[0], &check);
+  check.measures = MeasureFace(photograph, faces, &mask, options);
   return check;
 }
 
