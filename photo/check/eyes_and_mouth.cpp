@@ -143,7 +143,7 @@ void MeasureInside(const AlignedFace& face, const std::array<Eye, 2>& eyes, Meas
 }  // namespace
 
 bool EyesAreOpen(const FaceMesh& mesh) {
-  return LesserOpenness(mesh) >= *MeasureList()[MeasureId::kEyeOpenness].min;
+  return LesserOpenness(mesh) >= RowOf(MeasureId::kEyeOpenness).min;
 }
 
 void MeasureEyesAndMouth(const FaceView& view, MeasureList* list) {

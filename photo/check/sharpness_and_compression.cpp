@@ -68,9 +68,9 @@ struct Phases {
   }
 };
 
-// A part of at most 1024 x 1024 pixels around a place whose sides lie on the grid.
+// A part of at most 512 x 512 pixels around a place whose sides lie on the grid.
 PixelBox GridPart(const Image& photograph, double x, double y) {
-  constexpr int32_t kMost = 1024;
+  constexpr int32_t kMost = 512;
   const auto begin = [](double centre, int32_t size) {
     return static_cast<int32_t>(std::clamp(centre - kMost / 2.0, 0.0, std::max(0.0, 1.0 * size - kMost))) / 8 * 8;
   };
@@ -104,6 +104,7 @@ void MeasureCompression(const Image& photograph, const std::vector<ProbedFace>& 
   }
   const int32_t width = part.Width(), height = part.Height();
   Floats luma;
+  luma.reserve(static_cast<size_t>(width) * static_cast<size_t>(height));
   for (int32_t y = part.top; y < part.bottom; ++y) {
     for (int32_t x = part.left; x < part.right; ++x) luma.push_back(static_cast<float>(Luma(photograph.At(x, y))));
   }
