@@ -63,9 +63,11 @@ constexpr PixelBox kWhole{0, 0, kWidth, kHeight};
 
 // Mean slope of the luminance, by Scharr's kernels (3 10 3) as they are.
 double MeanGradient(const Wall& wall) {
-  const auto y = [&wall](int32_t column, int32_t row) {
+  Bytes luminance(kPixels);
+  for (size_t i = 0; i < kPixels; ++i) luminance[i] = Luminance(&wall.picture.bgr[3 * i]);
+  const auto y = [&luminance](int32_t column, int32_t row) {
     const auto mirror = [](int32_t i, int32_t size) { return i < 0 ? -i : i >= size ? 2 * size - 2 - i : i; };
-    return static_cast<double>(Luminance(wall.picture.At(mirror(column, kWidth), mirror(row, kHeight))));
+    return static_cast<double>(luminance[static_cast<size_t>(mirror(row, kHeight) * kWidth + mirror(column, kWidth))]);
   };
   double sum = 0;
   ForEachPixel(kWhole, wall.region, [&](int32_t i, int32_t j) {
