@@ -10,12 +10,13 @@ namespace {
 constexpr double kFree = std::numeric_limits<double>::infinity();
 constexpr Sigmoid kNoScore{};
 
-// Where limits come from.
-constexpr char kOurs[] = "own measurements on 60 portraits";
-constexpr char kPoseSource[] = "ISO/IEC 19794-5:2011, 7.2.2, as quoted by vendors";
-constexpr char kEyeSource[] = "ICAO Portrait Quality, secondary";
-constexpr char kLipSource[] = "ISO/IEC 39794-5, remembered";
-constexpr char kZoneSource[] = "ISO/IEC 39794-5, remembered; own measurements";
+// Where limits come from. What is only remembered of a standard counts as our own.
+constexpr char kOurs[] = "our own, from measured photographs";
+constexpr char kPoseSource[] = "ISO/IEC 19794-5:2011, 7.2.2, as others quote it";
+constexpr char kPitchSource[] = "our own: 5 degrees as others quote ISO/IEC 19794-5:2011, about what level heads read";
+constexpr char kEyeSource[] = "a secondary source";
+constexpr char kLipSource[] = "our own, after ISO/IEC 39794-5 as remembered";
+constexpr char kZoneSource[] = "our own, after ISO/IEC 39794-5 as remembered and measured photographs";
 constexpr char kNone[] = "";
 // Why there is no verdict.
 constexpr char kNoNetwork[] = "no network that judges this is free to use";
@@ -52,7 +53,7 @@ constexpr MeasureRow kRows[] = {
     {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.4, 0.1}, kFraming},
     {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.8, 0.1}, kFraming},
     {MeasureId::kHeadPoseYaw, "HeadPoseYaw", "degrees", -5, 5, 3, kPoseSource, kNoScore, kUnmeasured},
-    {MeasureId::kHeadPosePitch, "HeadPosePitch", "degrees", -1.5, 8.5, 5, kPoseSource, kNoScore, kUnmeasured},
+    {MeasureId::kHeadPosePitch, "HeadPosePitch", "degrees", -1.5, 8.5, 5, kPitchSource, kNoScore, kUnmeasured},
     {MeasureId::kHeadPoseRoll, "HeadPoseRoll", "degrees", -8, 8, 1, kPoseSource, kNoScore, kUnmeasured},
     {MeasureId::kExpressionNeutrality, "ExpressionNeutrality", "cm", -kFree, 0.32, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kNoHeadCoverings, "NoHeadCoverings", "", -kFree, kFree, 0, kNone, kNoScore, "a hat counts as a part of the person; look yourself"},
@@ -65,10 +66,10 @@ constexpr MeasureRow kRows[] = {
     {MeasureId::kDarkGlasses, "DarkGlasses", "", 0.03, kFree, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kRedEyes, "RedEyes", "", -kFree, 0.40, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kGlassesGlare, "GlassesGlare", "", -kFree, 0.01, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kColourPicture, "ColourPicture", "", 4, kFree, 0, "all authorities ask for colour", kNoScore, kUnmeasured},
+    {MeasureId::kColourPicture, "ColourPicture", "", 4, kFree, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kBackgroundEvenness, "BackgroundEvenness", "dE", -kFree, 6, 9, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kBackgroundShadow, "BackgroundShadow", "L*", -kFree, 9, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kBackgroundColour, "BackgroundColour", "dE", -kFree, 10, 0, kOurs, kNoScore, "only shown: the document asks for no colour"},
+    {MeasureId::kBackgroundColour, "BackgroundColour", "dE", -kFree, 10, 0, kOurs, kNoScore, "the document asks for no certain colour"},
     {MeasureId::kBackgroundLightness, "BackgroundLightness", "L*", 75, kFree, 3, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kFaceCovered, "FaceCovered", "dE", -kFree, 18, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kForeheadCovered, "ForeheadCovered", "", 0.75, kFree, 0, kOurs, kNoScore, kUnmeasured},
