@@ -9,10 +9,10 @@
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
 #include "photo/check/aligned_face.h"
-#include "photo/check/head_pose.h"
 #include "photo/check/measure.h"
 #include "photo/check/measures.h"
 #include "photo/face/face_finder.h"
+#include "photo/face/head_pose.h"
 
 namespace qx::photo {
 

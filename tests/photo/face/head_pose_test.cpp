@@ -1,4 +1,4 @@
-#include "photo/check/head_pose.h"
+#include "photo/face/head_pose.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // How a head is turned, from its points and their depth.
-#ifndef QX_PHOTO_CHECK_HEAD_POSE_H
-#define QX_PHOTO_CHECK_HEAD_POSE_H
+#ifndef QX_PHOTO_FACE_HEAD_POSE_H
+#define QX_PHOTO_FACE_HEAD_POSE_H
 
 #include <array>
 #include <cstddef>
@@ -33,4 +33,4 @@ std::optional<HeadPose> FindHeadPose(const FaceMesh& mesh);
 
 }  // namespace qx::photo
 
-#endif  // QX_PHOTO_CHECK_HEAD_POSE_H
+#endif  // QX_PHOTO_FACE_HEAD_POSE_H
