@@ -31,6 +31,9 @@ struct CheckLine {
   bool Passed() const { return value >= min.value_or(value) - tolerance && value <= max.value_or(value) + tolerance; }
 };
 
+// For people, such as "Space above the head".
+std::string TitleOf(const CheckLine& line);
+
 bool AllPassed(const std::vector<CheckLine>& lines);
 
 // Lowest scores of the library's quality check that pass: a head that leans by 5 degrees (ICAO's limit), a face of mean

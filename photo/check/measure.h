@@ -25,6 +25,7 @@ const char* NameOf(MeasureState state);
 
 struct Measure {
   std::string id;               // stable, such as "HeadPoseYaw"
+  std::string title;            // for people, such as "Head turned sideways"
   std::string unit;             // "degrees", "px", "bit", "cm", "L*", "dE"; empty for ratios and counts
   std::optional<double> value;  // nothing where it could not be measured
   std::optional<double> score;  // 0 to 100, where the standard's formula gives one
@@ -94,6 +95,7 @@ struct Sigmoid {
 struct MeasureRow {
   MeasureId id;
   const char* name;
+  const char* title;
   const char* unit;
   double min, max, tolerance;
   const char* source;
