@@ -1,7 +1,7 @@
 # Completion of idphoto for bash; needs nothing else.
 
 _idphoto_options() {
-  local document='--preset --size --dpi --head --top --face-width --eyes'
+  local document='--preset --size --dpi --head --head-to --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
   local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --force --pair'
   local common='-h --help'
@@ -43,6 +43,7 @@ _idphoto() {
   case $before in
     --preset) _idphoto_words "$(_idphoto_presets "$program")" "$word" && return ;;
     --paper) _idphoto_words '3.5x5 4x6 5x7 6x8 8x10 A3 A4 A5 A6 A7 letter' "$word" && return ;;
+    --head-to) _idphoto_words 'crown hair' "$word" && return ;;
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;

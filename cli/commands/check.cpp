@@ -32,7 +32,8 @@ double Rounded(double value) {
 }
 
 std::string JsonText(const CheckOptions& options, const photo::PhotoCheck& check) {
-  Json report = {{"photograph", options.photograph}, {"passed", check.Passed()}};
+  Json report = {
+      {"photograph", options.photograph}, {"passed", check.Passed()}, {"head_to", NameOf(check.document.headTo)}};
   Json& lines = report["checks"] = Json::array();
   for (const photo::CheckLine& line : check.lines) {
     Json entry = {{"name", line.name}, {"value", Rounded(line.value)}};
@@ -58,7 +59,7 @@ std::string TableText(const CheckOptions& options, const photo::PhotoCheck& chec
   std::string text = photo::Printable(options.photograph) + ": " + (check.Passed() ? "passed" : "failed") + "\n";
   for (const photo::CheckLine& line : check.lines) {
     char row[160];
-    std::snprintf(row, sizeof row, "  %-12s %8s %-4s %-16s %s\n", line.name.c_str(), photo::Decimal(line.value).c_str(),
+    std::snprintf(row, sizeof row, "  %-14s %8s %-4s %-16s %s\n", line.name.c_str(), photo::Decimal(line.value).c_str(),
                   line.unit.c_str(), LimitText(line).c_str(),
                   !line.min && !line.max ? ""
                   : line.Passed()        ? "pass"
@@ -96,11 +97,12 @@ void AddCheckCommand(CLI::App& app, int* status) {
   command->add_option("--draw", options->drawing, "Draw the measures into this .png or .jpg file")->type_name("OUT");
   AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
-      "The whole picture is taken as the document. Head: top of the hair to the chin. Space above: upper edge to the\n"
-      "hair. Eyes: to the lower edge. Lengths may miss their limits by half a percent of the height, which is what\n"
-      "measuring is worth. Scores go from 0 to 100: tilt falls by 1 for each 0.17 degrees, brightness is that of the\n"
-      "face, symmetry compares its halves, and background says how plain the background is and how well the clothes\n"
-      "stand out from it.\n\n"
+      "The whole picture is taken as the document. Head: from the chin to the crown, which the face tells where hair\n"
+      "stands high, or to the top of the hair, as the document counts it; the other length is only shown. Space\n"
+      "above: upper edge to the hair, which may take of it what stands above the crown. Eyes: to the lower edge.\n"
+      "Lengths may miss their limits by half a percent of the height, which is what measuring is worth. Scores go\n"
+      "from 0 to 100: tilt falls by 1 for each 0.17 degrees, brightness is that of the face, symmetry compares its\n"
+      "halves, and background says how plain the background is and how well the clothes stand out from it.\n\n"
       "Exit status: 0 all passed, 1 something failed or could not be measured, 2 nothing was tried.\n\n"
       "Examples:\n"
       "  idphoto check passport.jpg --preset de-passport\n"

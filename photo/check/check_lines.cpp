@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "photo/place/placement.h"
+
 namespace qx::photo {
 namespace {
 
@@ -84,8 +86,13 @@ CheckLine LeanLine(double roll) {
 }
 
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document) {
-  return {Measure("head", measures.head, document.head, document.heightMm),
-          Measure("space above", measures.top, document.top, document.heightMm),
+  const bool toHair = document.headTo == HeadTo::kHair;
+  std::optional<Fraction> top = document.top;
+  if (top) top->min = LeastTop(*top, measures.HairAboveCrown(), document.headTo);
+  return {Measure("head", measures.Head(document.headTo), document.head, document.heightMm),
+          Measure(toHair ? "head to crown" : "head with hair", toHair ? measures.head : measures.headWithHair,
+                  std::nullopt, document.heightMm),
+          Measure("space above", measures.top, top, document.heightMm),
           Measure("eyes", measures.eyes, document.eyes, document.heightMm),
           Measure("face width", measures.faceWidth, document.faceWidth, document.widthMm)};
 }

@@ -50,7 +50,9 @@ CheckLine FacesLine(size_t faces, const Preset& preset);
 CheckLine RollLine(double roll);
 // By how much the head leans, in degrees, clockwise positive: only shown, the score of the tilt has the limit.
 CheckLine LeanLine(double roll);
-// Head, space above, eyes, face width, in millimetres; with limits where the document has bounds.
+// Head, to where the document counts it, and to the other end ("head with hair" or "head to crown"), which is only
+// shown; space above, eyes, face width, in millimetres; with limits where the document has bounds. The least space
+// above is LeastTop.
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document);
 std::vector<CheckLine> ScoreLines(const QualityScores& scores);
 
