@@ -40,6 +40,7 @@ std::string Advice(const Failure& failure) {
     case FailureCode::kNoSuchFace: return "; idphoto inspect --draw shows their numbers";
     case FailureCode::kNoPerson: return " (--background keep, --mask FILE)";
     case FailureCode::kNoFit: return NoFitAdvice(failure);
+    case FailureCode::kUnsuitable: return "; leave out --strict to have it made";
     case FailureCode::kForbiddenEdit:
       return failure.Word("edit") == "background"   ? "; leave out --background, or add --force"
              : failure.Word("edit") == "retouching" ? "; leave out the retouching, or add --force"

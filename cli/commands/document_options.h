@@ -25,13 +25,15 @@ struct DocumentOptions {
   bool relax = false;
   bool force = false;
   bool keepRim = false;
+  bool child = false;
+  bool strict = false;
   RetouchOptions retouch;
 };
 
 // --preset, --size, --dpi, --head, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
-// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --relax, --force.
+// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child, --strict, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
 // The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such
