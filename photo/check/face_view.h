@@ -52,6 +52,16 @@ bool EyesAreOpen(const FaceMesh& mesh);
 // Linear between the sorted values; NaN where there are none. share: 0 to 1.
 double Percentile(std::vector<double> values, double share);
 
+// How often each value of a byte was seen.
+class ByteCounts {
+ public:
+  void Add(uint8_t value) { ++counts_[value]; }
+  double Percentile(double share) const;  // as above
+
+ private:
+  std::array<int32_t, 256> counts_{};
+};
+
 // The square of that side around a place, cut to the aligned picture.
 PixelBox SquareAround(PlacePoint centre, double side);
 

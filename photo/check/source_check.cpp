@@ -65,7 +65,7 @@ void JudgePixels(const SourceUse& use, MeasureList* list) {
 
 SourceFace LookAtSource(const Image& picture, const ProbedFace& face) {
   SourceFace source{face, std::nullopt};
-  if (face.mesh) source.aligned = Align(picture, *face.mesh, nullptr);
+  if (face.mesh) source.aligned = Align(picture, *face.mesh, nullptr, true);
   return source;
 }
 
