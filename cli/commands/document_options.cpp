@@ -1,6 +1,7 @@
 #include "cli/commands/document_options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "cli/commands/commands.h"
 #include "cli/wording.h"
@@ -155,6 +156,17 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
     photo::CheckRetouch(preset, request.retouch, options.force);
     return request;
   });
+}
+
+std::vector<std::string> ReasonNames(const photo::MadePhoto& made) {
+  std::vector<std::string> names;
+  for (const std::vector<photo::Measure>& person : made.source) {
+    for (const photo::Measure& measure : person) {
+      if (measure.state != photo::MeasureState::kFailed) continue;
+      if (std::find(names.begin(), names.end(), measure.id) == names.end()) names.push_back(measure.id);
+    }
+  }
+  return names;
 }
 
 void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/commands/retouch_options.h"
 #include "codec/codec.h"
@@ -42,6 +43,9 @@ photo::Preset PresetOf(const DocumentOptions& options);
 // What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
 // forbids.
 photo::MakeRequest RequestOf(const DocumentOptions& options);
+
+// The identifiers of the measures that failed on the photograph, each once.
+std::vector<std::string> ReasonNames(const photo::MadePhoto& made);
 
 // Throws SetupFailure when the background is transparent and files of that format are not. `advice`: how to have
 // another format.
