@@ -8,7 +8,7 @@
 namespace qx::photo {
 namespace {
 
-// That many pixels of the document for one of the photograph show: eyes blur.
+// From that many pixels of the document for one of the photograph on it shows that there were too few.
 constexpr double kMostEnlargement = 1.5;
 
 constexpr MeasureId kOfSource[] = {
@@ -46,13 +46,16 @@ std::vector<Measure> Pick(const MeasureList& list, const MeasureId (&ids)[N]) {
   return measures;
 }
 
-// The document says how many pixels are needed.
+// A small document needs fewer pixels than the limit, and what lies above the limit serves any.
 void JudgePixels(const SourceUse& use, MeasureList* list) {
   Measure& measure = (*list)[MeasureId::kInterEyeDistance];
   measure.value = use.eyeDistance;
-  measure.min = use.eyeDistance * use.enlargement / kMostEnlargement;
-  measure.source = "our own, from the size of the document";
-  const bool enough = use.enlargement <= kMostEnlargement;
+  const double needed = use.eyeDistance * use.enlargement / kMostEnlargement;
+  if (needed < RowOf(MeasureId::kInterEyeDistance).min) {
+    measure.min = needed;
+    measure.source = "our own, from the size of the document";
+  }
+  const bool enough = use.eyeDistance >= *measure.min;
   measure.state = enough ? MeasureState::kPassed : MeasureState::kFailed;
   char reason[120];
   std::snprintf(reason, sizeof reason,
