@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 
+#include "cli/batch_reasons.h"
 #include "cli/interrupt.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
@@ -47,10 +48,15 @@ class Batch {
     for (jobs::Job<void>& job : begun) job.Get();
   }
 
+  // An item that an earlier run did: what was said about it still holds.
+  void Skip(const BatchItem& item) { remarks_.Add(report_->ReasonsOf(item)); }
+
   BatchSummary Finish(size_t skipped) {
     summary_.skipped = skipped;
     summary_.left = items_.size() - summary_.done - summary_.failed;
     progress_.Summary(SummaryText(summary_));
+    const std::string failures = failures_.Lines(), remarks = remarks_.Lines();
+    progress_.Close((failures.empty() ? "" : "failed:\n" + failures) + (remarks.empty() ? "" : "remarks:\n" + remarks));
     return summary_;
   }
 
@@ -71,6 +77,7 @@ class Batch {
       outcome.done = true;
     } catch (const std::exception& exception) {
       outcome.message = Wording(exception);
+      outcome.reasons = ReasonNames(exception);
     }
     outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -81,6 +88,7 @@ class Batch {
       throw;
     }
     ++(outcome.done ? summary_.done : summary_.failed);
+    (outcome.done ? remarks_ : failures_).Add(outcome.reasons);
     if (!outcome.done) {
       progress_.Error(name + ": " + outcome.message);
     } else {
@@ -96,6 +104,7 @@ class Batch {
   std::mutex mutex_;  // of everything below, and of the report
   Progress progress_;
   BatchSummary summary_;
+  ReasonCounts failures_, remarks_;
 };
 
 }  // namespace
@@ -103,14 +112,14 @@ class Batch {
 BatchSummary RunBatch(const std::vector<BatchItem>& items, const std::function<BatchWorker()>& makeWorker,
                       const BatchSettings& settings) {
   BatchReport report(settings.report, settings.options, settings.resume);
-  std::vector<BatchItem> todo;
-  std::copy_if(items.begin(), items.end(), std::back_inserter(todo),
-               [&](const BatchItem& item) { return !report.IsDone(item); });
-  report.Forget(todo);
-
+  std::vector<BatchItem> done, todo;
+  std::partition_copy(items.begin(), items.end(), std::back_inserter(done), std::back_inserter(todo),
+                      [&](const BatchItem& item) { return report.IsDone(item); });
   Batch batch(todo, &report);
+  for (const BatchItem& item : done) batch.Skip(item);
+  report.Forget(todo);
   if (!todo.empty()) batch.Run(std::min(settings.jobs, todo.size()), makeWorker);
-  return batch.Finish(items.size() - todo.size());
+  return batch.Finish(done.size());
 }
 
 }  // namespace qx::cli

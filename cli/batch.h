@@ -13,7 +13,7 @@
 namespace qx::cli {
 
 // Makes the item's output from its input. Called by one thread, for one photograph after the other; fills in the
-// measures and, if there is something to say, the message. Throws whatever goes wrong.
+// measures and, if there is something to say, the message and the reasons. Throws whatever goes wrong.
 using BatchWorker = std::function<void(const BatchItem& item, BatchOutcome* outcome)>;
 
 struct BatchSettings {
@@ -30,7 +30,8 @@ struct BatchSummary {
   size_t left = 0;     // not tried: the run was interrupted
 };
 
-// Works on all items, whatever becomes of each, and says so on the way. `makeWorker` is called once in each thread.
+// Works on all items, whatever becomes of each, says so on the way, and counts the reasons at the end, with those of
+// items that an earlier run did. `makeWorker` is called once in each thread.
 // After an interrupt (SIGINT) the photographs at work are finished and no others begun. Throws SetupFailure when the
 // report cannot be written, and what `makeWorker` throws.
 BatchSummary RunBatch(const std::vector<BatchItem>& items, const std::function<BatchWorker()>& makeWorker,

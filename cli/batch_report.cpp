@@ -65,7 +65,7 @@ void BatchReport::Read() {
     try {
       const Json line = Json::parse(text);
       const bool done = line.at("status") == "done" && line.at("options") == options_;
-      lines_[{line.at("input"), line.at("output")}] = {text, done};
+      lines_[{line.at("input"), line.at("output")}] = {text, done, line.value("reasons", std::vector<std::string>())};
     } catch (const Json::exception&) {
       throw SetupFailure(photo::Printable(file_.native()) + ": is not a report of an earlier run; name another file");
     }
@@ -88,6 +88,11 @@ bool BatchReport::IsDone(const BatchItem& item) const {
   return !error && taken <= made;
 }
 
+std::vector<std::string> BatchReport::ReasonsOf(const BatchItem& item) const {
+  const auto line = lines_.find({NameOf(item.input), NameOf(item.output)});
+  return line == lines_.end() ? std::vector<std::string>() : line->second.reasons;
+}
+
 void BatchReport::Forget(const std::vector<BatchItem>& items) {
   for (const BatchItem& item : items) lines_.erase({NameOf(item.input), NameOf(item.output)});
   try {
@@ -103,10 +108,14 @@ void BatchReport::Forget(const std::vector<BatchItem>& items) {
 void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
   Json measures = Json::object();
   for (const auto& [name, value] : outcome.measures) measures[name] = Number(value);
-  const Json line = {
-      {"input", NameOf(item.input)}, {"output", NameOf(item.output)}, {"status", outcome.done ? "done" : "failed"},
-      {"message", outcome.message},  {"measures", measures},          {"seconds", Number(outcome.seconds)},
-      {"options", options_}};
+  const Json line = {{"input", NameOf(item.input)},
+                     {"output", NameOf(item.output)},
+                     {"status", outcome.done ? "done" : "failed"},
+                     {"message", outcome.message},
+                     {"reasons", outcome.reasons},
+                     {"measures", measures},
+                     {"seconds", Number(outcome.seconds)},
+                     {"options", options_}};
   const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
   for (size_t from = 0; from < text.size();) {
     const ssize_t written = write(descriptor_, text.data() + from, text.size() - from);

@@ -18,13 +18,15 @@ struct BatchItem {
 struct BatchOutcome {
   bool done = false;
   std::string message;                                   // why it failed, or what else is worth saying
+  std::vector<std::string> reasons;                      // the same as stable names, as far as there are any
   std::vector<std::pair<std::string, double>> measures;  // of the finished photograph, by name
   double seconds = 0;
 };
 
-// Each line is one object: "input", "output", "status" ("done" or "failed"), "message", "measures" (an object of
-// numbers), "seconds" and "options", the text that says with which options the run was made. A line is written at once
-// and whole, so that an interrupted run leaves a readable file.
+// Each line is one object: "input", "output", "status" ("done" or "failed"), "message", "reasons" (an array of
+// names: codes of failures or identifiers of measures that failed), "measures" (an object of numbers), "seconds" and
+// "options", the text that says with which options the run was made. A line is written at once and whole, so that an
+// interrupted run leaves a readable file.
 class BatchReport {
  public:
   // Starts the file anew, or with `resume` keeps what it says so far. Throws SetupFailure when it cannot be written, or
@@ -36,6 +38,8 @@ class BatchReport {
 
   // Whether the file lists the item as done with these options and its output is there, not older than the photograph.
   bool IsDone(const BatchItem& item) const;
+  // What the file says about an item that is done.
+  std::vector<std::string> ReasonsOf(const BatchItem& item) const;
   // Removes earlier lines about these items, which are about to be done again. Throws SetupFailure.
   void Forget(const std::vector<BatchItem>& items);
   // Throws SetupFailure when the file cannot be written any more.
@@ -45,6 +49,7 @@ class BatchReport {
   struct Line {
     std::string text;  // of the whole line, without its end
     bool done;         // with the same options
+    std::vector<std::string> reasons;
   };
   using Key = std::pair<std::string, std::string>;  // input and output as in the file
 

@@ -77,4 +77,11 @@ void Progress::Summary(const std::string& line) {
   std::printf("%s\n", line.c_str());
 }
 
+void Progress::Close(const std::string& lines) {
+  Wipe();
+  shown_.clear();
+  std::fputs(lines.c_str(), stdout);
+  std::fflush(stdout);
+}
+
 }  // namespace qx::cli

@@ -26,6 +26,8 @@ class Progress {
   void Error(const std::string& line);
   // A closing line, to standard output, only where the outcomes were kept back.
   void Summary(const std::string& line);
+  // Whole lines at the very end, to standard output.
+  void Close(const std::string& lines);
 
  private:
   void Wipe();

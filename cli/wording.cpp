@@ -40,6 +40,7 @@ std::string Advice(const Failure& failure) {
     case FailureCode::kNoSuchFace: return "; idphoto inspect --draw shows their numbers";
     case FailureCode::kNoPerson: return " (--background keep, --mask FILE)";
     case FailureCode::kNoFit: return NoFitAdvice(failure);
+    case FailureCode::kUnsuitable: return "; leave out --strict to have it made";
     case FailureCode::kForbiddenEdit:
       return failure.Word("edit") == "background"   ? "; leave out --background, or add --force"
              : failure.Word("edit") == "retouching" ? "; leave out the retouching, or add --force"
@@ -57,6 +58,21 @@ std::string Advice(const Failure& failure) {
 std::string Wording(const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);
   return photo::ReasonOf(exception) + (failure ? Advice(*failure) : "");
+}
+
+std::vector<std::string> ReasonNames(const std::exception& exception) {
+  const auto* failure = dynamic_cast<const Failure*>(&exception);
+  if (!failure) {
+    const bool memory = dynamic_cast<const std::bad_alloc*>(&exception) != nullptr;
+    return {memory ? photo::NameOf(FailureCode::kOutOfMemory) : "unknown"};
+  }
+  std::vector<std::string> names;
+  for (const photo::FailureField& field : failure->Fields()) {
+    const bool said = std::find(names.begin(), names.end(), field.word) != names.end();
+    if (field.name == "measure" && !said) names.push_back(field.word);
+  }
+  if (names.empty()) names.emplace_back(photo::NameOf(failure->Code()));
+  return names;
 }
 
 Failure About(const std::string& what, const std::exception& exception) {

@@ -3,7 +3,7 @@
 _idphoto_options() {
   local document='--preset --size --dpi --head --head-to --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
-  local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --force --pair'
+  local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --child --strict --force --pair'
   local common='-h --help'
   case $1 in
     '') echo "$common --version" ;;

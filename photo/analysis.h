@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "photo/check/source_check.h"
 #include "photo/face/face_finder.h"
 #include "photo/person/mask.h"
 #include "photo/place/person_geometry.h"
@@ -26,6 +27,7 @@ struct Analysis::State {
   int32_t width = 0, height = 0;            // of the upright photograph
   double toOverviewX = 1, toOverviewY = 1;  // pixels of the overview for one of the photograph
   std::vector<ProbedFace> persons;          // the chosen ones, in pixels of the upright overview, from left to right
+  std::vector<SourceFace> source;           // what is to be measured on them; none where only the persons are cut out
   size_t facesFound = 0;
   int number = 0;                        // of the first chosen one among them, from 1
   std::optional<PersonMap> map;          // none where a mask was given

@@ -8,6 +8,8 @@
 
 #include "photo/analysis.h"
 #include "photo/base/failure.h"
+#include "photo/check/aligned_face.h"
+#include "photo/check/source_check.h"
 #include "photo/foreground/foreground.h"
 #include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
@@ -283,10 +285,72 @@ void AddHair(const Document& document, const PhotoMeasures& measures, MadePhoto*
   made->remarks.push_back(text);
 }
 
+// The measures of each person, which stand in the photograph as `placed` says.
+std::vector<std::vector<Measure>> MeasureSources(const State& state, const MakeRequest& request, const Placed& placed,
+                                                 double enlargement) {
+  const PreparedPart& prepared = *state.prepared;
+  const PhotographPart& part = prepared.part;
+  std::vector<std::vector<Measure>> all;
+  for (size_t i = 0; i < state.source.size(); ++i) {
+    const ProbedFace& face = prepared.faces[i];
+    const auto eyes = PlacesOf(face, part.box, part.ScaleX(), part.ScaleY(), Turn()).eyes;
+    const SourceUse use{placed.straightened != 0, enlargement, Distance(eyes[0], eyes[1])};
+    std::vector<Measure> measures = MeasureSource(state.source[i], use, request.persons);
+    if (request.background.IsKeep()) {
+      const std::vector<Measure> wall = MeasureKeptBackground(part.picture, face, prepared.mask, request.persons);
+      measures.insert(measures.end(), wall.begin(), wall.end());
+    }
+    all.push_back(std::move(measures));
+  }
+  return all;
+}
+
+const char* SideOf(size_t person) {
+  return person == 0 ? "left" : "right";
+}
+
+// What failed, in words; of two persons each says whose it is.
+std::vector<std::string> ReasonsOf(const std::vector<std::vector<Measure>>& persons) {
+  std::vector<std::string> all;
+  for (size_t i = 0; i < persons.size(); ++i) {
+    const std::string whose = persons.size() == 1 ? "" : std::string(SideOf(i)) + " person: ";
+    for (const std::string& reason : ReasonsOf(persons[i])) all.push_back(whose + reason);
+  }
+  return all;
+}
+
+bool HasFailed(const std::vector<std::vector<Measure>>& persons, MeasureId id) {
+  const auto failed = [name = RowOf(id).name](const Measure& measure) {
+    return measure.state == MeasureState::kFailed && measure.id == name;
+  };
+  return std::any_of(persons.begin(), persons.end(), [&failed](const std::vector<Measure>& measures) {
+    return std::any_of(measures.begin(), measures.end(), failed);
+  });
+}
+
+void RefuseUnsuitable(const std::vector<std::vector<Measure>>& persons) {
+  std::string text;
+  for (const std::string& reason : ReasonsOf(persons)) text += (text.empty() ? "" : "; ") + reason;
+  if (text.empty()) return;
+  FailureFields fields;
+  for (size_t i = 0; i < persons.size(); ++i) {
+    for (const Measure& measure : persons[i]) {
+      if (measure.state != MeasureState::kFailed) continue;
+      if (persons.size() > 1) fields.emplace_back("person", SideOf(i));
+      fields.emplace_back("measure", measure.id);
+      if (measure.value) fields.emplace_back("value", *measure.value);
+      if (measure.min) fields.emplace_back("min", *measure.min);
+      if (measure.max) fields.emplace_back("max", *measure.max);
+    }
+  }
+  throw Failure(FailureCode::kUnsuitable, text, std::move(fields));
+}
+
 void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
   char text[160];
   made->remarks = RemarksOnFaces(state);
-  if (made->enlargement > 1.05) {
+  for (const std::string& reason : ReasonsOf(made->source)) made->remarks.push_back(reason);
+  if (made->enlargement > 1.05 && !HasFailed(made->source, MeasureId::kInterEyeDistance)) {
     std::snprintf(text, sizeof text, "enlarged %.1f times: the photograph has too few pixels for %d x %d",
                   made->enlargement, document.width, document.height);
     made->remarks.push_back(text);
@@ -296,7 +360,7 @@ void AddRemarks(const State& state, const Document& document, const Placed& plac
   if (placed.straightened != 0) {
     std::snprintf(text, sizeof text, "straightened: the head leant %.1f degrees to the %s", lean, side);
     made->remarks.push_back(text);
-  } else if (state.persons.size() == 1 && lean > kMostLean) {
+  } else if (state.persons.size() == 1 && lean > kMostLean && !HasFailed(made->source, MeasureId::kHeadPoseRoll)) {
     std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s; hold it straight", lean, side);
     made->remarks.push_back(text);
   }
@@ -339,6 +403,8 @@ MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::Sta
   made.lean = placed.lean;
   made.straightened = placed.straightened;
   made.enlargement = request.document.height / placed.rectangle.height;
+  made.source = MeasureSources(*state, request, placed, made.enlargement);
+  if (request.strict) RefuseUnsuitable(made.source);
   if (request.retouch.IsNone() || request.compare) {
     made.image = Finish(prepared.part, prepared.mask, prepared.faces, request, placed, &made.alpha);
   }

@@ -43,30 +43,46 @@ void SplitFaces(const UprightPhotograph& upright, std::vector<FaceBox>* persons,
   }
 }
 
-// In the overview, or in a finer picture of the heads where that shows them small and the photograph has more pixels.
-void FindHair(PhotoSource& upright, const Image& overview, const std::vector<FaceBox>& persons,
-              const std::vector<FaceBox>& others, Analysis::State* state) {
+// A picture in which heads are looked at closely, and which part of the overview it shows.
+struct Heads {
+  Image finer;       // empty: the overview itself
+  Rectangle window;  // empty where the photograph shows nothing of them
+
+  const Image& In(const Image& overview) const { return finer.width > 0 ? finer : overview; }
+};
+
+// The overview, or a finer picture of the heads where that shows them small and the photograph has more pixels.
+Heads ReadHeads(PhotoSource& upright, const Image& overview, const std::vector<FaceBox>& persons,
+                const Analysis::State& state) {
   constexpr double kWorthReading = 1.4;  // times as many pixels along a side
   double widest = 0;
   for (const FaceBox& face : persons) widest = std::max(widest, face.Width());
-  const double finer = std::min(1 / state->toOverviewX, kHairFaceWidth / widest);
-  if (finer < kWorthReading) {
-    const Rectangle whole{0, 0, 1.0 * overview.width, 1.0 * overview.height};
-    state->map->hair = FollowHair(*state->map, overview, whole, persons, others);
-    return;
-  }
-  const double toX = state->toOverviewX, toY = state->toOverviewY;
+  const double finer = std::min(1 / state.toOverviewX, kHairFaceWidth / widest);
+  if (finer < kWorthReading) return {Image(), {0, 0, 1.0 * overview.width, 1.0 * overview.height}};
+  const double toX = state.toOverviewX, toY = state.toOverviewY;
   const Rectangle around = HeadSurroundings(persons);
   const auto clip = [](double v, int32_t size) { return static_cast<int32_t>(std::clamp(v, 0.0, 1.0 * size)); };
-  const PixelBox box{
-      clip(std::floor(around.left / toX), state->width), clip(std::floor(around.top / toY), state->height),
-      clip(std::ceil(around.Right() / toX), state->width), clip(std::ceil(around.Bottom() / toY), state->height)};
-  if (box.Width() <= 0 || box.Height() <= 0) return;
+  const PixelBox box{clip(std::floor(around.left / toX), state.width), clip(std::floor(around.top / toY), state.height),
+                     clip(std::ceil(around.Right() / toX), state.width),
+                     clip(std::ceil(around.Bottom() / toY), state.height)};
+  if (box.Width() <= 0 || box.Height() <= 0) return {};
   const Rectangle window{box.left * toX, box.top * toY, box.Width() * toX, box.Height() * toY};
   const auto size = [finer](double length) { return std::max(1, static_cast<int32_t>(std::lround(length * finer))); };
-  const Image heads =
-      upright.Part(box, std::min(box.Width(), size(window.width)), std::min(box.Height(), size(window.height)));
-  state->map->hair = FollowHair(*state->map, heads, window, persons, others);
+  return {upright.Part(box, std::min(box.Width(), size(window.width)), std::min(box.Height(), size(window.height))),
+          window};
+}
+
+void LookAtFaces(FaceFinder& finder, const Image& overview, const Heads& heads, Analysis::State* state) {
+  for (const ProbedFace& face : state->persons) {
+    if (heads.finer.width == 0) {
+      state->source.push_back(LookAtSource(overview, face));
+      continue;
+    }
+    ProbedFace there = face.Moved(heads.window.left, heads.window.top, heads.finer.width / heads.window.width,
+                                  heads.finer.height / heads.window.height);
+    finder.Refine(heads.finer, &there);
+    state->source.push_back(LookAtSource(heads.finer, there));
+  }
 }
 
 // What `call` gives; memory that is short for it is a Failure like any other.
@@ -153,7 +169,7 @@ std::vector<Image> Studio::Crop(const Image& photograph, const CropSettings& set
 }
 
 std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const AnalyseRequest& request,
-                                                     const Mask* mask) {
+                                                     const Mask* mask, bool measured) {
   auto state = std::make_unique<Analysis::State>();
   Image overview = source.Overview(kOverviewPixels);
   UprightPhotograph upright = request.pair ? MakePairUpright(engines_->finder, std::move(overview))
@@ -177,9 +193,15 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
     state->coarse = ResizeMask(state->given, all, std::min(size.width, all.right), std::min(size.height, all.bottom));
   } else {
     state->map = engines_->segmenter.FindPersons(upright.image, persons, others);
-    FindHair(turned, upright.image, persons, others, state.get());
-    state->coarse = CoarseMask(*state->map);
   }
+  if (!mask || measured) {
+    const Heads heads = ReadHeads(turned, upright.image, persons, *state);
+    if (state->map && heads.window.width > 0) {
+      state->map->hair = FollowHair(*state->map, heads.In(upright.image), heads.window, persons, others);
+    }
+    if (measured) LookAtFaces(engines_->finder, upright.image, heads, state.get());
+  }
+  if (!mask) state->coarse = CoarseMask(*state->map);
   if (upright.quarterTurns == 0) source.Keep(std::move(upright.image));
   return state;
 }
@@ -188,7 +210,7 @@ Analysis Studio::Analyse(PhotoSource& source, const AnalyseRequest& request, con
   if (mask && (mask->width != source.Width() || mask->height != source.Height())) {
     throw Failure(FailureCode::kBadMask, "the mask is not of the photograph's size");
   }
-  return Told([&] { return Analysis(FindPersons(source, request, mask)); });
+  return Told([&] { return Analysis(FindPersons(source, request, mask, true)); });
 }
 
 MadePhoto Studio::Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request) {
@@ -203,7 +225,7 @@ MadePhoto Studio::Make(PhotoSource& source, const AnalyseRequest& faces, const M
 
 CutOut Studio::CutOut(PhotoSource& source, const CutOutRequest& request) {
   return Told([&] {
-    const std::unique_ptr<Analysis::State> state = FindPersons(source, request.persons, nullptr);
+    const std::unique_ptr<Analysis::State> state = FindPersons(source, request.persons, nullptr, false);
     TurnedSource upright(&source, state->quarterTurns);
     photo::CutOut cutOut = CutOutAnalysed(upright, *state, request);
     const int back = (4 - state->quarterTurns) % 4;

@@ -22,6 +22,7 @@
 #include "photo/base/image.h"
 #include "photo/base/photo_source.h"
 #include "photo/check/check.h"
+#include "photo/check/measures.h"
 #include "photo/document/presets.h"
 #include "photo/face/crops.h"
 #include "photo/place/placement.h"
@@ -65,6 +66,10 @@ struct MakeRequest {
   Retouch retouch;       // none unless set
   bool compare = false;  // make the picture without retouching too
   bool keepRim = false;  // leave the old surroundings' light on the rim of hair and shoulders
+  // What the document asks of the persons themselves: what does not meet it becomes a remark or, with `strict`, the
+  // Failure kUnsuitable.
+  MeasureOptions persons;
+  bool strict = false;
 };
 
 struct MadePhoto {
@@ -75,10 +80,13 @@ struct MadePhoto {
   PhotoMeasures measures;            // of the person (of two: the left) in the finished photograph
   std::vector<Miss> givenUp;         // by `relax`
   std::vector<std::string> remarks;  // what the user should know, one line each
-  int quarterTurns = 0;              // 0 to 3, clockwise, that made the photograph upright
-  double lean = 0;                   // of the head in the upright photograph, degrees, clockwise positive
-  double straightened = 0;           // by how much of it the photograph was turned back; 0: not turned
-  double enlargement = 1;            // pixels of the document for one of the photograph, along a side
+  // Of each person, from left to right: what a new background, cut and size cannot mend, measured in the photograph.
+  // What failed is among the remarks. Backgrounds only where they are kept.
+  std::vector<std::vector<Measure>> source;
+  int quarterTurns = 0;     // 0 to 3, clockwise, that made the photograph upright
+  double lean = 0;          // of the head in the upright photograph, degrees, clockwise positive
+  double straightened = 0;  // by how much of it the photograph was turned back; 0: not turned
+  double enlargement = 1;   // pixels of the document for one of the photograph, along a side
 };
 
 struct CutOutRequest {
@@ -128,8 +136,9 @@ class Studio {
   Analysis Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask = nullptr);
   // Makes the finished photograph of what Analyse found in the same source: as often as something of the request
   // changes. Throws Failure: kNoFit when no rectangle meets the bounds; kNoPerson or kTooSmall when the person cannot
-  // be measured. What the authority forbids is not asked here: see ChooseBackground and CheckRetouch.
-  // For two persons: the proportions of the document, both faces with some room on all sides; its bounds are not used.
+  // be measured; kUnsuitable, see MakeRequest::strict. What the authority forbids is not asked here: see
+  // ChooseBackground and CheckRetouch. For two persons: the proportions of the document, both faces with some room on
+  // all sides; its bounds are not used.
   MadePhoto Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request);
   // Both.
   MadePhoto Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request,
@@ -148,7 +157,9 @@ class Studio {
 
  private:
   struct Engines;
-  std::unique_ptr<Analysis::State> FindPersons(PhotoSource& source, const AnalyseRequest& request, const Mask* mask);
+  // `measured`: the faces are to be measured as well.
+  std::unique_ptr<Analysis::State> FindPersons(PhotoSource& source, const AnalyseRequest& request, const Mask* mask,
+                                               bool measured);
 
   std::unique_ptr<Engines> engines_;
 };

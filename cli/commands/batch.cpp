@@ -97,6 +97,7 @@ class Worker {
     AddRemark(remark_, outcome);
     for (const std::string& remark : made.remarks) AddRemark(remark, outcome);
     AddRemark(file.Remark(), outcome);
+    outcome->reasons = ReasonNames(made);
     outcome->measures = {{"bytes", static_cast<double>(file.bytes.size())}};
     if (options_.pair) return;
     outcome->measures.insert(outcome->measures.end(),
@@ -170,10 +171,12 @@ void AddBatchCommand(CLI::App& app, int* status) {
       "The finished photographs are DIR/NAME.jpg; existing files of these names are replaced, the photographs never.\n"
       "Photographs of the same name from different folders become NAME, NAME-2, NAME-3. One that fails does not stop\n"
       "the others. The report has one JSON object a line for each: input, output, status (done or failed), message,\n"
-      "measures, seconds, options. An interrupt (Ctrl-C) lets the photographs at work finish, a second one does not;\n"
-      "--resume with the same options then goes on: it leaves out what the report lists as done, as long as the "
-      "output\n"
-      "is there and not older than its photograph.\n\n"
+      "reasons (names for programs), measures, seconds, options. An interrupt (Ctrl-C) lets the photographs at work\n"
+      "finish, a second one does not; --resume with the same options then goes on: it leaves out what the report lists\n"
+      "as done, as long as the output is there and not older than its photograph.\n"
+      "Remarks say what a new background, cut and size cannot mend, such as closed eyes or bad light; with --strict\n"
+      "such photographs fail. At the end the reasons are counted; with --resume also those of photographs that an\n"
+      "earlier run has done.\n\n"
       "Exit status: 0 all done, 1 some photograph failed or was not tried after an interrupt, 2 nothing was tried.\n\n"
       "Examples:\n"
       "  idphoto batch class-3b/ -o passports --preset de-passport\n"

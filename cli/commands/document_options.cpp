@@ -1,6 +1,7 @@
 #include "cli/commands/document_options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "cli/commands/commands.h"
 #include "cli/wording.h"
@@ -111,6 +112,8 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
   command.add_flag("--no-straighten", options->noStraighten, "Leave a head that leans as it is");
   AddKeepRimFlag(command, &options->keepRim);
+  command.add_flag("--child", options->child, "Of a person under six, who may look aside, smile and lean");
+  command.add_flag("--strict", options->strict, "Refuse a photograph whose persons are not shown as documents ask");
   command.add_flag("--relax", options->relax,
                    "When no cut meets the bounds, take the nearest and say what was given up");
   command.add_flag("--force", options->force, "Change the background or retouch even where the authority forbids it");
@@ -149,11 +152,25 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
     // A turned photograph is a changed one.
     request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
     request.keepRim = options.keepRim;
+    request.persons.child = options.child;
+    request.persons.backgrounds = preset.backgrounds;
+    request.strict = options.strict;
     request.relax = options.relax;
     request.retouch = RetouchOf(options.retouch);
     photo::CheckRetouch(preset, request.retouch, options.force);
     return request;
   });
+}
+
+std::vector<std::string> ReasonNames(const photo::MadePhoto& made) {
+  std::vector<std::string> names;
+  for (const std::vector<photo::Measure>& person : made.source) {
+    for (const photo::Measure& measure : person) {
+      if (measure.state != photo::MeasureState::kFailed) continue;
+      if (std::find(names.begin(), names.end(), measure.id) == names.end()) names.push_back(measure.id);
+    }
+  }
+  return names;
 }
 
 void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice) {

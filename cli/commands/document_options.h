@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/commands/retouch_options.h"
 #include "codec/codec.h"
@@ -26,13 +27,15 @@ struct DocumentOptions {
   bool relax = false;
   bool force = false;
   bool keepRim = false;
+  bool child = false;
+  bool strict = false;
   RetouchOptions retouch;
 };
 
 // --preset, --size, --dpi, --head, --head-to, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
-// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --relax, --force.
+// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child, --strict, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
 // The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such
@@ -41,6 +44,9 @@ photo::Preset PresetOf(const DocumentOptions& options);
 // What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
 // forbids.
 photo::MakeRequest RequestOf(const DocumentOptions& options);
+
+// The identifiers of the measures that failed on the photograph, each once.
+std::vector<std::string> ReasonNames(const photo::MadePhoto& made);
 
 // Throws SetupFailure when the background is transparent and files of that format are not. `advice`: how to have
 // another format.

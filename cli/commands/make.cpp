@@ -93,6 +93,7 @@ std::string ReportJson(const MakeOptions& options, const photo::Document& docume
   }
   report["relaxed"] = !made.givenUp.empty();
   report["remarks"] = made.remarks;
+  report["reasons"] = ReasonNames(made);
   return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
@@ -165,7 +166,9 @@ void AddMakeCommand(CLI::App& app, int* status) {
       "document's bounds is brought to its size in pixels at once. Options replace single numbers of the preset;\n"
       "percents are of the height. Where the preset leaves the head or the space above it open, usual ones are taken.\n"
       "Where the authority forbids changed backgrounds, the photograph's own is kept; where it forbids retouching,\n"
-      "options that retouch are refused. A size limit counts 1,000 bytes to the kB, a least size 1,024; a file that\n"
+      "options that retouch are refused. Remarks say what a new background, cut and size cannot mend: a head turned\n"
+      "away, closed eyes, an open mouth, bad light, too little sharpness and such; with --strict they are reasons to\n"
+      "refuse. A size limit counts 1,000 bytes to the kB, a least size 1,024; a file that\n"
       "stays below it at quality 100 is filled up with a comment of blanks.\n\n"
       "Exit status: 0 done, 1 not possible with this photograph (the reason is on standard error), 2 nothing was\n"
       "tried.\n\n"

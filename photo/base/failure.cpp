@@ -18,6 +18,7 @@ const char* NameOf(FailureCode code) {
     case FailureCode::kBadMask: return "bad_mask";
     case FailureCode::kTooSmall: return "too_small";
     case FailureCode::kNoFit: return "no_fit";
+    case FailureCode::kUnsuitable: return "unsuitable";
     case FailureCode::kForbiddenEdit: return "forbidden_edit";
     case FailureCode::kSheetFull: return "sheet_full";
     case FailureCode::kFileSize: return "file_size";

@@ -22,6 +22,7 @@ enum class FailureCode {
   kBadMask,        // a mask made elsewhere does not fit
   kTooSmall,       // a face is too small to be cut out
   kNoFit,          // no rectangle of the photograph meets the document's bounds
+  kUnsuitable,     // what shows of a person is not what documents take
   kForbiddenEdit,  // the authority takes no photograph that was changed so
   kSheetFull,      // the photographs do not fit on the paper
   kFileSize,       // no file lies within the limits of size
@@ -44,6 +45,8 @@ const char* NameOf(FailureCode code);
 // kNoFit          nearest (1), where MakeRequest::relax helps, and for each bound that the nearest rectangle misses, in
 //                 turn, bound (head, top, eyes or face_width), wanted_min, wanted_max and got (fractions); for two
 //                 persons what (pair), and relaxed (1) where that was tried
+// kUnsuitable     for each measure that failed, in turn: person (left or right) of two, measure (its id, such as
+//                 HeadPoseYaw), and value, min and max as far as it has them
 // kForbiddenEdit  edit (background or retouching)
 // kSheetFull      wanted, limit (photographs), where they are more than any sheet takes
 // kDamagedFile    format

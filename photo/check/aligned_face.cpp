@@ -83,11 +83,11 @@ struct Reduced {
   }
 };
 
-// The part of the photograph that the square shows, a pixel wider on all sides; empty where it shows none.
-PixelBox PartShown(const Similarity& back, const Image& photograph) {
+// The part of the photograph that a part of the square shows, a pixel wider on all sides; empty where it shows none.
+PixelBox PartShown(const PixelBox& aligned, const Similarity& back, const Image& photograph) {
   double left = 1e9, top = 1e9, right = -1e9, bottom = -1e9;
-  for (const double x : {-1.0, 1.0 * kAlignedSide}) {
-    for (const double y : {-1.0, 1.0 * kAlignedSide}) {
+  for (const double x : {aligned.left - 1.0, 1.0 * aligned.right}) {
+    for (const double y : {aligned.top - 1.0, 1.0 * aligned.bottom}) {
       const PlacePoint p = back({x, y});
       left = std::min(left, p.x), right = std::max(right, p.x);
       top = std::min(top, p.y), bottom = std::max(bottom, p.y);
@@ -102,18 +102,20 @@ uint8_t ToByte(float value) {
   return static_cast<uint8_t>(std::clamp(value, 0.0F, 255.0F) + 0.5F);
 }
 
-void FillSquare(const Image& photograph, const Mask* person, const Similarity& back, double scale, AlignedFace* face) {
+// Fills that part of the square alone.
+void FillSquare(const Image& photograph, const Mask* person, const Similarity& back, double scale, const PixelBox& part,
+                AlignedFace* face) {
   face->picture = Image(kAlignedSide, kAlignedSide);
   std::fill(face->picture.bgr.begin(), face->picture.bgr.end(), uint8_t{0});
   face->inside = Region(kAlignedSide, kAlignedSide);
   if (person) face->person = Mask(kAlignedSide, kAlignedSide, 0);
   face->luminance = Bytes(face->picture.Pixels());
   std::fill(face->luminance.begin(), face->luminance.end(), uint8_t{0});
-  const PixelBox box = PartShown(back, photograph);
+  const PixelBox box = PartShown(part, back, photograph);
   if (box.Width() <= 0 || box.Height() <= 0) return;
   const Reduced reduced(photograph, person, box, scale);
-  for (int32_t y = 0; y < kAlignedSide; ++y) {
-    for (int32_t x = 0; x < kAlignedSide; ++x) {
+  for (int32_t y = part.top; y < part.bottom; ++y) {
+    for (int32_t x = part.left; x < part.right; ++x) {
       const PlacePoint p = back({1.0 * x, 1.0 * y});
       if (!(p.x >= 0 && p.y >= 0 && p.x < photograph.width && p.y < photograph.height)) continue;
       float channels[4];
@@ -125,6 +127,18 @@ void FillSquare(const Image& photograph, const Mask* person, const Similarity& b
       face->luminance[face->inside.First(y) + static_cast<size_t>(x)] = Luminance(pixel);
     }
   }
+}
+
+// The points and what measures look at around them: the widest blur reaches furthest.
+PixelBox AroundPoints(const FaceMesh& mesh) {
+  constexpr double kReach = 40;
+  PixelBox box{kAlignedSide, kAlignedSide, 0, 0};
+  const auto whole = [](double v) { return static_cast<int32_t>(std::clamp(v, 0.0, 1.0 * kAlignedSide)); };
+  for (const PlacePoint& p : mesh.points) {
+    box = {std::min(box.left, whole(p.x - kReach)), std::min(box.top, whole(p.y - kReach)),
+           std::max(box.right, whole(p.x + kReach)), std::max(box.bottom, whole(p.y + kReach))};
+  }
+  return box;
 }
 
 FaceMesh MoveMesh(const FaceMesh& mesh, const Similarity& to) {
@@ -174,7 +188,7 @@ std::optional<Similarity> AlignPoints(const std::array<PlacePoint, 5>& points) {
   return similarity;
 }
 
-std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, const Mask* person) {
+std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, const Mask* person, bool faceAlone) {
   const auto eyes = EyeCentres(mesh);
   const std::optional<Similarity> to = AlignPoints({eyes[0], eyes[1], mesh[4], mesh[61], mesh[291]});
   if (!to) return std::nullopt;
@@ -186,7 +200,8 @@ std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, 
   face.eyesToChin = Distance(face.EyeMiddle(), face.mesh[152]);
   face.eyesToMouth = Distance(face.EyeMiddle(), Middle(face.mesh[13], face.mesh[14]));
   if (!(face.eyeDistance >= 1 && face.eyesToChin >= 1)) return std::nullopt;
-  FillSquare(photograph, person, to->Inverse(), face.toAligned, &face);
+  const PixelBox part = faceAlone ? AroundPoints(face.mesh) : PixelBox{0, 0, kAlignedSide, kAlignedSide};
+  FillSquare(photograph, person, to->Inverse(), face.toAligned, part, &face);
   face.hull = FillPolygon(ConvexHull(Pick(face.mesh, kHull)), kAlignedSide, kAlignedSide);
   for (size_t i = 0; i < face.hull.bits.size(); ++i) face.hull.bits[i] &= face.inside.bits[i];
   return face;
@@ -245,22 +260,27 @@ std::vector<PlacePoint> ConvexHull(std::vector<PlacePoint> points) {
 }
 
 Region Erode(const Region& region, int32_t before, int32_t after) {
-  const auto along = [before, after](const Region& from, bool rows) {
-    Region to(from.width, from.height);
-    const int32_t lines = rows ? from.height : from.width, length = rows ? from.width : from.height;
-    const auto at = [rows](auto& r, int32_t line, int32_t i) -> auto& {
-      return rows ? r.bits[r.First(line) + static_cast<size_t>(i)] : r.bits[r.First(i) + static_cast<size_t>(line)];
-    };
-    for (int32_t line = 0; line < lines; ++line) {
-      int32_t last = -after - before - 1;  // the last pixel outside that was seen
-      for (int32_t i = 0; i < length + after; ++i) {
-        if (i < length && at(from, line, i) == 0) last = i;
-        if (const int32_t place = i - after; place >= 0) at(to, line, place) = last < place - before;
-      }
+  Region rows(region.width, region.height), eroded(region.width, region.height);
+  for (int32_t y = 0; y < region.height; ++y) {
+    const uint8_t* from = region.Row(y);
+    uint8_t* to = rows.Row(y);
+    int32_t last = -after - before - 1;  // the last pixel outside that was seen
+    for (int32_t i = 0; i < region.width + after; ++i) {
+      if (i < region.width && from[i] == 0) last = i;
+      if (i >= after) to[i - after] = last < i - after - before;
     }
-    return to;
-  };
-  return along(along(region, true), false);
+  }
+  std::vector<int32_t> last(static_cast<size_t>(region.width), -after - before - 1);
+  for (int32_t i = 0; i < region.height + after; ++i) {
+    if (i < region.height) {
+      const uint8_t* from = rows.Row(i);
+      for (size_t x = 0; x < last.size(); ++x) last[x] = from[x] == 0 ? i : last[x];
+    }
+    if (i < after) continue;
+    uint8_t* to = eroded.Row(i - after);
+    for (size_t x = 0; x < last.size(); ++x) to[x] = last[x] < i - after - before;
+  }
+  return eroded;
 }
 
 }  // namespace qx::photo

@@ -47,8 +47,10 @@ struct AlignedFace {
 };
 
 // `person`: of the photograph's size, or null. Nothing for a face that is collapsed to a point. When it shrinks the
-// photograph is averaged over whole aligned pixels first, for else fine texture would turn into noise.
-std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, const Mask* person);
+// photograph is averaged over whole aligned pixels first, for else fine texture would turn into noise. `faceAlone`:
+// only around the face's points; everything further off counts as outside of the photograph.
+std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, const Mask* person,
+                                 bool faceAlone = false);
 
 // Distances in any frame: between the eye centres, from their middle to the chin and to the mouth.
 double Distance(PlacePoint a, PlacePoint b);

@@ -84,15 +84,14 @@ void MeasureHull(const AlignedFace& face, MeasureList* list) {
   if (!Normalise(&all)) return;
   MeasureLuminance(all, list);
   MeasureExposure(all, list);
-  std::vector<double> spread;
+  ByteCounts spread;
   ForEachPixel(kAllAligned, face.hull, [&](int32_t x, int32_t y) {
     const uint8_t* p = face.picture.At(x, y);
     const auto [low, high] = std::minmax({p[0], p[1], p[2]});
-    spread.push_back(high - low);
+    spread.Add(static_cast<uint8_t>(high - low));
   });
   constexpr double kShare = 0.95;
-  list->Judge(MeasureId::kColourPicture, Percentile(std::move(spread), kShare),
-              "the photograph has no colour: take it in colour");
+  list->Judge(MeasureId::kColourPicture, spread.Percentile(kShare), "the photograph has no colour: take it in colour");
 }
 
 void MeasureUniformity(const AlignedFace& face, const std::array<PixelBox, 2>& zones, MeasureList* list) {

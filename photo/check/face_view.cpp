@@ -17,6 +17,21 @@ double Percentile(std::vector<double> values, double share) {
   return *middle + (place - static_cast<double>(below)) * (above - *middle);
 }
 
+double ByteCounts::Percentile(double share) const {
+  int32_t all = 0;
+  for (const int32_t n : counts_) all += n;
+  if (all == 0) return std::numeric_limits<double>::quiet_NaN();
+  const double place = share * (all - 1);
+  const auto below = static_cast<int32_t>(place);
+  const auto valueAt = [this](int32_t rank) {
+    int value = 0;
+    for (int32_t before = counts_[0]; before <= rank;) before += counts_[static_cast<size_t>(++value)];
+    return value;
+  };
+  const double value = valueAt(below);
+  return below + 1 == all ? value : value + (place - below) * (valueAt(below + 1) - value);
+}
+
 PixelBox SquareAround(PlacePoint centre, double side) {
   const auto clip = [](double v) {
     return static_cast<int32_t>(std::clamp(std::floor(v + 0.5), 0.0, 1.0 * kAlignedSide));
@@ -26,16 +41,17 @@ PixelBox SquareAround(PlacePoint centre, double side) {
 
 std::optional<std::array<double, 3>> MedianColour(const AlignedFace& face, const std::vector<PixelBox>& boxes,
                                                   const Region& region) {
-  std::array<std::vector<double>, 3> channels;
+  std::array<ByteCounts, 3> channels;
+  bool any = false;
   for (const PixelBox& box : boxes) {
     ForEachPixel(box, region, [&](int32_t x, int32_t y) {
       const uint8_t* pixel = face.picture.At(x, y);
-      for (size_t c = 0; c < 3; ++c) channels[c].push_back(pixel[c]);
+      for (size_t c = 0; c < 3; ++c) channels[c].Add(pixel[c]);
+      any = true;
     });
   }
-  if (channels[0].empty()) return std::nullopt;
-  return std::array<double, 3>{Percentile(std::move(channels[0]), 0.5), Percentile(std::move(channels[1]), 0.5),
-                               Percentile(std::move(channels[2]), 0.5)};
+  if (!any) return std::nullopt;
+  return std::array<double, 3>{channels[0].Percentile(0.5), channels[1].Percentile(0.5), channels[2].Percentile(0.5)};
 }
 
 std::array<PixelBox, 2> Cheeks(const AlignedFace& face) {

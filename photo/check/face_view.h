@@ -3,6 +3,8 @@
 #define QX_PHOTO_CHECK_FACE_VIEW_H
 
 #include <array>
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -17,11 +19,9 @@
 namespace qx::photo {
 
 struct FaceView {
-  const Image& photograph;
-  const std::vector<ProbedFace>& faces;  // the measured one first
-  const FaceMesh& mesh;                  // in pixels of the photograph
+  const FaceMesh& mesh;  // in pixels of the photograph
   const MeasureOptions& options;
-  AlignedFace aligned;
+  const AlignedFace& aligned;
   std::optional<HeadPose> pose;  // nothing where the engine tells no depth
 };
 
@@ -31,8 +31,16 @@ void MeasureEyesAndMouth(const FaceView& view, MeasureList* list);
 void MeasureExposureAndColour(const FaceView& view, MeasureList* list);
 void MeasureSharpness(const FaceView& view, MeasureList* list);
 void MeasureBackground(const FaceView& view, MeasureList* list);
-void MeasureGeometry(const FaceView& view, MeasureList* list);
-// Those of them that need no mesh.
+// Where the face is in a photograph of that size.
+void MeasureGeometry(const FaceView& view, int32_t width, int32_t height, MeasureList* list);
+
+// Has the families set their measures, or, where the face's points are not to be believed, the list say why not.
+// `align`: asked once at most, for a face that has a mesh; null when the face is too small.
+using Family = std::function<void(const FaceView&, MeasureList*)>;
+void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFace*()>& align,
+                    const MeasureOptions& options, const std::vector<Family>& families, MeasureList* list);
+
+// The measures that need no mesh.
 void MeasureFaceCount(const std::vector<ProbedFace>& faces, MeasureList* list);
 void MeasureCompression(const Image& photograph, const std::vector<ProbedFace>& faces, MeasureList* list);
 
@@ -43,6 +51,16 @@ bool EyesAreOpen(const FaceMesh& mesh);
 
 // Linear between the sorted values; NaN where there are none. share: 0 to 1.
 double Percentile(std::vector<double> values, double share);
+
+// How often each value of a byte was seen.
+class ByteCounts {
+ public:
+  void Add(uint8_t value) { ++counts_[value]; }
+  double Percentile(double share) const;  // as above
+
+ private:
+  std::array<int32_t, 256> counts_{};
+};
 
 // The square of that side around a place, cut to the aligned picture.
 PixelBox SquareAround(PlacePoint centre, double side);

@@ -38,27 +38,21 @@ void TurnedAway(const std::optional<HeadPose>& pose, MeasureList* list) {
   yaw.reason = "turned away: face the camera, with nothing before the face";
 }
 
-void MeasurePoints(const Image& photograph, const std::vector<ProbedFace>& faces, const Mask* person,
-                   const MeasureOptions& options, MeasureList* list) {
-  const ProbedFace& face = faces[0];
+}  // namespace
+
+void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFace*()>& align,
+                    const MeasureOptions& options, const std::vector<Family>& families, MeasureList* list) {
   if (!face.mesh) return NoPoints("the face engine tells no mesh", list);
   const std::optional<HeadPose> pose = FindHeadPose(*face.mesh);
   const bool away = pose && (std::abs(pose->yaw) > kMostTurn || std::abs(pose->pitch) > kMostTurn);
   if (face.presence < kLeastPresence || away) {
     return TurnedAway(face.presence < kLeastPresence ? std::nullopt : pose, list);
   }
-  std::optional<AlignedFace> aligned = Align(photograph, *face.mesh, person);
+  const AlignedFace* const aligned = align();
   if (!aligned) return NoPoints("the face is too small", list);
-  const FaceView view{photograph, faces, *face.mesh, options, std::move(*aligned), pose};
-  MeasurePoseAndGaze(view, list);
-  MeasureEyesAndMouth(view, list);
-  MeasureExposureAndColour(view, list);
-  MeasureSharpness(view, list);
-  MeasureBackground(view, list);
-  MeasureGeometry(view, list);
+  const FaceView view{*face.mesh, options, *aligned, pose};
+  for (const Family& family : families) family(view, list);
 }
-
-}  // namespace
 
 std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<ProbedFace>& faces, const Mask* person,
                                  const MeasureOptions& options) {
@@ -68,7 +62,18 @@ std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<Prob
   if (faces.empty()) {
     NoPoints("no face was found", &list);
   } else {
-    MeasurePoints(photograph, faces, person, options, &list);
+    std::optional<AlignedFace> aligned;
+    const auto align = [&]() -> const AlignedFace* {
+      aligned = Align(photograph, *faces[0].mesh, person);
+      return aligned ? &*aligned : nullptr;
+    };
+    const Family geometry = [&photograph](const FaceView& view, MeasureList* measures) {
+      MeasureGeometry(view, photograph.width, photograph.height, measures);
+    };
+    MeasureAligned(faces[0], align, options,
+                   {MeasurePoseAndGaze, MeasureEyesAndMouth, MeasureExposureAndColour, MeasureSharpness,
+                    MeasureBackground, geometry},
+                   &list);
   }
   return list.All();
 }

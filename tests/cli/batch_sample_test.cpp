@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "codec/codec.h"
+#include "support/posed_sample.h"
 #include "support/test_files.h"
 
 namespace qx::cli {
@@ -27,7 +28,8 @@ TEST(BatchProgram, MakesSkipsAndReports) {
                   "35x45mm", "--head", "28-34mm", "--background", "white"};
   const ProgramRun run = RunProgram(folder, arguments);
   EXPECT_EQ(1, run.status) << run.err;
-  EXPECT_EQ(2, std::count(run.out.begin(), run.out.end(), '\n')) << run.out;
+  EXPECT_TRUE(Contains(run.out, "\nfailed:\n  1 photograph: not a photograph\nremarks:\n")) << run.out;
+  EXPECT_TRUE(Contains(run.out, "\n  2 photographs: a smile\n")) << run.out;
   EXPECT_EQ(0u, run.err.find("idphoto: two/y.jpg: is not a photograph")) << run.err;
   EXPECT_EQ((Names{"report.jsonl", "x-2.jpg", "x.jpg"}), folder.Names("out"));
   EXPECT_EQ(ReadBytes(folder / "out/x.jpg"), ReadBytes(folder / "out/x-2.jpg"));
@@ -51,7 +53,9 @@ TEST(BatchProgram, MakesSkipsAndReports) {
   const bool terminal = HasTerminals();
   const ProgramRun resumed = RunProgram(folder, arguments, terminal);
   EXPECT_EQ(0, resumed.status) << resumed.err;
-  EXPECT_EQ(2, std::count(resumed.out.begin(), resumed.out.end(), '\n')) << resumed.out;
+  EXPECT_TRUE(Contains(resumed.out, "\nremarks:\n")) << resumed.out;
+  EXPECT_TRUE(Contains(resumed.out, "\n  3 photographs: a smile\n")) << resumed.out;  // also the one left alone
+  EXPECT_FALSE(Contains(resumed.out, "failed")) << resumed.out;
   if (terminal) {
     EXPECT_TRUE(Contains(resumed.err, "2/2 ")) << resumed.err;
   }
@@ -61,6 +65,36 @@ TEST(BatchProgram, MakesSkipsAndReports) {
   const ProgramRun sheet = RunProgram(folder, {"sheet", "out/y.jpg", "-o", "sheet.jpg"});
   EXPECT_TRUE(Contains(sheet.out, "out/y.jpg: 8 of 34.97 x 44.96 mm")) << sheet.out << sheet.err;
   EXPECT_EQ(300, ReadPrintResolution(folder / "sheet.jpg")->x);
+}
+
+TEST(BatchProgram, StrictRefusesAndCounts) {
+  const TestFolder folder;
+  fs::create_directory(folder / "in");
+  Image photograph = NeutralSample();
+  ToVips(photograph).write_to_file((folder / "in/good.png").c_str());
+  CloseEyes(&photograph);
+  ToVips(photograph).write_to_file((folder / "in/a.png").c_str());
+  ToVips(photograph).write_to_file((folder / "in/b.png").c_str());
+  ToVips(GradientImage(200, 200)).write_to_file((folder / "in/c.png").c_str());
+  const ProgramRun run = RunProgram(folder, {"batch", "in", "-o", "out", "--preset", "de-passport", "--strict"});
+  EXPECT_EQ(1, run.status) << run.err;
+  EXPECT_EQ((Names{"good.jpg", "report.jsonl"}), folder.Names("out"));
+  EXPECT_TRUE(Contains(run.out, "failed:\n  2 photographs: the eyes look closed\n")) << run.out;
+  EXPECT_TRUE(Contains(run.out, "\n  1 photograph: no face was found\n")) << run.out;
+  EXPECT_FALSE(Contains(run.out, "remarks:")) << run.out;
+  std::istringstream report(ReadBytes(folder / "out/report.jsonl"));
+  for (std::string text; std::getline(report, text);) {
+    const auto line = nlohmann::json::parse(text);
+    const std::string input = line.at("input");
+    const auto& reasons = line.at("reasons");
+    if (input == "in/good.png") {
+      EXPECT_EQ("done", line.at("status"));
+      EXPECT_EQ(0u, reasons.size()) << reasons;
+    } else {
+      EXPECT_EQ("failed", line.at("status"));
+      EXPECT_EQ(input == "in/c.png" ? "no_face" : "EyesOpen", reasons.at(0));
+    }
+  }
 }
 
 TEST(BatchProgram, AnswersWrongUsageBeforeAnythingIsWritten) {

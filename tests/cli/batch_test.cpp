@@ -77,7 +77,8 @@ TEST_F(BatchThreads, WorksOnAllWhateverBecomesOfEach) {
   EXPECT_EQ(0u, summary.skipped + summary.left);
   EXPECT_EQ(3, makers_);
   EXPECT_EQ(3u, folder_.Names("out").size());
-  EXPECT_EQ(3, std::count(out_.begin(), out_.end(), '\n')) << out_;
+  EXPECT_EQ(6, std::count(out_.begin(), out_.end(), '\n')) << out_;
+  EXPECT_TRUE(Contains(out_, "failed:\n  1 photograph: not a photograph\n  1 photograph: out of memory\n")) << out_;
   EXPECT_EQ(2, std::count(err_.begin(), err_.end(), '\n')) << err_;
   EXPECT_TRUE(Contains(err_, "b: is bad; take another")) << err_;
 
@@ -93,6 +94,7 @@ TEST_F(BatchThreads, WorksOnAllWhateverBecomesOfEach) {
   const Json& bad = lines.at((folder_ / "b").native());
   EXPECT_EQ("failed", bad.at("status"));
   EXPECT_EQ("is bad; take another", bad.at("message"));
+  EXPECT_EQ(Json{"not_a_picture"}, bad.at("reasons"));
   EXPECT_NE(std::string::npos, lines.at((folder_ / "d").native()).at("message").get<std::string>().find("memory"));
   EXPECT_EQ(1u, lines.count((folder_ / "c\\xFF\\x0A").native()));
 }

@@ -8,6 +8,7 @@
 #include "codec/codec.h"
 #include "photo/document/presets.h"
 #include "photo/face/upright.h"
+#include "support/posed_sample.h"
 #include "support/test_files.h"
 
 namespace qx::cli {
@@ -135,6 +136,27 @@ TEST(SampleMake, SaysWhyNothingFitsAndRelaxes) {
   const json made = MustReport(folder, Joined(arguments, {"--relax", "--json"}));
   EXPECT_EQ(true, made["relaxed"]);
   EXPECT_EQ(1, RunProgram(folder, {"check", "y.jpg", "--preset", "cn-visa"}).status);
+}
+
+TEST(SampleMake, SaysWhatCannotBeMendedOrRefusesIt) {
+  const TestFolder folder;
+  Image photograph = NeutralSample();
+  ToVips(photograph).write_to_file((folder / "good.png").c_str());
+  CloseEyes(&photograph);
+  ToVips(photograph).write_to_file((folder / "closed.png").c_str());
+  const Names to{"-o", "y.jpg", "--preset", "schengen-visa", "--json"};
+  const json good = MustReport(folder, Joined({"make", "good.png", "--strict", "--no-straighten"}, to));
+  EXPECT_EQ(json::array(), good["reasons"]);
+  EXPECT_EQ(json::array(), good["remarks"]);
+  const std::string before = ReadBytes(folder / "y.jpg");
+  const Names closed = Joined({"make", "closed.png"}, to);
+  EXPECT_EQ(1, StatusOfRefusal(folder, Joined(closed, {"--strict"}), "the eyes look closed"));
+  EXPECT_EQ(1, StatusOfRefusal(folder, Joined(closed, {"--strict"}), "leave out --strict"));
+  EXPECT_EQ(before, ReadBytes(folder / "y.jpg"));
+  EXPECT_EQ((Names{"closed.png", "good.png", "y.jpg"}), folder.Names());
+  const json made = MustReport(folder, closed);
+  EXPECT_EQ("EyesOpen", made["reasons"][0]);
+  EXPECT_TRUE(Contains(made["remarks"].dump(), "the eyes look closed")) << made["remarks"];
 }
 
 TEST(SampleMake, PairKeepsBothPersons) {

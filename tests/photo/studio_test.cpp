@@ -81,7 +81,7 @@ TEST(Straighten, LeavesWhatItShould) {
     EXPECT_EQ(0, made.straightened);
     EXPECT_FALSE(HasRemark(made, "straightened"));
     EXPECT_NEAR(made.lean, LeanOf(finder, made.image), 0.6);
-    EXPECT_EQ(std::abs(made.lean) > 5, HasRemark(made, "the head leans"));
+    EXPECT_EQ(std::abs(made.lean) > 5, HasRemark(made, "the head leans") || HasRemark(made, "lean your head"));
   };
   const double own = LeanOf(finder, Sample());
   const MakeRequest request = RequestFor("schengen-visa");
@@ -310,7 +310,7 @@ TEST(Studio, OddPhotographsGiveAPictureOrAFailure) {
 
 TEST(Studio, PairsAreNotTurned) {
   Studio studio;
-  const Image turned = Turned(6, true);
+  const Image turned = Turned(4, true);
   const vips::VImage one = ToVips(turned).extract_area(60, 0, 320, turned.height);
   ImageSource source(Reread(one.join(one, VIPS_DIRECTION_HORIZONTAL)));
   AnalyseRequest faces;

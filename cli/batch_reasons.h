@@ -1,0 +1,28 @@
+// Why photographs of a batch failed or have remarks, counted.
+#ifndef QX_CLI_BATCH_REASONS_H
+#define QX_CLI_BATCH_REASONS_H
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace qx::cli {
+
+// Takes the names that stand in a report: identifiers of measures, such as "EyesOpen", and codes of failures, such as
+// "no_face".
+class ReasonCounts {
+ public:
+  // Of one photograph, which counts once for each kind of reason.
+  void Add(const std::vector<std::string>& names);
+
+  // One line for each kind, the most frequent first: "  3 photographs: the eyes look closed". Empty without any.
+  std::string Lines() const;
+
+ private:
+  std::map<std::string, size_t> photographs_;  // by the reason in words
+};
+
+}  // namespace qx::cli
+
+#endif  // QX_CLI_BATCH_REASONS_H
