@@ -81,7 +81,14 @@ void MeasureExposure(const Histogram& all, MeasureList* list) {
 
 void MeasureHull(const AlignedFace& face, MeasureList* list) {
   Histogram all = Count(face, kAllAligned);
-  if (!Normalise(&all)) return;
+  if (!Normalise(&all)) {
+    for (const MeasureId id :
+         {MeasureId::kLuminanceMean, MeasureId::kLuminanceVariance, MeasureId::kDynamicRange,
+          MeasureId::kUnderExposurePrevention, MeasureId::kOverExposurePrevention, MeasureId::kColourPicture}) {
+      list->NotAssessed(id, "the face is not in the picture");
+    }
+    return;
+  }
   MeasureLuminance(all, list);
   MeasureExposure(all, list);
   std::vector<double> spread;

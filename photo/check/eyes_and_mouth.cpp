@@ -25,6 +25,8 @@ constexpr EyePoints kEyes[2] = {{{{160, 144}, {159, 145}, {158, 153}},
                                  {362, 398, 384, 385, 386, 387, 388, 466, 263, 249, 390, 373, 374, 380, 381, 382}}};
 constexpr int kLipPairs[3][2] = {{81, 178}, {13, 14}, {311, 402}};
 
+constexpr char kEyesOutside[] = "the eyes are not both in the picture";
+
 // An iris of fewer pixels of the photograph holds nothing that can be looked at.
 constexpr double kLeastIrisRadius = 1.5;
 
@@ -115,10 +117,20 @@ double Larger(double a, double b) {
 
 void MeasureOpenings(const FaceView& view, MeasureList* list) {
   const FaceMesh& mesh = view.aligned.mesh;
-  const char* const open = "the eyes look closed: open them wide and look into the camera";
-  const double lids = std::min(LargestGap(mesh, kEyes[0].lids), LargestGap(mesh, kEyes[1].lids));
-  list->Judge(MeasureId::kEyesOpen, lids / view.aligned.eyesToChin, open);
-  list->Judge(MeasureId::kEyeOpenness, LesserOpenness(mesh), open);
+  if (!ArePointsInside(view, {33, 133, 362, 263})) {
+    for (const MeasureId id : {MeasureId::kEyesOpen, MeasureId::kEyeOpenness}) list->NotAssessed(id, kEyesOutside);
+  } else {
+    const char* const open = "the eyes look closed: open them wide and look into the camera";
+    const double lids = std::min(LargestGap(mesh, kEyes[0].lids), LargestGap(mesh, kEyes[1].lids));
+    list->Judge(MeasureId::kEyesOpen, lids / view.aligned.eyesToChin, open);
+    list->Judge(MeasureId::kEyeOpenness, LesserOpenness(mesh), open);
+  }
+  if (!ArePointsInside(view, {61, 291, 13, 17})) {
+    for (const MeasureId id : {MeasureId::kMouthClosed, MeasureId::kLipGap}) {
+      list->NotAssessed(id, "the mouth is not in the picture");
+    }
+    return;
+  }
   list->Judge(MeasureId::kMouthClosed, LargestGap(mesh, kLipPairs) / view.aligned.eyesToChin);
   list->Judge(MeasureId::kLipGap, Distance(mesh[13], mesh[14]) / Distance(mesh[14], mesh[17]), "close your mouth");
 }
@@ -152,7 +164,9 @@ void MeasureEyesAndMouth(const FaceView& view, MeasureList* list) {
   list->Judge(MeasureId::kGlassesGlare, Larger(Glare(view.aligned, eyes[0]), Glare(view.aligned, eyes[1])),
               "bright reflections around the eyes: turn the light or take off the glasses");
   const bool tooSmall = !(eyes[0].irisRadius >= kLeastIrisRadius * view.aligned.toAligned);
+  const bool outside = !ArePointsInside(view, {33, 133, 362, 263});
   const std::string reason = !view.mesh.hasDepth       ? "the face engine tells no irises"
+                             : outside                 ? kEyesOutside
                              : !EyesAreOpen(view.mesh) ? "the eyes look closed"
                              : tooSmall                ? "the eyes are too small in this photograph"
                                                        : "";

@@ -3,6 +3,7 @@
 #define QX_PHOTO_CHECK_FACE_VIEW_H
 
 #include <array>
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -38,6 +39,8 @@ void MeasureCompression(const Image& photograph, const std::vector<ProbedFace>& 
 
 // Whether both eyes are open enough for what is inside of the lids to be looked at.
 bool EyesAreOpen(const FaceMesh& mesh);
+// Whether the photograph shows them: beyond its edges the mesh goes on as it likes.
+bool ArePointsInside(const FaceView& view, std::initializer_list<int> points);
 
 // ---- Samples of the aligned face ----
 

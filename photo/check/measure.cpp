@@ -17,6 +17,7 @@ constexpr char kPitchSource[] = "our own: 5 degrees as others quote ISO/IEC 1979
 constexpr char kEyeSource[] = "a secondary source";
 constexpr char kLipSource[] = "our own, after ISO/IEC 39794-5 as remembered";
 constexpr char kZoneSource[] = "our own, after ISO/IEC 39794-5 as remembered and measured photographs";
+constexpr char kCut[] = "our own: what is less cuts the head; the document's own sizes ask for more";
 constexpr char kNone[] = "";
 // Why there is no verdict.
 constexpr char kNoNetwork[] = "no network that judges this is free to use";
@@ -50,8 +51,8 @@ constexpr MeasureRow kRows[] = {
     {MeasureId::kHeadSize, "HeadSize", "", -kFree, kFree, 0, kNone, kNoScore, kFraming},
     {MeasureId::kLeftwardCrop, "LeftwardCropOfTheFaceImage", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
     {MeasureId::kRightwardCrop, "RightwardCropOfTheFaceImage", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
-    {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.4, 0.1}, kFraming},
-    {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.8, 0.1}, kFraming},
+    {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "", 0.7, kFree, 0, kCut, {100, 0, 1, 1.4, 0.1}, kUnmeasured},
+    {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "", 1, kFree, 0, kCut, {100, 0, 1, 1.8, 0.1}, kUnmeasured},
     {MeasureId::kHeadPoseYaw, "HeadPoseYaw", "degrees", -5, 5, 3, kPoseSource, kNoScore, kUnmeasured},
     {MeasureId::kHeadPosePitch, "HeadPosePitch", "degrees", -1.5, 8.5, 5, kPitchSource, kNoScore, kUnmeasured},
     {MeasureId::kHeadPoseRoll, "HeadPoseRoll", "degrees", -8, 8, 1, kPoseSource, kNoScore, kUnmeasured},

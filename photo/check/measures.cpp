@@ -38,6 +38,21 @@ void TurnedAway(const std::optional<HeadPose>& pose, MeasureList* list) {
   yaw.reason = "turned away: face the camera, with nothing before the face";
 }
 
+// What one measure tells of what others are worth.
+void WeighTogether(MeasureList* list) {
+  // Half shut eyes lie in the shade of their lids however bright the day is. A face in too little light is never that
+  // bright, whatever its colour; that a face is darker says nothing.
+  constexpr double kBrightFace = 0.15;
+  const auto& mean = (*list)[MeasureId::kLuminanceMean].value;
+  if ((*list)[MeasureId::kEyeWhite].state == MeasureState::kFailed && mean && *mean >= kBrightFace) {
+    list->Remark(MeasureId::kEyeWhite, "the eyes lie in the shade: more light from the front is better");
+  }
+  if ((*list)[MeasureId::kColourPicture].state != MeasureState::kFailed) return;
+  for (const MeasureId id : {MeasureId::kNaturalColour, MeasureId::kRedEyes, MeasureId::kFaceCovered}) {
+    if ((*list)[id].value) list->NotAssessed(id, "the photograph has no colour");
+  }
+}
+
 void MeasurePoints(const Image& photograph, const std::vector<ProbedFace>& faces, const Mask* person,
                    const MeasureOptions& options, MeasureList* list) {
   const ProbedFace& face = faces[0];
@@ -56,6 +71,7 @@ void MeasurePoints(const Image& photograph, const std::vector<ProbedFace>& faces
   MeasureSharpness(view, list);
   MeasureBackground(view, list);
   MeasureGeometry(view, list);
+  WeighTogether(list);
 }
 
 }  // namespace
