@@ -73,7 +73,7 @@ std::vector<Defect> CameraDefects() {
         [s = sigma](const Portrait& p) { return Blurred(p, s); });
   }
   for (const auto& [length, expected] :
-       {std::pair(3, Expected::kPass), {9, Expected::kUnseen}, {18, Expected::kUnseen}}) {
+       {std::pair(3, Expected::kPass), {9, Expected::kReport}, {18, Expected::kReport}}) {
     add("moved while taken", cv::format("%d of 113", length), MeasureId::kSharpness, expected,
         [l = length](const Portrait& p) { return Moved(p, l); });
   }

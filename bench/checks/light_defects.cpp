@@ -52,10 +52,12 @@ Image Grey(const Portrait& portrait) {
 
 std::vector<Defect> LightDefects() {
   std::vector<Defect> defects;
-  for (const auto& [stops, expected] :
-       {std::pair(1, Expected::kPass), {2, Expected::kEither}, {3, Expected::kReport}, {4, Expected::kReport}}) {
+  for (const auto& [stops, expected] : {std::pair(0.5, Expected::kPass),
+                                        {1.0, Expected::kEither},
+                                        {2.0, Expected::kEither},
+                                        {3.0, Expected::kReport}}) {
     defects.push_back({"too dark",
-                       cv::format("-%d stops", stops),
+                       cv::format("-%.1f stops", stops),
                        {MeasureId::kEyeWhite, MeasureId::kUnderExposurePrevention},
                        expected,
                        [s = stops](const Portrait& p) { return Exposed(p, -s); }});

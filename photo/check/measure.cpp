@@ -139,6 +139,11 @@ void MeasureList::NotAssessed(MeasureId id, const std::string& reason) {
   (*this)[id].reason = reason;
 }
 
+void MeasureList::Fail(MeasureId id, const std::string& reason) {
+  (*this)[id].state = MeasureState::kFailed;
+  (*this)[id].reason = reason;
+}
+
 void MeasureList::Remark(MeasureId id, const std::string& reason) {
   (*this)[id].state = MeasureState::kRemark;
   (*this)[id].reason = reason;

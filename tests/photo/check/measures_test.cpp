@@ -87,6 +87,7 @@ TEST(Measures, SkinAndOtherColours) {
     return MeasureFace(FlatPicture(blue, green, red), FlatFace().Faces(), nullptr);
   };
   Expect(Of(colour(100, 140, 200), "NaturalColour"), 0, 100, kPassed);         // a* 20.2, b* 30.9
+  Expect(Of(colour(70, 110, 200), "NaturalColour"), 9.596, 55, kRemark, 0.01);  // a* 33.97, b* 38.40
   Expect(Of(colour(60, 120, 255), "NaturalColour"), 33.14, 7, kFailed, 0.01);  // a* 49.99, b* 56.77
   Expect(Of(colour(200, 120, 80), "NaturalColour"), 100, 0, kFailed);          // b* below 0
   Expect(Of(colour(100, 140, 200), "ColourPicture"), 100, std::nullopt, kPassed);
@@ -120,6 +121,21 @@ TEST(Measures, SharpnessIsDetailByScaleNotByContrast) {
     }
     Expect(MeasureOne(picture, FlatFace(), "Sharpness"), 0.4312, std::nullopt, kFailed, 0.004);
   }
+}
+
+TEST(Measures, DetailInOneDirectionIsMotion) {
+  // Down the picture waves of 8 pixels, aside of 32: 0.735, 0.291, 0.007 and 0.981, 0.926, 0.735 are left of them.
+  Image picture = FlatPicture(0, 0, 0);
+  for (int y = 0; y < kFlatSide; ++y) {
+    for (int x = 0; x < kFlatSide; ++x) {
+      const double turns = 2 * 3.14159265358979;
+      const double waves = 128 + 40 * std::sin(y * turns / 8) + 40 * std::sin(x * turns / 32);
+      std::fill_n(picture.At(x, y), 3, static_cast<uint8_t>(std::lround(waves)));
+    }
+  }
+  const Measure moved = MeasureOne(picture, FlatFace(), "Sharpness");
+  Expect(moved, 1.304, std::nullopt, kFailed, 0.01);
+  EXPECT_NE(std::string::npos, moved.reason.find("one direction"));
 }
 
 TEST(Measures, BlocksOfJpeg) {
