@@ -68,14 +68,26 @@ cv::Mat1f Cover(const Image& picture, const Line& polygon, double softness) {
   return cover;
 }
 
+namespace {
+
+void Mix(uint8_t* pixel, double share, double value) {
+  *pixel = static_cast<uint8_t>(std::lround(*pixel + share * (value - *pixel)));
+}
+
+}  // namespace
+
 void Lay(Image* picture, const cv::Mat1f& cover, const Colour& colour, double opacity) {
   for (int y = 0; y < picture->height; ++y) {
     for (int x = 0; x < picture->width; ++x) {
-      const double share = opacity * cover(y, x);
-      uint8_t* pixel = picture->At(x, y);
-      for (size_t c = 0; c < 3; ++c) {
-        pixel[c] = static_cast<uint8_t>(std::lround(pixel[c] + share * (colour[c] - pixel[c])));
-      }
+      for (size_t c = 0; c < 3; ++c) Mix(picture->At(x, y) + c, opacity * cover(y, x), colour[c]);
+    }
+  }
+}
+
+void LayPicture(Image* picture, const cv::Mat1f& cover, const Image& over) {
+  for (int y = 0; y < picture->height; ++y) {
+    for (int x = 0; x < picture->width; ++x) {
+      for (size_t c = 0; c < 3; ++c) Mix(picture->At(x, y) + c, cover(y, x), over.At(x, y)[c]);
     }
   }
 }

@@ -40,6 +40,8 @@ photo::Image Warp(const photo::Image& picture, const std::function<photo::PlaceP
 cv::Mat1f Cover(const photo::Image& picture, const Line& polygon, double softness);
 // Lays a colour over the picture.
 void Lay(photo::Image* picture, const cv::Mat1f& cover, const Colour& colour, double opacity = 1);
+// Lays another picture of the same size over it.
+void LayPicture(photo::Image* picture, const cv::Mat1f& cover, const photo::Image& over);
 
 Line Ellipse(photo::PlacePoint centre, double aside, double above, double turn = 0);
 

@@ -5,6 +5,7 @@
 #include "bench/checks/brush.h"
 #include "bench/checks/defects.h"
 #include "photo/check/aligned_face.h"
+#include "photo/check/colour.h"
 
 namespace qx::bench::checks {
 namespace {
@@ -160,8 +161,26 @@ Image Mask(const Portrait& portrait, const Colour& colour) {
                       379, 378, 400, 377, 152, 148, 176, 149, 150, 136, 172, 58,  215, 132}) {
     outline.push_back(portrait.mesh[i]);
   }
+  // Cloth takes the large shapes of the face below.
+  cv::Mat1f shape(portrait.picture.height, portrait.picture.width);
+  for (int y = 0; y < shape.rows; ++y) {
+    for (int x = 0; x < shape.cols; ++x) shape(y, x) = static_cast<float>(photo::Luma(portrait.picture.At(x, y)));
+  }
+  cv::GaussianBlur(shape, shape, {}, 0.08 * portrait.eyeDistance);
+  const PlacePoint cheek = portrait.mesh[205];
+  const float middle = shape(std::clamp(static_cast<int>(cheek.y), 0, shape.rows - 1),
+                             std::clamp(static_cast<int>(cheek.x), 0, shape.cols - 1));
+  Image cloth = portrait.picture;
+  for (int y = 0; y < shape.rows; ++y) {
+    for (int x = 0; x < shape.cols; ++x) {
+      const double shade = std::clamp(0.3 + 0.7 * shape(y, x) / std::max(1.0F, middle), 0.4, 1.3);
+      for (size_t c = 0; c < 3; ++c) {
+        cloth.At(x, y)[c] = static_cast<uint8_t>(std::lround(std::min(255.0, colour[c] * shade)));
+      }
+    }
+  }
   Image picture = portrait.picture;
-  Lay(&picture, Cover(picture, outline, 0.01 * portrait.eyeDistance), colour);
+  LayPicture(&picture, Cover(picture, outline, 0.01 * portrait.eyeDistance), cloth);
   return picture;
 }
 

@@ -17,15 +17,16 @@ namespace qx::bench::checks {
 namespace {
 
 constexpr char kUsage[] =
-    "usage: qx_check_bench [--markdown] [--each] [--only TEXT] [--faces N] [--write DIR] PHOTOGRAPH...\n"
+    "usage: qx_check_bench [--markdown] [--each] [--only TEXT] [--faces N] [--write DIR] [--times] PHOTOGRAPH...\n"
     "  --markdown  a table in Markdown\n"
     "  --each      what each portrait's own measures said before and after\n"
     "  --only      defects whose names hold that text\n"
     "  --faces     of a photograph, the largest first; 1 unless told\n"
-    "  --write     a PNG per portrait and defect\n";
+    "  --write     a PNG per portrait and defect\n"
+    "  --times     what the measures of a face cost beside detection and landmarks, and nothing else\n";
 
 struct Options {
-  bool markdown = false, each = false;
+  bool markdown = false, each = false, times = false;
   std::string only, write;
   size_t faces = 1;
   std::vector<std::string> photographs;
@@ -38,6 +39,8 @@ bool Parse(int argc, char** argv, Options* options) {
       options->markdown = true;
     } else if (name == "--each") {
       options->each = true;
+    } else if (name == "--times") {
+      options->times = true;
     } else if (name.rfind("--", 0) != 0) {
       options->photographs.push_back(name);
     } else if (i + 1 == argc) {
@@ -65,6 +68,18 @@ void Write(const std::string& folder, const std::string& name, const photo::Imag
   std::ofstream out(folder + "/" + file + ".png", std::ios::binary);
   out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   if (!out) throw std::runtime_error(folder + "/" + file + ".png cannot be written");
+}
+
+void PrintTimes(const Options& options) {
+  Examiner examiner;
+  std::printf("%-24s %12s %12s %8s\n", "", "find, ms", "measures, ms", "ratio");
+  for (const std::string& file : options.photographs) {
+    for (const Portrait& portrait : examiner.Portraits(file, options.faces)) {
+      const Examiner::Times times = examiner.Time(portrait);
+      std::printf("%-24s %12.1f %12.1f %8.2f\n", portrait.name.c_str(), times.find, times.measure,
+                  times.measure / times.find);
+    }
+  }
 }
 
 void Run(const Options& options) {
@@ -107,7 +122,7 @@ int main(int argc, char** argv) {
   cv::setNumThreads(1);
   const qx::codec::ImageLibrary library;
   try {
-    Run(options);
+    options.times ? PrintTimes(options) : Run(options);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "qx_check_bench: %s\n", error.what());
     return 1;

@@ -148,7 +148,8 @@ std::vector<Defect> SurroundingsDefects() {
                        expected,
                        [r = room](const Portrait& p) { return CutOnTheLeft(p, r); }});
   }
-  for (const auto& [down, expected] : {std::pair(1.4, Expected::kUnseen), {0.8, Expected::kUnseen}}) {
+  for (const auto& [down, expected] :
+       {std::pair(2.2, Expected::kPass), {1.4, Expected::kReport}, {0.8, Expected::kReport}}) {
     defects.push_back({"face cut below",
                        cv::format("%.1f eye distances below the eyes", down),
                        {MeasureId::kMarginBelow},

@@ -72,7 +72,7 @@ constexpr MeasureRow kRows[] = {
     {MeasureId::kBackgroundShadow, "BackgroundShadow", "L*", -kFree, 9, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kBackgroundColour, "BackgroundColour", "dE", -kFree, 10, 0, kOurs, kNoScore, "the document asks for no certain colour"},
     {MeasureId::kBackgroundLightness, "BackgroundLightness", "L*", 75, kFree, 3, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kFaceCovered, "FaceCovered", "dE", -kFree, 18, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kFaceCovered, "FaceCovered", "dE", -kFree, 14, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kForeheadCovered, "ForeheadCovered", "", 0.75, kFree, 0, kOurs, kNoScore, kUnmeasured},
 };
 // clang-format on
