@@ -4,8 +4,10 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "photo/check/colour.h"
 #include "photo/check/face_view.h"
 
 namespace qx::photo {
@@ -71,15 +73,48 @@ Eye LookAt(const AlignedFace& face, size_t number) {
   return eye;
 }
 
+template <typename Use>
+void ForEachWhite(const Eye& eye, Use use) {
+  constexpr double kBeyondIris = 1.1;
+  ForEachPixel(eye.box, eye.lids, [&](int32_t x, int32_t y) {
+    if (Distance({1.0 * x, 1.0 * y}, eye.iris) > kBeyondIris * eye.irisRadius) use(x, y);
+  });
+}
+
 // 80th percentile of the white's luminance, 0 to 1.
 double White(const AlignedFace& face, const Eye& eye) {
-  constexpr double kBeyondIris = 1.1, kShare = 0.8;
+  constexpr double kShare = 0.8;
   std::vector<double> values;
-  ForEachPixel(eye.box, eye.lids, [&](int32_t x, int32_t y) {
-    if (Distance({1.0 * x, 1.0 * y}, eye.iris) <= kBeyondIris * eye.irisRadius) return;
+  ForEachWhite(eye, [&](int32_t x, int32_t y) {
     values.push_back(face.luminance[face.inside.First(y) + static_cast<size_t>(x)] / 255.0);
   });
   return Percentile(std::move(values), kShare);
+}
+
+// Mean colour of the brightest third of the white. Nothing where none is seen.
+std::optional<Lab> WhiteColour(const AlignedFace& face, const Eye& eye) {
+  std::vector<std::pair<uint8_t, Lab>> whites;
+  ForEachWhite(eye, [&](int32_t x, int32_t y) {
+    whites.emplace_back(face.luminance[face.inside.First(y) + static_cast<size_t>(x)], ToLab(face.picture.At(x, y)));
+  });
+  const size_t third = whites.size() / 3;
+  if (third == 0) return std::nullopt;
+  std::stable_sort(whites.begin(), whites.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+  Lab sum;
+  for (size_t i = 0; i < third; ++i) sum.a += whites[i].second.a, sum.b += whites[i].second.b;
+  const auto count = static_cast<double>(third);
+  return Lab{0, sum.a / count, sum.b / count};
+}
+
+// Skin may be of many colours, so that coloured light leaves it natural; the white of an eye is hardly ever greenish,
+// bluish or yellow.
+void RemarkCast(const AlignedFace& face, const Eye& eye, MeasureList* list) {
+  constexpr double kGreen = -4, kBlue = -5, kYellow = 24;  // of others: a* from -2.5, b* from -4 to 20
+  const std::optional<Lab> white = WhiteColour(face, eye);
+  if (!white || (*list)[MeasureId::kNaturalColour].state != MeasureState::kPassed) return;
+  if (white->a >= kGreen && white->b >= kBlue && white->b <= kYellow) return;
+  list->Remark(MeasureId::kNaturalColour,
+               "the whites of the eyes have a cast of colour: use daylight or set the white balance");
 }
 
 // Share of the pupil's disc that is redder than the cheeks.
@@ -137,7 +172,9 @@ void MeasureOpenings(const FaceView& view, MeasureList* list) {
 
 // What only shows between open lids.
 void MeasureInside(const AlignedFace& face, const std::array<Eye, 2>& eyes, MeasureList* list) {
-  const double white = Larger(White(face, eyes[0]), White(face, eyes[1]));
+  const std::array<double, 2> whites = {White(face, eyes[0]), White(face, eyes[1])};
+  const double white = Larger(whites[0], whites[1]);
+  RemarkCast(face, white == whites[0] ? eyes[0] : eyes[1], list);
   list->Judge(MeasureId::kEyeWhite, white, "too dark: use more light from the front, or a longer exposure");
   const Measure& glasses = list->Judge(MeasureId::kDarkGlasses, white, "the eyes are not seen: take off dark glasses");
   if (glasses.state == MeasureState::kPassed) {

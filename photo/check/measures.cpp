@@ -42,7 +42,7 @@ void TurnedAway(const std::optional<HeadPose>& pose, MeasureList* list) {
 void WeighTogether(MeasureList* list) {
   // Half shut eyes lie in the shade of their lids however bright the day is. A face in too little light is never that
   // bright, whatever its colour; that a face is darker says nothing.
-  constexpr double kBrightFace = 0.15;
+  constexpr double kBrightFace = 0.125;
   const auto& mean = (*list)[MeasureId::kLuminanceMean].value;
   if ((*list)[MeasureId::kEyeWhite].state == MeasureState::kFailed && mean && *mean >= kBrightFace) {
     list->Remark(MeasureId::kEyeWhite, "the eyes lie in the shade: more light from the front is better");
@@ -66,8 +66,8 @@ void MeasurePoints(const Image& photograph, const std::vector<ProbedFace>& faces
   if (!aligned) return NoPoints("the face is too small", list);
   const FaceView view{photograph, faces, *face.mesh, options, std::move(*aligned), pose};
   MeasurePoseAndGaze(view, list);
-  MeasureEyesAndMouth(view, list);
   MeasureExposureAndColour(view, list);
+  MeasureEyesAndMouth(view, list);  // looks at the skin's colour too
   MeasureSharpness(view, list);
   MeasureBackground(view, list);
   MeasureGeometry(view, list);
