@@ -81,7 +81,14 @@ void MeasureExposure(const Histogram& all, MeasureList* list) {
 
 void MeasureHull(const AlignedFace& face, MeasureList* list) {
   Histogram all = Count(face, kAllAligned);
-  if (!Normalise(&all)) return;
+  if (!Normalise(&all)) {
+    for (const MeasureId id :
+         {MeasureId::kLuminanceMean, MeasureId::kLuminanceVariance, MeasureId::kDynamicRange,
+          MeasureId::kUnderExposurePrevention, MeasureId::kOverExposurePrevention, MeasureId::kColourPicture}) {
+      list->NotAssessed(id, "the face is not in the picture");
+    }
+    return;
+  }
   MeasureLuminance(all, list);
   MeasureExposure(all, list);
   ByteCounts spread;
@@ -121,8 +128,10 @@ void MeasureNaturalColour(const AlignedFace& face, const std::array<PixelBox, 2>
   const double a = std::max({0.0, 5 - lab.a, lab.a - 25}), b = std::max({0.0, 5 - lab.b, lab.b - 35});
   constexpr double kCold = 100;  // for what no skin is
   const double distance = grey ? 0 : lab.a < 0 || lab.b < 0 ? kCold : std::sqrt(a * a + b * b);
-  list->Judge(MeasureId::kNaturalColour, distance,
-              "the skin has a cast of colour: use daylight or set the white balance");
+  const char* const advice = "the skin has a cast of colour: use daylight or set the white balance";
+  const Measure& measure = list->Judge(MeasureId::kNaturalColour, distance, advice);
+  constexpr double kUsual = 4;  // of a flushed face and of newborns it is more, of others hardly ever
+  if (measure.state == MeasureState::kPassed && distance > kUsual) list->Remark(MeasureId::kNaturalColour, advice);
 }
 
 double LumaOf(const std::array<double, 3>& bgr) {

@@ -4,8 +4,10 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "photo/check/colour.h"
 #include "photo/check/face_view.h"
 
 namespace qx::photo {
@@ -24,6 +26,8 @@ constexpr EyePoints kEyes[2] = {{{{160, 144}, {159, 145}, {158, 153}},
                                  {362, 263},
                                  {362, 398, 384, 385, 386, 387, 388, 466, 263, 249, 390, 373, 374, 380, 381, 382}}};
 constexpr int kLipPairs[3][2] = {{81, 178}, {13, 14}, {311, 402}};
+
+constexpr char kEyesOutside[] = "the eyes are not both in the picture";
 
 // An iris of fewer pixels of the photograph holds nothing that can be looked at.
 constexpr double kLeastIrisRadius = 1.5;
@@ -69,15 +73,48 @@ Eye LookAt(const AlignedFace& face, size_t number) {
   return eye;
 }
 
+template <typename Use>
+void ForEachWhite(const Eye& eye, Use use) {
+  constexpr double kBeyondIris = 1.1;
+  ForEachPixel(eye.box, eye.lids, [&](int32_t x, int32_t y) {
+    if (Distance({1.0 * x, 1.0 * y}, eye.iris) > kBeyondIris * eye.irisRadius) use(x, y);
+  });
+}
+
 // 80th percentile of the white's luminance, 0 to 1.
 double White(const AlignedFace& face, const Eye& eye) {
-  constexpr double kBeyondIris = 1.1, kShare = 0.8;
+  constexpr double kShare = 0.8;
   std::vector<double> values;
-  ForEachPixel(eye.box, eye.lids, [&](int32_t x, int32_t y) {
-    if (Distance({1.0 * x, 1.0 * y}, eye.iris) <= kBeyondIris * eye.irisRadius) return;
+  ForEachWhite(eye, [&](int32_t x, int32_t y) {
     values.push_back(face.luminance[face.inside.First(y) + static_cast<size_t>(x)] / 255.0);
   });
   return Percentile(std::move(values), kShare);
+}
+
+// Mean colour of the brightest third of the white. Nothing where none is seen.
+std::optional<Lab> WhiteColour(const AlignedFace& face, const Eye& eye) {
+  std::vector<std::pair<uint8_t, Lab>> whites;
+  ForEachWhite(eye, [&](int32_t x, int32_t y) {
+    whites.emplace_back(face.luminance[face.inside.First(y) + static_cast<size_t>(x)], ToLab(face.picture.At(x, y)));
+  });
+  const size_t third = whites.size() / 3;
+  if (third == 0) return std::nullopt;
+  std::stable_sort(whites.begin(), whites.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+  Lab sum;
+  for (size_t i = 0; i < third; ++i) sum.a += whites[i].second.a, sum.b += whites[i].second.b;
+  const auto count = static_cast<double>(third);
+  return Lab{0, sum.a / count, sum.b / count};
+}
+
+// Skin may be of many colours, so that coloured light leaves it natural; the white of an eye is hardly ever greenish,
+// bluish or yellow.
+void RemarkCast(const AlignedFace& face, const Eye& eye, MeasureList* list) {
+  constexpr double kGreen = -4, kBlue = -5, kYellow = 24;  // of others: a* from -2.5, b* from -4 to 20
+  const std::optional<Lab> white = WhiteColour(face, eye);
+  if (!white || (*list)[MeasureId::kNaturalColour].state != MeasureState::kPassed) return;
+  if (white->a >= kGreen && white->b >= kBlue && white->b <= kYellow) return;
+  list->Remark(MeasureId::kNaturalColour,
+               "the whites of the eyes have a cast of colour: use daylight or set the white balance");
 }
 
 // Share of the pupil's disc that is redder than the cheeks.
@@ -115,17 +152,29 @@ double Larger(double a, double b) {
 
 void MeasureOpenings(const FaceView& view, MeasureList* list) {
   const FaceMesh& mesh = view.aligned.mesh;
-  const char* const open = "the eyes look closed: open them wide and look into the camera";
-  const double lids = std::min(LargestGap(mesh, kEyes[0].lids), LargestGap(mesh, kEyes[1].lids));
-  list->Judge(MeasureId::kEyesOpen, lids / view.aligned.eyesToChin, open);
-  list->Judge(MeasureId::kEyeOpenness, LesserOpenness(mesh), open);
+  if (!ArePointsInside(view, {33, 133, 362, 263})) {
+    for (const MeasureId id : {MeasureId::kEyesOpen, MeasureId::kEyeOpenness}) list->NotAssessed(id, kEyesOutside);
+  } else {
+    const char* const open = "the eyes look closed: open them wide and look into the camera";
+    const double lids = std::min(LargestGap(mesh, kEyes[0].lids), LargestGap(mesh, kEyes[1].lids));
+    list->Judge(MeasureId::kEyesOpen, lids / view.aligned.eyesToChin, open);
+    list->Judge(MeasureId::kEyeOpenness, LesserOpenness(mesh), open);
+  }
+  if (!ArePointsInside(view, {61, 291, 13, 17})) {
+    for (const MeasureId id : {MeasureId::kMouthClosed, MeasureId::kLipGap}) {
+      list->NotAssessed(id, "the mouth is not in the picture");
+    }
+    return;
+  }
   list->Judge(MeasureId::kMouthClosed, LargestGap(mesh, kLipPairs) / view.aligned.eyesToChin);
   list->Judge(MeasureId::kLipGap, Distance(mesh[13], mesh[14]) / Distance(mesh[14], mesh[17]), "close your mouth");
 }
 
 // What only shows between open lids.
 void MeasureInside(const AlignedFace& face, const std::array<Eye, 2>& eyes, MeasureList* list) {
-  const double white = Larger(White(face, eyes[0]), White(face, eyes[1]));
+  const std::array<double, 2> whites = {White(face, eyes[0]), White(face, eyes[1])};
+  const double white = Larger(whites[0], whites[1]);
+  RemarkCast(face, white == whites[0] ? eyes[0] : eyes[1], list);
   list->Judge(MeasureId::kEyeWhite, white, "too dark: use more light from the front, or a longer exposure");
   const Measure& glasses = list->Judge(MeasureId::kDarkGlasses, white, "the eyes are not seen: take off dark glasses");
   if (glasses.state == MeasureState::kPassed) {
@@ -152,7 +201,9 @@ void MeasureEyesAndMouth(const FaceView& view, MeasureList* list) {
   list->Judge(MeasureId::kGlassesGlare, Larger(Glare(view.aligned, eyes[0]), Glare(view.aligned, eyes[1])),
               "bright reflections around the eyes: turn the light or take off the glasses");
   const bool tooSmall = !(eyes[0].irisRadius >= kLeastIrisRadius * view.aligned.toAligned);
+  const bool outside = !ArePointsInside(view, {33, 133, 362, 263});
   const std::string reason = !view.mesh.hasDepth       ? "the face engine tells no irises"
+                             : outside                 ? kEyesOutside
                              : !EyesAreOpen(view.mesh) ? "the eyes look closed"
                              : tooSmall                ? "the eyes are too small in this photograph"
                                                        : "";

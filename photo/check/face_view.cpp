@@ -33,10 +33,18 @@ double ByteCounts::Percentile(double share) const {
 }
 
 PixelBox SquareAround(PlacePoint centre, double side) {
+  // Places are whole numbers in the middle of a pixel, half a pixel from its edge.
   const auto clip = [](double v) {
-    return static_cast<int32_t>(std::clamp(std::floor(v + 0.5), 0.0, 1.0 * kAlignedSide));
+    return static_cast<int32_t>(std::clamp(std::floor(v + 1), 0.0, 1.0 * kAlignedSide));
   };
   return {clip(centre.x - side / 2), clip(centre.y - side / 2), clip(centre.x + side / 2), clip(centre.y + side / 2)};
+}
+
+bool ArePointsInside(const FaceView& view, std::initializer_list<int> points) {
+  return std::all_of(points.begin(), points.end(), [&view](int index) {
+    const PlacePoint p = view.mesh[index];
+    return p.x >= 0 && p.y >= 0 && p.x <= view.aligned.width && p.y <= view.aligned.height;
+  });
 }
 
 std::optional<std::array<double, 3>> MedianColour(const AlignedFace& face, const std::vector<PixelBox>& boxes,

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -46,6 +47,8 @@ void MeasureCompression(const Image& photograph, const std::vector<ProbedFace>& 
 
 // Whether both eyes are open enough for what is inside of the lids to be looked at.
 bool EyesAreOpen(const FaceMesh& mesh);
+// Whether the photograph shows them: beyond its edges the mesh goes on as it likes.
+bool ArePointsInside(const FaceView& view, std::initializer_list<int> points);
 
 // ---- Samples of the aligned face ----
 

@@ -17,6 +17,7 @@ constexpr char kPitchSource[] = "our own: 5 degrees as others quote ISO/IEC 1979
 constexpr char kEyeSource[] = "a secondary source";
 constexpr char kLipSource[] = "our own, after ISO/IEC 39794-5 as remembered";
 constexpr char kZoneSource[] = "our own, after ISO/IEC 39794-5 as remembered and measured photographs";
+constexpr char kCut[] = "our own: what is less cuts the head; the document's own sizes ask for more";
 constexpr char kNone[] = "";
 // Why there is no verdict.
 constexpr char kNoNetwork[] = "no network that judges this is free to use";
@@ -50,8 +51,8 @@ constexpr MeasureRow kRows[] = {
     {MeasureId::kHeadSize, "HeadSize", "Size of the head in the picture", "", -kFree, kFree, 0, kNone, kNoScore, kFraming},
     {MeasureId::kLeftwardCrop, "LeftwardCropOfTheFaceImage", "Room on the left", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
     {MeasureId::kRightwardCrop, "RightwardCropOfTheFaceImage", "Room on the right", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
-    {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "Room above the eyes", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.4, 0.1}, kFraming},
-    {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "Room below the eyes", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.8, 0.1}, kFraming},
+    {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "Room above the eyes", "", 0.7, kFree, 0, kCut, {100, 0, 1, 1.4, 0.1}, kUnmeasured},
+    {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "Room below the eyes", "", 1, kFree, 0, kCut, {100, 0, 1, 1.8, 0.1}, kUnmeasured},
     {MeasureId::kHeadPoseYaw, "HeadPoseYaw", "Head turned sideways", "degrees", -5, 5, 3, kPoseSource, kNoScore, kUnmeasured},
     {MeasureId::kHeadPosePitch, "HeadPosePitch", "Head raised or lowered", "degrees", -1.5, 8.5, 5, kPitchSource, kNoScore, kUnmeasured},
     {MeasureId::kHeadPoseRoll, "HeadPoseRoll", "Head leaning", "degrees", -8, 8, 1, kPoseSource, kNoScore, kUnmeasured},
@@ -71,7 +72,7 @@ constexpr MeasureRow kRows[] = {
     {MeasureId::kBackgroundShadow, "BackgroundShadow", "No shadow on the background", "L*", -kFree, 9, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kBackgroundColour, "BackgroundColour", "Colour of the background", "dE", -kFree, 10, 0, kOurs, kNoScore, "the document asks for no certain colour"},
     {MeasureId::kBackgroundLightness, "BackgroundLightness", "Bright background", "L*", 75, kFree, 3, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kFaceCovered, "FaceCovered", "Lower face free", "dE", -kFree, 18, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kFaceCovered, "FaceCovered", "Lower face free", "dE", -kFree, 14, 0, kOurs, kNoScore, kUnmeasured},
     {MeasureId::kForeheadCovered, "ForeheadCovered", "Forehead free", "", 0.75, kFree, 0, kOurs, kNoScore, kUnmeasured},
 };
 // clang-format on
@@ -136,6 +137,11 @@ Measure& MeasureList::Judge(MeasureId id, double value, const std::string& advic
 
 void MeasureList::NotAssessed(MeasureId id, const std::string& reason) {
   (*this)[id].state = MeasureState::kNotAssessed;
+  (*this)[id].reason = reason;
+}
+
+void MeasureList::Fail(MeasureId id, const std::string& reason) {
+  (*this)[id].state = MeasureState::kFailed;
   (*this)[id].reason = reason;
 }
 

@@ -117,6 +117,7 @@ class MeasureList {
   Measure& Judge(MeasureId id, double value, const std::string& advice = {});
   void NotAssessed(MeasureId id, const std::string& reason);
   void Remark(MeasureId id, const std::string& reason);
+  void Fail(MeasureId id, const std::string& reason);  // for what the value alone does not show
 
   std::vector<Measure> All() const { return {measures_.begin(), measures_.end()}; }
 

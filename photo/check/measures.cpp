@@ -38,6 +38,21 @@ void TurnedAway(const std::optional<HeadPose>& pose, MeasureList* list) {
   yaw.reason = "turned away: face the camera, with nothing before the face";
 }
 
+// What one measure tells of what others are worth.
+void WeighTogether(MeasureList* list) {
+  // Half shut eyes lie in the shade of their lids however bright the day is. A face in too little light is never that
+  // bright, whatever its colour; that a face is darker says nothing.
+  constexpr double kBrightFace = 0.125;
+  const auto& mean = (*list)[MeasureId::kLuminanceMean].value;
+  if ((*list)[MeasureId::kEyeWhite].state == MeasureState::kFailed && mean && *mean >= kBrightFace) {
+    list->Remark(MeasureId::kEyeWhite, "the eyes lie in the shade: more light from the front is better");
+  }
+  if ((*list)[MeasureId::kColourPicture].state != MeasureState::kFailed) return;
+  for (const MeasureId id : {MeasureId::kNaturalColour, MeasureId::kRedEyes, MeasureId::kFaceCovered}) {
+    if ((*list)[id].value) list->NotAssessed(id, "the photograph has no colour");
+  }
+}
+
 }  // namespace
 
 void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFace*()>& align,
@@ -52,6 +67,7 @@ void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFac
   if (!aligned) return NoPoints("the face is too small", list);
   const FaceView view{*face.mesh, options, *aligned, pose};
   for (const Family& family : families) family(view, list);
+  WeighTogether(list);
 }
 
 std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<ProbedFace>& faces, const Mask* person,
@@ -71,7 +87,7 @@ std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<Prob
       MeasureGeometry(view, photograph.width, photograph.height, measures);
     };
     MeasureAligned(faces[0], align, options,
-                   {MeasurePoseAndGaze, MeasureEyesAndMouth, MeasureExposureAndColour, MeasureSharpness,
+                   {MeasurePoseAndGaze, MeasureExposureAndColour, MeasureEyesAndMouth, MeasureSharpness,
                     MeasureBackground, geometry},
                    &list);
   }

@@ -52,7 +52,9 @@ double Gaze(const FaceMesh& mesh, double yaw) {
 
 void MeasureGaze(const FaceView& view, MeasureList* list) {
   constexpr double kMostYaw = 20;
-  if (!EyesAreOpen(view.mesh)) {
+  if (!ArePointsInside(view, {33, 133, 362, 263})) {
+    list->NotAssessed(MeasureId::kGazeSideways, "the eyes are not both in the picture");
+  } else if (!EyesAreOpen(view.mesh)) {
     list->NotAssessed(MeasureId::kGazeSideways, "the eyes look closed");
   } else if (std::abs(view.pose->yaw) > kMostYaw) {
     list->NotAssessed(MeasureId::kGazeSideways, "the head is turned aside");
@@ -62,8 +64,11 @@ void MeasureGaze(const FaceView& view, MeasureList* list) {
 }
 
 // How far the ends of the mouth stand above its middle, in the head's own frame.
-void MeasureSmile(const HeadPose& pose, MeasureList* list) {
-  const auto& m = pose.mouth;
+void MeasureSmile(const FaceView& view, MeasureList* list) {
+  if (!ArePointsInside(view, {61, 291, 0, 17})) {
+    return list->NotAssessed(MeasureId::kExpressionNeutrality, "the mouth is not in the picture");
+  }
+  const auto& m = view.pose->mouth;
   list->Judge(MeasureId::kExpressionNeutrality, (m[0].y + m[1].y) / 2 - (m[2].y + m[3].y) / 2,
               "do not smile: relax your face and close your mouth");
 }
@@ -81,9 +86,11 @@ void MeasurePoseAndGaze(const FaceView& view, MeasureList* list) {
   }
   MeasurePose(*view.pose, list);
   MeasureGaze(view, list);
-  MeasureSmile(*view.pose, list);
+  MeasureSmile(view, list);
   if (!view.options.child) return;
-  for (const MeasureId id : kAll) list->NotAssessed(id, "only shown: small children are exempt");
+  for (const MeasureId id : kAll) {
+    if ((*list)[id].value) list->NotAssessed(id, "only shown: small children are exempt");
+  }
 }
 
 }  // namespace qx::photo

@@ -76,7 +76,7 @@ std::vector<Measure> MeasureSource(const SourceFace& source, const SourceUse& us
   MeasureList list;
   const auto align = [&source] { return source.aligned ? &*source.aligned : nullptr; };
   MeasureAligned(source.face, align, options,
-                 {MeasurePoseAndGaze, MeasureEyesAndMouth, MeasureExposureAndColour, MeasureSharpness}, &list);
+                 {MeasurePoseAndGaze, MeasureExposureAndColour, MeasureEyesAndMouth, MeasureSharpness}, &list);
   if (use.straightened) list.NotAssessed(MeasureId::kHeadPoseRoll, "straightened");
   JudgePixels(use, &list);
   return Pick(list, kOfSource);

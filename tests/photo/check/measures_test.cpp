@@ -45,11 +45,12 @@ TEST(Measures, FlatGrey) {
   Expect(Of(measures, "IlluminationUniformity"), 1, 100, kNotAssessed);
   Expect(Of(measures, "UnderExposurePrevention"), 0, 100, kPassed);
   Expect(Of(measures, "OverExposurePrevention"), 0, 100, kPassed);
-  Expect(Of(measures, "NaturalColour"), 0, 100, kPassed);  // which is why colour has a line of its own
+  Expect(Of(measures, "NaturalColour"), 0, 100, kNotAssessed);  // the standard's formula takes grey for natural
   Expect(Of(measures, "ColourPicture"), 0, std::nullopt, kFailed);
   Expect(Of(measures, "CheekLight"), 1, std::nullopt, kPassed);
   Expect(Of(measures, "FaceLightZones"), 1, std::nullopt, kPassed);
-  Expect(Of(measures, "FaceCovered"), 0, std::nullopt, kPassed);
+  Expect(Of(measures, "FaceCovered"), 0, std::nullopt, kNotAssessed);
+  Expect(Of(measures, "RedEyes"), 0, std::nullopt, kNotAssessed);
   for (const char* id : {"Sharpness", "CompressionArtifacts", "BackgroundUniformity"}) {
     EXPECT_FALSE(Of(measures, id).value) << id;
     EXPECT_EQ(kNotAssessed, Of(measures, id).state) << id;
@@ -85,14 +86,32 @@ TEST(Measures, SkinAndOtherColours) {
   const auto colour = [](uint8_t blue, uint8_t green, uint8_t red) {
     return MeasureFace(FlatPicture(blue, green, red), FlatFace().Faces(), nullptr);
   };
-  Expect(Of(colour(100, 140, 200), "NaturalColour"), 0, 100, kPassed);         // a* 20.2, b* 30.9
-  Expect(Of(colour(60, 120, 255), "NaturalColour"), 33.14, 7, kFailed, 0.01);  // a* 49.99, b* 56.77
-  Expect(Of(colour(200, 120, 80), "NaturalColour"), 100, 0, kFailed);          // b* below 0
+  Expect(Of(colour(130, 150, 200), "NaturalColour"), 0, 100, kPassed);          // a* 17.4, b* 18.3
+  Expect(Of(colour(70, 110, 200), "NaturalColour"), 9.596, 55, kRemark, 0.01);  // a* 33.97, b* 38.40
+  Expect(Of(colour(60, 120, 255), "NaturalColour"), 33.14, 7, kFailed, 0.01);   // a* 49.99, b* 56.77
+  Expect(Of(colour(200, 120, 80), "NaturalColour"), 100, 0, kFailed);           // b* below 0
   Expect(Of(colour(100, 140, 200), "ColourPicture"), 100, std::nullopt, kPassed);
   // A blue cloth below the nose on skin: a* 20.2, b* 30.9 against 4.7, -46.7.
   Image picture = FlatPicture(100, 140, 200);
   Paint(&picture, 200, 120, 80, [](int, int y) { return y > 320; });
   Expect(MeasureOne(picture, FlatFace(), "FaceCovered"), std::hypot(15.44, 77.62), std::nullopt, kRemark, 0.05);
+}
+
+TEST(Measures, WhitesTellTheLight) {
+  // Skin of a* 20.2 and b* 30.9 is natural; its eyes decide what light it stands in.
+  const auto isEye = [](int x, int y) { return y > 255 && y < 290 && (x < 280 || x > 335); };
+  const auto state = [&](uint8_t blue, uint8_t green, uint8_t red) {
+    Image picture = FlatPicture(100, 140, 200);
+    Paint(&picture, blue, green, red, isEye);
+    const Measure measure = MeasureOne(picture, FlatFace(), "NaturalColour");
+    EXPECT_EQ(0, measure.value);
+    return measure.state;
+  };
+  EXPECT_EQ(kPassed, state(190, 195, 205));
+  EXPECT_EQ(kPassed, state(150, 170, 190));  // b* 14.3
+  EXPECT_EQ(kRemark, state(220, 190, 190));  // bluish
+  EXPECT_EQ(kRemark, state(190, 205, 190));  // greenish
+  EXPECT_EQ(kRemark, state(110, 170, 200));  // yellow
 }
 
 TEST(Measures, DarkForehead) {
@@ -119,6 +138,21 @@ TEST(Measures, SharpnessIsDetailByScaleNotByContrast) {
     }
     Expect(MeasureOne(picture, FlatFace(), "Sharpness"), 0.4312, std::nullopt, kFailed, 0.004);
   }
+}
+
+TEST(Measures, DetailInOneDirectionIsMotion) {
+  // Down the picture waves of 8 pixels, aside of 32: 0.735, 0.291, 0.007 and 0.981, 0.926, 0.735 are left of them.
+  Image picture = FlatPicture(0, 0, 0);
+  for (int y = 0; y < kFlatSide; ++y) {
+    for (int x = 0; x < kFlatSide; ++x) {
+      const double turns = 2 * 3.14159265358979;
+      const double waves = 128 + 40 * std::sin(y * turns / 8) + 40 * std::sin(x * turns / 32);
+      std::fill_n(picture.At(x, y), 3, static_cast<uint8_t>(std::lround(waves)));
+    }
+  }
+  const Measure moved = MeasureOne(picture, FlatFace(), "Sharpness");
+  Expect(moved, 1.304, std::nullopt, kFailed, 0.01);
+  EXPECT_NE(std::string::npos, moved.reason.find("one direction"));
 }
 
 TEST(Measures, BlocksOfJpeg) {
@@ -168,8 +202,9 @@ TEST(Measures, LidsAndLips) {
 TEST(Measures, BetweenTheLids) {
   Image picture = FlatPicture(128, 128, 128);
   Expect(MeasureOne(picture, FlatFace(), "EyeWhite"), 55 / 255.0, std::nullopt, kPassed);
-  Expect(MeasureOne(picture, FlatFace(), "RedEyes"), 0, std::nullopt, kPassed);
   Expect(MeasureOne(picture, FlatFace(), "GlassesGlare"), 0, std::nullopt, kPassed);
+  picture = FlatPicture(118, 128, 138);
+  Expect(MeasureOne(picture, FlatFace(), "RedEyes"), 0, std::nullopt, kPassed);
   // The worse eye counts: a pupil of 121 pixels, red above the 13 of its middle row.
   Paint(&picture, 40, 40, 255, [](int x, int y) { return std::hypot(x - 364, y - 272) < 8 && y < 272; });
   Expect(MeasureOne(picture, FlatFace(), "RedEyes"), 0.5 - 0.5 * 13 / 121, std::nullopt, kFailed, 1e-3);
@@ -179,6 +214,10 @@ TEST(Measures, BetweenTheLids) {
   EXPECT_EQ(kNotAssessed, MeasureOne(picture, FlatFace(), "DarkGlasses").state);
   Paint(&picture, 128, 128, 128, [](int x, int) { return x > 308; });
   Expect(MeasureOne(picture, FlatFace(), "EyeWhite"), 55 / 255.0, std::nullopt, kPassed);
+  // A bright face (128 gives 0.216) cannot lack light; its eyes are in the shade.
+  picture = FlatPicture(128, 128, 128);
+  Paint(&picture, 60, 60, 60, [](int, int y) { return y > 255 && y < 290; });
+  Expect(MeasureOne(picture, FlatFace(), "EyeWhite"), 11 / 255.0, std::nullopt, kRemark, 1.1 / 255);
   picture = FlatPicture(30, 30, 30);
   EXPECT_EQ(kFailed, MeasureOne(picture, FlatFace(), "DarkGlasses").state);
   // A half of what surrounds an eye; its own column is a fortieth.
@@ -192,8 +231,8 @@ TEST(Measures, WhereTheFaceStands) {
   Expect(Of(measures, "HeadSize"), 200.0 / 616, 15, kNotAssessed);
   Expect(Of(measures, "LeftwardCropOfTheFaceImage"), 364.5 / 113, 100, kPassed);
   Expect(Of(measures, "RightwardCropOfTheFaceImage"), 364.5 / 113, 100, kPassed);
-  Expect(Of(measures, "MarginAboveOfTheFaceImage"), 272.5 / 200, 41, kNotAssessed);
-  Expect(Of(measures, "MarginBelowOfTheFaceImage"), 343.5 / 200, 30, kNotAssessed);
+  Expect(Of(measures, "MarginAboveOfTheFaceImage"), 272.5 / 200, 41, kPassed);
+  Expect(Of(measures, "MarginBelowOfTheFaceImage"), 343.5 / 200, 30, kPassed);
   Expect(Of(measures, "SingleFacePresent"), 0, 100, kPassed);
   std::vector<ProbedFace> two = FlatFace().Faces();
   two.push_back(two[0].Moved(0, 0, 0.5, 0.5));
@@ -201,6 +240,18 @@ TEST(Measures, WhereTheFaceStands) {
   // The eye that is near the left edge: 0.8 of the eyes' distance.
   const std::vector<ProbedFace> cut = FlatFace().Faces(1, 251.5 - 0.8 * 113, 0);
   Expect(Of(MeasureFace(FlatPicture(9, 9, 9), cut, nullptr), "LeftwardCropOfTheFaceImage"), 1.8, 100, kFailed);
+  // An edge across the lips: they are not in the picture, and neither is the chin.
+  const auto below = MeasureFace(FlatPicture(120, 150, 200), FlatFace().Faces(1, 0, -200), nullptr);
+  Expect(Of(below, "MarginBelowOfTheFaceImage"), 143.5 / 200, 0, kFailed);
+  for (const char* id : {"LipGap", "MouthClosed", "ExpressionNeutrality"}) EXPECT_FALSE(Of(below, id).value) << id;
+  EXPECT_TRUE(Of(below, "EyesOpen").value);
+  // An edge across the eyes.
+  const auto above = MeasureFace(FlatPicture(120, 150, 200), FlatFace().Faces(1, 0, 280), nullptr);
+  EXPECT_EQ(kFailed, Of(above, "MarginAboveOfTheFaceImage").state);
+  for (const char* id : {"EyesOpen", "EyeOpenness", "EyeWhite", "RedEyes", "DarkGlasses", "GazeSideways"}) {
+    EXPECT_FALSE(Of(above, id).value) << id;
+  }
+  EXPECT_TRUE(Of(above, "LipGap").value);
 }
 
 TEST(Measures, Walls) {
