@@ -67,7 +67,7 @@ void JudgePixels(const SourceUse& use, MeasureList* list) {
 }  // namespace
 
 SourceFace LookAtSource(const Image& picture, const ProbedFace& face) {
-  SourceFace source{face, std::nullopt};
+  SourceFace source{picture.width, picture.height, face, std::nullopt};
   if (face.mesh) source.aligned = Align(picture, *face.mesh, nullptr, true);
   return source;
 }
@@ -75,7 +75,7 @@ SourceFace LookAtSource(const Image& picture, const ProbedFace& face) {
 std::vector<Measure> MeasureSource(const SourceFace& source, const SourceUse& use, const MeasureOptions& options) {
   MeasureList list;
   const auto align = [&source] { return source.aligned ? &*source.aligned : nullptr; };
-  MeasureAligned(source.face, align, options,
+  MeasureAligned(source.width, source.height, source.face, align, options,
                  {MeasurePoseAndGaze, MeasureEyesAndMouth, MeasureExposureAndColour, MeasureSharpness}, &list);
   if (use.straightened) list.NotAssessed(MeasureId::kHeadPoseRoll, "straightened");
   JudgePixels(use, &list);
@@ -90,7 +90,7 @@ std::vector<Measure> MeasureKeptBackground(const Image& picture, const ProbedFac
     aligned = Align(picture, *face.mesh, &person);
     return aligned ? &*aligned : nullptr;
   };
-  MeasureAligned(face, align, options, {MeasureBackground}, &list);
+  MeasureAligned(picture.width, picture.height, face, align, options, {MeasureBackground}, &list);
   return Pick(list, kOfBackground);
 }
 
