@@ -1,10 +1,12 @@
 #include "cli/batch_reasons.h"
 
 #include <algorithm>
+#include <new>
 #include <set>
 #include <string_view>
 #include <utility>
 
+#include "photo/base/failure.h"
 #include "photo/base/text.h"
 
 namespace qx::cli {
@@ -56,6 +58,21 @@ std::string InWords(std::string name) {
 }
 
 }  // namespace
+
+std::vector<std::string> ReasonNames(const std::exception& exception) {
+  const auto* failure = dynamic_cast<const photo::Failure*>(&exception);
+  if (!failure) {
+    const bool memory = dynamic_cast<const std::bad_alloc*>(&exception) != nullptr;
+    return {memory ? photo::NameOf(photo::FailureCode::kOutOfMemory) : "unknown"};
+  }
+  std::vector<std::string> names;
+  for (const photo::FailureField& field : failure->Fields()) {
+    const bool said = std::find(names.begin(), names.end(), field.word) != names.end();
+    if (field.name == "measure" && !said) names.push_back(field.word);
+  }
+  if (names.empty()) names.emplace_back(photo::NameOf(failure->Code()));
+  return names;
+}
 
 void ReasonCounts::Add(const std::vector<std::string>& names) {
   std::set<std::string> kinds;

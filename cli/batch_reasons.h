@@ -3,14 +3,18 @@
 #define QX_CLI_BATCH_REASONS_H
 
 #include <cstddef>
+#include <exception>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace qx::cli {
 
-// Takes the names that stand in a report: identifiers of measures, such as "EyesOpen", and codes of failures, such as
-// "no_face".
+// Stable names for what went wrong: the identifiers of the measures that failed, such as "EyesOpen", or the failure's
+// code, such as "no_face".
+std::vector<std::string> ReasonNames(const std::exception& exception);
+
+// Takes such names.
 class ReasonCounts {
  public:
   // Of one photograph, which counts once for each kind of reason.

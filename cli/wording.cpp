@@ -60,21 +60,6 @@ std::string Wording(const std::exception& exception) {
   return photo::ReasonOf(exception) + (failure ? Advice(*failure) : "");
 }
 
-std::vector<std::string> ReasonNames(const std::exception& exception) {
-  const auto* failure = dynamic_cast<const Failure*>(&exception);
-  if (!failure) {
-    const bool memory = dynamic_cast<const std::bad_alloc*>(&exception) != nullptr;
-    return {memory ? photo::NameOf(FailureCode::kOutOfMemory) : "unknown"};
-  }
-  std::vector<std::string> names;
-  for (const photo::FailureField& field : failure->Fields()) {
-    const bool said = std::find(names.begin(), names.end(), field.word) != names.end();
-    if (field.name == "measure" && !said) names.push_back(field.word);
-  }
-  if (names.empty()) names.emplace_back(photo::NameOf(failure->Code()));
-  return names;
-}
-
 Failure About(const std::string& what, const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);
   const FailureCode code = failure                                           ? failure->Code()

@@ -5,7 +5,6 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "photo/base/failure.h"
 
@@ -20,9 +19,6 @@ class SetupFailure : public std::runtime_error {
 
 // The reason as one line, with the options that help behind it.
 std::string Wording(const std::exception& exception);
-
-// The same for programs: the identifiers of the measures that failed, or the failure's code.
-std::vector<std::string> ReasonNames(const std::exception& exception);
 
 // The same failure with what it is about (a file's printable name, say) in front of its text.
 photo::Failure About(const std::string& what, const std::exception& exception);

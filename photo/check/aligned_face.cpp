@@ -194,8 +194,6 @@ std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, 
   if (!to) return std::nullopt;
   AlignedFace face;
   face.toAligned = to->Scale();
-  face.width = photograph.width;
-  face.height = photograph.height;
   face.mesh = MoveMesh(mesh, *to);
   face.eyes = EyeCentres(face.mesh);
   face.eyeDistance = Distance(face.eyes[0], face.eyes[1]);

@@ -42,7 +42,6 @@ struct AlignedFace {
   double eyesToChin = 0;           // T
   double eyesToMouth = 0;          // E
   double toAligned = 0;            // aligned pixels for one of the photograph
-  int32_t width = 0, height = 0;   // of the photograph
 
   PlacePoint EyeMiddle() const { return {(eyes[0].x + eyes[1].x) / 2, (eyes[0].y + eyes[1].y) / 2}; }
 };

@@ -43,7 +43,7 @@ PixelBox SquareAround(PlacePoint centre, double side) {
 bool ArePointsInside(const FaceView& view, std::initializer_list<int> points) {
   return std::all_of(points.begin(), points.end(), [&view](int index) {
     const PlacePoint p = view.mesh[index];
-    return p.x >= 0 && p.y >= 0 && p.x <= view.aligned.width && p.y <= view.aligned.height;
+    return p.x >= 0 && p.y >= 0 && p.x <= view.width && p.y <= view.height;
   });
 }
 

@@ -20,7 +20,8 @@
 namespace qx::photo {
 
 struct FaceView {
-  const FaceMesh& mesh;  // in pixels of the photograph
+  int32_t width, height;  // of the photograph
+  const FaceMesh& mesh;   // in pixels of the photograph
   const MeasureOptions& options;
   const AlignedFace& aligned;
   std::optional<HeadPose> pose;  // nothing where the engine tells no depth
@@ -32,14 +33,15 @@ void MeasureEyesAndMouth(const FaceView& view, MeasureList* list);
 void MeasureExposureAndColour(const FaceView& view, MeasureList* list);
 void MeasureSharpness(const FaceView& view, MeasureList* list);
 void MeasureBackground(const FaceView& view, MeasureList* list);
-// Where the face is in a photograph of that size.
-void MeasureGeometry(const FaceView& view, int32_t width, int32_t height, MeasureList* list);
+void MeasureGeometry(const FaceView& view, MeasureList* list);
 
 // Has the families set their measures, or, where the face's points are not to be believed, the list say why not.
-// `align`: asked once at most, for a face that has a mesh; null when the face is too small.
-using Family = std::function<void(const FaceView&, MeasureList*)>;
-void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFace*()>& align,
-                    const MeasureOptions& options, const std::vector<Family>& families, MeasureList* list);
+// Width and height: of the photograph. `align`: asked once at most, for a face that has a mesh; null when it is too
+// small.
+using Family = void (*)(const FaceView&, MeasureList*);
+void MeasureAligned(int32_t width, int32_t height, const ProbedFace& face,
+                    const std::function<const AlignedFace*()>& align, const MeasureOptions& options,
+                    const std::vector<Family>& families, MeasureList* list);
 
 // The measures that need no mesh.
 void MeasureFaceCount(const std::vector<ProbedFace>& faces, MeasureList* list);

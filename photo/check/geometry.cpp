@@ -25,7 +25,8 @@ void MeasureFaceCount(const std::vector<ProbedFace>& faces, MeasureList* list) {
       RoundScore(100 * (1 - share));
 }
 
-void MeasureGeometry(const FaceView& view, int32_t width, int32_t height, MeasureList* list) {
+void MeasureGeometry(const FaceView& view, MeasureList* list) {
+  const double width = view.width, height = view.height;
   const auto eyes = EyeCentres(view.mesh);
   const PlacePoint middle = Middle(eyes[0], eyes[1]);
   const double between = Distance(eyes[0], eyes[1]), toChin = Distance(middle, view.mesh[152]);

@@ -55,8 +55,9 @@ void WeighTogether(MeasureList* list) {
 
 }  // namespace
 
-void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFace*()>& align,
-                    const MeasureOptions& options, const std::vector<Family>& families, MeasureList* list) {
+void MeasureAligned(int32_t width, int32_t height, const ProbedFace& face,
+                    const std::function<const AlignedFace*()>& align, const MeasureOptions& options,
+                    const std::vector<Family>& families, MeasureList* list) {
   if (!face.mesh) return NoPoints("the face engine tells no mesh", list);
   const std::optional<HeadPose> pose = FindHeadPose(*face.mesh);
   const bool away = pose && (std::abs(pose->yaw) > kMostTurn || std::abs(pose->pitch) > kMostTurn);
@@ -65,8 +66,8 @@ void MeasureAligned(const ProbedFace& face, const std::function<const AlignedFac
   }
   const AlignedFace* const aligned = align();
   if (!aligned) return NoPoints("the face is too small", list);
-  const FaceView view{*face.mesh, options, *aligned, pose};
-  for (const Family& family : families) family(view, list);
+  const FaceView view{width, height, *face.mesh, options, *aligned, pose};
+  for (const Family family : families) family(view, list);
   WeighTogether(list);
 }
 
@@ -83,12 +84,9 @@ std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<Prob
       aligned = Align(photograph, *faces[0].mesh, person);
       return aligned ? &*aligned : nullptr;
     };
-    const Family geometry = [&photograph](const FaceView& view, MeasureList* measures) {
-      MeasureGeometry(view, photograph.width, photograph.height, measures);
-    };
-    MeasureAligned(faces[0], align, options,
+    MeasureAligned(photograph.width, photograph.height, faces[0], align, options,
                    {MeasurePoseAndGaze, MeasureExposureAndColour, MeasureEyesAndMouth, MeasureSharpness,
-                    MeasureBackground, geometry},
+                    MeasureBackground, MeasureGeometry},
                    &list);
   }
   return list.All();

@@ -3,6 +3,7 @@
 #ifndef QX_PHOTO_CHECK_SOURCE_CHECK_H
 #define QX_PHOTO_CHECK_SOURCE_CHECK_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ namespace qx::photo {
 
 // One face with what measuring needs of its photograph, which may be gone by then.
 struct SourceFace {
+  int32_t width = 0, height = 0;  // of the picture
   ProbedFace face;
   std::optional<AlignedFace> aligned;  // nothing for a face without a mesh, or collapsed to a point
 };
