@@ -111,8 +111,12 @@ struct Attempt {
 Attempt TryToMeet(const Measurer& measurer, const Turn& turn, const MakeRequest& request) {
   Attempt attempt{turn, measurer.Measure(turn), std::nullopt, {}};
   const Measured& measured = attempt.measured;
-  attempt.rectangle = PlaceFace({measured.faces[0], measured.view, measured.persons[0], request.document,
-                                 GoalsOf(request.document, measured.persons[0]), ObstaclesOf(request)});
+  const PersonGeometry& person = measured.persons[0];
+  const auto place = [&](const Goals& goals) {
+    return PlaceFace({measured.faces[0], measured.view, person, request.document, goals, ObstaclesOf(request)});
+  };
+  attempt.rectangle = place(AimsOf(request.document, person));
+  if (!attempt.rectangle && person.crown != person.headTop) attempt.rectangle = place(GoalsOf(request.document));
   return attempt;
 }
 
@@ -120,7 +124,7 @@ Attempt TryToMeet(const Measurer& measurer, const Turn& turn, const MakeRequest&
 void ComeNear(const MakeRequest& request, Attempt* attempt) {
   const Document& document = request.document;
   const PersonGeometry& person = attempt->measured.persons[0];
-  const Goals goals = GoalsOf(document, person);
+  const Goals goals = GoalsOf(document);
   const double proportions = static_cast<double>(document.width) / document.height;
   attempt->rectangle = FindNearest(person, goals, proportions, ObstaclesOf(request));
   if (attempt->rectangle) attempt->misses = MissesOf(MeasuresIn(*attempt->rectangle, person), goals);
@@ -149,7 +153,7 @@ Placed PlaceOne(const Measurer& measurer, const MakeRequest& request, bool relax
   const Attempt attempt = ChooseAttempt(measurer, request, relax);
   const PersonGeometry& person = attempt.measured.persons[0];
   if (!attempt.rectangle || (!attempt.misses.empty() && !relax)) {
-    throw NoFit(person, request.document, GoalsOf(request.document, person), ObstaclesOf(request), attempt.rectangle);
+    throw NoFit(person, request.document, GoalsOf(request.document), ObstaclesOf(request), attempt.rectangle);
   }
   Placed placed;
   placed.turn = attempt.turn;

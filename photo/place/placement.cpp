@@ -96,7 +96,7 @@ Goals GoalsOf(const Document& document) {
   return goals;
 }
 
-Goals GoalsOf(const Document& document, const PersonGeometry& person) {
+Goals AimsOf(const Document& document, const PersonGeometry& person) {
   Goals goals = GoalsOf(document);
   if (document.top || document.eyes || !goals.head || document.headTo != HeadTo::kCrown) return goals;
   const double above = (person.crown - person.headTop) / (person.chin - person.crown) * goals.head->min;

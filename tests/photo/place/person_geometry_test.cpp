@@ -181,7 +181,8 @@ TEST(PersonGeometry, TheCrownLiesUnderHighHair) {
 TEST(Crown, GoesFromTheHairToTheSkullWithoutALeap) {
   const FaceLengths face{52, 56, 100};  // 191.9 by the chin, 185.3 by the eyes and mouth
   double last = CrownToChin(face, 100);
-  for (double hair = 100.5; hair < 300; hair += 0.5) {
+  for (int half = 201; half < 600; ++half) {
+    const double hair = half / 2.0;
     const double crown = CrownToChin(face, hair);
     EXPECT_LE(std::abs(crown - last), 0.5 + 1e-9) << hair;  // never more than the hair itself
     EXPECT_LE(crown, hair);

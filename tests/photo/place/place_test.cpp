@@ -124,7 +124,7 @@ class HighHair {
   }
 
   std::optional<Rectangle> Place(const Document& document) const {
-    return PlaceFace({places_, view_, person, document, GoalsOf(document, person), Obstacles()});
+    return PlaceFace({places_, view_, person, document, AimsOf(document, person), Obstacles()});
   }
 
   PersonGeometry person;

@@ -41,17 +41,17 @@ TEST(Placement, HighHairComesCloserToTheEdgeWhereNothingIsPublished) {
   PersonGeometry person = test::TypicalPerson();
   Document document;
   document.head = Fraction{0.6, 0.6};  // 0.1 to 0.2 above
-  EXPECT_EQ(GoalsOf(document).top->min, GoalsOf(document, person).top->min);
+  EXPECT_EQ(GoalsOf(document).top->min, AimsOf(document, person).top->min);
   person.crown += 10;  // a nineteenth of the skull
-  EXPECT_NEAR(0.1 - 0.6 / 19, GoalsOf(document, person).top->min, 1e-9);
-  EXPECT_NEAR(0.2 - 0.6 / 19, GoalsOf(document, person).top->max, 1e-9);
+  EXPECT_NEAR(0.1 - 0.6 / 19, AimsOf(document, person).top->min, 1e-9);
+  EXPECT_NEAR(0.2 - 0.6 / 19, AimsOf(document, person).top->max, 1e-9);
   person.crown += 20;  // no more than half of what is usual
-  EXPECT_DOUBLE_EQ(0.05, GoalsOf(document, person).top->min);
+  EXPECT_DOUBLE_EQ(0.05, AimsOf(document, person).top->min);
   document.headTo = HeadTo::kHair;
-  EXPECT_DOUBLE_EQ(0.1, GoalsOf(document, person).top->min);
+  EXPECT_DOUBLE_EQ(0.1, AimsOf(document, person).top->min);
   document.headTo = HeadTo::kCrown;
   document.top = Fraction{0.1, 0.2};
-  EXPECT_DOUBLE_EQ(0.1, GoalsOf(document, person).top->min);
+  EXPECT_DOUBLE_EQ(0.1, AimsOf(document, person).top->min);
   // Of a published one, all that stands above the crown may be taken, but not the last hundredth.
   EXPECT_DOUBLE_EQ(0.07, LeastTop(*document.top, 0.03, HeadTo::kCrown));
   EXPECT_DOUBLE_EQ(0.01, LeastTop(*document.top, 0.3, HeadTo::kCrown));
