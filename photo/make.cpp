@@ -109,8 +109,12 @@ struct Attempt {
 Attempt TryToMeet(const Measurer& measurer, const Turn& turn, const MakeRequest& request) {
   Attempt attempt{turn, measurer.Measure(turn), std::nullopt, {}};
   const Measured& measured = attempt.measured;
-  attempt.rectangle = PlaceFace({measured.faces[0], measured.view, measured.persons[0], request.document,
-                                 GoalsOf(request.document), ObstaclesOf(request)});
+  const PersonGeometry& person = measured.persons[0];
+  const auto place = [&](const Goals& goals) {
+    return PlaceFace({measured.faces[0], measured.view, person, request.document, goals, ObstaclesOf(request)});
+  };
+  attempt.rectangle = place(AimsOf(request.document, person));
+  if (!attempt.rectangle && person.crown != person.headTop) attempt.rectangle = place(GoalsOf(request.document));
   return attempt;
 }
 

@@ -96,6 +96,15 @@ Goals GoalsOf(const Document& document) {
   return goals;
 }
 
+Goals AimsOf(const Document& document, const PersonGeometry& person) {
+  Goals goals = GoalsOf(document);
+  if (document.top || document.eyes || !goals.head || document.headTo != HeadTo::kCrown) return goals;
+  const double above = (person.crown - person.headTop) / (person.chin - person.crown) * goals.head->min;
+  const double closer = std::min(above, goals.top->min / 2);
+  goals.top = Fraction{goals.top->min - closer, goals.top->max - closer};
+  return goals;
+}
+
 double LeastTop(const Fraction& wanted, double above, HeadTo headTo) {
   if (headTo != HeadTo::kCrown || !(above > 0)) return wanted.min;
   return std::max(wanted.min - above, std::min(wanted.min, kHairInside));

@@ -18,6 +18,9 @@ struct Goals {
   HeadTo headTo = HeadTo::kCrown;           // where `head` ends
 };
 Goals GoalsOf(const Document& document);
+// What to aim at within them for this person: where the document leaves the space above open, hair that stands above
+// the crown comes up to half of the usual least space closer to the edge, or the face would stand low in the picture.
+Goals AimsOf(const Document& document, const PersonGeometry& person);
 
 // Cuts the edges off every pair of bounds: `part` of its width on both sides, 0 to below 0.5, and at most 5 % of the
 // height.

@@ -107,6 +107,12 @@ TEST(SampleMake, FollowsItsOptions) {
   EXPECT_EQ((Bytes{0xff, 0x40, 0x30}), Bytes(blue.bgr.begin(), blue.bgr.begin() + 3));
   made = MustReport(folder, {"make", "x.png", "-o", "y.png", "--preset", "cn-visa", "--head", "29mm", "--json"});
   EXPECT_NEAR(29, made["head_mm"], 0.05);
+  EXPECT_EQ("crown", made["head_to"]);
+  EXPECT_EQ(made["head_to_crown_mm"], made["head_mm"]);
+  made = MustReport(
+      folder, {"make", "x.png", "-o", "y.png", "--preset", "cn-visa", "--head", "29mm", "--head-to", "hair", "--json"});
+  EXPECT_NEAR(29, made["head_with_hair_mm"], 0.05);
+  EXPECT_EQ(made["head_with_hair_mm"], made["head_mm"]);
   // A size in kB, a mask from a file, and silence.
   made = MustReport(folder, {"make", "x.png", "-o", "y.jpg", "--preset", "de-passport", "--max-kb", "60", "--json"});
   EXPECT_GE(60'000u, fs::file_size(folder / "y.jpg"));

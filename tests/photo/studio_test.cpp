@@ -213,6 +213,28 @@ TEST(Studio, SaysWhereHairAndWallAreAlike) {
   EXPECT_FALSE(HasRemark(Make(studio, contrasting, RequestFor("schengen-visa")), "hair and"));
 }
 
+// The sample's hair stands up.
+TEST(Studio, MeasuresTheHeadToItsCrown) {
+  Studio studio;
+  MakeRequest request = RequestFor("schengen-visa");
+  const MadePhoto crown = Make(studio, Sample(), request);
+  EXPECT_TRUE(HasRemark(crown, "above the crown; the head is measured to the crown"));
+  EXPECT_FALSE(HasRemark(crown, "the space above is"));
+  request.document.headTo = HeadTo::kHair;
+  const MadePhoto hair = Make(studio, Sample(), request);
+  EXPECT_FALSE(HasRemark(hair, "above the crown"));
+  EXPECT_NEAR(crown.measures.head, hair.measures.headWithHair, 0.02);
+  EXPECT_GT(crown.measures.headWithHair, 1.05 * crown.measures.head);
+  EXPECT_GT(crown.measures.faceWidth, 1.05 * hair.measures.faceWidth);
+  request.document.headTo = HeadTo::kCrown;
+  request.document.head = Fraction{35.0 / 45, 36.0 / 45};
+  request.document.top = Fraction{5.0 / 45, 8.0 / 45};
+  request.document.eyes = Fraction{22.0 / 45, 26.0 / 45};
+  const MadePhoto tight = Make(studio, Sample(), request);
+  EXPECT_TRUE(HasRemark(tight, "the space above is")) << tight.measures.top * 45;
+  EXPECT_TRUE(tight.givenUp.empty());
+}
+
 double MeanDifference(const Image& a, const Image& b) {
   double sum = 0;
   for (size_t i = 0; i < a.bgr.size(); ++i) sum += std::abs(a.bgr[i] - b.bgr[i]);

@@ -102,6 +102,24 @@ TEST(CheckLines, MeasureInMillimetresWithATolerance) {
   EXPECT_EQ("", fails(&PhotoMeasures::faceWidth, 22.17 / 35));
   EXPECT_EQ("face width", fails(&PhotoMeasures::faceWidth, 22.18 / 35));
 
+  // Hair that stands above the crown counts where the document says so, and may take of the space above.
+  PhotoMeasures hairy = good;
+  hairy.headWithHair = 37.5 / 45;
+  hairy.top = 1.0 / 45;
+  const std::vector<CheckLine> crown = MeasureLines(hairy, document);
+  EXPECT_EQ("", Failed(crown));
+  EXPECT_NEAR(34, Line(crown, "head").value, 1e-9);
+  EXPECT_NEAR(37.5, Line(crown, "head with hair").value, 1e-9);
+  EXPECT_NEAR(0.45, *Line(crown, "space above").min, 1e-9);
+  Document counting = document;
+  counting.headTo = HeadTo::kHair;
+  const std::vector<CheckLine> hair = MeasureLines(hairy, counting);
+  EXPECT_EQ("head, space above", Failed(hair));
+  EXPECT_NEAR(37.5, Line(hair, "head").value, 1e-9);
+  EXPECT_NEAR(34, Line(hair, "head to crown").value, 1e-9);
+  hairy.top = -0.3 / 45;  // beyond the edge
+  EXPECT_EQ("space above", Failed(MeasureLines(hairy, document)));
+
   Document open = document;
   open.head = open.top = open.eyes = open.faceWidth = std::nullopt;
   for (const CheckLine& line : MeasureLines({0, -1, 2, 0}, open)) {

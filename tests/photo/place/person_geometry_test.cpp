@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "photo/base/failure.h"
 
@@ -154,6 +156,47 @@ TEST(PersonGeometry, RefusesMasksWithoutAPersonAtTheFace) {
   EXPECT_EQ(FailureCode::kNoPerson, code());
   Paint(&mask, {60, 109, 140, 150});
   EXPECT_EQ(109, MeasurePerson(Face(), mask).headTop);
+}
+
+// The eyes' middle to the chin is 30: a skull of 57.6, and hair that may be flat up to 60.1.
+TEST(PersonGeometry, TheCrownLiesUnderHighHair) {
+  Mask mask = Person();
+  PersonGeometry person = MeasurePerson(Face(), mask);
+  EXPECT_EQ(50, person.headTop);
+  EXPECT_EQ(50, person.crown);
+  Paint(&mask, {85, 20, 115, 50});
+  person = MeasurePerson(Face(), mask);
+  EXPECT_EQ(20, person.headTop);
+  EXPECT_NEAR(110 - 57.6, person.crown, 0.1);
+  Paint(&mask, {85, 5, 115, 50});  // an arm above the head rather than hair
+  EXPECT_EQ(5, MeasurePerson(Face(), mask).crown);
+  ProbedFace face = Face();
+  for (Point& point : face.densePoints) point = {point.x, 79};  // no length of the face is left but its width
+  face.keyPoints.fill({100, 80});
+  for (Point& point : face.landmarks) point.y = 80;
+  person = MeasurePerson(face, Person());
+  EXPECT_EQ(person.headTop, person.crown);
+}
+
+TEST(Crown, GoesFromTheHairToTheSkullWithoutALeap) {
+  const FaceLengths face{52, 56, 100};  // 191.9 by the chin, 185.3 by the eyes and mouth
+  double last = CrownToChin(face, 100);
+  for (int half = 201; half < 600; ++half) {
+    const double hair = half / 2.0;
+    const double crown = CrownToChin(face, hair);
+    EXPECT_LE(std::abs(crown - last), 0.5 + 1e-9) << hair;  // never more than the hair itself
+    EXPECT_LE(crown, hair);
+    EXPECT_TRUE(hair > 200 || crown == hair) << hair;
+    EXPECT_TRUE(hair < 209 || std::abs(crown - 191.9) < 1e-9) << hair;
+    last = crown;
+  }
+  // The larger of the two, so that neither a bowed head nor a turned one makes the skull small.
+  EXPECT_DOUBLE_EQ(1.716 * 120, CrownToChin({60, 60, 100}, 240));
+  EXPECT_EQ(400, CrownToChin(face, 400));  // no hair is as high as that
+  const double none = std::numeric_limits<double>::quiet_NaN(), endless = std::numeric_limits<double>::infinity();
+  for (const FaceLengths& odd : {FaceLengths{}, {none, none, none}, {1e-9, 0, 1e-9}, {endless, 0, 1}, {-1, -1, -1}}) {
+    EXPECT_EQ(100, CrownToChin(odd, 100));
+  }
 }
 
 TEST(PersonGeometry, BoxesHoldTurnedFrames) {

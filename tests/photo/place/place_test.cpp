@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
 #include "photo/place/pair_placement.h"
 #include "photo/place/placement.h"
@@ -93,6 +94,90 @@ TEST(Placement, SaysWhatFailsAndByHowMuch) {
   const auto nearest = FindNearest(person, goals, 1, Obstacles());
   const std::string text = NoFit(person, document, goals, Obstacles(), nearest).what();
   EXPECT_TRUE(Contains(text, "exclude each other")) << text;
+}
+
+// A face whose eyes' middle is 300 above the chin, which makes a skull of 575.7, with hair of so much more above it.
+class HighHair {
+ public:
+  explicit HighHair(double share) : mask_(1600, 1800, 0) {
+    ProbedFace face{};
+    face.keyPoints = {{{722, 1000}, {878, 1000}}};
+    face.landmarks.fill({800, 1100});
+    face.landmarks[0] = {690, 1000};
+    face.landmarks[9] = {910, 1000};
+    face.landmarks[16] = {750, 1165};
+    face.landmarks[17] = {850, 1165};
+    face.densePoints.fill({800, 1100});
+    face.densePoints[3] = {600, 1050};
+    face.densePoints[7] = {1000, 1050};
+    face.densePoints[40] = {800, 1300};
+    const auto top = static_cast<int32_t>(1300 - 575.7 * (1 + share));
+    for (int32_t y = top; y < mask_.height; ++y) {
+      const int32_t half = y < 1300 ? 230 : y < 1400 ? 150 : 600;
+      std::fill(mask_.Row(y) + 800 - half, mask_.Row(y) + 800 + half, uint8_t{255});
+    }
+    view_.width = mask_.width;
+    view_.height = mask_.height;
+    view_.whole = &mask_;
+    places_ = PlacesOf(face, {0, 0, 1600, 1800}, 1, 1, Turn());
+    person = MeasurePerson(places_, view_);
+  }
+
+  std::optional<Rectangle> Place(const Document& document) const {
+    return PlaceFace({places_, view_, person, document, AimsOf(document, person), Obstacles()});
+  }
+
+  PersonGeometry person;
+
+ private:
+  Mask mask_;
+  MaskView view_;
+  FacePlaces places_;
+};
+
+TEST(Crown, TheHeadIsPlacedByWhatTheDocumentCounts) {
+  const HighHair flat(0.01), high(0.2);
+  EXPECT_EQ(flat.person.headTop, flat.person.crown);
+  EXPECT_NEAR(1300 - 575.7, high.person.crown, 0.1);
+  for (const char* preset : {"schengen-visa", "de-passport", "jp-passport", "us-passport", "one-inch", "ca-passport"}) {
+    SCOPED_TRACE(preset);
+    Document document = Derive(FindPreset(preset));
+    const Goals goals = GoalsOf(document);
+    const auto placed = high.Place(document);
+    ASSERT_TRUE(placed);
+    const PhotoMeasures measures = MeasuresIn(*placed, high.person);
+    EXPECT_GE(measures.Head(document.headTo), goals.head->min);
+    EXPECT_LE(measures.Head(document.headTo), goals.head->max);
+    EXPECT_GE(high.person.headTop, placed->top);
+    // Flat hair is the crown, whatever counts.
+    const auto before = flat.Place(document);
+    document.headTo = document.headTo == HeadTo::kCrown ? HeadTo::kHair : HeadTo::kCrown;
+    const auto after = flat.Place(document);
+    ASSERT_TRUE(before && after);
+    EXPECT_TRUE(*before == *after);
+  }
+}
+
+// By hand: a skull of 34 mm has the eyes 17.7 mm above the chin and hair up to 40.8, so that with the eyes 20.5 mm
+// above the lower edge at most 1.4 mm stay free.
+TEST(Crown, HighHairMayTakeOfTheSpaceAboveButStaysInside) {
+  Document document = Derive(FindPreset("jp-passport"));
+  document.head = Fraction{34.0 / 45, 36.0 / 45};
+  document.eyes = Fraction{20.5 / 45, 25.0 / 45};
+  const HighHair high(0.2);
+  const auto placed = high.Place(document);
+  ASSERT_TRUE(placed);
+  const PhotoMeasures measures = MeasuresIn(*placed, high.person);
+  EXPECT_LE(34.0 / 45 - 1e-3, measures.head);
+  EXPECT_GT(1.5 / 45, measures.top);
+  EXPECT_LT(0.3 / 45, measures.top);
+  document.headTo = HeadTo::kHair;  // a smaller head has the room
+  const auto smaller = high.Place(document);
+  ASSERT_TRUE(smaller);
+  EXPECT_LE(2.0 / 45 - 1e-3, MeasuresIn(*smaller, high.person).top);
+  document.headTo = HeadTo::kCrown;  // hair that leaves no room at all is not cut off for the head's sake
+  const HighHair higher(0.5);
+  EXPECT_FALSE(higher.Place(document));
 }
 
 // Two faces 100 wide, 40 apart: by hand, the narrowest rectangle is 1.4 * 240 = 336 wide and 224 high at 3:2. Its heads

@@ -37,6 +37,29 @@ TEST(Placement, TakesUsualGoalsWhereTheDocumentSaysNothing) {
   EXPECT_FALSE(GoalsOf(document).head);  // the face's width says how large the head is
 }
 
+TEST(Placement, HighHairComesCloserToTheEdgeWhereNothingIsPublished) {
+  PersonGeometry person = test::TypicalPerson();
+  Document document;
+  document.head = Fraction{0.6, 0.6};  // 0.1 to 0.2 above
+  EXPECT_EQ(GoalsOf(document).top->min, AimsOf(document, person).top->min);
+  person.crown += 10;  // a nineteenth of the skull
+  EXPECT_NEAR(0.1 - 0.6 / 19, AimsOf(document, person).top->min, 1e-9);
+  EXPECT_NEAR(0.2 - 0.6 / 19, AimsOf(document, person).top->max, 1e-9);
+  person.crown += 20;  // no more than half of what is usual
+  EXPECT_DOUBLE_EQ(0.05, AimsOf(document, person).top->min);
+  document.headTo = HeadTo::kHair;
+  EXPECT_DOUBLE_EQ(0.1, AimsOf(document, person).top->min);
+  document.headTo = HeadTo::kCrown;
+  document.top = Fraction{0.1, 0.2};
+  EXPECT_DOUBLE_EQ(0.1, AimsOf(document, person).top->min);
+  // Of a published one, all that stands above the crown may be taken, but not the last hundredth.
+  EXPECT_DOUBLE_EQ(0.07, LeastTop(*document.top, 0.03, HeadTo::kCrown));
+  EXPECT_DOUBLE_EQ(0.01, LeastTop(*document.top, 0.3, HeadTo::kCrown));
+  EXPECT_DOUBLE_EQ(0.1, LeastTop(*document.top, 0.3, HeadTo::kHair));
+  EXPECT_DOUBLE_EQ(0.1, LeastTop(*document.top, 0, HeadTo::kCrown));
+  EXPECT_DOUBLE_EQ(0, LeastTop({0, 0.2}, 0.1, HeadTo::kCrown));
+}
+
 TEST(Placement, NarrowsBoundsOnBothSidesButNotByMuch) {
   Goals goals;
   goals.head = Fraction{0.6, 0.7};
@@ -126,6 +149,14 @@ TEST(FitReport, SaysInNumbersWhatIsMissed) {
             MissAdvice({Miss::Bound::kFaceWidth, 0.7, {0.4, 22.0 / 35}}, document));
   EXPECT_EQ("head to the crown 58 % of the height, wanted 70 to 80 (31.5 to 36 mm): move closer",
             MissAdvice({Miss::Bound::kHead, 0.58, {0.7, 0.8}}, document));
+}
+
+TEST(FitReport, NamesTheLengthThatCounts) {
+  Document document;
+  document.heightMm = 45;
+  document.headTo = HeadTo::kHair;
+  EXPECT_EQ("head with hair 58 % of the height, wanted 70 to 80 (31.5 to 36 mm)",
+            MissText({Miss::Bound::kHead, 0.58, {0.7, 0.8}}, document));
 }
 
 TEST(FitReport, CarriesTheNumbersForPrograms) {
