@@ -54,6 +54,10 @@ class Surroundings {
   int Height() const { return Above() + inner_ + em_; }
 
   void Draw(Canvas* canvas, const Image& picture) const {
+    // A white background would have no edge on the paper.
+    constexpr Ink kEdge{176, 172, 170};
+    const int edge = std::max(1, em_ / 16);
+    canvas->Fill({Left() - edge, Above() - edge, Left() + width_ + edge, Above() + height_ + edge}, kEdge);
     canvas->Paste(picture, Left(), Above());
     for (const Dimension& d : dimensions_.left) Upright(canvas, d, Left() - em_ - d.column * kColumn * em_ / 10);
     for (const Dimension& d : dimensions_.right) Upright(canvas, d, Left() + width_ + em_);
