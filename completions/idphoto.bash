@@ -15,7 +15,7 @@ _idphoto_options() {
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --search --country --json" ;;
-    check) echo "$common $document --json --draw --max-megapixels" ;;
+    check) echo "$common $document --child --json --verbose --draw --max-megapixels" ;;
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     batch)
       echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"

@@ -25,6 +25,7 @@ const char* NameOf(MeasureState state);
 
 struct Measure {
   std::string id;               // stable, such as "HeadPoseYaw"
+  std::string person;           // "left" or "right" as one looks at a picture of two; else empty
   std::string unit;             // "degrees", "px", "bit", "cm", "L*", "dE"; empty for ratios and counts
   std::optional<double> value;  // nothing where it could not be measured
   std::optional<double> score;  // 0 to 100, where the standard's formula gives one
