@@ -85,7 +85,7 @@ std::string CheckJson(const std::string& photograph, const std::string& document
 std::string CheckErrorJson(const std::string& photograph, const std::string& document,
                            const std::exception& exception) {
   Json report = Head(photograph, document);
-  report["error"] = {{"code", NameOf(About("", exception).Code())}, {"message", Wording(exception)}};
+  report["error"] = {{"code", NameOf(CodeOf(exception))}, {"message", Wording(exception)}};
   return Line(report);
 }
 

@@ -126,7 +126,7 @@ void AddTable(const photo::PhotoCheck& check, bool all, std::string* text) {
                std::move(state)});
   }
   table.AddTo(text);
-  if (left > 0 && !all) *text += "\n  " + std::to_string(left) + " not assessed, such as hats: --verbose says why";
+  if (left > 0 && !all) *text += "\n  " + std::to_string(left) + " not assessed, look yourself: --verbose says why";
 }
 
 }  // namespace

@@ -65,12 +65,15 @@ std::string Wording(const std::exception& exception) {
   return photo::ReasonOf(exception) + (failure ? Advice(*failure) : "");
 }
 
+FailureCode CodeOf(const std::exception& exception) {
+  if (const auto* failure = dynamic_cast<const Failure*>(&exception)) return failure->Code();
+  return dynamic_cast<const std::bad_alloc*>(&exception) ? FailureCode::kOutOfMemory : FailureCode::kCannotRead;
+}
+
 Failure About(const std::string& what, const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);
-  const FailureCode code = failure                                           ? failure->Code()
-                           : dynamic_cast<const std::bad_alloc*>(&exception) ? FailureCode::kOutOfMemory
-                                                                             : FailureCode::kCannotRead;
-  return {code, what + ": " + photo::ReasonOf(exception), failure ? failure->Fields() : photo::FailureFields()};
+  return {CodeOf(exception), what + ": " + photo::ReasonOf(exception),
+          failure ? failure->Fields() : photo::FailureFields()};
 }
 
 }  // namespace qx::cli

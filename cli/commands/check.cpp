@@ -29,7 +29,7 @@ struct CheckOptions {
   int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
-// A photograph that was named as a file is one even where others could have been meant by a folder or a pattern.
+// Whether one file was named: a folder or a pattern stands for one photograph today and for two tomorrow.
 bool IsOneFile(const CheckOptions& options, const std::vector<std::string>& photographs) {
   return options.photographs.size() == 1 && photographs == options.photographs;
 }
