@@ -51,6 +51,7 @@ Json ToJson(const photo::Measure& measure) {
              {"source", measure.source}};
   }
   return {{"id", measure.id},
+          {"title", measure.title},
           {"person", measure.person.empty() ? Json() : Json(measure.person)},
           {"value", ToJson(measure.value)},
           {"unit", measure.unit},
@@ -74,6 +75,7 @@ std::string CheckJson(const std::string& photograph, const std::string& document
                        {"failed", counts.failed},
                        {"remarks", counts.remarks},
                        {"not_assessed", counts.notAssessed}};
+  report["head_to"] = NameOf(check.document.headTo);
   report["jpeg"] = ToJson(check.file.jpegQuality);
   Json& lines = report["checks"] = Json::array();
   for (const photo::CheckLine& line : check.lines) lines.push_back(ToJson(line));

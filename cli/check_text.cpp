@@ -8,6 +8,7 @@
 
 #include "photo/base/text.h"
 #include "photo/document/units.h"
+#include "photo/drawing/findings.h"
 
 namespace qx::cli {
 namespace {
@@ -15,20 +16,6 @@ namespace {
 using photo::CheckLine;
 using photo::Measure;
 using photo::MeasureState;
-
-// What to do about lines whose name and numbers do not say it.
-const char* AdviceOn(const CheckLine& line) {
-  const std::pair<const char*, const char*> advices[] = {
-      {"tilt", "hold your head upright"},
-      {"brightness", "too dark: use more light from the front"},
-      {"symmetry", "light both sides of the face alike and look straight ahead"},
-      {"background", "stand before a plain wall of another colour than your clothes"}};
-  for (const auto& [name, advice] : advices) {
-    if (line.name == name) return advice;
-  }
-  if (line.name == "faces") return line.value < 1 ? "no face was found" : "";
-  return "";
-}
 
 // At most three decimals, none that are zero.
 std::string Number(double value) {
@@ -57,10 +44,6 @@ std::string LimitText(const CheckLine& line) {
 std::string LimitText(const Measure& measure) {
   const auto moved = [](std::optional<double> limit, double by) { return limit ? std::optional(*limit + by) : limit; };
   return LimitText(moved(measure.min, -measure.tolerance), moved(measure.max, measure.tolerance), Number);
-}
-
-std::string NameOf(const Measure& measure) {
-  return (measure.person.empty() ? "" : measure.person + " ") + measure.id;
 }
 
 // Columns as wide as their widest cell; nothing follows the last one.
@@ -107,7 +90,7 @@ void AddTable(const photo::PhotoCheck& check, bool all, std::string* text) {
   Table table("  ");
   for (const CheckLine& line : check.lines) {
     const char* state = !line.min && !line.max ? "" : line.Passed() ? "pass" : "FAIL";
-    table.Add({line.name, photo::Decimal(line.value), line.unit, LimitText(line), state});
+    table.Add({TitleOf(line), photo::Decimal(line.value), line.unit, LimitText(line), state});
   }
   if (check.file.jpegQuality) {
     const photo::JpegQuality& quality = *check.file.jpegQuality;
@@ -122,7 +105,7 @@ void AddTable(const photo::PhotoCheck& check, bool all, std::string* text) {
                         : measure.state == MeasureState::kFailed ? "FAIL"
                         : measure.state == MeasureState::kRemark ? "look"
                                                                  : "not assessed: " + measure.reason;
-    table.Add({NameOf(measure), measure.value ? Number(*measure.value) : "-", measure.unit, LimitText(measure),
+    table.Add({TitleOf(measure), measure.value ? Number(*measure.value) : "-", measure.unit, LimitText(measure),
                std::move(state)});
   }
   table.AddTo(text);
@@ -134,15 +117,16 @@ void AddTable(const photo::PhotoCheck& check, bool all, std::string* text) {
 std::string CheckText(const std::string& photograph, const photo::PhotoCheck& check, CheckDetail detail) {
   std::string text = photo::Printable(photograph) + ": " + (check.Passed() ? "passed" : "failed");
   std::vector<std::pair<std::string, std::string>> failed, remarks;
+  const std::vector<photo::Finding> findings = photo::FindingsOf(check);  // what failed first, lines before measures
   for (const CheckLine& line : check.lines) {
     if (line.Passed()) continue;
-    const std::string advice = AdviceOn(line), unit = line.unit.empty() ? "" : " " + line.unit;
-    failed.emplace_back(line.name, photo::Decimal(line.value) + unit + ", must be " + LimitText(line) + unit +
-                                       (advice.empty() ? "" : ": " + advice));
+    const std::string unit = line.unit.empty() ? "" : " " + line.unit;
+    failed.emplace_back(TitleOf(line), findings[failed.size()].reason + " (" + photo::Decimal(line.value) + unit +
+                                           ", must be " + LimitText(line) + unit + ")");
   }
   for (const Measure& measure : check.measures) {
-    if (measure.state == MeasureState::kFailed) failed.emplace_back(NameOf(measure), measure.reason);
-    if (measure.state == MeasureState::kRemark) remarks.emplace_back(NameOf(measure), measure.reason);
+    if (measure.state == MeasureState::kFailed) failed.emplace_back(TitleOf(measure), measure.reason);
+    if (measure.state == MeasureState::kRemark) remarks.emplace_back(TitleOf(measure), measure.reason);
   }
   AddFindings("to put right", failed, &text);
   AddFindings("to look at", remarks, &text);
@@ -156,10 +140,10 @@ void CheckSummary::Add(const photo::PhotoCheck& check) {
   ++(check.Passed() ? passed_ : failed_);
   std::set<std::string> names;  // both persons of a photograph count once
   for (const CheckLine& line : check.lines) {
-    if (!line.Passed()) names.insert(line.name);
+    if (!line.Passed()) names.insert(TitleOf(line));
   }
   for (const Measure& measure : check.measures) {
-    if (measure.state == MeasureState::kFailed) names.insert(measure.id);
+    if (measure.state == MeasureState::kFailed) names.insert(measure.title);
   }
   for (const std::string& name : names) ++failures_[name];
 }

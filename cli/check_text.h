@@ -31,7 +31,7 @@ class CheckSummary {
 
  private:
   size_t passed_ = 0, failed_ = 0, unread_ = 0;
-  std::map<std::string, size_t> failures_;  // how many photographs, by name of line or measure
+  std::map<std::string, size_t> failures_;  // how many photographs, by title of line or measure
 };
 
 }  // namespace qx::cli

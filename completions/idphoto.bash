@@ -1,7 +1,7 @@
 # Completion of idphoto for bash; needs nothing else.
 
 _idphoto_options() {
-  local document='--preset --size --dpi --head --top --face-width --eyes'
+  local document='--preset --size --dpi --head --head-to --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
   local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --force --pair'
   local common='-h --help'
@@ -15,7 +15,7 @@ _idphoto_options() {
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --search --country --json" ;;
-    check) echo "$common $document --child --json --verbose --draw --max-megapixels" ;;
+    check) echo "$common $document --child --json --verbose --draw --html --max-megapixels" ;;
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     batch)
       echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"
@@ -43,6 +43,7 @@ _idphoto() {
   case $before in
     --preset) _idphoto_words "$(_idphoto_presets "$program")" "$word" && return ;;
     --paper) _idphoto_words '3.5x5 4x6 5x7 6x8 8x10 A3 A4 A5 A6 A7 letter' "$word" && return ;;
+    --head-to) _idphoto_words 'crown hair' "$word" && return ;;
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
@@ -51,7 +52,7 @@ _idphoto() {
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return
       ;;
-    --mask | --cutout | --draw | --report) _idphoto_files -f "$word" && return ;;
+    --mask | --cutout | --draw | --html | --report) _idphoto_files -f "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \

@@ -266,6 +266,23 @@ void AddDoubt(const OutlineDoubt& doubt, MadePhoto* made) {
       where + ": look at it, or take the photograph before another wall");
 }
 
+// What a document that counts the head to its crown makes of hair that stands above it.
+void AddHair(const Document& document, const PhotoMeasures& measures, MadePhoto* made) {
+  constexpr double kWorthSaying = 0.015;  // of the head's length
+  const double above = measures.HairAboveCrown();
+  if (document.headTo != HeadTo::kCrown || !(above > kWorthSaying * measures.head)) return;
+  char text[160];
+  std::snprintf(text, sizeof text, "the hair stands %.0f %% above the crown; the head is measured to the crown",
+                100 * above / measures.head);
+  made->remarks.push_back(text);
+  constexpr double kTolerance = 1e-3;
+  if (!document.top || measures.top >= document.top->min - kTolerance) return;
+  std::snprintf(text, sizeof text, "the space above is %.1f mm to the hair and %.1f mm to the crown, wanted from %.1f",
+                measures.top * document.heightMm, (measures.top + above) * document.heightMm,
+                document.top->min * document.heightMm);
+  made->remarks.push_back(text);
+}
+
 void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
   char text[160];
   made->remarks = RemarksOnFaces(state);
@@ -283,6 +300,7 @@ void AddRemarks(const State& state, const Document& document, const Placed& plac
     std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s; hold it straight", lean, side);
     made->remarks.push_back(text);
   }
+  if (state.persons.size() == 1) AddHair(document, made->measures, made);
   for (const Miss& miss : placed.givenUp) made->remarks.push_back("given up: " + MissText(miss, document));
   if (!placed.pairProblem.empty()) {
     made->remarks.push_back("given up: the usual room around the faces, for " + placed.pairProblem);

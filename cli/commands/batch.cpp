@@ -83,11 +83,14 @@ class Worker {
     AddRemark(file.Remark(), outcome);
     outcome->measures = {{"bytes", static_cast<double>(file.bytes.size())}};
     if (options_.pair) return;
-    outcome->measures.insert(outcome->measures.end(), {{"head_mm", made.measures.head * document.heightMm},
-                                                       {"top_mm", made.measures.top * document.heightMm},
-                                                       {"eyes_mm", made.measures.eyes * document.heightMm},
-                                                       {"straightened_degrees", made.straightened},
-                                                       {"face_width_mm", made.measures.faceWidth * document.widthMm}});
+    outcome->measures.insert(outcome->measures.end(),
+                             {{"head_mm", made.measures.Head(document.headTo) * document.heightMm},
+                              {"head_to_crown_mm", made.measures.head * document.heightMm},
+                              {"head_with_hair_mm", made.measures.headWithHair * document.heightMm},
+                              {"top_mm", made.measures.top * document.heightMm},
+                              {"eyes_mm", made.measures.eyes * document.heightMm},
+                              {"straightened_degrees", made.straightened},
+                              {"face_width_mm", made.measures.faceWidth * document.widthMm}});
   }
 
  private:

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/check_json.h"
+#include "cli/check_page.h"
 #include "cli/check_text.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/document_options.h"
@@ -13,6 +14,7 @@
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/drawing/draw_check.h"
 #include "photo/studio.h"
@@ -23,7 +25,7 @@ namespace {
 
 struct CheckOptions {
   std::vector<std::string> photographs;
-  std::string drawing;
+  std::string drawing, page;
   DocumentOptions document;
   bool child = false, json = false, verbose = false;
   int64_t maxPixels = codec::kDefaultMaxPixels;
@@ -50,18 +52,31 @@ std::vector<fs::path> PlanDrawings(const CheckOptions& options, const std::vecto
   return drawings;
 }
 
+void CheckPageName(const CheckOptions& options, const std::vector<std::string>& photographs) {
+  if (options.page.empty()) return;
+  const fs::path page = options.page;
+  if (page.extension() != ".html" && page.extension() != ".htm") {
+    throw SetupFailure(photo::Printable(options.page) + ": is to be a page; end the name in .html");
+  }
+  CheckOutputFolder(page.has_parent_path() ? page.parent_path() : ".");
+  RefuseToReplace(photographs, {page});
+}
+
 class CheckRun {
  public:
   explicit CheckRun(const CheckOptions& options)
       : options_(options),
         preset_(PresetOf(options.document)),
         photographs_(ExpandPhotographs(options.photographs)),
-        drawings_(PlanDrawings(options, photographs_)) {}
+        drawings_(PlanDrawings(options, photographs_)) {
+    CheckPageName(options, photographs_);
+  }
 
   int Run() {
     Progress progress(photographs_.size(), false);
     for (size_t i = 0; i < photographs_.size(); ++i) CheckOne(i, &progress);
     if (photographs_.size() > 1 && !options_.json) progress.Outcome("\n" + summary_.Text());
+    if (!options_.page.empty()) WritePage(&progress);
     return allPassed_ ? kDone : kSomeFailed;
   }
 
@@ -78,6 +93,7 @@ class CheckRun {
       summary_.AddUnread();
       allPassed_ = false;
       if (options_.json) progress->Outcome(CheckErrorJson(name, preset_.name, exception));
+      if (!options_.page.empty()) page_.AddFailure(name, Wording(exception));
       progress->Error(photo::Printable(name) + ": " + Wording(exception));
     }
   }
@@ -91,7 +107,18 @@ class CheckRun {
       const fs::path& drawing = drawings_[number];
       WriteFile(drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), *codec::FormatOfName(drawing)));
     }
+    if (!options_.page.empty()) page_.Add(photographs_[number], photograph, check);
     return check;
+  }
+
+  void WritePage(Progress* progress) {
+    try {
+      const std::string html = page_.Html();
+      WriteFile(options_.page, {html.begin(), html.end()});
+    } catch (const photo::Failure& failure) {
+      allPassed_ = false;
+      progress->Error(Wording(failure));
+    }
   }
 
   CheckDetail Detail() const {
@@ -105,6 +132,7 @@ class CheckRun {
   const std::vector<fs::path> drawings_;
   photo::Studio studio_;
   CheckSummary summary_;
+  CheckPage page_;
   bool allPassed_ = true;
 };
 
@@ -128,19 +156,24 @@ void AddCheckCommand(CLI::App& app, int* status) {
       ->add_option("--draw", options->drawing,
                    "Draw the measures into this .png or .jpg file; of several photographs into this folder")
       ->type_name("OUT");
+  command->add_option("--html", options->page, "Write what was found as a page for the browser, pictures included")
+      ->type_name("REPORT.html");
   AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
       "The whole picture is taken as the document. What is to be put right comes first, then what is to be looked at,\n"
-      "then, of a single photograph, all numbers. Head: top of the hair to the chin. Space above: upper edge to the\n"
-      "hair. Eyes: to the lower edge. Lengths may miss their limits by half a percent of the height, which is what\n"
-      "measuring is worth. Scores go from 0 to 100: tilt falls by 1 for each 0.17 degrees, brightness is that of the\n"
-      "face, symmetry compares its halves, and background says how plain the background is and how well the clothes\n"
-      "stand out from it. Names such as HeadPoseYaw are those of ISO/IEC 29794-5. What is not assessed, a hat say, is\n"
-      "for you to look at; it neither passes nor fails. Of two persons the sizes are not measured, the faces both.\n\n"
+      "then, of a single photograph, all numbers. Head: from the chin to the crown, which the face tells where hair\n"
+      "stands high, or to the top of the hair, as the document counts it; the other length is only shown. Space\n"
+      "above: upper edge to the hair, which may take of it what stands above the crown. Eyes: to the lower edge.\n"
+      "Lengths may miss their limits by half a percent of the height, which is what measuring is worth. Scores go\n"
+      "from 0 to 100: tilt falls by 1 for each 0.17 degrees, brightness is that of the face, symmetry compares its\n"
+      "halves, and background says how plain the background is and how well the clothes stand out from it. What is\n"
+      "not assessed, a hat say, is for you to look at; it neither passes nor fails. Of two persons the sizes are not\n"
+      "measured, the faces both.\n\n"
       "Exit status: 0 all passed, 1 something failed or could not be measured, 2 nothing was tried.\n\n"
       "Examples:\n"
       "  idphoto check passport.jpg --preset de-passport\n"
       "  idphoto check passport.jpg --preset de-passport --draw measures.png\n"
+      "  idphoto check class-3b/ --preset de-passport --html checks.html\n"
       "  idphoto check class-3b/ --preset de-passport --json > checks.jsonl");
   command->callback([options, status] { *status = CheckRun(*options).Run(); });
 }

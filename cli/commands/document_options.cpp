@@ -37,8 +37,11 @@ void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
             "Width and height: 35x45mm, 3.5x4.5cm, 2x2in, 400x514px")
       ->type_name("SIZE");
   AddWhole(command, "--dpi", &options->dpi, 72, 2400, "Pixels an inch, written into the file (default 300)");
-  AddParsed(command, "--head", &options->head, photo::ParseRange, "Top of the hair to the chin: 32-36mm, 70-80%")
+  AddParsed(command, "--head", &options->head, photo::ParseRange, "Chin to what --head-to says: 32-36mm, 70-80%")
       ->type_name("RANGE");
+  AddParsed(command, "--head-to", &options->headTo, photo::ParseHeadTo,
+            "Where the head ends: crown, the top of the skull (default), or hair")
+      ->type_name("END");
   AddParsed(command, "--top", &options->top, photo::ParseRange, "Space above the hair")->type_name("RANGE");
   AddParsed(command, "--face-width", &options->faceWidth, photo::ParseRange,
             "Width of the face (percents are of the width)")
@@ -126,6 +129,7 @@ photo::Preset PresetOf(const DocumentOptions& options) {
     }
     preset.dpi = options.dpi.value_or(preset.dpi);
     Replace(options.head, &preset.head);
+    preset.headTo = options.headTo.value_or(preset.headTo);
     Replace(options.top, &preset.top);
     Replace(options.eyes, &preset.eyes);
     Replace(options.faceWidth, &preset.faceWidth);

@@ -19,6 +19,7 @@ struct DocumentOptions {
   std::optional<photo::Size> size;
   std::optional<int32_t> dpi;
   std::optional<photo::Range> head, top, eyes, faceWidth;
+  std::optional<photo::HeadTo> headTo;
   std::optional<int32_t> minKb, maxKb;
   std::optional<std::string> background;
   bool noStraighten = false;
@@ -28,7 +29,7 @@ struct DocumentOptions {
   RetouchOptions retouch;
 };
 
-// --preset, --size, --dpi, --head, --top, --eyes, --face-width.
+// --preset, --size, --dpi, --head, --head-to, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
 // --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --relax, --force.

@@ -35,6 +35,20 @@ double Millimetres(double fraction, double whole) {
   return std::round(fraction * whole * 100) / 100;
 }
 
+// "34.0 mm", or "34.0 mm to the crown, 37.1 mm with hair", that which the document counts first.
+std::string HeadText(const photo::PhotoMeasures& measures, const photo::Document& document) {
+  char text[80];
+  const double crown = measures.head * document.heightMm, hair = measures.headWithHair * document.heightMm;
+  if (crown == hair) {
+    std::snprintf(text, sizeof text, "%.1f mm", crown);
+  } else if (document.headTo == photo::HeadTo::kHair) {
+    std::snprintf(text, sizeof text, "%.1f mm with hair, %.1f mm to the crown", hair, crown);
+  } else {
+    std::snprintf(text, sizeof text, "%.1f mm to the crown, %.1f mm with hair", crown, hair);
+  }
+  return text;
+}
+
 std::string ReportText(const MakeOptions& options, const photo::Document& document, const photo::MadePhoto& made,
                        const codec::EncodedDocument& file) {
   char numbers[200];
@@ -43,10 +57,10 @@ std::string ReportText(const MakeOptions& options, const photo::Document& docume
   std::string text =
       photo::Printable(options.photograph) + ": " + photo::Printable(options.output) + ", " + numbers + "\n";
   if (!options.pair) {
-    std::snprintf(numbers, sizeof numbers, "  head %.1f mm, space above %.1f mm, eyes %.1f mm up, face %.1f mm wide\n",
-                  made.measures.head * document.heightMm, made.measures.top * document.heightMm,
-                  made.measures.eyes * document.heightMm, made.measures.faceWidth * document.widthMm);
-    text += numbers;
+    std::snprintf(numbers, sizeof numbers, ", space above %.1f mm, eyes %.1f mm up, face %.1f mm wide\n",
+                  made.measures.top * document.heightMm, made.measures.eyes * document.heightMm,
+                  made.measures.faceWidth * document.widthMm);
+    text += "  head " + HeadText(made.measures, document) + numbers;
   }
   for (const std::string& remark : made.remarks) text += "  " + remark + "\n";
   return text;
@@ -69,7 +83,10 @@ std::string ReportJson(const MakeOptions& options, const photo::Document& docume
                  {"enlargement", std::round(made.enlargement * 1000) / 1000},
                  {"retouched", retouched}};
   if (!options.pair) {
-    report["head_mm"] = Millimetres(made.measures.head, document.heightMm);
+    report["head_mm"] = Millimetres(made.measures.Head(document.headTo), document.heightMm);
+    report["head_to"] = NameOf(document.headTo);
+    report["head_to_crown_mm"] = Millimetres(made.measures.head, document.heightMm);
+    report["head_with_hair_mm"] = Millimetres(made.measures.headWithHair, document.heightMm);
     report["top_mm"] = Millimetres(made.measures.top, document.heightMm);
     report["eyes_mm"] = Millimetres(made.measures.eyes, document.heightMm);
     report["face_width_mm"] = Millimetres(made.measures.faceWidth, document.widthMm);

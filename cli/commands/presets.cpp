@@ -63,6 +63,7 @@ void AddFigures(const photo::Preset& preset, Json& json) {
     if (range) json[name] = {{"published", photo::ToText(*range)}, {"min", fraction->min}, {"max", fraction->max}};
   };
   add("head", preset.head, document.head);
+  if (preset.head) json["head_to"] = NameOf(preset.headTo);
   add("top", preset.top, document.top);
   add("eyes", preset.eyes, document.eyes);
   add("face_width", preset.faceWidth, document.faceWidth);
@@ -146,6 +147,11 @@ void AddFigures(const photo::Preset& preset, Details& details) {
   if (preset.printSize) details.Line("printed size", photo::ToText(*preset.printSize), "print_size");
   details.Line("resolution", std::to_string(preset.dpi) + " dpi", "dpi");
   details.Line("head", RangeText(preset.head), "head");
+  if (preset.head) {
+    details.Line("head measured to",
+                 preset.headTo == photo::HeadTo::kHair ? "the top of the hair" : "the crown, without high hair",
+                 "head_to");
+  }
   details.Line("space above", RangeText(preset.top), "top");
   details.Line("eyes above edge", RangeText(preset.eyes), "eyes");
   details.Line("face width", RangeText(preset.faceWidth), "face_width");
@@ -227,8 +233,9 @@ void AddPresetsCommand(CLI::App& app, int*) {
       ->excludes(name);
   command->add_flag("--json", options->json, "Print JSON instead of a table: all figures, their sources and rules");
   command->footer(
-      "Head: top of the hair to the chin. Changes: whether the authority takes photographs whose background was\n"
-      "replaced. Rules change: check with the authority before you hand in a photograph.\n\n"
+      "Head: from the chin to the crown or to the top of the hair, as the document says. Changes: whether the\n"
+      "authority takes photographs whose background was replaced. Rules change: check with the authority before you\n"
+      "hand in a photograph.\n\n"
       "Examples:\n"
       "  idphoto presets\n"
       "  idphoto presets --country IN\n"

@@ -6,7 +6,15 @@
 namespace qx::photo {
 namespace {
 
-// Length of the well-formed UTF-8 sequence at the start of `text` (Unicode, table 3-7), 0 when there is none.
+// C0 and C1 control characters and DEL.
+bool IsControl(std::string_view character) {
+  const auto first = static_cast<uint8_t>(character[0]);
+  if (character.size() == 1) return first < 0x20 || first == 0x7F;
+  return first == 0xC2 && static_cast<uint8_t>(character[1]) < 0xA0;
+}
+
+}  // namespace
+
 size_t Utf8Length(std::string_view text) {
   auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
   const uint8_t first = byte(0);
@@ -22,15 +30,6 @@ size_t Utf8Length(std::string_view text) {
   }
   return length;
 }
-
-// C0 and C1 control characters and DEL.
-bool IsControl(std::string_view character) {
-  const auto first = static_cast<uint8_t>(character[0]);
-  if (character.size() == 1) return first < 0x20 || first == 0x7F;
-  return first == 0xC2 && static_cast<uint8_t>(character[1]) < 0xA0;
-}
-
-}  // namespace
 
 std::string Printable(std::string_view text) {
   std::string line;

@@ -12,6 +12,10 @@ namespace qx::photo {
 // file name can neither break a line nor move a terminal's cursor.
 std::string Printable(std::string_view text);
 
+// Bytes of the well-formed UTF-8 character (Unicode, table 3-7) at the start of a text that is not empty; 0 when there
+// is none.
+size_t Utf8Length(std::string_view text);
+
 // "1 face", "3 faces".
 std::string Count(size_t number, std::string_view noun);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "photo/place/placement.h"
+
 namespace qx::photo {
 namespace {
 
@@ -26,6 +28,30 @@ CheckLine Measure(const char* name, double value, const std::optional<Fraction>&
 }
 
 }  // namespace
+
+std::string TitleOf(const CheckLine& line) {
+  constexpr const char* kTitles[][2] = {{"width", "Width of the picture"},
+                                        {"height", "Height of the picture"},
+                                        {"resolution", "Resolution for printing"},
+                                        {"file size", "Size of the file"},
+                                        {"faces", "Number of faces"},
+                                        {"roll", "Head upright"},
+                                        {"lean", "Lean of the head"},
+                                        {"head", "Height of the head"},
+                                        {"space above", "Space above the head"},
+                                        {"eyes", "Eyes above the lower edge"},
+                                        {"face width", "Width of the face"},
+                                        {"tilt", "Head held straight"},
+                                        {"brightness", "Brightness of the face"},
+                                        {"symmetry", "Light on both halves of the face"},
+                                        {"background", "Background and clothes told apart"}};
+  for (const auto& [name, title] : kTitles) {
+    if (line.name == name) return title;
+  }
+  std::string title = line.name;
+  if (!title.empty() && title[0] >= 'a' && title[0] <= 'z') title[0] = static_cast<char>(title[0] - 'a' + 'A');
+  return title;
+}
 
 bool AllPassed(const std::vector<CheckLine>& lines) {
   return std::all_of(lines.begin(), lines.end(), [](const CheckLine& line) { return line.Passed(); });
@@ -60,8 +86,13 @@ CheckLine LeanLine(double roll) {
 }
 
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document) {
-  return {Measure("head", measures.head, document.head, document.heightMm),
-          Measure("space above", measures.top, document.top, document.heightMm),
+  const bool toHair = document.headTo == HeadTo::kHair;
+  std::optional<Fraction> top = document.top;
+  if (top) top->min = LeastTop(*top, measures.HairAboveCrown(), document.headTo);
+  return {Measure("head", measures.Head(document.headTo), document.head, document.heightMm),
+          Measure(toHair ? "head to crown" : "head with hair", toHair ? measures.head : measures.headWithHair,
+                  std::nullopt, document.heightMm),
+          Measure("space above", measures.top, top, document.heightMm),
           Measure("eyes", measures.eyes, document.eyes, document.heightMm),
           Measure("face width", measures.faceWidth, document.faceWidth, document.widthMm)};
 }

@@ -32,6 +32,9 @@ struct CheckLine {
   bool Passed() const { return value >= min.value_or(value) - tolerance && value <= max.value_or(value) + tolerance; }
 };
 
+// For people, such as "Space above the head".
+std::string TitleOf(const CheckLine& line);
+
 bool AllPassed(const std::vector<CheckLine>& lines);
 
 // Lowest scores of the library's quality check that pass: a head that leans by 5 degrees (ICAO's limit), a face of mean
@@ -48,7 +51,9 @@ CheckLine FacesLine(size_t faces, const Preset& preset);
 CheckLine RollLine(double roll);
 // By how much the head leans, in degrees, clockwise positive: only shown, the score of the tilt has the limit.
 CheckLine LeanLine(double roll);
-// Head, space above, eyes, face width, in millimetres; with limits where the document has bounds.
+// Head, to where the document counts it, and to the other end ("head with hair" or "head to crown"), which is only
+// shown; space above, eyes, face width, in millimetres; with limits where the document has bounds. The least space
+// above is LeastTop.
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document);
 // `child`: the tilt is only shown.
 std::vector<CheckLine> ScoreLines(const QualityScores& scores, bool child = false);

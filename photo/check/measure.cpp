@@ -29,50 +29,50 @@ constexpr char kUnmeasured[] = "not measured";
 // The one table of identifiers, limits and the standard's scores, in the order of MeasureId.
 // clang-format off
 constexpr MeasureRow kRows[] = {
-    {MeasureId::kUnifiedQualityScore, "UnifiedQualityScore", "", -kFree, kFree, 0, kNone, kNoScore, kNoNetwork},
-    {MeasureId::kBackgroundUniformity, "BackgroundUniformity", "", -kFree, kFree, 0, kNone, {190, 1, -1, 10, 100}, kNoise},
-    {MeasureId::kIlluminationUniformity, "IlluminationUniformity", "", -kFree, kFree, 0, kNone, kNoScore, kSkin},
-    {MeasureId::kLuminanceMean, "LuminanceMean", "", -kFree, kFree, 0, kNone, kNoScore, kSkin},
-    {MeasureId::kLuminanceVariance, "LuminanceVariance", "", -kFree, kFree, 0, kNone, kNoScore, kSkin},
-    {MeasureId::kUnderExposurePrevention, "UnderExposurePrevention", "", -kFree, 0.90, 0, kOurs, {120, 0.832, -1, 0.92, 0.05}, kUnmeasured},
-    {MeasureId::kOverExposurePrevention, "OverExposurePrevention", "", -kFree, 0.01, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kDynamicRange, "DynamicRange", "bit", 4, kFree, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kSharpness, "Sharpness", "", 0.50, kFree, 0.02, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kCompressionArtifacts, "CompressionArtifacts", "", -kFree, 4, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kNaturalColour, "NaturalColour", "", -kFree, 10.9861, 0, kOurs, {200, 1, -1, 0, 10}, kUnmeasured},
-    {MeasureId::kSingleFacePresent, "SingleFacePresent", "", -kFree, 0.05, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kEyesOpen, "EyesOpen", "", 0.045, kFree, 0, kOurs, {100, 0, 1, 0.02, 0.01}, kUnmeasured},
-    {MeasureId::kMouthClosed, "MouthClosed", "", -kFree, kFree, 0, kNone, {100, 1, -1, 0.2, 0.06}, "only shown: LipGap decides"},
-    {MeasureId::kEyesVisible, "EyesVisible", "", -kFree, kFree, 0, kNone, kNoScore, kHidden},
-    {MeasureId::kMouthOcclusionPrevention, "MouthOcclusionPrevention", "", -kFree, kFree, 0, kNone, kNoScore, kHidden},
-    {MeasureId::kFaceOcclusionPrevention, "FaceOcclusionPrevention", "", -kFree, kFree, 0, kNone, kNoScore, kHidden},
-    {MeasureId::kInterEyeDistance, "InterEyeDistance", "px", 90, kFree, 0, kEyeSource, {100, 0, 1, 70, 20}, kUnmeasured},
-    {MeasureId::kHeadSize, "HeadSize", "", -kFree, kFree, 0, kNone, kNoScore, kFraming},
-    {MeasureId::kLeftwardCrop, "LeftwardCropOfTheFaceImage", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
-    {MeasureId::kRightwardCrop, "RightwardCropOfTheFaceImage", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
-    {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.4, 0.1}, kFraming},
-    {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.8, 0.1}, kFraming},
-    {MeasureId::kHeadPoseYaw, "HeadPoseYaw", "degrees", -5, 5, 3, kPoseSource, kNoScore, kUnmeasured},
-    {MeasureId::kHeadPosePitch, "HeadPosePitch", "degrees", -1.5, 8.5, 5, kPitchSource, kNoScore, kUnmeasured},
-    {MeasureId::kHeadPoseRoll, "HeadPoseRoll", "degrees", -8, 8, 1, kPoseSource, kNoScore, kUnmeasured},
-    {MeasureId::kExpressionNeutrality, "ExpressionNeutrality", "cm", -kFree, 0.32, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kNoHeadCoverings, "NoHeadCoverings", "", -kFree, kFree, 0, kNone, kNoScore, "a hat counts as a part of the person; look yourself"},
-    {MeasureId::kGazeSideways, "GazeSideways", "degrees", -10, 10, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kEyeOpenness, "EyeOpenness", "", 0.15, kFree, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kLipGap, "LipGap", "", -kFree, 0.5, 0, kLipSource, kNoScore, kUnmeasured},
-    {MeasureId::kCheekLight, "CheekLight", "", 0.5, kFree, 0, kZoneSource, kNoScore, kUnmeasured},
-    {MeasureId::kFaceLightZones, "FaceLightZones", "", 0.5, kFree, 0, kZoneSource, kNoScore, kUnmeasured},
-    {MeasureId::kEyeWhite, "EyeWhite", "", 0.08, kFree, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kDarkGlasses, "DarkGlasses", "", 0.03, kFree, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kRedEyes, "RedEyes", "", -kFree, 0.40, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kGlassesGlare, "GlassesGlare", "", -kFree, 0.01, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kColourPicture, "ColourPicture", "", 4, kFree, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kBackgroundEvenness, "BackgroundEvenness", "dE", -kFree, 6, 9, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kBackgroundShadow, "BackgroundShadow", "L*", -kFree, 9, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kBackgroundColour, "BackgroundColour", "dE", -kFree, 10, 0, kOurs, kNoScore, "the document asks for no certain colour"},
-    {MeasureId::kBackgroundLightness, "BackgroundLightness", "L*", 75, kFree, 3, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kFaceCovered, "FaceCovered", "dE", -kFree, 18, 0, kOurs, kNoScore, kUnmeasured},
-    {MeasureId::kForeheadCovered, "ForeheadCovered", "", 0.75, kFree, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kUnifiedQualityScore, "UnifiedQualityScore", "Overall quality", "", -kFree, kFree, 0, kNone, kNoScore, kNoNetwork},
+    {MeasureId::kBackgroundUniformity, "BackgroundUniformity", "Plain background (standard's measure)", "", -kFree, kFree, 0, kNone, {190, 1, -1, 10, 100}, kNoise},
+    {MeasureId::kIlluminationUniformity, "IlluminationUniformity", "Same light on both cheeks (standard's measure)", "", -kFree, kFree, 0, kNone, kNoScore, kSkin},
+    {MeasureId::kLuminanceMean, "LuminanceMean", "Mean brightness of the face", "", -kFree, kFree, 0, kNone, kNoScore, kSkin},
+    {MeasureId::kLuminanceVariance, "LuminanceVariance", "Contrast of the face", "", -kFree, kFree, 0, kNone, kNoScore, kSkin},
+    {MeasureId::kUnderExposurePrevention, "UnderExposurePrevention", "Too dark parts of the face", "", -kFree, 0.90, 0, kOurs, {120, 0.832, -1, 0.92, 0.05}, kUnmeasured},
+    {MeasureId::kOverExposurePrevention, "OverExposurePrevention", "Burnt-out parts of the face", "", -kFree, 0.01, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kDynamicRange, "DynamicRange", "Range of tones", "bit", 4, kFree, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kSharpness, "Sharpness", "Sharpness", "", 0.50, kFree, 0.02, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kCompressionArtifacts, "CompressionArtifacts", "Traces of compression", "", -kFree, 4, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kNaturalColour, "NaturalColour", "Natural colour of the skin", "", -kFree, 10.9861, 0, kOurs, {200, 1, -1, 0, 10}, kUnmeasured},
+    {MeasureId::kSingleFacePresent, "SingleFacePresent", "One face only", "", -kFree, 0.05, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kEyesOpen, "EyesOpen", "Eyes open", "", 0.045, kFree, 0, kOurs, {100, 0, 1, 0.02, 0.01}, kUnmeasured},
+    {MeasureId::kMouthClosed, "MouthClosed", "Mouth closed (standard's measure)", "", -kFree, kFree, 0, kNone, {100, 1, -1, 0.2, 0.06}, "only shown: LipGap decides"},
+    {MeasureId::kEyesVisible, "EyesVisible", "Eyes not hidden", "", -kFree, kFree, 0, kNone, kNoScore, kHidden},
+    {MeasureId::kMouthOcclusionPrevention, "MouthOcclusionPrevention", "Mouth not hidden", "", -kFree, kFree, 0, kNone, kNoScore, kHidden},
+    {MeasureId::kFaceOcclusionPrevention, "FaceOcclusionPrevention", "Face not hidden", "", -kFree, kFree, 0, kNone, kNoScore, kHidden},
+    {MeasureId::kInterEyeDistance, "InterEyeDistance", "Distance between the eyes", "px", 90, kFree, 0, kEyeSource, {100, 0, 1, 70, 20}, kUnmeasured},
+    {MeasureId::kHeadSize, "HeadSize", "Size of the head in the picture", "", -kFree, kFree, 0, kNone, kNoScore, kFraming},
+    {MeasureId::kLeftwardCrop, "LeftwardCropOfTheFaceImage", "Room on the left", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
+    {MeasureId::kRightwardCrop, "RightwardCropOfTheFaceImage", "Room on the right", "", 1.9, kFree, 0, kOurs, {100, 0, 1, 0.9, 0.1}, kUnmeasured},
+    {MeasureId::kMarginAbove, "MarginAboveOfTheFaceImage", "Room above the eyes", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.4, 0.1}, kFraming},
+    {MeasureId::kMarginBelow, "MarginBelowOfTheFaceImage", "Room below the eyes", "", -kFree, kFree, 0, kNone, {100, 0, 1, 1.8, 0.1}, kFraming},
+    {MeasureId::kHeadPoseYaw, "HeadPoseYaw", "Head turned sideways", "degrees", -5, 5, 3, kPoseSource, kNoScore, kUnmeasured},
+    {MeasureId::kHeadPosePitch, "HeadPosePitch", "Head raised or lowered", "degrees", -1.5, 8.5, 5, kPitchSource, kNoScore, kUnmeasured},
+    {MeasureId::kHeadPoseRoll, "HeadPoseRoll", "Head leaning", "degrees", -8, 8, 1, kPoseSource, kNoScore, kUnmeasured},
+    {MeasureId::kExpressionNeutrality, "ExpressionNeutrality", "Neutral expression", "cm", -kFree, 0.32, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kNoHeadCoverings, "NoHeadCoverings", "No head covering", "", -kFree, kFree, 0, kNone, kNoScore, "a hat counts as a part of the person; look yourself"},
+    {MeasureId::kGazeSideways, "GazeSideways", "Gaze into the camera", "degrees", -10, 10, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kEyeOpenness, "EyeOpenness", "How wide the eyes are open", "", 0.15, kFree, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kLipGap, "LipGap", "Lips closed", "", -kFree, 0.5, 0, kLipSource, kNoScore, kUnmeasured},
+    {MeasureId::kCheekLight, "CheekLight", "Light from both sides", "", 0.5, kFree, 0, kZoneSource, kNoScore, kUnmeasured},
+    {MeasureId::kFaceLightZones, "FaceLightZones", "Even light on the face", "", 0.5, kFree, 0, kZoneSource, kNoScore, kUnmeasured},
+    {MeasureId::kEyeWhite, "EyeWhite", "White of the eyes seen", "", 0.08, kFree, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kDarkGlasses, "DarkGlasses", "No dark glasses", "", 0.03, kFree, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kRedEyes, "RedEyes", "No red eyes", "", -kFree, 0.40, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kGlassesGlare, "GlassesGlare", "No reflections on glasses", "", -kFree, 0.01, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kColourPicture, "ColourPicture", "Picture in colour", "", 4, kFree, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kBackgroundEvenness, "BackgroundEvenness", "Plain background", "dE", -kFree, 6, 9, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kBackgroundShadow, "BackgroundShadow", "No shadow on the background", "L*", -kFree, 9, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kBackgroundColour, "BackgroundColour", "Colour of the background", "dE", -kFree, 10, 0, kOurs, kNoScore, "the document asks for no certain colour"},
+    {MeasureId::kBackgroundLightness, "BackgroundLightness", "Bright background", "L*", 75, kFree, 3, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kFaceCovered, "FaceCovered", "Lower face free", "dE", -kFree, 18, 0, kOurs, kNoScore, kUnmeasured},
+    {MeasureId::kForeheadCovered, "ForeheadCovered", "Forehead free", "", 0.75, kFree, 0, kOurs, kNoScore, kUnmeasured},
 };
 // clang-format on
 static_assert(sizeof kRows / sizeof kRows[0] == static_cast<size_t>(MeasureId::kCount), "a row for each measure");
@@ -92,6 +92,13 @@ const char* NameOf(MeasureState state) {
   }
 }
 
+std::string TitleOf(const Measure& measure) {
+  if (measure.person.empty()) return measure.title;
+  std::string title = measure.person + ": " + measure.title;
+  title[0] = static_cast<char>(title[0] - 'a' + 'A');
+  return title;
+}
+
 double RoundScore(double score) {
   return std::clamp(std::floor(score + 0.5), 0.0, 100.0);
 }
@@ -108,6 +115,7 @@ MeasureList::MeasureList() {
   for (const MeasureRow& row : kRows) {
     Measure& measure = (*this)[row.id];
     measure.id = row.name;
+    measure.title = row.title;
     measure.unit = row.unit;
     if (row.min > -kFree) measure.min = row.min;
     if (row.max < kFree) measure.max = row.max;

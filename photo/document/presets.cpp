@@ -78,6 +78,7 @@ Document Derive(const Preset& preset) {
   document.head = ToFraction(preset.head, reference.height, "head length");
   document.top = ToFraction(preset.top, reference.height, "top margin");
   document.eyes = ToFraction(preset.eyes, reference.height, "eye height");
+  document.headTo = preset.headTo;
   document.faceWidth = ToFraction(preset.faceWidth, reference.width, "face width");
   document.minKb = preset.minKb;
   document.maxKb = preset.maxKb;

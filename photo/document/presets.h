@@ -13,7 +13,7 @@
 namespace qx::photo {
 
 // A page on which figures of a document were read. Figures go by their names in the file of presets: size, pixels,
-// print_size, dpi, head, top, eyes, face_width, min_kb, max_kb, backgrounds, background_change and retouching.
+// print_size, dpi, head, head_to, top, eyes, face_width, min_kb, max_kb, backgrounds, background_change and retouching.
 struct PresetSource {
   std::string page;                      // its address, http or https
   std::string kind;                      // as Preset::source, but never "remembered"
@@ -37,6 +37,16 @@ enum class HeadCoveringRule {
   kReligious,  // for religious or medical reasons only
   kForbidden,
 };
+
+// What the head's length counts, upward from the chin.
+enum class HeadTo {
+  kCrown,  // the top of the skull: hair that stands up does not count
+  kHair,   // the top of the hair
+};
+// "crown" or "hair", as in the file of presets.
+const char* NameOf(HeadTo end);
+// Throws Failure for another name.
+HeadTo ParseHeadTo(std::string_view name);
 
 // What the authority asks of the person; nothing where the page does not speak of it.
 struct PresetRules {
@@ -66,7 +76,8 @@ struct Preset {
   std::optional<Size> pixels;            // where published beside a size in millimetres
   std::optional<Size> printSize;         // millimetres that bounds of a size in pixels refer to
   int32_t dpi = 300;                     // of a print
-  std::optional<Range> head;             // top of the hair to the chin
+  std::optional<Range> head;             // chin to what headTo says
+  HeadTo headTo = HeadTo::kCrown;        // the crown too where the authority does not say; unverified then
   std::optional<Range> top;              // upper edge to the top of the hair
   std::optional<Range> eyes;             // eyes to the lower edge
   std::optional<Range> faceWidth;        // of the face's outline
@@ -95,6 +106,7 @@ struct Document {
   double widthMm = 0, heightMm = 0;         // what the bounds in millimetres refer to
   std::optional<Fraction> head, top, eyes;  // of the height
   std::optional<Fraction> faceWidth;        // of the width
+  HeadTo headTo = HeadTo::kCrown;           // where `head` ends
   std::optional<int32_t> minKb, maxKb;
 };
 

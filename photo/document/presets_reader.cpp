@@ -16,13 +16,14 @@ using Json = nlohmann::json;
 constexpr size_t kMonth = 7, kDay = 10;  // lengths of dates
 
 constexpr const char* kFigures[] = {
-    "size",   "pixels",      "print_size",        "dpi",       "head", "top", "eyes", "face_width", "min_kb",
-    "max_kb", "backgrounds", "background_change", "retouching"};
+    "size", "pixels",     "print_size", "dpi",    "head",        "head_to",           "top",
+    "eyes", "face_width", "min_kb",     "max_kb", "backgrounds", "background_change", "retouching"};
 constexpr const char* kKinds[] = {"print", "upload"};
 constexpr const char* kPolicies[] = {"forbidden", "allowed"};
 constexpr const char* kSources[] = {"authority", "copy", "secondary", "remembered"};
 constexpr const char* kPages[] = {"authority", "copy", "secondary"};
 // In the order of their enumerations.
+constexpr const char* kHeadTo[] = {"crown", "hair"};
 constexpr const char* kGlassesRules[] = {"allowed", "no_glare", "forbidden"};
 constexpr const char* kSmileRules[] = {"allowed", "mouth_closed", "forbidden"};
 constexpr const char* kHeadCoveringRules[] = {"allowed", "religious", "forbidden"};
@@ -146,6 +147,16 @@ std::string ParseCountry(const std::optional<std::string>& code) {
   return code.value_or("");
 }
 
+// Where the authority does not say what its length of the head counts, the usual is taken and said to be no more.
+void TakeHeadTo(const Json& object, Fields* fields, Preset* preset) {
+  if (object.contains("head_to")) {
+    if (!preset->head) throw Failure(FailureCode::kBadOption, "there is a head_to without a head");
+    preset->headTo = static_cast<HeadTo>(fields->TakeChoice("head_to", kHeadTo));
+  } else if (preset->head) {
+    preset->unverified.emplace_back("head_to");
+  }
+}
+
 Preset ParsePreset(const Json& object) {
   Fields fields(object);
   Preset preset;
@@ -170,6 +181,7 @@ Preset ParsePreset(const Json& object) {
   preset.retouching = fields.TakeChoice("retouching", kPolicies) == 1;
   preset.source = kSources[fields.TakeChoice("source", kSources)];
   preset.unverified = fields.TakeFigures("unverified", object);
+  TakeHeadTo(object, &fields, &preset);
   preset.read = fields.TakeDate("read", kMonth);
   if (const auto sources = fields.TakeIfAny<std::vector<Json>>("sources")) {
     for (const Json& source : *sources) preset.sources.push_back(ParseSource(source, object));
@@ -181,6 +193,18 @@ Preset ParsePreset(const Json& object) {
 }
 
 }  // namespace
+
+const char* NameOf(HeadTo end) {
+  return kHeadTo[static_cast<size_t>(end)];
+}
+
+HeadTo ParseHeadTo(std::string_view name) {
+  const auto* found = std::find(std::begin(kHeadTo), std::end(kHeadTo), name);
+  if (found == std::end(kHeadTo)) {
+    throw Failure(FailureCode::kBadOption, "\"" + Printable(name) + "\" is neither crown nor hair");
+  }
+  return static_cast<HeadTo>(found - std::begin(kHeadTo));
+}
 
 const char* NameOf(GlassesRule rule) {
   return kGlassesRules[static_cast<size_t>(rule)];

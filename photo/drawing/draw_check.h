@@ -7,10 +7,13 @@
 
 namespace qx::photo {
 
-// A copy of the photograph with the top of the hair, the eyes, the chin and the face's sides as lines: green where the
-// bound is met, red where not, blue where there is none. Bands at the sides show the rows that the bounds allow (for
-// the chin below the hair as it is).
-Image DrawCheck(const Image& photograph, const PhotoCheck& check);
+enum class DrawingParts { kWithLegend, kPictureOnly };
+
+// A copy of the photograph, brought to 1200 to 1900 pixels on its long side, with the lines of the head, the bands that
+// the document allows at its edges, and marks in the face; around it arrows with lengths and limits, and the words for
+// the marks; and with a legend (beside an upright photograph, below a wide one) that names what failed first. Green has
+// passed, red failed, orange is a remark, blue only shown; signs before the words tell the same.
+Image DrawCheck(const Image& photograph, const PhotoCheck& check, DrawingParts parts = DrawingParts::kWithLegend);
 
 }  // namespace qx::photo
 

@@ -38,6 +38,16 @@ FineCropParams ToParams(const Goals& goals, const Document& document) {
   return params;
 }
 
+// The library measures the mask: the head ends at the top of the hair there. Hair grows with the skull.
+Goals WithHeadToHair(const Goals& goals, const PersonGeometry& person) {
+  if (!goals.head || goals.headTo == HeadTo::kHair) return goals;
+  const double ratio = (person.chin - person.headTop) / (person.chin - person.crown);
+  Goals longer = goals;
+  longer.head = {goals.head->min * ratio, goals.head->max * ratio};
+  longer.headTo = HeadTo::kHair;
+  return longer;
+}
+
 // A bound on the face's width is one on the head's length, since both grow alike. Nothing is left when they exclude
 // each other.
 std::optional<Goals> WithFaceWidthInHead(const Goals& goals, const PersonGeometry& person, double proportions) {
@@ -50,6 +60,15 @@ std::optional<Goals> WithFaceWidthInHead(const Goals& goals, const PersonGeometr
   }
   if (merged.head->min > merged.head->max) return std::nullopt;
   return merged;
+}
+
+// The space above that hair leaves over when the head is as small as it may be: never less than any rectangle asks.
+Goals WithLeastTop(const Goals& goals, const PersonGeometry& person) {
+  Goals lower = goals;
+  if (!goals.top || !goals.head) return lower;
+  const double above = (person.crown - person.headTop) / (person.chin - person.crown) * goals.head->min;
+  lower.top->min = LeastTop(*goals.top, above, goals.headTo);
+  return lower;
 }
 
 // The widest frame around the face that the library's crop run makes, with the person's mask in it, at a small scale.
@@ -105,15 +124,23 @@ bool Serves(const FaceToPlace& placing, const Rectangle& rectangle) {
          MissesOf(MeasuresIn(rectangle, placing.person), placing.goals).empty();
 }
 
-std::optional<Rectangle> PlaceByLibrary(const FaceToPlace& placing) {
-  const Frame frame(placing);
+std::optional<Rectangle> PlaceInFrame(const Frame& frame, const FaceToPlace& placing, const Goals& wanted) {
   for (const double margin : kMargins) {
-    const auto goals = WithFaceWidthInHead(Narrowed(placing.goals, margin), placing.person, placing.Proportions());
+    const auto goals = WithFaceWidthInHead(WithHeadToHair(Narrowed(wanted, margin), placing.person), placing.person,
+                                           placing.Proportions());
     if (!goals) continue;
     const auto rectangle = frame.Find(*goals, placing.document, placing.Proportions());
     if (rectangle && Serves(placing, *rectangle)) return rectangle;
   }
   return std::nullopt;
+}
+
+// With the space above that is wanted where that can be, else with what high hair leaves of it.
+std::optional<Rectangle> PlaceByLibrary(const FaceToPlace& placing) {
+  const Frame frame(placing);
+  const auto rectangle = PlaceInFrame(frame, placing, placing.goals);
+  if (rectangle || placing.person.crown == placing.person.headTop) return rectangle;
+  return PlaceInFrame(frame, placing, WithLeastTop(placing.goals, placing.person));
 }
 
 // Where the person is cut off or the shoulders are narrow, the library finds none although there may be one.

@@ -66,7 +66,8 @@ const char* NameOf(Miss::Bound bound) {
 
 std::string MissText(const Miss& miss, const Document& document) {
   const bool ofWidth = miss.bound == Miss::Bound::kFaceWidth;
-  const char* const name = miss.bound == Miss::Bound::kHead   ? "head "
+  const char* const head = document.headTo == HeadTo::kHair ? "head with hair " : "head to the crown ";
+  const char* const name = miss.bound == Miss::Bound::kHead   ? head
                            : miss.bound == Miss::Bound::kTop  ? "space above the head "
                            : miss.bound == Miss::Bound::kEyes ? "eyes "
                                                               : "face ";

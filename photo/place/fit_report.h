@@ -9,7 +9,7 @@
 
 namespace qx::photo {
 
-// "head 58 % of the height, wanted 70 to 80 (31.5 to 36 mm)".
+// "head to the crown 58 % of the height, wanted 70 to 80 (31.5 to 36 mm)".
 std::string MissText(const Miss& miss, const Document& document);
 // The same with ": move closer" or the like behind, where the person can do something.
 std::string MissAdvice(const Miss& miss, const Document& document);

@@ -117,6 +117,26 @@ void MeasureHair(const MaskView& view, double left, double right, PersonGeometry
   person->topCut = view.turn.IsNone() && first > cut;
 }
 
+PlacePoint Middle(PlacePoint a, PlacePoint b) {
+  return {(a.x + b.x) / 2, (a.y + b.y) / 2};
+}
+
+// The chin's point.
+template <typename Points>
+auto Lowest(const Points& outline) {
+  return std::max_element(outline.begin(), outline.end(),
+                          [](const PlacePoint& a, const PlacePoint& b) { return a.y < b.y; });
+}
+
+FaceLengths LengthsOf(const std::array<PlacePoint, 2>& eyes, PlacePoint mouth, PlacePoint chin) {
+  const auto distance = [](PlacePoint a, PlacePoint b) {
+    const double dx = a.x - b.x, dy = a.y - b.y;
+    return std::sqrt(dx * dx + dy * dy);
+  };
+  const PlacePoint between = Middle(eyes[0], eyes[1]);
+  return {distance(eyes[0], eyes[1]), distance(between, mouth), distance(between, chin)};
+}
+
 }  // namespace
 
 Mask MaskView::Sample(const Rectangle& rectangle, double scale) const {
@@ -146,19 +166,28 @@ FacePlaces PlacesOf(const ProbedFace& face, const PixelBox& box, double scaleX, 
   places.eyeCorners = {place(face.landmarks[0]), place(face.landmarks[9])};
   places.mouthCorners = {place(face.landmarks[16]), place(face.landmarks[17])};
   std::transform(face.densePoints.begin(), face.densePoints.end(), places.outline.begin(), place);
+  const auto placeOfMesh = [&](int point) {
+    const PlacePoint p = (*face.mesh)[point];
+    return turn({box.left + p.x / scaleX, box.top + p.y / scaleY});
+  };
+  if (face.mesh) {
+    places.lengths = LengthsOf({Middle(placeOfMesh(33), placeOfMesh(133)), Middle(placeOfMesh(362), placeOfMesh(263))},
+                               Middle(placeOfMesh(13), placeOfMesh(14)), placeOfMesh(152));
+  } else {
+    places.lengths =
+        LengthsOf(places.eyes, Middle(places.mouthCorners[0], places.mouthCorners[1]), *Lowest(places.outline));
+  }
   return places;
 }
 
 PersonGeometry MeasurePerson(const FacePlaces& face, const MaskView& view) {
   const auto [leftmost, rightmost] = std::minmax_element(
       face.outline.begin(), face.outline.end(), [](const PlacePoint& a, const PlacePoint& b) { return a.x < b.x; });
-  const auto lowest = std::max_element(face.outline.begin(), face.outline.end(),
-                                       [](const PlacePoint& a, const PlacePoint& b) { return a.y < b.y; });
   PersonGeometry person;
   person.width = view.width;
   person.height = view.height;
   person.turn = view.turn;
-  person.chin = lowest->y;
+  person.chin = Lowest(face.outline)->y;
   person.eyes = (face.eyes[0].y + face.eyes[1].y) / 2;
   person.centre = ((face.mouthCorners[0].x + face.mouthCorners[1].x) / 2 +  //
                    (face.eyeCorners[0].x + face.eyeCorners[1].x) / 2) /
@@ -170,6 +199,8 @@ PersonGeometry MeasurePerson(const FacePlaces& face, const MaskView& view) {
   }
   const double beside = std::floor(person.faceWidth / 2);
   MeasureHair(view, leftmost->x - beside, rightmost->x + beside + 1, &person);
+  const double hair = person.chin - person.headTop, head = CrownToChin(face.lengths, hair);
+  person.crown = head < hair ? person.chin - head : person.headTop;
   MeasureEnds(view, &person);
   return person;
 }
@@ -184,7 +215,8 @@ PersonGeometry MeasurePerson(const ProbedFace& face, const Mask& mask) {
 
 PhotoMeasures MeasuresIn(const Rectangle& rectangle, const PersonGeometry& person) {
   PhotoMeasures measures;
-  measures.head = (person.chin - person.headTop) / rectangle.height;
+  measures.head = (person.chin - person.crown) / rectangle.height;
+  measures.headWithHair = (person.chin - person.headTop) / rectangle.height;
   measures.top = (person.headTop - rectangle.top) / rectangle.height;
   measures.eyes = (rectangle.Bottom() - person.eyes) / rectangle.height;
   measures.faceWidth = person.faceWidth / rectangle.width;

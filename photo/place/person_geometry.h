@@ -8,7 +8,9 @@
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
+#include "photo/document/presets.h"
 #include "photo/face/face_finder.h"
+#include "photo/place/crown.h"
 
 namespace qx::photo {
 
@@ -18,6 +20,7 @@ struct FacePlaces {
   std::array<PlacePoint, 2> eyeCorners;  // outer ones
   std::array<PlacePoint, 2> mouthCorners;
   std::array<PlacePoint, QX_FACE_ATTRIBUTE_POINTS> outline;  // all of the dense points
+  FaceLengths lengths;
 };
 
 // `box`: the part of the photograph that the picture shows in which the face was found; `scaleX` and `scaleY`: pixels
@@ -49,6 +52,7 @@ struct PersonGeometry {
   int32_t width = 0, height = 0;  // of the photograph
   Turn turn;
   double headTop = 0;         // highest hair
+  double crown = 0;           // row of the skull's top: headTop, or below it where hair stands high (see CrownToChin)
   double chin = 0, eyes = 0;  // rows
   double centre = 0;          // column of the face's middle
   double faceLeft = 0;        // of the face's outline
@@ -68,10 +72,16 @@ PersonGeometry MeasurePerson(const ProbedFace& face, const Mask& mask);
 
 // What documents set bounds for.
 struct PhotoMeasures {
-  double head = 0;       // top of the hair to the chin, of the height
-  double top = 0;        // upper edge to the top of the hair, of the height
-  double eyes = 0;       // eyes to the lower edge, of the height
-  double faceWidth = 0;  // of the width
+  double head = 0;          // crown to the chin, of the height
+  double top = 0;           // upper edge to the top of the hair, of the height
+  double eyes = 0;          // eyes to the lower edge, of the height
+  double faceWidth = 0;     // of the width
+  double headWithHair = 0;  // top of the hair to the chin, of the height; `head`, to the bit, where no hair stands high
+
+  // The one of the two that a document counts.
+  double Head(HeadTo end) const { return end == HeadTo::kHair ? headWithHair : head; }
+  // By how much the hair stands above the crown, of the height.
+  double HairAboveCrown() const { return headWithHair - head; }
 };
 
 PhotoMeasures MeasuresIn(const Rectangle& rectangle, const PersonGeometry& person);

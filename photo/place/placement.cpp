@@ -11,22 +11,25 @@ constexpr double kRounding = 1e-6;
 constexpr double kLeastWidth = 1.2;  // of the face, for the ears
 constexpr double kTolerance = 1e-3;  // half a pixel of a usual document
 constexpr double kMostCut = 0.05;    // more than measuring can be wrong by
+constexpr double kHairInside = 0.01;
 
 struct Goal {
   Miss::Bound bound;
   double value;
   const std::optional<Fraction>& wanted;
+  double spared = 0;  // by which the value may stay below
 };
 
 std::array<Goal, 4> Compare(const PhotoMeasures& measures, const Goals& goals) {
-  return {{{Miss::Bound::kHead, measures.head, goals.head},
-           {Miss::Bound::kTop, measures.top, goals.top},
+  const double spared = goals.top ? goals.top->min - LeastTop(*goals.top, measures.HairAboveCrown(), goals.headTo) : 0;
+  return {{{Miss::Bound::kHead, measures.Head(goals.headTo), goals.head},
+           {Miss::Bound::kTop, measures.top, goals.top, spared},
            {Miss::Bound::kEyes, measures.eyes, goals.eyes},
            {Miss::Bound::kFaceWidth, measures.faceWidth, goals.faceWidth}}};
 }
 
-double Excess(double value, const Fraction& wanted) {
-  return std::max({wanted.min - value, value - wanted.max, 0.0});
+double Excess(const Goal& goal) {
+  return std::max({goal.wanted->min - goal.spared - goal.value, goal.value - goal.wanted->max, 0.0});
 }
 
 // The squares of what is missing and, to choose among rectangles that miss nothing, a trifle for not being in the
@@ -36,7 +39,7 @@ double Cost(const PhotoMeasures& measures, const Goals& goals) {
   double cost = 0;
   for (const Goal& goal : Compare(measures, goals)) {
     if (!goal.wanted) continue;
-    const double excess = Excess(goal.value, *goal.wanted);
+    const double excess = Excess(goal);
     const double middle = (goal.wanted->min + goal.wanted->max) / 2;
     const double half = std::max((goal.wanted->max - goal.wanted->min) / 2, kRounding);
     const double offset = (goal.value - middle) / half;
@@ -83,14 +86,19 @@ bool HoldsCut(const Rectangle& rectangle, const PersonGeometry& person, double s
 }  // namespace
 
 Goals GoalsOf(const Document& document) {
-  Goals goals{document.head, document.top, document.eyes, document.faceWidth};
+  Goals goals{document.head, document.top, document.eyes, document.faceWidth, document.headTo};
   if (!goals.head && !goals.faceWidth) goals.head = Fraction{0.60, 0.72};
   if (!goals.top) {
     // With the eyes set, no more than that the hair stays inside; otherwise somewhat less room above than below.
     const double room = goals.head ? 1 - (goals.head->min + goals.head->max) / 2 : 0.3;
-    goals.top = goals.eyes ? Fraction{0.01, 1} : Fraction{0.25 * room, 0.5 * room};
+    goals.top = goals.eyes ? Fraction{kHairInside, 1} : Fraction{0.25 * room, 0.5 * room};
   }
   return goals;
+}
+
+double LeastTop(const Fraction& wanted, double above, HeadTo headTo) {
+  if (headTo != HeadTo::kCrown || !(above > 0)) return wanted.min;
+  return std::max(wanted.min - above, std::min(wanted.min, kHairInside));
 }
 
 Goals Narrowed(const Goals& goals, double part) {
@@ -106,7 +114,7 @@ Goals Narrowed(const Goals& goals, double part) {
 std::vector<Miss> MissesOf(const PhotoMeasures& measures, const Goals& goals) {
   std::vector<Miss> misses;
   for (const Goal& goal : Compare(measures, goals)) {
-    if (goal.wanted && Excess(goal.value, *goal.wanted) > kTolerance) {
+    if (goal.wanted && Excess(goal) > kTolerance) {
       misses.push_back({goal.bound, goal.value, *goal.wanted});
     }
   }

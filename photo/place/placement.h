@@ -15,12 +15,18 @@ namespace qx::photo {
 struct Goals {
   std::optional<Fraction> head, top, eyes;  // of the height
   std::optional<Fraction> faceWidth;        // of the width
+  HeadTo headTo = HeadTo::kCrown;           // where `head` ends
 };
 Goals GoalsOf(const Document& document);
 
 // Cuts the edges off every pair of bounds: `part` of its width on both sides, 0 to below 0.5, and at most 5 % of the
 // height.
 Goals Narrowed(const Goals& goals, double part);
+
+// The least space above the hair. Where the head ends at its crown, hair that stands above it may take as much of the
+// space that is wanted, for it is the crown that authorities then measure to; a hundredth of the height stays free, or
+// all that is wanted where that is less. `above`: of the height, the hair above the crown; 0: none.
+double LeastTop(const Fraction& wanted, double above, HeadTo headTo);
 
 // One bound that a rectangle does not meet.
 struct Miss {
@@ -29,7 +35,7 @@ struct Miss {
   double value;     // of the height (kFaceWidth: of the width)
   Fraction wanted;  // of the same
 };
-// All of them, each with a tolerance of a thousandth of the height.
+// All of them, each with a tolerance of a thousandth of the height. The least space above is LeastTop.
 std::vector<Miss> MissesOf(const PhotoMeasures& measures, const Goals& goals);
 
 // What a rectangle must not do, whatever the bounds: show less of the person than belongs into it. Besides, it always

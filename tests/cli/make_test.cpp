@@ -26,6 +26,7 @@ TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
       {{"--preset", "us-pasport"}, "did you mean us-passport"},
       {{"--size", "35x45"}, "--size"},
       {{"--size", "35x45mm", "--head", "50-60mm"}, "does not fit into 45 mm"},
+      {{"--size", "35x45mm", "--head-to", "hat"}, "neither crown nor hair"},
       {{"--preset", "cn-visa", "--background", "bluish"}, "--background"},
       {{"--preset", "cn-visa", "--min-kb", "50", "--max-kb", "40"}, "least size"},
       {{"--preset", "cn-visa", "--dpi", "5"}, "--dpi"},
@@ -51,8 +52,8 @@ TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
   EXPECT_EQ(1, StatusOfRefusal(folder, Joined(make, {"--preset", "cn-visa"}), "a.png: no face found"));
   const ProgramRun check = RunProgram(folder, {"check", "a.png", "--preset", "cn-visa"});
   EXPECT_EQ(1, check.status);
-  EXPECT_TRUE(Contains(check.out, "a.png: failed\n  to put right:\n    width ")) << check.out;
-  EXPECT_TRUE(Contains(check.out, " 64 px, must be 390 px\n")) << check.out;
+  EXPECT_TRUE(Contains(check.out, "a.png: failed\n  to put right:\n    Width of the picture ")) << check.out;
+  EXPECT_TRUE(Contains(check.out, " (64 px, must be 390 px)\n")) << check.out;
   EXPECT_EQ(Names{"a.png"}, folder.Names());
 }
 

@@ -100,6 +100,7 @@ TEST(Straighten, LeavesWhatItShould) {
   const int left = static_cast<int>(face.left - 0.75 * face.Width()), width = static_cast<int>(2.5 * face.Width());
   MakeRequest close = kept;
   close.relax = true;
+  close.document.headTo = HeadTo::kHair;  // the smaller head leaves no room
   expectLeft(Reread(ToVips(Sample()).extract_area(left, 0, width, Sample().height)), close);
 }
 
@@ -209,7 +210,7 @@ TEST(Studio, SaysWhereHairAndWallAreAlike) {
   const char* const remark = "hair and background have the same colour above and on the left and on the right";
   EXPECT_TRUE(HasRemark(Make(studio, alike, RequestFor("schengen-visa")), remark));
   EXPECT_FALSE(HasRemark(Make(studio, alike, RequestFor("schengen-visa", "keep")), "hair"));
-  EXPECT_FALSE(HasRemark(Make(studio, contrasting, RequestFor("schengen-visa")), "hair"));
+  EXPECT_FALSE(HasRemark(Make(studio, contrasting, RequestFor("schengen-visa")), "hair and"));
 }
 
 double MeanDifference(const Image& a, const Image& b) {

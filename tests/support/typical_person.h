@@ -10,7 +10,7 @@ inline photo::PersonGeometry TypicalPerson() {
   photo::PersonGeometry person;
   person.width = 800;
   person.height = 1000;
-  person.headTop = 300;
+  person.headTop = person.crown = 300;
   person.eyes = 400;
   person.chin = 500;
   person.centre = 400;

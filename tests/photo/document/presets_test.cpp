@@ -182,7 +182,7 @@ std::string Quoted(std::string text) {
 
 TEST(Presets, AreReadStrictly) {
   const std::string good = Quoted(R"([{'name': 'xx', 'title': 'X', 'authority': 'Y', 'country': 'FR', 'kind': 'print',
-    'size': '35x45mm', 'dpi': 300, 'head': '32-36mm', 'backgrounds': ['white'], 'background_change': 'allowed',
+    'size': '35x45mm', 'dpi': 300, 'head': '32-36mm', 'head_to': 'hair', 'backgrounds': ['white'], 'background_change': 'allowed',
     'retouching': 'forbidden', 'source': 'secondary', 'read': '2026-11', 'unverified': ['dpi'],
     'sources': [{'page': 'https://example.org/a', 'kind': 'copy', 'read': '2024-02-29', 'gives': ['size', 'head']}],
     'rules': {'glasses': 'no_glare', 'smile': 'mouth_closed', 'head_covering': 'religious', 'children': 'any',
@@ -194,6 +194,7 @@ TEST(Presets, AreReadStrictly) {
       {"'FR'", "'XX'"},
       {"'print'", "'paper'"},
       {"'secondary'", "'hearsay'"},
+      {"'hair'", "'hat'"},
       {"'2026-11'", "'2026-13'"},
       {"'2026-11'", "'2026-11-21'"},
       {"['dpi']", "['dpj']"},
@@ -225,6 +226,30 @@ TEST(Presets, AreReadStrictly) {
     text.replace(at, std::string(right).size(), Quoted(wrong));
     EXPECT_EQ(0u, FailureOf([&] { ParsePresets(text); }).find("preset 1: ")) << wrong;
   }
+}
+
+// What a length of the head ends at has a source, or is said to have none.
+TEST(Presets, SayWhereTheHeadEnds) {
+  const auto doubts = [](const Preset& preset) {
+    return std::count(preset.unverified.begin(), preset.unverified.end(), "head_to");
+  };
+  for (const Preset& preset : Presets()) {
+    const bool known = std::any_of(preset.sources.begin(), preset.sources.end(), [](const PresetSource& source) {
+      return std::count(source.gives.begin(), source.gives.end(), "head_to") > 0;
+    });
+    EXPECT_EQ(preset.head && !known ? 1 : 0, doubts(preset)) << preset.name;
+    EXPECT_EQ(preset.headTo, Derive(preset).headTo);
+    EXPECT_TRUE(known || preset.headTo == HeadTo::kCrown) << preset.name;
+  }
+  EXPECT_EQ(HeadTo::kHair, FindPreset("us-passport").headTo);
+  EXPECT_EQ(HeadTo::kCrown, FindPreset("fr-passport").headTo);
+  EXPECT_EQ("crown", std::string(NameOf(HeadTo::kCrown)));
+  EXPECT_EQ(HeadTo::kHair, ParseHeadTo("hair"));
+  EXPECT_NE("(no failure)", FailureOf([] { ParseHeadTo(""); }));
+  const std::string without = Quoted(R"([{'name': 'xx', 'title': 'X', 'authority': 'Y', 'kind': 'print',
+    'size': '35x45mm', 'dpi': 300, 'head_to': 'hair', 'backgrounds': ['white'], 'background_change': 'allowed',
+    'retouching': 'forbidden', 'source': 'secondary', 'read': '2026-11', 'unverified': []}])");
+  EXPECT_NE(std::string::npos, FailureOf([&] { ParsePresets(without); }).find("a head_to without a head"));
 }
 
 std::string NamesFound(std::string_view text, std::string_view country) {

@@ -168,13 +168,15 @@ TEST(PersonGeometry, BoxesHoldTurnedFrames) {
 
 TEST(PersonGeometry, MeasuresAreFractionsOfTheRectangle) {
   PersonGeometry person;
-  person.headTop = 30;
+  person.headTop = 20;
+  person.crown = 30;
   person.eyes = 80;
   person.chin = 130;
   person.faceWidth = 60;
   const PhotoMeasures measures = MeasuresIn({5, 10, 120, 200}, person);
   EXPECT_DOUBLE_EQ(0.5, measures.head);
-  EXPECT_DOUBLE_EQ(0.1, measures.top);
+  EXPECT_DOUBLE_EQ(0.55, measures.headWithHair);
+  EXPECT_DOUBLE_EQ(0.05, measures.top);
   EXPECT_DOUBLE_EQ(0.65, measures.eyes);
   EXPECT_DOUBLE_EQ(0.5, measures.faceWidth);
 }

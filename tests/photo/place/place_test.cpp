@@ -73,7 +73,7 @@ TEST(Placement, SaysWhatFailsAndByHowMuch) {
   EXPECT_GE(attempt.nearest->left, -0.001);
 
   person = TypicalPerson();
-  person.headTop = 0;
+  person.headTop = person.crown = 0;
   person.eyes = 100;
   person.chin = 200;
   EXPECT_TRUE(Try("schengen-visa", person).misses.empty());  // room above is filled with background
@@ -86,7 +86,7 @@ TEST(Placement, SaysWhatFailsAndByHowMuch) {
   EXPECT_TRUE(Contains(attempt.text, "the background that is kept ends with the photograph")) << attempt.text;
 
   person = TypicalPerson();
-  person.headTop = 180;  // tall hair: the eyes cannot be as high as wanted above such a head
+  person.headTop = person.crown = 180;  // tall hair: the eyes cannot be as high as wanted above such a head
   Document document = Derive(FindPreset("us-passport"));
   document.head = Fraction{0.9, 0.95};
   const Goals goals = GoalsOf(document);

@@ -117,14 +117,14 @@ TEST(FitReport, SaysInNumbersWhatIsMissed) {
   document.height = 531;
   document.widthMm = 35;
   document.heightMm = 45;
-  EXPECT_EQ("head 58 % of the height, wanted 70 to 80 (31.5 to 36 mm)",
+  EXPECT_EQ("head to the crown 58 % of the height, wanted 70 to 80 (31.5 to 36 mm)",
             MissText({Miss::Bound::kHead, 0.58, {0.7, 0.8}}, document));
   // A decimal where whole percents would look like the bound.
   EXPECT_EQ("eyes 69.6 % of the height above the lower edge, wanted 70 to 80 (31.5 to 36 mm)",
             MissText({Miss::Bound::kEyes, 0.696, {0.7, 0.8}}, document));
   EXPECT_EQ("face 70 % of the width, wanted 40 to 62.9 (14 to 22 mm): step back",
             MissAdvice({Miss::Bound::kFaceWidth, 0.7, {0.4, 22.0 / 35}}, document));
-  EXPECT_EQ("head 58 % of the height, wanted 70 to 80 (31.5 to 36 mm): move closer",
+  EXPECT_EQ("head to the crown 58 % of the height, wanted 70 to 80 (31.5 to 36 mm): move closer",
             MissAdvice({Miss::Bound::kHead, 0.58, {0.7, 0.8}}, document));
 }
 
