@@ -11,19 +11,13 @@
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "photo/base/text.h"
-#include "qx_idp.h"
 
 namespace {
-
-std::string Version() {
-  return "idphoto " + std::to_string(QX_IDP_VERSION_MAJOR) + "." + std::to_string(QX_IDP_VERSION_MINOR) + "." +
-         std::to_string(QX_IDP_VERSION_PATCH);
-}
 
 int Run(int argc, char** argv) {
   int status = qx::cli::kDone;
   CLI::App app("Identification photographs from ordinary photographs.", "idphoto");
-  app.set_version_flag("--version", Version(), "Print the version");
+  app.set_version_flag("--version", "idphoto " + qx::cli::ProgramVersion(), "Print the version");
   app.require_subcommand(1);
   app.footer(
       "Run idphoto COMMAND --help for a command's options.\n\n"

@@ -54,6 +54,13 @@ std::vector<std::string> FilesMatching(const std::string& pattern) {
   return names;
 }
 
+// A name for the place in the file system that writing to the path replaces.
+fs::path Place(const fs::path& path) {
+  std::error_code error;
+  const fs::path folder = fs::canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+  return error ? path : folder / path.filename();
+}
+
 }  // namespace
 
 std::vector<std::string> OutputStems(const std::vector<std::string>& photographs) {
@@ -89,6 +96,16 @@ std::vector<std::string> ExpandPhotographs(const std::vector<std::string>& argum
     }
   }
   return photographs;
+}
+
+void RefuseToReplace(const std::vector<std::string>& photographs, const std::vector<fs::path>& outputs) {
+  std::set<fs::path> places;
+  for (const std::string& photograph : photographs) places.insert(Place(photograph));
+  for (const fs::path& output : outputs) {
+    if (places.count(Place(output)) == 0) continue;
+    throw SetupFailure(photo::Printable(output.native()) +
+                       ": would replace that photograph; choose another name or folder");
+  }
 }
 
 }  // namespace qx::cli

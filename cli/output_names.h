@@ -17,6 +17,9 @@ std::vector<std::string> OutputStems(const std::vector<std::string>& photographs
 // anything else for itself, whether it exists or not. Throws SetupFailure for a folder or pattern without photographs.
 std::vector<std::string> ExpandPhotographs(const std::vector<std::string>& arguments);
 
+// Throws SetupFailure when writing one of the outputs would replace one of the photographs.
+void RefuseToReplace(const std::vector<std::string>& photographs, const std::vector<std::filesystem::path>& outputs);
+
 }  // namespace qx::cli
 
 #endif  // QX_CLI_OUTPUT_NAMES_H

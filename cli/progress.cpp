@@ -23,9 +23,9 @@ std::string TimeLeft(std::chrono::duration<double> elapsed, size_t done, size_t 
 
 }  // namespace
 
-Progress::Progress(size_t total)
+Progress::Progress(size_t total, bool keepsBack)
     : total_(total),
-      bar_(total > 1 && isatty(STDERR_FILENO) == 1),
+      bar_(total > 1 && isatty(STDERR_FILENO) == 1 && (keepsBack || isatty(STDOUT_FILENO) != 1)),
       outcomesKeptBack_(bar_ && isatty(STDOUT_FILENO) == 1) {}
 
 Progress::~Progress() {

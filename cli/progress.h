@@ -13,7 +13,8 @@ namespace qx::cli {
 // silent. Messages go out through this class, so that they and the bar do not overwrite each other.
 class Progress {
  public:
-  explicit Progress(size_t total);
+  // `keepsBack`: whether outcomes give way to the bar where both would go to a terminal; else there is no bar then.
+  explicit Progress(size_t total, bool keepsBack = true);
   ~Progress();  // wipes the bar
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "photo/base/text.h"
+#include "qx_idp.h"
 
 namespace qx::cli {
 namespace {
@@ -55,17 +56,25 @@ std::string Advice(const Failure& failure) {
 
 }  // namespace
 
+std::string ProgramVersion() {
+  return std::to_string(QX_IDP_VERSION_MAJOR) + "." + std::to_string(QX_IDP_VERSION_MINOR) + "." +
+         std::to_string(QX_IDP_VERSION_PATCH);
+}
+
 std::string Wording(const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);
   return photo::ReasonOf(exception) + (failure ? Advice(*failure) : "");
 }
 
+FailureCode CodeOf(const std::exception& exception) {
+  if (const auto* failure = dynamic_cast<const Failure*>(&exception)) return failure->Code();
+  return dynamic_cast<const std::bad_alloc*>(&exception) ? FailureCode::kOutOfMemory : FailureCode::kCannotRead;
+}
+
 Failure About(const std::string& what, const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);
-  const FailureCode code = failure                                           ? failure->Code()
-                           : dynamic_cast<const std::bad_alloc*>(&exception) ? FailureCode::kOutOfMemory
-                                                                             : FailureCode::kCannotRead;
-  return {code, what + ": " + photo::ReasonOf(exception), failure ? failure->Fields() : photo::FailureFields()};
+  return {CodeOf(exception), what + ": " + photo::ReasonOf(exception),
+          failure ? failure->Fields() : photo::FailureFields()};
 }
 
 }  // namespace qx::cli

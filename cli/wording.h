@@ -17,8 +17,14 @@ class SetupFailure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// "0.2.0".
+std::string ProgramVersion();
+
 // The reason as one line, with the options that help behind it.
 std::string Wording(const std::exception& exception);
+
+// What kind of failure it is, also of an exception that is none.
+photo::FailureCode CodeOf(const std::exception& exception);
 
 // The same failure with what it is about (a file's printable name, say) in front of its text.
 photo::Failure About(const std::string& what, const std::exception& exception);

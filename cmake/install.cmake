@@ -21,6 +21,7 @@ install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
 if(programs)
   install(TARGETS ${programs} RUNTIME COMPONENT program)
   install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+  install(DIRECTORY docs/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/idphoto/schema COMPONENT program)
   install(FILES completions/idphoto.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
           RENAME idphoto COMPONENT program)
   install(FILES completions/_idphoto DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT program)

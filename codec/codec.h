@@ -72,6 +72,8 @@ class FileSource : public photo::PhotoSource {
   // an inch (EXIF 2.32, XResolution) and 1 a millimetre. A format that counts whole pixels a metre cannot hold whole
   // pixels an inch exactly: what is that close to a whole number becomes one.
   std::optional<photo::PrintResolution> Resolution() const;
+  // Of a JPEG, as its tables say; nothing for other formats and for a file whose tables cannot be read.
+  std::optional<photo::JpegQuality> Quality() const;
   size_t FileSize() const;  // bytes
 
  private:

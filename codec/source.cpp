@@ -13,6 +13,7 @@
 
 #include "codec/codec.h"
 #include "codec/decode.h"
+#include "codec/jpeg_quality.h"
 #include "codec/library.h"
 #include "photo/base/failure.h"
 #include "photo/base/resize.h"
@@ -197,6 +198,10 @@ photo::Image FileSource::Whole() {
 
 std::optional<photo::PrintResolution> FileSource::Resolution() const {
   return decoder_->Resolution();
+}
+
+std::optional<photo::JpegQuality> FileSource::Quality() const {
+  return QualityOf(decoder_->File());
 }
 
 size_t FileSource::FileSize() const {

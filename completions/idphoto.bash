@@ -15,7 +15,7 @@ _idphoto_options() {
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --search --country --json" ;;
-    check) echo "$common $document --json --draw --max-megapixels" ;;
+    check) echo "$common $document --child --json --verbose --draw --html --max-megapixels" ;;
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     batch)
       echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"
@@ -52,7 +52,7 @@ _idphoto() {
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return
       ;;
-    --mask | --cutout | --draw | --report) _idphoto_files -f "$word" && return ;;
+    --mask | --cutout | --draw | --html | --report) _idphoto_files -f "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \

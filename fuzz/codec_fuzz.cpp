@@ -42,6 +42,7 @@ void Look(FileSource& source) {
   const int32_t width = source.Width(), height = source.Height();
   if (int64_t{width} * height > kLimits.pixels) std::abort();
   source.Resolution();
+  if (const auto quality = source.Quality(); quality && (quality->quality < 1 || quality->quality > 100)) std::abort();
   const Image overview = source.Overview(int64_t{width} * height / 5);
   Check(overview, overview.width, overview.height);
   const qx::photo::PixelBox box{width / 5, height / 7, width - width / 9, height - height / 11};

@@ -37,7 +37,7 @@ try_photo() {
   reason idphoto make -o "$out/photo.jpg" --preset $document --relax -- "$photo" || return
   made "finished photograph" "$out/photo.jpg" "$document"
   idphoto check --preset $document --draw "$out/check.png" -- "$out/photo.jpg" >"$out/check.txt" 2>&1 ||
-    remark="does not pass: $(sed -En '/FAIL$/s/^ +([a-z]+( [a-z]+)*) .*/\1/p' "$out/check.txt" | paste -sd ,)"
+    remark="does not pass: $(sed -En '/FAIL$/s/^ +(([^ ]+ )*[^ ]+)  .*/\1/p' "$out/check.txt" | paste -sd ,)"
   [[ ! -e $out/check.png ]] || made "its measures" "$out/check.png" "$remark"
   reason idphoto sheet -o "$out/sheet.png" --paper 4x6 -- "$out/photo.jpg" || return
   made "sheet, 4x6 inches" "$out/sheet.png" "print at 100 %"

@@ -6,7 +6,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -20,7 +19,6 @@
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
-#include "qx_idp.h"
 
 namespace qx::cli {
 namespace fs = std::filesystem;
@@ -38,38 +36,24 @@ struct BatchOptions {
   int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
-// A name for the place in the file system that writing to the path replaces.
-fs::path Place(const fs::path& path) {
-  std::error_code error;
-  const fs::path folder = fs::canonical(path.has_parent_path() ? path.parent_path() : ".", error);
-  return error ? path : folder / path.filename();
-}
-
 std::vector<BatchItem> PlanBatch(const BatchOptions& options, const fs::path& report) {
   const std::vector<std::string> photographs = ExpandPhotographs(options.photographs);
   const std::vector<std::string> stems = OutputStems(photographs);
   const std::string ending = options.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";
-  std::set<fs::path> inputs;
-  for (const std::string& photograph : photographs) inputs.insert(Place(photograph));
-  auto refuseInput = [&inputs](const fs::path& target) {
-    if (inputs.count(Place(target)) == 0) return;
-    throw SetupFailure(photo::Printable(target.native()) +
-                       ": would replace that photograph; choose another name or folder");
-  };
-  refuseInput(report);
   std::vector<BatchItem> items;
+  std::vector<fs::path> outputs{report};
   for (size_t i = 0; i < photographs.size(); ++i) {
     items.push_back({photographs[i], fs::path(options.folder) / (stems[i] + ending)});
-    refuseInput(items.back().output);
+    outputs.push_back(items.back().output);
   }
+  RefuseToReplace(photographs, outputs);
   return items;
 }
 
 // What decides how the outputs look: the program and the options given.
 std::string OptionsText(const CLI::App& command) {
   static const std::set<std::string> others = {"--help", "PHOTO", "--output", "--report", "--resume", "--jobs"};
-  std::string text = "idphoto " + std::to_string(QX_IDP_VERSION_MAJOR) + "." + std::to_string(QX_IDP_VERSION_MINOR) +
-                     "." + std::to_string(QX_IDP_VERSION_PATCH);
+  std::string text = "idphoto " + ProgramVersion();
   for (const CLI::Option* option : command.get_options()) {
     if (option->count() == 0 || others.count(option->get_name()) != 0) continue;
     text += " " + option->get_name();

@@ -1,14 +1,18 @@
 #include <CLI/CLI.hpp>
-#include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
+#include "cli/check_json.h"
+#include "cli/check_page.h"
+#include "cli/check_text.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/document_options.h"
 #include "cli/output_file.h"
+#include "cli/output_names.h"
+#include "cli/progress.h"
+#include "cli/wording.h"
 #include "codec/codec.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
@@ -17,98 +21,161 @@
 
 namespace qx::cli {
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
 namespace {
 
 struct CheckOptions {
-  std::string photograph, drawing;
+  std::vector<std::string> photographs;
+  std::string drawing, page;
   DocumentOptions document;
-  bool json = false;
+  bool child = false, json = false, verbose = false;
   int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
-double Rounded(double value) {
-  return std::round(value * 100) / 100;
+// Whether one file was named: a folder or a pattern stands for one photograph today and for two tomorrow.
+bool IsOneFile(const CheckOptions& options, const std::vector<std::string>& photographs) {
+  return options.photographs.size() == 1 && photographs == options.photographs;
 }
 
-std::string JsonText(const CheckOptions& options, const photo::PhotoCheck& check) {
-  Json report = {
-      {"photograph", options.photograph}, {"passed", check.Passed()}, {"head_to", NameOf(check.document.headTo)}};
-  Json& lines = report["checks"] = Json::array();
-  for (const photo::CheckLine& line : check.lines) {
-    Json entry = {{"name", line.name}, {"value", Rounded(line.value)}};
-    if (!line.unit.empty()) entry["unit"] = line.unit;
-    if (line.min) entry["min"] = Rounded(*line.min);
-    if (line.max) entry["max"] = Rounded(*line.max);
-    if (line.tolerance > 0) entry["tolerance"] = Rounded(line.tolerance);
-    if (line.min || line.max) entry["passed"] = line.Passed();
-    lines.push_back(entry);
+// The drawings of all photographs; none where none are asked for.
+std::vector<fs::path> PlanDrawings(const CheckOptions& options, const std::vector<std::string>& photographs) {
+  if (options.drawing.empty()) return {};
+  if (IsOneFile(options, photographs)) {
+    CheckPictureName(options.drawing, {{"photograph", photographs[0]}});
+    return {options.drawing};
   }
-  return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+  PrepareOutputFolder(options.drawing);
+  std::vector<fs::path> drawings;
+  for (const std::string& stem : OutputStems(photographs)) {
+    drawings.push_back(fs::path(options.drawing) / (stem + ".png"));
+  }
+  RefuseToReplace(photographs, drawings);
+  return drawings;
 }
 
-std::string LimitText(const photo::CheckLine& line) {
-  if (!line.min && !line.max) return "-";
-  if (!line.max) return "from " + photo::Decimal(*line.min);
-  if (!line.min) return "up to " + photo::Decimal(*line.max);
-  if (*line.min == *line.max) return photo::Decimal(*line.min);
-  return photo::Decimal(*line.min) + " to " + photo::Decimal(*line.max);
+void CheckPageName(const CheckOptions& options, const std::vector<std::string>& photographs) {
+  if (options.page.empty()) return;
+  const fs::path page = options.page;
+  if (page.extension() != ".html" && page.extension() != ".htm") {
+    throw SetupFailure(photo::Printable(options.page) + ": is to be a page; end the name in .html");
+  }
+  CheckOutputFolder(page.has_parent_path() ? page.parent_path() : ".");
+  RefuseToReplace(photographs, {page});
 }
 
-std::string TableText(const CheckOptions& options, const photo::PhotoCheck& check) {
-  std::string text = photo::Printable(options.photograph) + ": " + (check.Passed() ? "passed" : "failed") + "\n";
-  for (const photo::CheckLine& line : check.lines) {
-    char row[160];
-    std::snprintf(row, sizeof row, "  %-14s %8s %-4s %-16s %s\n", line.name.c_str(), photo::Decimal(line.value).c_str(),
-                  line.unit.c_str(), LimitText(line).c_str(),
-                  !line.min && !line.max ? ""
-                  : line.Passed()        ? "pass"
-                                         : "FAIL");
-    text += row;
+class CheckRun {
+ public:
+  explicit CheckRun(const CheckOptions& options)
+      : options_(options),
+        preset_(PresetOf(options.document)),
+        photographs_(ExpandPhotographs(options.photographs)),
+        drawings_(PlanDrawings(options, photographs_)) {
+    CheckPageName(options, photographs_);
   }
-  return text;
-}
 
-void Check(const CheckOptions& options, int* status) {
-  const photo::Preset preset = PresetOf(options.document);
-  codec::ImageFormat format = codec::ImageFormat::kPng;
-  if (!options.drawing.empty()) {
-    format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
+  int Run() {
+    Progress progress(photographs_.size(), false);
+    for (size_t i = 0; i < photographs_.size(); ++i) CheckOne(i, &progress);
+    if (photographs_.size() > 1 && !options_.json) progress.Outcome("\n" + summary_.Text());
+    if (!options_.page.empty()) WritePage(&progress);
+    return allPassed_ ? kDone : kSomeFailed;
   }
-  codec::FileSource source(options.photograph, {options.maxPixels});
-  const photo::Image photograph = source.Whole();
-  const photo::FileFacts facts{source.Resolution(), static_cast<int64_t>(source.FileSize())};
-  const photo::PhotoCheck check = photo::Studio().Check(photograph, facts, preset);
-  std::fputs((options.json ? JsonText(options, check) : TableText(options, check)).c_str(), stdout);
-  if (!options.drawing.empty()) {
-    WriteFile(options.drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), format));
+
+ private:
+  void CheckOne(size_t number, Progress* progress) {
+    const std::string& name = photographs_[number];
+    progress->Begin(number, photo::Printable(name));
+    try {
+      const photo::PhotoCheck check = Look(number);
+      summary_.Add(check);
+      allPassed_ = allPassed_ && check.Passed();
+      progress->Outcome(options_.json ? CheckJson(name, preset_.name, check) : CheckText(name, check, Detail()));
+    } catch (const std::exception& exception) {
+      summary_.AddUnread();
+      allPassed_ = false;
+      if (options_.json) progress->Outcome(CheckErrorJson(name, preset_.name, exception));
+      if (!options_.page.empty()) page_.AddFailure(name, Wording(exception));
+      progress->Error(photo::Printable(name) + ": " + Wording(exception));
+    }
   }
-  if (!check.Passed()) *status = kSomeFailed;
-}
+
+  photo::PhotoCheck Look(size_t number) {
+    codec::FileSource source(photographs_[number], {options_.maxPixels});
+    const photo::Image photograph = source.Whole();
+    const photo::FileFacts facts{source.Resolution(), static_cast<int64_t>(source.FileSize()), source.Quality()};
+    photo::PhotoCheck check = studio_.Check(photograph, facts, preset_, options_.child);
+    if (!drawings_.empty()) {
+      const fs::path& drawing = drawings_[number];
+      WriteFile(drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), *codec::FormatOfName(drawing)));
+    }
+    if (!options_.page.empty()) page_.Add(photographs_[number], photograph, check);
+    return check;
+  }
+
+  void WritePage(Progress* progress) {
+    try {
+      const std::string html = page_.Html();
+      WriteFile(options_.page, {html.begin(), html.end()});
+    } catch (const photo::Failure& failure) {
+      allPassed_ = false;
+      progress->Error(Wording(failure));
+    }
+  }
+
+  CheckDetail Detail() const {
+    if (options_.verbose) return CheckDetail::kAll;
+    return photographs_.size() > 1 ? CheckDetail::kFindings : CheckDetail::kTable;
+  }
+
+  const CheckOptions& options_;
+  const photo::Preset preset_;
+  const std::vector<std::string> photographs_;
+  const std::vector<fs::path> drawings_;
+  photo::Studio studio_;
+  CheckSummary summary_;
+  CheckPage page_;
+  bool allPassed_ = true;
+};
 
 }  // namespace
 
 void AddCheckCommand(CLI::App& app, int* status) {
   auto options = std::make_shared<CheckOptions>();
-  CLI::App* command = app.add_subcommand("check", "Measure a finished photograph against its document");
-  command->add_option("PHOTO", options->photograph, "The finished photograph")->type_name("")->required();
+  CLI::App* command = app.add_subcommand("check", "Measure finished photographs against their document");
+  command
+      ->add_option("PHOTO", options->photographs,
+                   "Finished photographs, folders of photographs, or patterns in quotes such as 'in/*.jpg'")
+      ->type_name("")
+      ->required();
   AddMeasureOptions(*command, &options->document);
-  command->add_flag("--json", options->json, "Print one JSON object instead of a table");
-  command->add_option("--draw", options->drawing, "Draw the measures into this .png or .jpg file")->type_name("OUT");
+  command->add_flag("--child", options->child, "Of a child under six: pose, gaze and expression are only shown");
+  CLI::Option* json =
+      command->add_flag("--json", options->json, "Print one JSON object a line for each photograph instead of text");
+  command->add_flag("--verbose", options->verbose, "Print all numbers, and why something was not assessed")
+      ->excludes(json);
+  command
+      ->add_option("--draw", options->drawing,
+                   "Draw the measures into this .png or .jpg file; of several photographs into this folder")
+      ->type_name("OUT");
+  command->add_option("--html", options->page, "Write what was found as a page for the browser, pictures included")
+      ->type_name("REPORT.html");
   AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
-      "The whole picture is taken as the document. Head: from the chin to the crown, which the face tells where hair\n"
+      "The whole picture is taken as the document. What is to be put right comes first, then what is to be looked at,\n"
+      "then, of a single photograph, all numbers. Head: from the chin to the crown, which the face tells where hair\n"
       "stands high, or to the top of the hair, as the document counts it; the other length is only shown. Space\n"
       "above: upper edge to the hair, which may take of it what stands above the crown. Eyes: to the lower edge.\n"
       "Lengths may miss their limits by half a percent of the height, which is what measuring is worth. Scores go\n"
       "from 0 to 100: tilt falls by 1 for each 0.17 degrees, brightness is that of the face, symmetry compares its\n"
-      "halves, and background says how plain the background is and how well the clothes stand out from it.\n\n"
+      "halves, and background says how plain the background is and how well the clothes stand out from it. What is\n"
+      "not assessed, a hat say, is for you to look at; it neither passes nor fails. Of two persons the sizes are not\n"
+      "measured, the faces both.\n\n"
       "Exit status: 0 all passed, 1 something failed or could not be measured, 2 nothing was tried.\n\n"
       "Examples:\n"
       "  idphoto check passport.jpg --preset de-passport\n"
-      "  idphoto check passport.jpg --preset de-passport --draw measures.png");
-  command->callback(
-      [options, status] { RunOnPhotograph(options->photograph, status, [&] { Check(*options, status); }); });
+      "  idphoto check passport.jpg --preset de-passport --draw measures.png\n"
+      "  idphoto check class-3b/ --preset de-passport --html checks.html\n"
+      "  idphoto check class-3b/ --preset de-passport --json > checks.jsonl");
+  command->callback([options, status] { *status = CheckRun(*options).Run(); });
 }
 
 }  // namespace qx::cli

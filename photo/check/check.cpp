@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <numeric>
+#include <utility>
 
+#include "photo/check/document_rules.h"
 #include "photo/check/measures.h"
 #include "photo/face/crops.h"
 #include "photo/person/mask.h"
@@ -32,52 +36,97 @@ void Append(std::vector<CheckLine> lines, PhotoCheck* check) {
   check->lines.insert(check->lines.end(), lines.begin(), lines.end());
 }
 
-// Gives back the person's mask.
-Mask MeasureOnePerson(PersonSegmenter& segmenter, const Image& photograph, const std::vector<ProbedFace>& faces,
-                      PhotoCheck* check) {
-  std::vector<FaceBox> persons, others;
-  for (const ProbedFace& face : faces) (&face == &faces[0] ? persons : others).push_back(face.Box());
-  Mask mask = segmenter.Segment(photograph, persons, others);
-  check->person = MeasurePerson(faces[0], mask);
-  const Rectangle whole{0, 0, static_cast<double>(photograph.width), static_cast<double>(photograph.height)};
-  Append(MeasureLines(MeasuresIn(whole, *check->person), check->document), check);
-  return mask;
+std::vector<FaceBox> BoxesOf(const std::vector<ProbedFace>& faces, size_t from, size_t to) {
+  std::vector<FaceBox> boxes;
+  for (size_t i = from; i < to; ++i) boxes.push_back(faces[i].Box());
+  return boxes;
 }
 
-void AddScores(const Image& photograph, const ProbedFace& face, PhotoCheck* check) {
+void AddScores(const Image& photograph, const ProbedFace& face, bool child, PhotoCheck* check) {
   const auto eyes = static_cast<int32_t>(std::clamp(check->person->eyes, 0.0, photograph.height - 1.0));
   const int32_t margin = photograph.width / 2;
-  Append(ScoreLines(ScoreFace(Continued(photograph, margin, eyes), face.Moved(-margin, -margin, 1, 1))), check);
+  Append(ScoreLines(ScoreFace(Continued(photograph, margin, eyes), face.Moved(-margin, -margin, 1, 1)), child), check);
+}
+
+// The lines of the one person that a document shows.
+void AddPersonLines(const Image& photograph, const ProbedFace& face, const Mask& mask, bool child, PhotoCheck* check) {
+  check->person = MeasurePerson(face, mask);
+  const Rectangle whole{0, 0, static_cast<double>(photograph.width), static_cast<double>(photograph.height)};
+  Append(MeasureLines(MeasuresIn(whole, *check->person), check->document), check);
+  AddScores(photograph, face, child, check);
+}
+
+// The measures of the first `persons` faces, from the left.
+std::vector<Measure> MeasurePersons(const Image& photograph, const std::vector<ProbedFace>& faces, size_t persons,
+                                    const Mask* mask, const MeasureOptions& options) {
+  std::vector<Measure> all;
+  std::vector<size_t> order(persons);
+  std::iota(order.begin(), order.end(), size_t{0});
+  std::sort(order.begin(), order.end(), [&faces](size_t a, size_t b) {
+    return std::pair(faces[a].Box().left, a) < std::pair(faces[b].Box().left, b);
+  });
+  for (const size_t person : order) {
+    // The other person of the document is no stranger in the picture.
+    std::vector<ProbedFace> seen{faces[person]};
+    seen.insert(seen.end(), faces.begin() + static_cast<std::ptrdiff_t>(persons), faces.end());
+    for (Measure& measure : MeasureFace(photograph, seen, mask, options)) {
+      if (persons > 1) measure.person = person == order.front() ? "left" : "right";
+      all.push_back(std::move(measure));
+    }
+  }
+  return all;
 }
 
 }  // namespace
+
+CheckCounts PhotoCheck::Counts() const {
+  CheckCounts counts;
+  for (const CheckLine& line : lines) {
+    if (line.min || line.max) ++(line.Passed() ? counts.passed : counts.failed);
+  }
+  for (const Measure& measure : measures) {
+    switch (measure.state) {
+      case MeasureState::kPassed: ++counts.passed; break;
+      case MeasureState::kFailed: ++counts.failed; break;
+      case MeasureState::kRemark: ++counts.remarks; break;
+      case MeasureState::kNotAssessed: ++counts.notAssessed; break;
+    }
+  }
+  return counts;
+}
 
 PhotoCheck CheckPhoto(FaceFinder& finder, PersonSegmenter& segmenter, const Image& photograph, const FileFacts& file,
                       const Preset& preset, bool child) {
   PhotoCheck check;
   check.document = Derive(preset);
+  check.file = file;
   Append(FileLines(photograph.width, photograph.height, file, preset, check.document), &check);
   std::vector<ProbedFace> faces = finder.Find(photograph);
   std::stable_sort(faces.begin(), faces.end(),
                    [](const ProbedFace& a, const ProbedFace& b) { return a.Width() > b.Width(); });
   check.lines.push_back(FacesLine(faces.size(), preset));
-  const MeasureOptions options{child, preset.backgrounds};
-  if (!faces.empty()) check.face = faces[0];
-  if (preset.persons != 1) return check;
+  const MeasureOptions options = OptionsFor(preset, check.document, file, child);
   if (faces.empty()) {
     check.measures = MeasureFace(photograph, faces, nullptr, options);
     return check;
   }
-  const CheckLine roll = RollLine(faces[0].Roll());
-  if (!roll.Passed()) {
-    check.lines.push_back(roll);
-    check.measures = MeasureFace(photograph, faces, nullptr, options);
-    return check;
+  check.face = faces[0];
+  const size_t persons = std::min(faces.size(), static_cast<size_t>(preset.persons));
+  bool stand = true;
+  for (size_t i = 0; i < persons; ++i) {
+    const CheckLine roll = RollLine(faces[i].Roll());
+    if (!roll.Passed()) check.lines.push_back(roll);
+    stand = stand && roll.Passed();
   }
-  check.lines.push_back(LeanLine(faces[0].Roll()));
-  const Mask mask = MeasureOnePerson(segmenter, photograph, faces, &check);
-  AddScores(photograph, faces[0], &check);
-  check.measures = MeasureFace(photograph, faces, &mask, options);
+  std::optional<Mask> mask;
+  if (stand) {
+    mask = segmenter.Segment(photograph, BoxesOf(faces, 0, persons), BoxesOf(faces, persons, faces.size()));
+    if (preset.persons == 1) {
+      check.lines.push_back(LeanLine(faces[0].Roll()));
+      AddPersonLines(photograph, faces[0], *mask, child, &check);
+    }
+  }
+  check.measures = MeasurePersons(photograph, faces, persons, mask ? &*mask : nullptr, options);
   return check;
 }
 

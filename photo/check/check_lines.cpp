@@ -99,8 +99,10 @@ std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Documen
           Measure("face width", measures.faceWidth, document.faceWidth, document.widthMm)};
 }
 
-std::vector<CheckLine> ScoreLines(const QualityScores& scores) {
-  return {Score("tilt", scores.tilt, kLeastTilt), Score("brightness", scores.brightness, kLeastBrightness),
+std::vector<CheckLine> ScoreLines(const QualityScores& scores, bool child) {
+  CheckLine tilt = Score("tilt", scores.tilt, kLeastTilt);
+  if (child) tilt.min = tilt.max = std::nullopt;
+  return {tilt, Score("brightness", scores.brightness, kLeastBrightness),
           Score("symmetry", scores.symmetry, kLeastSymmetry), Score("background", scores.background, kLeastBackground)};
 }
 

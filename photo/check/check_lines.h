@@ -18,6 +18,7 @@ namespace qx::photo {
 struct FileFacts {
   std::optional<PrintResolution> resolution;  // nothing where the file is silent
   int64_t bytes = 0;                          // size of the file
+  std::optional<JpegQuality> jpegQuality{};   // nothing for other formats
 };
 
 // One thing that was measured.
@@ -54,7 +55,8 @@ CheckLine LeanLine(double roll);
 // shown; space above, eyes, face width, in millimetres; with limits where the document has bounds. The least space
 // above is LeastTop.
 std::vector<CheckLine> MeasureLines(const PhotoMeasures& measures, const Document& document);
-std::vector<CheckLine> ScoreLines(const QualityScores& scores);
+// `child`: the tilt is only shown.
+std::vector<CheckLine> ScoreLines(const QualityScores& scores, bool child = false);
 
 }  // namespace qx::photo
 

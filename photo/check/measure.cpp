@@ -93,6 +93,13 @@ const char* NameOf(MeasureState state) {
   }
 }
 
+std::string TitleOf(const Measure& measure) {
+  if (measure.person.empty()) return measure.title;
+  std::string title = measure.person + ": " + measure.title;
+  title[0] = static_cast<char>(title[0] - 'a' + 'A');
+  return title;
+}
+
 double RoundScore(double score) {
   return std::clamp(std::floor(score + 0.5), 0.0, 100.0);
 }

@@ -26,6 +26,7 @@ const char* NameOf(MeasureState state);
 struct Measure {
   std::string id;               // stable, such as "HeadPoseYaw"
   std::string title;            // for people, such as "Head turned sideways"
+  std::string person;           // "left" or "right" as one looks at a picture of two; else empty
   std::string unit;             // "degrees", "px", "bit", "cm", "L*", "dE"; empty for ratios and counts
   std::optional<double> value;  // nothing where it could not be measured
   std::optional<double> score;  // 0 to 100, where the standard's formula gives one
@@ -35,6 +36,9 @@ struct Measure {
   MeasureState state = MeasureState::kNotAssessed;
   std::string reason;  // empty when it passed
 };
+
+// The title, of two persons with the one it is about: "Left: Eyes open".
+std::string TitleOf(const Measure& measure);
 
 // In the order in which they are listed.
 enum class MeasureId {

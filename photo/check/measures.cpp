@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "photo/check/document_rules.h"
 #include "photo/check/face_view.h"
 
 namespace qx::photo {
@@ -89,6 +90,7 @@ std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<Prob
                     MeasureBackground, MeasureGeometry},
                    &list);
   }
+  HoldToDocument(options, &list);
   return list.All();
 }
 

@@ -2,11 +2,13 @@
 #ifndef QX_PHOTO_CHECK_MEASURES_H
 #define QX_PHOTO_CHECK_MEASURES_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "photo/base/image.h"
 #include "photo/check/measure.h"
+#include "photo/document/presets.h"
 #include "photo/face/face_finder.h"
 
 namespace qx::photo {
@@ -15,6 +17,10 @@ struct MeasureOptions {
   bool child = false;                    // under six: exempt from gaze, expression and pose
   std::vector<std::string> backgrounds;  // colours that the document takes, as style sheets write them; others are left
                                          // out
+  std::optional<PresetRules> rules{};    // what the document asks of the person
+  std::optional<double> leastHead{};     // that the document takes, in pixels
+  std::optional<JpegQuality> jpegQuality{};  // of the file
+  bool mustBeSmall = false;                  // the document limits the file's size from above
 };
 
 // `faces`: of the photograph, the one to be measured first; may be none. `person`: its mask, of the photograph's size,

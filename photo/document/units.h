@@ -35,6 +35,12 @@ struct PrintResolution {
   double x = 0, y = 0;
 };
 
+// How strongly a JPEG file was compressed, 1 to 100 as the Independent JPEG Group counts: the higher, the less.
+struct JpegQuality {
+  int32_t quality = 0;
+  bool isExact = true;  // the file holds that quality's own tables; else the one whose tables come nearest
+};
+
 // Rounded to the nearest pixel, half up.
 int32_t ToPixels(double millimetres, double dpi);
 double ToMillimetres(double pixels, double dpi);

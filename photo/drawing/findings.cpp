@@ -71,7 +71,7 @@ Finding FindingOf(const Measure& measure) {
   Finding finding;
   finding.state = StateOf(measure);
   finding.id = measure.id;
-  finding.title = measure.title;
+  finding.title = TitleOf(measure);
   if (measure.value) finding.value = ValueText(*measure.value, measure.unit);
   finding.hasUnit = measure.value && !measure.unit.empty();
   finding.limit = LimitText(measure.min, measure.max);

@@ -14,7 +14,7 @@ training_packages=(python3-torch python3-numpy) # the weights of the network of 
 test_packages=(
   libgtest-dev libgmock-dev
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
-  python3                     # makes the colour table again, holds papers against the program
+  python3 python3-jsonschema  # make the colour table again, hold papers and reports against the program
   mandoc zsh                  # check the man pages, complete as a user's shell does
   debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program

@@ -52,7 +52,8 @@ TEST(ProgramMake, AnswersWrongUsageWithOneLineAndStatusTwo) {
   EXPECT_EQ(1, StatusOfRefusal(folder, Joined(make, {"--preset", "cn-visa"}), "a.png: no face found"));
   const ProgramRun check = RunProgram(folder, {"check", "a.png", "--preset", "cn-visa"});
   EXPECT_EQ(1, check.status);
-  EXPECT_TRUE(Contains(check.out, "a.png: failed\n  width                64 px   390              FAIL")) << check.out;
+  EXPECT_TRUE(Contains(check.out, "a.png: failed\n  to put right:\n    Width of the picture ")) << check.out;
+  EXPECT_TRUE(Contains(check.out, " (64 px, must be 390 px)\n")) << check.out;
   EXPECT_EQ(Names{"a.png"}, folder.Names());
 }
 

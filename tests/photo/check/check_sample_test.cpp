@@ -44,6 +44,24 @@ TEST(CheckSample, ScoresTheFaceThatItMeasures) {
   }
 }
 
+TEST(CheckSample, MeasuresBothPersonsOfADocumentOfTwo) {
+  const PhotoCheck check = Studio().Check(Two(1), {}, FindPreset("cn-marriage-certificate"));
+  constexpr size_t kEach = static_cast<size_t>(MeasureId::kCount);
+  ASSERT_EQ(2 * kEach, check.measures.size());
+  for (size_t i = 0; i < kEach; ++i) {
+    EXPECT_EQ(check.measures[i].id, check.measures[i + kEach].id);
+    EXPECT_TRUE(check.measures[i].person == "left" && check.measures[i + kEach].person == "right");
+  }
+  const auto value = [&check](MeasureId id, size_t person) {
+    return *check.measures[static_cast<size_t>(id) + person * kEach].value;
+  };
+  EXPECT_NEAR(0.7, value(MeasureId::kInterEyeDistance, 1) / value(MeasureId::kInterEyeDistance, 0), 0.05);
+  for (const size_t person : {0, 1}) EXPECT_EQ(0, value(MeasureId::kSingleFacePresent, person));
+  EXPECT_FALSE(check.Passed());  // by its size alone
+  size_t counted = check.Counts().passed + check.Counts().failed + check.Counts().remarks + check.Counts().notAssessed;
+  EXPECT_EQ(2 * kEach + 4, counted);  // width, height, resolution, faces
+}
+
 using Measures = std::map<std::string, Measure>;
 
 Measures MeasuresOf(const Image& picture, bool child = false) {

@@ -331,5 +331,65 @@ TEST(Measures, AnyInputGivesAllMeasures) {
   EXPECT_EQ(kPassed, Of(MeasureFace(grey, flat.Faces(), nullptr), "EyesOpen").state);
 }
 
+// What documents ask of the person, on a face with an open mouth.
+TEST(Measures, DocumentsSayWhatCounts) {
+  const Image grey = FlatPicture(128, 128, 128);
+  FlatFace face;
+  face.Set(14, 307.5, 417);
+  PresetRules rules;
+  rules.source = "https://authority.example/photo";
+  rules.read = "2026-11-21";
+  const auto measure = [&](const std::string& id, bool child = false) {
+    MeasureOptions options{child, {}};
+    options.rules = rules;
+    return MeasureOne(grey, face, id, nullptr, options);
+  };
+  const auto names = [&rules](const std::string& text) { return text.find(rules.source) != std::string::npos; };
+  const std::pair<std::optional<SmileRule>, MeasureState> smiles[] = {{std::nullopt, kFailed},
+                                                                      {SmileRule::kForbidden, kFailed},
+                                                                      {SmileRule::kMouthClosed, kFailed},
+                                                                      {SmileRule::kAllowed, kNotAssessed}};
+  for (const auto& [rule, state] : smiles) {
+    rules.smile = rule;
+    Expect(measure("LipGap"), 20 / 15.0, std::nullopt, state);
+    EXPECT_EQ(state == kFailed && rule, names(measure("LipGap").source));
+    EXPECT_EQ(state == kFailed, measure("LipGap").max.has_value());
+    Expect(measure("LipGap", true), 20 / 15.0, std::nullopt, kNotAssessed);  // children are exempt
+  }
+  rules.glasses = GlassesRule::kNoGlare;
+  EXPECT_TRUE(measure("GlassesGlare").state == kPassed && names(measure("GlassesGlare").source));
+  rules.glasses = GlassesRule::kForbidden;
+  EXPECT_TRUE(measure("GlassesGlare").state == kNotAssessed && names(measure("GlassesGlare").reason));
+  for (const auto& [rule, word] : {std::pair(HeadCoveringRule::kAllowed, "that leave the face free"),
+                                   {HeadCoveringRule::kReligious, "religious"},
+                                   {HeadCoveringRule::kForbidden, "takes no coverings"}}) {
+    rules.headCovering = rule;
+    const std::string reason = measure("NoHeadCoverings").reason;
+    EXPECT_TRUE(names(reason) && reason.find(word) != std::string::npos) << reason;
+  }
+}
+
+TEST(Measures, DocumentsAndFilesSetLimits) {
+  const Image grey = FlatPicture(128, 128, 128);
+  MeasureOptions options;
+  const auto eyes = [&](std::optional<double> leastHead) {
+    options.leastHead = leastHead;
+    return Of(MeasureFace(grey, FlatFace().Faces(0.5), nullptr, options), "InterEyeDistance").state;
+  };
+  // 56 pixels from eye to eye are too few, unless a document asks for no larger head.
+  EXPECT_EQ(kFailed, eyes(std::nullopt));
+  EXPECT_EQ(kFailed, eyes(334));
+  EXPECT_EQ(kNotAssessed, eyes(333));
+  const auto compression = [&](JpegQuality quality, bool mustBeSmall) {
+    options.jpegQuality = quality;
+    options.mustBeSmall = mustBeSmall;
+    return MeasureOne(grey, FlatFace(), "CompressionArtifacts", nullptr, options);
+  };
+  EXPECT_EQ(kNotAssessed, compression({50, true}, false).state);
+  EXPECT_EQ(kFailed, compression({49, true}, false).state);
+  EXPECT_NE(std::string::npos, compression({30, false}, false).reason.find("JPEG quality about 30"));
+  EXPECT_EQ(kRemark, compression({30, true}, true).state);  // a file that must be small cannot help it
+}
+
 }  // namespace
 }  // namespace qx::photo

@@ -1,0 +1,142 @@
+#include "photo/check/document_rules.h"
+
+#include <string>
+
+namespace qx::photo {
+namespace {
+
+// A document without bounds of the head is taken for one that shows head and shoulders.
+constexpr double kUsualHead = 0.6;  // of the height
+// From one eye to the other: the least of a head's length, chin to crown.
+constexpr double kLeastEyeDistance = 0.27;
+
+std::string PageOf(const PresetRules& rules) {
+  return rules.source + " (read " + rules.read + ")";
+}
+
+// Authorities say what they ask for and leave open from where on it counts: such a figure is still ours.
+void AskedBy(const PresetRules& rules, const std::string& what, Measure* measure) {
+  if (measure->source.empty()) return;
+  measure->source = what + ": " + PageOf(rules) + "; the figure: " + measure->source;
+}
+
+// Takes the limit away.
+void OnlyShow(const std::string& reason, Measure* measure) {
+  measure->min = measure->max = std::nullopt;
+  measure->tolerance = 0;
+  measure->source.clear();
+  if (!measure->value) return;  // why it was not measured says more
+  measure->state = MeasureState::kNotAssessed;
+  measure->reason = "only shown: " + reason;
+}
+
+void HoldExpression(const PresetRules& rules, MeasureList* list) {
+  if (!rules.smile) return;
+  Measure &smile = (*list)[MeasureId::kExpressionNeutrality], &lips = (*list)[MeasureId::kLipGap];
+  switch (*rules.smile) {
+    case SmileRule::kAllowed:
+      OnlyShow("the document takes a smile, " + PageOf(rules), &smile);
+      OnlyShow("the document takes a smile, " + PageOf(rules), &lips);
+      break;
+    case SmileRule::kMouthClosed:
+      OnlyShow("the document takes a smile with the mouth closed, " + PageOf(rules), &smile);
+      AskedBy(rules, "a closed mouth", &lips);
+      break;
+    case SmileRule::kForbidden:
+      AskedBy(rules, "a neutral expression", &smile);
+      AskedBy(rules, "a neutral expression", &lips);
+      break;
+  }
+}
+
+void HoldGlasses(const PresetRules& rules, MeasureList* list) {
+  if (!rules.glasses) return;
+  for (const MeasureId id : {MeasureId::kDarkGlasses, MeasureId::kGlassesGlare}) {
+    Measure& measure = (*list)[id];
+    if (*rules.glasses != GlassesRule::kForbidden) {
+      const bool allowed = *rules.glasses == GlassesRule::kAllowed;
+      if (id == MeasureId::kDarkGlasses) AskedBy(rules, "no dark glasses", &measure);
+      if (id == MeasureId::kGlassesGlare && !allowed) AskedBy(rules, "no glare on glasses", &measure);
+      continue;
+    }
+    AskedBy(rules, "no glasses", &measure);
+    if (measure.state == MeasureState::kFailed) {
+      measure.reason += "; this document takes no glasses";
+    } else if (measure.value) {
+      // That nothing dark or bright was seen does not say that there are none.
+      list->NotAssessed(id, "this document takes no glasses, " + PageOf(rules) +
+                                "; whether there are any is not seen: look yourself");
+    }
+  }
+}
+
+void HoldHeadCovering(const PresetRules& rules, MeasureList* list) {
+  if (!rules.headCovering) return;
+  const char* rule = *rules.headCovering == HeadCoveringRule::kAllowed ? "coverings that leave the face free"
+                     : *rules.headCovering == HeadCoveringRule::kReligious
+                         ? "coverings for religious or medical reasons only"
+                         : "no coverings";
+  Measure& measure = (*list)[MeasureId::kNoHeadCoverings];
+  measure.reason += std::string("; this document takes ") + rule + ", " + PageOf(rules);
+}
+
+void ExemptChild(const MeasureOptions& options, MeasureList* list) {
+  std::string reason = "small children are exempt";
+  if (options.rules && !options.rules->children.empty()) {
+    reason += "; of this document: " + options.rules->children + ", " + PageOf(*options.rules);
+  }
+  for (const MeasureId id : {MeasureId::kHeadPoseYaw, MeasureId::kHeadPosePitch, MeasureId::kHeadPoseRoll,
+                             MeasureId::kGazeSideways, MeasureId::kExpressionNeutrality, MeasureId::kLipGap}) {
+    OnlyShow(reason, &(*list)[id]);
+  }
+}
+
+void HoldFaceSize(const MeasureOptions& options, MeasureList* list) {
+  Measure& eyes = (*list)[MeasureId::kInterEyeDistance];
+  if (eyes.state != MeasureState::kFailed || !options.leastHead) return;
+  if (kLeastEyeDistance * *options.leastHead >= eyes.min.value_or(0)) return;
+  OnlyShow("the document's own size decides", &eyes);
+}
+
+// The blocks of a JPEG file show its compression only where nothing was done to the picture since; its tables tell what
+// it was saved with last.
+void HoldCompression(const MeasureOptions& options, MeasureList* list) {
+  constexpr int32_t kLeastQuality = 50;
+  if (!options.jpegQuality || options.jpegQuality->quality >= kLeastQuality) return;
+  const std::string quality = std::string("JPEG quality ") + (options.jpegQuality->isExact ? "" : "about ") +
+                              std::to_string(options.jpegQuality->quality);
+  Measure& measure = (*list)[MeasureId::kCompressionArtifacts];
+  if (options.mustBeSmall) {
+    // Where nothing else meets the document's size of file, the blocks decide.
+    if (measure.state == MeasureState::kFailed) return;
+    return list->Remark(MeasureId::kCompressionArtifacts, "strongly compressed (" + quality + "): look at the eyes");
+  }
+  measure.state = MeasureState::kFailed;
+  measure.reason = "saved too strongly compressed (" + quality + "): send the original file";
+}
+
+}  // namespace
+
+MeasureOptions OptionsFor(const Preset& preset, const Document& document, const FileFacts& file, bool child) {
+  MeasureOptions options;
+  options.child = child;
+  options.backgrounds = preset.backgrounds;
+  options.rules = preset.rules;
+  options.leastHead = (document.head ? document.head->min : kUsualHead) * document.height;
+  options.jpegQuality = file.jpegQuality;
+  options.mustBeSmall = document.maxKb.has_value();
+  return options;
+}
+
+void HoldToDocument(const MeasureOptions& options, MeasureList* list) {
+  if (options.rules) {
+    HoldExpression(*options.rules, list);
+    HoldGlasses(*options.rules, list);
+    HoldHeadCovering(*options.rules, list);
+  }
+  if (options.child) ExemptChild(options, list);
+  HoldFaceSize(options, list);
+  HoldCompression(options, list);
+}
+
+}  // namespace qx::photo
