@@ -152,8 +152,7 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
     // A turned photograph is a changed one.
     request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
     request.keepRim = options.keepRim;
-    request.persons.child = options.child;
-    request.persons.backgrounds = preset.backgrounds;
+    request.persons = photo::OptionsFor(preset, request.document, {}, options.child);
     request.strict = options.strict;
     request.relax = options.relax;
     request.retouch = RetouchOf(options.retouch);

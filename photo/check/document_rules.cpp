@@ -5,8 +5,6 @@
 namespace qx::photo {
 namespace {
 
-// A document without bounds of the head is taken for one that shows head and shoulders.
-constexpr double kUsualHead = 0.6;  // of the height
 // From one eye to the other: the least of a head's length, chin to crown.
 constexpr double kLeastEyeDistance = 0.27;
 
@@ -116,17 +114,6 @@ void HoldCompression(const MeasureOptions& options, MeasureList* list) {
 }
 
 }  // namespace
-
-MeasureOptions OptionsFor(const Preset& preset, const Document& document, const FileFacts& file, bool child) {
-  MeasureOptions options;
-  options.child = child;
-  options.backgrounds = preset.backgrounds;
-  options.rules = preset.rules;
-  options.leastHead = (document.head ? document.head->min : kUsualHead) * document.height;
-  options.jpegQuality = file.jpegQuality;
-  options.mustBeSmall = document.maxKb.has_value();
-  return options;
-}
 
 void HoldToDocument(const MeasureOptions& options, MeasureList* list) {
   if (options.rules) {

@@ -2,14 +2,10 @@
 #ifndef QX_PHOTO_CHECK_DOCUMENT_RULES_H
 #define QX_PHOTO_CHECK_DOCUMENT_RULES_H
 
-#include "photo/check/check_lines.h"
 #include "photo/check/measure.h"
 #include "photo/check/measures.h"
-#include "photo/document/presets.h"
 
 namespace qx::photo {
-
-MeasureOptions OptionsFor(const Preset& preset, const Document& document, const FileFacts& file, bool child);
 
 // Brings what was measured by the general limits under the document's: a smile that it takes is only shown, glasses
 // that it takes none of are named as not seen, small children are exempt from pose, gaze and expression, and a face

@@ -72,6 +72,19 @@ void MeasureAligned(int32_t width, int32_t height, const ProbedFace& face,
   WeighTogether(list);
 }
 
+MeasureOptions OptionsFor(const Preset& preset, const Document& document, const FileFacts& file, bool child) {
+  // A document without bounds of the head is taken for one that shows head and shoulders.
+  constexpr double kUsualHead = 0.6;  // of the height
+  MeasureOptions options;
+  options.child = child;
+  options.backgrounds = preset.backgrounds;
+  options.rules = preset.rules;
+  options.leastHead = (document.head ? document.head->min : kUsualHead) * document.height;
+  options.jpegQuality = file.jpegQuality;
+  options.mustBeSmall = document.maxKb.has_value();
+  return options;
+}
+
 std::vector<Measure> MeasureFace(const Image& photograph, const std::vector<ProbedFace>& faces, const Mask* person,
                                  const MeasureOptions& options) {
   MeasureList list;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "photo/base/image.h"
+#include "photo/check/check_lines.h"
 #include "photo/check/measure.h"
 #include "photo/document/presets.h"
 #include "photo/face/face_finder.h"
@@ -22,6 +23,9 @@ struct MeasureOptions {
   std::optional<JpegQuality> jpegQuality{};  // of the file
   bool mustBeSmall = false;                  // the document limits the file's size from above
 };
+
+// What a document asks; `file`: as far as it is known.
+MeasureOptions OptionsFor(const Preset& preset, const Document& document, const FileFacts& file, bool child);
 
 // `faces`: of the photograph, the one to be measured first; may be none. `person`: its mask, of the photograph's size,
 // or null where no person could be told from the background. Always all measures, in the order of MeasureId: what

@@ -87,10 +87,6 @@ void MeasurePoseAndGaze(const FaceView& view, MeasureList* list) {
   MeasurePose(*view.pose, list);
   MeasureGaze(view, list);
   MeasureSmile(view, list);
-  if (!view.options.child) return;
-  for (const MeasureId id : kAll) {
-    if ((*list)[id].value) list->NotAssessed(id, "only shown: small children are exempt");
-  }
 }
 
 }  // namespace qx::photo
