@@ -38,6 +38,8 @@ std::string TitleOf(const CheckLine& line) {
                                         {"roll", "Head upright"},
                                         {"lean", "Lean of the head"},
                                         {"head", "Height of the head"},
+                                        {"head with hair", "Height of the head with its hair"},
+                                        {"head to crown", "Height of the head to its crown"},
                                         {"space above", "Space above the head"},
                                         {"eyes", "Eyes above the lower edge"},
                                         {"face width", "Width of the face"},

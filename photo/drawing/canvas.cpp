@@ -80,7 +80,7 @@ PixelBox Canvas::Covered(double left, double top, double right, double bottom) c
 
 void Canvas::Stroke(PlacePoint from, PlacePoint to, double width, Ink ink) {
   const double dx = to.x - from.x, dy = to.y - from.y, square = dx * dx + dy * dy, reach = width / 2 + 1;
-  if (!std::isfinite(square)) return;
+  if (!std::isfinite(square) || !std::isfinite(reach)) return;
   const PixelBox rows = Covered(0, std::min(from.y, to.y) - reach, 0, std::max(from.y, to.y) + reach);
   for (int32_t y = rows.top; y < rows.bottom; ++y) {
     // Only the columns that the line crosses near this row: a long slope would else cost its whole box.

@@ -1,36 +1,43 @@
 #include "photo/drawing/dimensions.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <string>
-
-#include "photo/drawing/label_font.h"
 
 namespace qx::photo {
 namespace {
 
-const CheckLine* FindLine(const PhotoCheck& check, const char* name) {
+const CheckLine* FindLine(const PhotoCheck& check, const std::string& name) {
   for (const CheckLine& line : check.lines) {
     if (line.name == name) return &line;
   }
   return nullptr;
 }
 
-// Its label stands in the middle of the arrow, in as many rows as it has parts, or in one.
-Dimension Make(const PhotoCheck& check, const char* name, const char* words, double from, double to, bool inOneRow) {
-  Dimension dimension{from, to, {}, FindingState::kShown, {}};
+// From one place to another of the scaled picture. Its label stands in the middle of the arrow, in as many rows as it
+// has parts.
+Dimension Make(const PhotoCheck& check, const std::string& name, const char* words, double from, double to) {
+  Dimension dimension;
+  dimension.from = from;
+  dimension.to = to;
   dimension.label.level = (from + to) / 2;
   const CheckLine* line = FindLine(check, name);
   if (line == nullptr) return dimension;
   dimension.state = StateOf(*line);
-  const std::string value = ValueText(line->value, line->unit), limit = LimitText(line->min, line->max);
+  const std::string limit = LimitText(line->min, line->max);
   std::vector<LabelRow>& rows = dimension.label.rows;
   rows.push_back({words, dimension.state, true});
-  if (inOneRow) {
-    rows[0].text += " " + value + (limit.empty() ? "" : " (" + limit + ")");
-  } else {
-    rows.push_back({value, dimension.state, false});
-    if (!limit.empty()) rows.push_back({"(" + limit + ")", dimension.state, false});
-  }
+  rows.push_back({ValueText(line->value, line->unit), dimension.state, false});
+  if (!limit.empty()) rows.push_back({"(" + limit + ")", dimension.state, false});
   return dimension;
+}
+
+// What a line allows, in pixels of a side of `size` pixels that stands for `mm`; nothing without limits.
+std::optional<Fraction> Allowed(const PhotoCheck& check, const std::string& name, double mm, double size) {
+  const CheckLine* line = FindLine(check, name);
+  if (line == nullptr || (!line->min && !line->max) || !(mm > 0)) return std::nullopt;
+  return Fraction{line->min.value_or(0) / mm * size, line->max.value_or(mm) / mm * size};
 }
 
 void Bands(const Frame& frame, const Dimension& dimension, double left, double right) {
@@ -43,28 +50,59 @@ void Bands(const Frame& frame, const Dimension& dimension, double left, double r
   }
 }
 
+// To where the document counts the head and, where hair stands high, to the other end beside it.
+std::vector<Dimension> HeadLengths(const PhotoCheck& check, const Frame& frame) {
+  const PersonGeometry& person = *check.person;
+  const Document& document = check.document;
+  const double height = frame.canvas->Height(), chin = person.chin * frame.scaleY;
+  const double hair = person.headTop * frame.scaleY, crown = person.crown * frame.scaleY;
+  const bool toHair = document.headTo == HeadTo::kHair;
+  std::vector<Dimension> lengths;
+  if (crown - hair > frame.em / 5.0) {
+    lengths.push_back(toHair ? Make(check, "head to crown", "To the crown", crown, chin)
+                             : Make(check, "head with hair", "With hair", hair, chin));
+    lengths.back().column = 1;
+    lengths.back().label.level -= 2 * frame.em;
+  }
+  const double top = toHair ? hair : crown;
+  lengths.push_back(Make(check, "head", "Head", top, chin));
+  if (const auto allowed = Allowed(check, "head", document.heightMm, height)) {
+    lengths.back().allowed = {{top + allowed->min, top + allowed->max}};
+  }
+  return lengths;
+}
+
+Dimension FaceWidth(const PhotoCheck& check, const Frame& frame) {
+  const double left = check.person->faceLeft * frame.scaleX, width = check.person->faceWidth * frame.scaleX;
+  Dimension face = Make(check, "face width", "Face width", left, left + width);
+  if (const auto allowed = Allowed(check, "face width", check.document.widthMm, frame.canvas->Width())) {
+    const double middle = left + width / 2, least = allowed->min / 2, most = allowed->max / 2;
+    face.allowed = {{middle - most, middle - least}, {middle + least, middle + most}};
+  }
+  // Above the picture there is room for one row.
+  std::vector<LabelRow>& rows = face.label.rows;
+  for (size_t i = 1; i < rows.size(); ++i) rows[0].text += " " + rows[i].text;
+  rows.resize(std::min<size_t>(rows.size(), 1));
+  return face;
+}
+
 }  // namespace
 
 Dimensions DimensionsOf(const PhotoCheck& check, const Frame& frame) {
   if (!check.person) return {};
-  const PersonGeometry& person = *check.person;
-  const Document& document = check.document;
-  const double width = frame.canvas->Width(), height = frame.canvas->Height();
-  const double top = person.headTop * frame.scaleY, eyes = person.eyes * frame.scaleY;
-  const double left = person.faceLeft * frame.scaleX, faceWidth = person.faceWidth * frame.scaleX;
-  Dimension space = Make(check, "space above", "Space above", 0, top, false);
-  if (document.top) space.allowed = {{document.top->min * height, document.top->max * height}};
-  Dimension head = Make(check, "head", "Head", top, person.chin * frame.scaleY, false);
-  if (document.head) head.allowed = {{top + document.head->min * height, top + document.head->max * height}};
-  Dimension above = Make(check, "eyes", "Eye height", eyes, height, false);
-  if (document.eyes) above.allowed = {{height * (1 - document.eyes->max), height * (1 - document.eyes->min)}};
-  Dimension face = Make(check, "face width", "Face width", left, left + faceWidth, true);
-  if (document.faceWidth) {
-    const double middle = left + faceWidth / 2;
-    const double least = document.faceWidth->min * width / 2, most = document.faceWidth->max * width / 2;
-    face.allowed = {{middle - most, middle - least}, {middle + least, middle + most}};
+  const double height = frame.canvas->Height(), mm = check.document.heightMm;
+  Dimensions dimensions;
+  dimensions.left = HeadLengths(check, frame);
+  Dimension space = Make(check, "space above", "Space above", 0, check.person->headTop * frame.scaleY);
+  if (const auto allowed = Allowed(check, "space above", mm, height)) space.allowed = {*allowed};
+  dimensions.left.push_back(space);
+  Dimension eyes = Make(check, "eyes", "Eye height", check.person->eyes * frame.scaleY, height);
+  if (const auto allowed = Allowed(check, "eyes", mm, height)) {
+    eyes.allowed = {{height - allowed->max, height - allowed->min}};
   }
-  return {{space, head}, {above}, {face}};
+  dimensions.right = {eyes};
+  dimensions.above = {FaceWidth(check, frame)};
+  return dimensions;
 }
 
 void DrawLevels(const PhotoCheck& check, const Dimensions& dimensions, const Frame& frame) {
@@ -75,6 +113,7 @@ void DrawLevels(const PhotoCheck& check, const Dimensions& dimensions, const Fra
   };
   for (const Dimension& dimension : dimensions.left) {
     Bands(frame, dimension, 0, edge);
+    if (dimension.from > 0) row(dimension.from, 0, width, dimension.state);
     row(dimension.to, 0, width, dimension.state);
   }
   const Dimension& face = dimensions.above.front();
@@ -85,7 +124,7 @@ void DrawLevels(const PhotoCheck& check, const Dimensions& dimensions, const Fra
     row(dimension.from, face.to, width, dimension.state);
   }
   for (const double x : {face.from, face.to}) {
-    CasedLine(frame.canvas, {x, 0}, {x, dimensions.left.back().to}, thin, InkOf(face.state));
+    CasedLine(frame.canvas, {x, 0}, {x, check.person->chin * frame.scaleY}, thin, InkOf(face.state));
   }
 }
 

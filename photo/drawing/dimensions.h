@@ -16,10 +16,11 @@ struct Dimension {
   std::vector<Fraction> allowed;  // rows or columns in which the moving end may lie
   FindingState state = FindingState::kShown;
   Label label;
+  int column = 0;  // arrows that would cover each other stand in columns of their own, from the picture outward
 };
 
 struct Dimensions {
-  std::vector<Dimension> left;   // space above the head, head
+  std::vector<Dimension> left;   // the head's lengths, the space above it last
   std::vector<Dimension> right;  // eyes above the lower edge
   std::vector<Dimension> above;  // face width
 };

@@ -44,14 +44,22 @@ class Surroundings {
     inner_ = std::max(inner_, Arrange(&right_, em_, height_));
   }
 
-  int Left() const { return Side(left_); }
+  int Left() const {
+    int columns = 0;
+    for (const Dimension& d : dimensions_.left) columns = std::max(columns, d.column);
+    return Side(left_) + columns * kColumn * em_ / 10;
+  }
   int Above() const { return dimensions_.above.empty() ? em_ : LineHeight(em_) + 2 * em_; }
   int Width() const { return Left() + width_ + Side(right_); }
   int Height() const { return Above() + inner_ + em_; }
 
   void Draw(Canvas* canvas, const Image& picture) const {
+    // A white background would have no edge on the paper.
+    constexpr Ink kEdge{176, 172, 170};
+    const int edge = std::max(1, em_ / 16);
+    canvas->Fill({Left() - edge, Above() - edge, Left() + width_ + edge, Above() + height_ + edge}, kEdge);
     canvas->Paste(picture, Left(), Above());
-    for (const Dimension& d : dimensions_.left) Upright(canvas, d, Left() - em_);
+    for (const Dimension& d : dimensions_.left) Upright(canvas, d, Left() - em_ - d.column * kColumn * em_ / 10);
     for (const Dimension& d : dimensions_.right) Upright(canvas, d, Left() + width_ + em_);
     for (const Dimension& d : dimensions_.above) Level(canvas, d);
     for (const Label& label : left_) Lead(canvas, label, Left() - 1.8 * em_);
@@ -61,6 +69,8 @@ class Surroundings {
   }
 
  private:
+  static constexpr int kColumn = 13;  // tenths of an em from one column of arrows to the next
+
   // Room for the labels and the arrow between them and the picture.
   int Side(const std::vector<Label>& labels) const { return labels.empty() ? em_ : WidthOf(labels, em_) + 5 * em_ / 2; }
   double Thick() const { return em_ / 10.0; }

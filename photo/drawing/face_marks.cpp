@@ -30,7 +30,7 @@ class FaceMarks {
         check_(check),
         mesh_(*check.face->mesh),
         frame_(frame),
-        em_(std::min(1.0 * frame.em, FaceWidth() / 14)) {}
+        em_(std::clamp(FaceWidth() / 14, frame.em / 4.0, 1.0 * frame.em)) {}
 
   std::vector<Label> Draw() {
     DrawLight();
@@ -159,16 +159,17 @@ class FaceMarks {
   double CheekLight(size_t cheek) const {
     const PlacePoint p = mesh_[kCheeks[cheek]];
     const double side = 0.05 * Distance(mesh_[kSides[0]], mesh_[kSides[1]]);
-    const auto whole = [](double v, int32_t size) { return static_cast<int32_t>(std::clamp(v, 0.0, size - 1.0)); };
+    const int32_t top = Inside(p.y - side, photograph_.height - 1), bottom = Inside(p.y + side, photograph_.height - 1);
+    const int32_t left = Inside(p.x - side, photograph_.width - 1), right = Inside(p.x + side, photograph_.width - 1);
     double sum = 0, count = 0;
-    for (int32_t y = whole(p.y - side, photograph_.height); y <= whole(p.y + side, photograph_.height); ++y) {
-      for (int32_t x = whole(p.x - side, photograph_.width); x <= whole(p.x + side, photograph_.width); ++x) {
+    for (int32_t y = top; y <= bottom; ++y) {
+      for (int32_t x = left; x <= right; ++x) {
         const uint8_t* pixel = photograph_.At(x, y);
         sum += pixel[0] + 5 * pixel[1] + 2 * pixel[2];
         count += 1;
       }
     }
-    return sum / count;
+    return count > 0 ? sum / count : 0;
   }
 
   // An arrow from outside to the darker cheek, from where light is missing.

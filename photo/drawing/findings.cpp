@@ -50,7 +50,7 @@ std::string AdviceOf(const CheckLine& line) {
   for (const LineAdvice& advice : kAdvice) {
     if (line.name == advice.name) words = isBelow ? advice.below : advice.above;
   }
-  return words + ": by " + ValueText(missing, line.unit);
+  return words + ": " + ValueText(missing, line.unit) + (isBelow ? " missing" : " too much");
 }
 
 Finding FindingOf(const CheckLine& line) {

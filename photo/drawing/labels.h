@@ -25,7 +25,7 @@ struct Label {
   double level = 0;                  // the row at which its middle should stand
   std::optional<PlacePoint> target;  // what a line leads to
   bool onLeft = false;
-  int top = 0;                       // set by Arrange
+  int top = 0;  // set by Arrange
 };
 
 int WidthOf(const std::vector<Label>& labels, int em);
