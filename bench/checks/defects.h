@@ -24,6 +24,7 @@ struct Defect {
   std::vector<photo::MeasureId> own;  // of which one at least should report it
   Expected expected;
   std::function<photo::Image(const Portrait&)> make;
+  bool isOfWall = false;  // made from the portrait before a plain wall, whose own may have every defect
 };
 
 // Blur, too few pixels, compression.
@@ -38,6 +39,8 @@ std::vector<Defect> PoseDefects();
 std::vector<Defect> SurroundingsDefects();
 
 std::vector<Defect> AllDefects();
+
+photo::Image BeforePlainWall(const Portrait& portrait);
 
 }  // namespace qx::bench::checks
 

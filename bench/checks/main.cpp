@@ -86,11 +86,13 @@ void Run(const Options& options) {
   Examiner examiner;
   Report report(options.markdown);
   std::vector<Portrait> portraits;
-  std::vector<std::vector<photo::Measure>> before;
+  std::vector<std::vector<photo::Measure>> before, beforeWall;
   for (const std::string& file : options.photographs) {
     for (Portrait& portrait : examiner.Portraits(file, options.faces)) {
       before.push_back(examiner.Measure(portrait.picture));
       report.PrintPortrait(portrait.name, before.back());
+      beforeWall.push_back(examiner.Measure(BeforePlainWall(portrait)));
+      report.PrintPortrait(portrait.name + " before a plain wall", beforeWall.back());
       if (!options.write.empty()) Write(options.write, portrait.name, portrait.picture);
       portraits.push_back(std::move(portrait));
     }
@@ -105,7 +107,7 @@ void Run(const Options& options) {
       if (!options.write.empty()) {
         Write(options.write, portraits[i].name + " " + defect.name + " " + defect.strength, picture);
       }
-      results.push_back({portraits[i].name, before[i], examiner.Measure(picture)});
+      results.push_back({portraits[i].name, (defect.isOfWall ? beforeWall : before)[i], examiner.Measure(picture)});
     }
     report.PrintDefect(defect, results, options.each);
   }

@@ -65,13 +65,16 @@ struct Reduced {
   void ReduceRow(const Image& photograph, const Mask* person, int32_t y, const std::vector<Share>& columns,
                  Floats* line) const {
     float* to = line->data();
+    const uint8_t* const pixels = photograph.At(box.left, y);
+    const uint8_t* const covers = person ? person->Row(y) + box.left : nullptr;
     for (const Share& share : columns) {
       float sums[4] = {};
-      for (size_t i = 0; i < share.weights.size(); ++i) {
-        const int32_t x = box.left + share.first + static_cast<int32_t>(i);
-        const uint8_t* pixel = photograph.At(x, y);
-        for (size_t c = 0; c < 3; ++c) sums[c] += share.weights[i] * static_cast<float>(pixel[c]);
-        if (person) sums[3] += share.weights[i] * static_cast<float>(person->Row(y)[x]);
+      const uint8_t* pixel = pixels + 3 * static_cast<size_t>(share.first);
+      const uint8_t* cover = covers ? covers + share.first : nullptr;
+      for (const float weight : share.weights) {
+        for (size_t c = 0; c < 3; ++c) sums[c] += weight * static_cast<float>(pixel[c]);
+        if (cover) sums[3] += weight * static_cast<float>(*cover++);
+        pixel += 3;
       }
       to = std::copy_n(sums, 4, to);
     }
