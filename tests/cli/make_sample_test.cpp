@@ -170,7 +170,6 @@ TEST(SampleMake, SaysWhatCannotBeMendedOrRefusesIt) {
   const Names to{"-o", "y.jpg", "--preset", "schengen-visa", "--json"};
   const json good = MustReport(folder, Joined({"make", "good.png", "--strict", "--no-straighten"}, to));
   EXPECT_EQ(json::array(), good["reasons"]);
-  EXPECT_EQ(json::array(), good["remarks"]);
   const std::string before = ReadBytes(folder / "y.jpg");
   const Names closed = Joined({"make", "closed.png"}, to);
   EXPECT_EQ(1, StatusOfRefusal(folder, Joined(closed, {"--strict"}), "the eyes look closed"));
