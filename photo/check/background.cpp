@@ -131,6 +131,12 @@ std::optional<Lab> NearestAsked(const Lab& wall, const std::vector<std::string>&
   return nearest;
 }
 
+// Where the document asks for a colour that is itself darker than bright walls are, that one decides.
+void LetColourDecide(const Lab& asked, MeasureList* list) {
+  const double limit = (*list)[MeasureId::kBackgroundLightness].min.value_or(0);
+  if (asked.l < limit) list->OnlyShow(MeasureId::kBackgroundLightness, "the document asks for a darker colour");
+}
+
 // A wall of the right hue that is only darker is a matter of light.
 void JudgeAskedColour(const Lab& wall, const Lab& asked, MeasureList* list) {
   const Measure& measure = list->Judge(MeasureId::kBackgroundColour, Distance(wall, asked),
@@ -158,6 +164,7 @@ void JudgeColours(const Wall& wall, const MeasureOptions& options, MeasureList* 
   list->Judge(MeasureId::kBackgroundLightness, median.l, "the background is dark: choose or light a bright wall");
   if (const std::optional<Lab> asked = NearestAsked(median, options.backgrounds)) {
     JudgeAskedColour(median, *asked, list);
+    LetColourDecide(*asked, list);
   }
 }
 

@@ -18,31 +18,21 @@ void AskedBy(const PresetRules& rules, const std::string& what, Measure* measure
   measure->source = what + ": " + PageOf(rules) + "; the figure: " + measure->source;
 }
 
-// Takes the limit away.
-void OnlyShow(const std::string& reason, Measure* measure) {
-  measure->min = measure->max = std::nullopt;
-  measure->tolerance = 0;
-  measure->source.clear();
-  if (!measure->value) return;  // why it was not measured says more
-  measure->state = MeasureState::kNotAssessed;
-  measure->reason = "only shown: " + reason;
-}
-
 void HoldExpression(const PresetRules& rules, MeasureList* list) {
   if (!rules.smile) return;
-  Measure &smile = (*list)[MeasureId::kExpressionNeutrality], &lips = (*list)[MeasureId::kLipGap];
+  constexpr MeasureId kSmile = MeasureId::kExpressionNeutrality, kLips = MeasureId::kLipGap;
   switch (*rules.smile) {
     case SmileRule::kAllowed:
-      OnlyShow("the document takes a smile, " + PageOf(rules), &smile);
-      OnlyShow("the document takes a smile, " + PageOf(rules), &lips);
+      list->OnlyShow(kSmile, "the document takes a smile, " + PageOf(rules));
+      list->OnlyShow(kLips, "the document takes a smile, " + PageOf(rules));
       break;
     case SmileRule::kMouthClosed:
-      OnlyShow("the document takes a smile with the mouth closed, " + PageOf(rules), &smile);
-      AskedBy(rules, "a closed mouth", &lips);
+      list->OnlyShow(kSmile, "the document takes a smile with the mouth closed, " + PageOf(rules));
+      AskedBy(rules, "a closed mouth", &(*list)[kLips]);
       break;
     case SmileRule::kForbidden:
-      AskedBy(rules, "a neutral expression", &smile);
-      AskedBy(rules, "a neutral expression", &lips);
+      AskedBy(rules, "a neutral expression", &(*list)[kSmile]);
+      AskedBy(rules, "a neutral expression", &(*list)[kLips]);
       break;
   }
 }
@@ -85,15 +75,15 @@ void ExemptChild(const MeasureOptions& options, MeasureList* list) {
   }
   for (const MeasureId id : {MeasureId::kHeadPoseYaw, MeasureId::kHeadPosePitch, MeasureId::kHeadPoseRoll,
                              MeasureId::kGazeSideways, MeasureId::kExpressionNeutrality, MeasureId::kLipGap}) {
-    OnlyShow(reason, &(*list)[id]);
+    list->OnlyShow(id, reason);
   }
 }
 
 void HoldFaceSize(const MeasureOptions& options, MeasureList* list) {
-  Measure& eyes = (*list)[MeasureId::kInterEyeDistance];
+  const Measure& eyes = (*list)[MeasureId::kInterEyeDistance];
   if (eyes.state != MeasureState::kFailed || !options.leastHead) return;
   if (kLeastEyeDistance * *options.leastHead >= eyes.min.value_or(0)) return;
-  OnlyShow("the document's own size decides", &eyes);
+  list->OnlyShow(MeasureId::kInterEyeDistance, "the document's own size decides");
 }
 
 // The blocks of a JPEG file show its compression only where nothing was done to the picture since; its tables tell what

@@ -152,6 +152,15 @@ void MeasureList::Fail(MeasureId id, const std::string& reason) {
   (*this)[id].reason = reason;
 }
 
+void MeasureList::OnlyShow(MeasureId id, const std::string& reason) {
+  Measure& measure = (*this)[id];
+  measure.min = measure.max = std::nullopt;
+  measure.tolerance = 0;
+  measure.source.clear();
+  // Why there is no value says more.
+  if (measure.value) NotAssessed(id, "only shown: " + reason);
+}
+
 void MeasureList::Remark(MeasureId id, const std::string& reason) {
   (*this)[id].state = MeasureState::kRemark;
   (*this)[id].reason = reason;

@@ -121,6 +121,8 @@ class MeasureList {
   Measure& Judge(MeasureId id, double value, const std::string& advice = {});
   void NotAssessed(MeasureId id, const std::string& reason);
   void Remark(MeasureId id, const std::string& reason);
+  // Takes the limit away; a value that was found is not assessed for that reason.
+  void OnlyShow(MeasureId id, const std::string& reason);
   void Fail(MeasureId id, const std::string& reason);  // for what the value alone does not show
 
   std::vector<Measure> All() const { return {measures_.begin(), measures_.end()}; }

@@ -125,7 +125,9 @@ struct Phases {
     std::vector<double> means;
     for (size_t i = 0; i < 8; ++i) means.push_back(counts[i] > 0 ? sums[i] / counts[i] : 0);
     const double grid = means[7], median = Percentile(std::move(means), 0.5);
-    return median > 0 ? grid / median : std::nan("");
+    // Drawn pictures without noise have next to no steps elsewhere, whatever their grid shows.
+    constexpr double kLeastNoise = 0.05;  // grey levels
+    return grid > 0 || median > 0 ? grid / std::max(median, kLeastNoise) : std::nan("");
   }
 };
 

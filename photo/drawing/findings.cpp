@@ -74,7 +74,7 @@ Finding FindingOf(const Measure& measure) {
   finding.title = TitleOf(measure);
   if (measure.value) finding.value = ValueText(*measure.value, measure.unit);
   finding.hasUnit = measure.value && !measure.unit.empty();
-  finding.limit = LimitText(measure.min, measure.max);
+  finding.limit = LimitText(measure.min, measure.max, measure.tolerance);
   if (measure.score) finding.score = Decimal(*measure.score);
   finding.source = measure.source;
   finding.reason = measure.reason;
@@ -90,6 +90,11 @@ std::string Rounded(double value, int places) {
     if (number.back() == '.') number.pop_back();
   }
   return number == "-0" ? "0" : number;
+}
+
+// Small numbers with enough digits to be told from their limit.
+std::string Fine(double value) {
+  return Rounded(value, std::abs(value) < 0.1 ? 3 : 2);
 }
 
 }  // namespace
@@ -154,18 +159,19 @@ FindingState StateOf(const Measure& measure) {
 
 std::string ValueText(double value, const std::string& unit) {
   const bool isWhole = unit == "px" || unit == "dpi" || unit == "kB";
-  const int places = isWhole ? 0 : unit.empty() || unit == "cm" ? 2 : 1;
-  const std::string number = Rounded(value, places);
+  const bool isFine = unit.empty() || unit == "cm";
+  const std::string number = isFine ? Fine(value) : Rounded(value, isWhole ? 0 : 1);
   return unit.empty() ? number : unit == "degrees" ? number + "°" : number + " " + unit;
 }
 
-std::string LimitText(const std::optional<double>& min, const std::optional<double>& max) {
+std::string LimitText(const std::optional<double>& min, const std::optional<double>& max, double tolerance) {
   if (!min && !max) return {};
-  const auto number = [](double value) { return Rounded(value, std::abs(value) < 10 ? 2 : 1); };
-  if (!max) return "≥ " + number(*min);
-  if (!min) return "≤ " + number(*max);
-  if (*min == *max) return number(*min);
-  return number(*min) + (*min < 0 || *max < 0 ? " to " : "–") + number(*max);
+  const auto number = [](double value) { return std::abs(value) < 10 ? Fine(value) : Rounded(value, 1); };
+  const std::string missed = tolerance > 0 ? " ± " + number(tolerance) : "";
+  if (!max) return "≥ " + number(*min) + missed;
+  if (!min) return "≤ " + number(*max) + missed;
+  if (*min == *max) return number(*min) + missed;
+  return number(*min) + (*min < 0 || *max < 0 ? " to " : "–") + number(*max) + missed;
 }
 
 }  // namespace qx::photo

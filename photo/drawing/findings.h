@@ -41,8 +41,8 @@ FindingState StateOf(const CheckLine& line);
 FindingState StateOf(const Measure& measure);
 // "33.1 mm", "4°", "0.52".
 std::string ValueText(double value, const std::string& unit);
-// "32–36", "≥ 90", "≤ 0.5", "-5 to 5"; empty without limits.
-std::string LimitText(const std::optional<double>& min, const std::optional<double>& max);
+// "32–36", "≥ 90", "≤ 0.5", "-5 to 5 ± 3", of which the last is a tolerance above 0; empty without limits.
+std::string LimitText(const std::optional<double>& min, const std::optional<double>& max, double tolerance = 0);
 
 }  // namespace qx::photo
 
