@@ -56,7 +56,7 @@ TEST(CheckSample, MeasuresBothPersonsOfADocumentOfTwo) {
     return *check.measures[static_cast<size_t>(id) + person * kEach].value;
   };
   EXPECT_NEAR(0.7, value(MeasureId::kInterEyeDistance, 1) / value(MeasureId::kInterEyeDistance, 0), 0.05);
-  for (const size_t person : {0, 1}) EXPECT_EQ(0, value(MeasureId::kSingleFacePresent, person));
+  for (const size_t person : {size_t{0}, size_t{1}}) EXPECT_EQ(0, value(MeasureId::kSingleFacePresent, person));
   EXPECT_FALSE(check.Passed());  // by its size alone
   size_t counted = check.Counts().passed + check.Counts().failed + check.Counts().remarks + check.Counts().notAssessed;
   EXPECT_EQ(2 * kEach + 4, counted);  // width, height, resolution, faces
@@ -126,7 +126,7 @@ TEST(CheckSample, EachDefectIsSeenByItsMeasure) {
               }),
               "CheekLight");
   Image red = good;
-  for (const size_t eye : {0, 1}) {
+  for (const size_t eye : {size_t{0}, size_t{1}}) {
     const Point pupil = face.keyPoints[eye];
     for (int y = -3; y <= 3; ++y) {
       for (int x = -3; x <= 3; ++x) {
