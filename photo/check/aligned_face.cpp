@@ -51,12 +51,15 @@ struct Reduced {
     scaleY = static_cast<double>(raster.height) / box.Height();
     const std::vector<Share> columns = Shares(box.Width(), raster.width), rows = Shares(box.Height(), raster.height);
     Floats line(static_cast<size_t>(raster.width) * 4);
+    int32_t reduced = -1;  // the row in `line`: neighbouring rows of the raster share one
     for (int32_t y = 0; y < raster.height; ++y) {
       float* to = raster.At(0, y);
       std::fill_n(to, line.size(), 0.0F);
       const Share& share = rows[static_cast<size_t>(y)];
       for (size_t i = 0; i < share.weights.size(); ++i) {
-        ReduceRow(photograph, person, box.top + share.first + static_cast<int32_t>(i), columns, &line);
+        const int32_t row = box.top + share.first + static_cast<int32_t>(i);
+        if (row != reduced) ReduceRow(photograph, person, row, columns, &line);
+        reduced = row;
         for (size_t k = 0; k < line.size(); ++k) to[k] += share.weights[i] * line[k];
       }
     }
