@@ -140,10 +140,10 @@ TEST(DrawCheck, LegendNamesWhatFailedFirst) {
   EXPECT_EQ(check.lines.size() + check.measures.size(), findings.size());
   const std::vector<std::string> texts = Legend(findings, 20, 600).Texts();
   size_t last = 0;
-  for (const char* part :
-       {"3 failed, 1 remark, 6 passed", "Height of the head: 30.1 mm (32–36)", "too small: 1.9 mm missing",
-        "Head turned sideways: 12° (-5 to 5 ± 3)", "turn your head to your right", "Lips closed", "Light from both sides",
-        "the left half", "Passed: Width", "Only shown: Lean of the head 1°", "Not assessed: 36"}) {
+  for (const char* part : {"3 failed, 1 remark, 6 passed", "Height of the head: 30.1 mm (32–36)",
+                           "too small: 1.9 mm missing", "Head turned sideways: 12° (-5 to 5 ± 3)",
+                           "turn your head to your right", "Lips closed", "Light from both sides", "the left half",
+                           "Passed: Width", "Only shown: Lean of the head 1°", "Not assessed: 36"}) {
     const size_t place = PlaceOf(texts, part);
     EXPECT_LE(last, place) << part;
     last = place;
