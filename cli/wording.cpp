@@ -4,7 +4,6 @@
 #include <new>
 
 #include "photo/base/text.h"
-#include "qx_idp.h"
 
 namespace qx::cli {
 namespace {
@@ -55,11 +54,6 @@ std::string Advice(const Failure& failure) {
 }
 
 }  // namespace
-
-std::string ProgramVersion() {
-  return std::to_string(QX_IDP_VERSION_MAJOR) + "." + std::to_string(QX_IDP_VERSION_MINOR) + "." +
-         std::to_string(QX_IDP_VERSION_PATCH);
-}
 
 std::string Wording(const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);

@@ -45,6 +45,12 @@ photo::Bytes ReadFileBytes(const std::filesystem::path& path, const Limits& limi
 
 class Decoder;
 
+// A picture of which not everything is opaque.
+struct TransparentPicture {
+  photo::Image colours;  // its own, not multiplied by the opacity
+  photo::Mask opacity;   // of the same size
+};
+
 // A photograph in an image file: the first picture of a JPEG, PNG, WebP, HEIF (also AVIF) or TIFF file, told apart by
 // their content, as a viewer shows it: upright (EXIF orientation), in sRGB (embedded profile; grey and CMYK too), on
 // white where it is transparent, 16 bits reduced to 8.
@@ -68,6 +74,8 @@ class FileSource : public photo::PhotoSource {
 
   // All of it at its full size.
   photo::Image Whole();
+  // The same of a picture that is transparent somewhere; nothing of one that is opaque throughout.
+  std::optional<TransparentPicture> Transparent();
   // Pixels an inch, as the file says. Nothing when the file is silent or holds one of the two fillers for "unknown": 72
   // an inch (EXIF 2.32, XResolution) and 1 a millimetre. A format that counts whole pixels a metre cannot hold whole
   // pixels an inch exactly: what is that close to a whole number becomes one.
