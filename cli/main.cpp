@@ -35,10 +35,12 @@ int Run(int argc, char** argv) {
   qx::cli::AddInspectCommand(app, &status);
   qx::cli::AddMakeCommand(app, &status);
   qx::cli::AddMaskCommand(app, &status);
+  qx::cli::AddBackgroundCommand(app, &status);
   qx::cli::AddRetouchCommand(app, &status);
   qx::cli::AddPresetsCommand(app, &status);
   qx::cli::AddCheckCommand(app, &status);
   qx::cli::AddSheetCommand(app, &status);
+  qx::cli::AddCompressCommand(app, &status);
   qx::cli::AddBatchCommand(app, &status);
   try {
     app.parse(argc, argv);

@@ -44,6 +44,7 @@ struct Limits {
 photo::Bytes ReadFileBytes(const std::filesystem::path& path, const Limits& limits = {});
 
 class Decoder;
+struct EncodedDocument;
 
 // A picture of which not everything is opaque.
 struct TransparentPicture {
@@ -83,6 +84,12 @@ class FileSource : public photo::PhotoSource {
   // Of a JPEG, as its tables say; nothing for other formats and for a file whose tables cannot be read.
   std::optional<photo::JpegQuality> Quality() const;
   size_t FileSize() const;  // bytes
+  // Of a JPEG: a file of the same compressed pixels, to the bit, with that resolution (1 to 65,535) and of all else
+  // only the colour profile, filled up with blanks below minKb. Nothing for other formats, where the file says that it
+  // is to be turned or has colours that JFIF does not know, and above maxKb. Whether the pixels can be decoded is not
+  // asked.
+  std::optional<EncodedDocument> Repacked(int32_t dpi, std::optional<int32_t> minKb,
+                                          std::optional<int32_t> maxKb) const;
 
  private:
   std::unique_ptr<Decoder> decoder_;

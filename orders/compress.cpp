@@ -46,11 +46,21 @@ CompressedFile CompressOrder::Compress(codec::FileSource& source) const {
   compressed.width = source.Width();
   compressed.height = source.Height();
   compressed.dpi = dpi.value_or(UsualDpi(source));
-  std::optional<codec::TransparentPicture> picture;
-  if (format == codec::ImageFormat::kPng) picture = source.Transparent();
-  if (!picture) picture = codec::TransparentPicture{source.Whole(), {}};
-  compressed.file = codec::EncodeDocument(picture->colours, format, compressed.dpi, minKb, maxKb, picture->opacity);
+  const photo::Image photograph = source.Whole();  // also says whether the file is sound
+  if (format == codec::ImageFormat::kPng) {
+    const auto picture = source.Transparent();
+    compressed.file = codec::EncodeDocument(picture ? picture->colours : photograph, format, compressed.dpi, minKb,
+                                            maxKb, picture ? picture->opacity : photo::Mask());
+    compressed.keepsPixels = true;
+    return compressed;
+  }
+  auto repacked = source.Repacked(compressed.dpi, minKb, maxKb);
+  compressed.keepsPixels = repacked.has_value();
+  compressed.file =
+      repacked ? std::move(*repacked) : codec::EncodeDocument(photograph, format, compressed.dpi, minKb, maxKb);
   if (!compressed.file.Remark().empty()) compressed.remarks.push_back(compressed.file.Remark());
+  const bool isNew = !compressed.keepsPixels && !compressed.file.limited;
+  if (isNew) compressed.remarks.push_back("compressed anew, JPEG quality " + std::to_string(compressed.file.quality));
   return compressed;
 }
 
@@ -64,6 +74,7 @@ std::string CompressOrder::Report(const std::string& photograph, const std::stri
                        {"bytes", file.file.bytes.size()},
                        {"quality", file.file.quality},
                        {"padding", file.file.padding},
+                       {"pixels_kept", file.keepsPixels},
                        {"remarks", file.remarks}};
   return report.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -16,6 +16,7 @@ struct CompressedFile {
   codec::EncodedDocument file;
   int32_t width = 0, height = 0;  // pixels, those of the photograph
   int32_t dpi = 0;
+  bool keepsPixels = false;          // all are to the bit what the photograph's file shows
   std::vector<std::string> remarks;  // what the user should know, one line each
 };
 
@@ -25,7 +26,8 @@ class CompressOrder final : public Order {
   void AddChoices(CLI::App& command) override;
   void Settle() override;
 
-  // Never scales. Throws Failure (kFileSize) when no quality brings the file within the limits.
+  // Never scales. A JPEG that is within the limits keeps its compressed pixels. Throws Failure (kFileSize) when no
+  // quality brings the file within the limits.
   CompressedFile Compress(codec::FileSource& source) const;
   std::string Report(const std::string& photograph, const std::string& output, const CompressedFile& file) const;
 

@@ -23,6 +23,8 @@ enum ExitStatus : int {
 };
 
 // Each adds a subcommand whose callback does the work and stores how it went in *status.
+void AddBackgroundCommand(CLI::App& app, int* status);
+void AddCompressCommand(CLI::App& app, int* status);
 void AddCropCommand(CLI::App& app, int* status);
 void AddInspectCommand(CLI::App& app, int* status);
 void AddMakeCommand(CLI::App& app, int* status);
