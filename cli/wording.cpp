@@ -48,7 +48,8 @@ std::string Advice(const Failure& failure) {
     case FailureCode::kTooLarge: return HasField(failure, "limit") ? ", or raise --max-megapixels" : "";
     case FailureCode::kOutOfMemory:
       return failure.Word("what") == "crop" ? ": leave out --src-same, or lower --ratio" : "";
-    case FailureCode::kFileSize: return " (--max-kb, --min-kb, --size, --dpi)";
+    case FailureCode::kFileSize:
+      return failure.Word("what") == "picture" ? " (--max-kb, --min-kb)" : " (--max-kb, --min-kb, --size, --dpi)";
     default: return "";
   }
 }

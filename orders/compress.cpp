@@ -41,23 +41,32 @@ void CompressOrder::Settle() {
   }
 }
 
+void CompressOrder::Encode(codec::FileSource& source, CompressedFile* compressed) const {
+  const photo::Image photograph = source.Whole();  // also says whether the file is sound
+  if (format == codec::ImageFormat::kPng) {
+    const auto picture = source.Transparent();
+    compressed->file = codec::EncodeDocument(picture ? picture->colours : photograph, format, compressed->dpi, minKb,
+                                             maxKb, picture ? picture->opacity : photo::Mask());
+    compressed->keepsPixels = true;
+    return;
+  }
+  auto repacked = source.Repacked(compressed->dpi, minKb, maxKb);
+  compressed->keepsPixels = repacked.has_value();
+  compressed->file =
+      repacked ? std::move(*repacked) : codec::EncodeDocument(photograph, format, compressed->dpi, minKb, maxKb);
+}
+
 CompressedFile CompressOrder::Compress(codec::FileSource& source) const {
   CompressedFile compressed;
   compressed.width = source.Width();
   compressed.height = source.Height();
   compressed.dpi = dpi.value_or(UsualDpi(source));
-  const photo::Image photograph = source.Whole();  // also says whether the file is sound
-  if (format == codec::ImageFormat::kPng) {
-    const auto picture = source.Transparent();
-    compressed.file = codec::EncodeDocument(picture ? picture->colours : photograph, format, compressed.dpi, minKb,
-                                            maxKb, picture ? picture->opacity : photo::Mask());
-    compressed.keepsPixels = true;
-    return compressed;
+  try {
+    Encode(source, &compressed);
+  } catch (const photo::Failure& failure) {
+    if (failure.Code() != photo::FailureCode::kFileSize) throw;
+    throw photo::Failure(failure.Code(), failure.what(), {{"what", "picture"}});
   }
-  auto repacked = source.Repacked(compressed.dpi, minKb, maxKb);
-  compressed.keepsPixels = repacked.has_value();
-  compressed.file =
-      repacked ? std::move(*repacked) : codec::EncodeDocument(photograph, format, compressed.dpi, minKb, maxKb);
   if (!compressed.file.Remark().empty()) compressed.remarks.push_back(compressed.file.Remark());
   const bool isNew = !compressed.keepsPixels && !compressed.file.limited;
   if (isNew) compressed.remarks.push_back("compressed anew, JPEG quality " + std::to_string(compressed.file.quality));

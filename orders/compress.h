@@ -37,6 +37,7 @@ class CompressOrder final : public Order {
 
  private:
   Answer Work(Materials materials, photo::Studio& studio) const override;
+  void Encode(codec::FileSource& source, CompressedFile* compressed) const;
 };
 
 }  // namespace qx::orders
