@@ -222,7 +222,7 @@ std::string StemOf(std::string_view photoName) {
   std::string stem;
   while (!photoName.empty()) {
     const size_t length = photo::Utf8Length(photoName);
-    if (stem.size() + length > kLongest) break;
+    if (stem.size() + std::max<size_t>(length, 1) > kLongest) break;
     if (length == 0 || IsForbidden(photoName.front())) {
       stem += '_';
     } else {
