@@ -10,6 +10,7 @@
 #include "cli/output_file.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/order.h"
 #include "photo/base/text.h"
 
 namespace {
@@ -17,7 +18,7 @@ namespace {
 int Run(int argc, char** argv) {
   int status = qx::cli::kDone;
   CLI::App app("Identification photographs from ordinary photographs.", "idphoto");
-  app.set_version_flag("--version", "idphoto " + qx::cli::ProgramVersion(), "Print the version");
+  app.set_version_flag("--version", "idphoto " + qx::orders::ProgramVersion(), "Print the version");
   app.require_subcommand(1);
   app.footer(
       "Run idphoto COMMAND --help for a command's options.\n\n"
@@ -34,10 +35,12 @@ int Run(int argc, char** argv) {
   qx::cli::AddInspectCommand(app, &status);
   qx::cli::AddMakeCommand(app, &status);
   qx::cli::AddMaskCommand(app, &status);
+  qx::cli::AddBackgroundCommand(app, &status);
   qx::cli::AddRetouchCommand(app, &status);
   qx::cli::AddPresetsCommand(app, &status);
   qx::cli::AddCheckCommand(app, &status);
   qx::cli::AddSheetCommand(app, &status);
+  qx::cli::AddCompressCommand(app, &status);
   qx::cli::AddBatchCommand(app, &status);
   try {
     app.parse(argc, argv);

@@ -4,7 +4,6 @@
 #include <new>
 
 #include "photo/base/text.h"
-#include "qx_idp.h"
 
 namespace qx::cli {
 namespace {
@@ -49,17 +48,13 @@ std::string Advice(const Failure& failure) {
     case FailureCode::kTooLarge: return HasField(failure, "limit") ? ", or raise --max-megapixels" : "";
     case FailureCode::kOutOfMemory:
       return failure.Word("what") == "crop" ? ": leave out --src-same, or lower --ratio" : "";
-    case FailureCode::kFileSize: return " (--max-kb, --min-kb, --size, --dpi)";
+    case FailureCode::kFileSize:
+      return failure.Word("what") == "picture" ? " (--max-kb, --min-kb)" : " (--max-kb, --min-kb, --size, --dpi)";
     default: return "";
   }
 }
 
 }  // namespace
-
-std::string ProgramVersion() {
-  return std::to_string(QX_IDP_VERSION_MAJOR) + "." + std::to_string(QX_IDP_VERSION_MINOR) + "." +
-         std::to_string(QX_IDP_VERSION_PATCH);
-}
 
 std::string Wording(const std::exception& exception) {
   const auto* failure = dynamic_cast<const Failure*>(&exception);

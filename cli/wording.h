@@ -17,9 +17,6 @@ class SetupFailure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// "0.2.0".
-std::string ProgramVersion();
-
 // The reason as one line, with the options that help behind it.
 std::string Wording(const std::exception& exception);
 

@@ -44,6 +44,13 @@ struct Limits {
 photo::Bytes ReadFileBytes(const std::filesystem::path& path, const Limits& limits = {});
 
 class Decoder;
+struct EncodedDocument;
+
+// A picture of which not everything is opaque.
+struct TransparentPicture {
+  photo::Image colours;  // its own, not multiplied by the opacity
+  photo::Mask opacity;   // of the same size
+};
 
 // A photograph in an image file: the first picture of a JPEG, PNG, WebP, HEIF (also AVIF) or TIFF file, told apart by
 // their content, as a viewer shows it: upright (EXIF orientation), in sRGB (embedded profile; grey and CMYK too), on
@@ -68,6 +75,8 @@ class FileSource : public photo::PhotoSource {
 
   // All of it at its full size.
   photo::Image Whole();
+  // The same of a picture that is transparent somewhere; nothing of one that is opaque throughout.
+  std::optional<TransparentPicture> Transparent();
   // Pixels an inch, as the file says. Nothing when the file is silent or holds one of the two fillers for "unknown": 72
   // an inch (EXIF 2.32, XResolution) and 1 a millimetre. A format that counts whole pixels a metre cannot hold whole
   // pixels an inch exactly: what is that close to a whole number becomes one.
@@ -75,6 +84,12 @@ class FileSource : public photo::PhotoSource {
   // Of a JPEG, as its tables say; nothing for other formats and for a file whose tables cannot be read.
   std::optional<photo::JpegQuality> Quality() const;
   size_t FileSize() const;  // bytes
+  // Of a JPEG: a file of the same compressed pixels, to the bit, with that resolution (1 to 65,535) and of all else
+  // only the colour profile, filled up with blanks below minKb. Nothing for other formats, where the file says that it
+  // is to be turned or has colours that JFIF does not know, and above maxKb. Whether the pixels can be decoded is not
+  // asked.
+  std::optional<EncodedDocument> Repacked(int32_t dpi, std::optional<int32_t> minKb,
+                                          std::optional<int32_t> maxKb) const;
 
  private:
   std::unique_ptr<Decoder> decoder_;

@@ -83,6 +83,10 @@ VImage ToColours(const VImage& image) {
   return colours;
 }
 
+VImage WithoutOpacity(const VImage& image) {
+  return image.extract_band(0, VImage::option()->set("n", image.bands() - 1));
+}
+
 VImage ToOpacity(const VImage& image) {
   return image[image.bands() - 1].cast(VIPS_FORMAT_UCHAR, VImage::option()->set("shift", true));
 }

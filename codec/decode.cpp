@@ -226,6 +226,7 @@ Decoder::Decoder(photo::Bytes file, const Limits& limits) : file_(std::move(file
         CheckSize(stored_, limits.pixels);
         turn_ = TurnOf(vips_image_get_orientation(image.get_image()));
         resolution_ = ResolutionOf(image);
+        hasOpacity_ = image.has_alpha();
         memory_ = MemoryFor(*loader_, image);
       },
       [this](const std::string& message) { return FailureFor(message); });
@@ -276,8 +277,12 @@ photo::Image Decoder::DecodeOnce(int32_t reduction, const photo::PixelBox& box, 
   const VImage loaded = Load(reduction);
   if (box.right > loaded.width() || box.bottom > loaded.height())
     throw photo::Failure(photo::FailureCode::kDamagedFile, "changes its size while it is read; save it again");
-  VImage pixels = ToColours(loaded);
-  if (opacity && loaded.has_alpha()) pixels = pixels.bandjoin(ToOpacity(loaded));
+  VImage pixels;
+  if (opacity && loaded.has_alpha()) {
+    pixels = ToColours(WithoutOpacity(loaded)).bandjoin(ToOpacity(loaded));
+  } else {
+    pixels = ToColours(loaded);
+  }
   const Extent size = TurnedSize({box.Width(), box.Height()}, turn);
   photo::Image image(size.width, size.height);
   if (opacity) *opacity = photo::Mask(size.width, size.height);

@@ -44,6 +44,7 @@ class Decoder {
   Extent Upright() const { return TurnedSize(stored_, turn_); }
   const Turn& Orientation() const { return turn_; }
   const std::optional<photo::PrintResolution>& Resolution() const { return resolution_; }
+  bool HasOpacity() const { return hasOpacity_; }  // a channel for it, be the picture opaque or not
   const photo::Bytes& File() const { return file_; }
 
   // The size as stored when every `reduction` pixels on each side become one.
@@ -55,7 +56,8 @@ class Decoder {
   int32_t NextReduction(int32_t reduction) const;
 
   // The box, in pixels as stored at that reduction, turned upright when that is asked for. The file is decoded down to
-  // the box's last row. With `opacity`, also how opaque each pixel is (255 where the format knows no transparency).
+  // the box's last row. With `opacity`, also how opaque each pixel is (255 where the format knows no transparency); the
+  // colours then are the picture's own, otherwise they are on white.
   photo::Image Decode(int32_t reduction, const photo::PixelBox& box, bool isUpright,
                       photo::Mask* opacity = nullptr) const;
   // All of it, upright.
@@ -71,6 +73,7 @@ class Decoder {
   Extent stored_;
   Turn turn_;
   std::optional<photo::PrintResolution> resolution_;
+  bool hasOpacity_ = false;
   int64_t memory_ = int64_t{16} << 20;  // bytes that decoding takes at most, beside the result; first the header
 };
 

@@ -6,6 +6,7 @@
 
 #include "codec/codec.h"
 #include "codec/encode.h"
+#include "codec/jpeg_parts.h"
 #include "codec/library.h"
 #include "photo/base/failure.h"
 #include "photo/document/presets.h"
@@ -18,10 +19,7 @@ constexpr int kGoodQuality = 80;
 // A JPEG file with its resolution in pixels an inch.
 class DocumentJpeg {
  public:
-  DocumentJpeg(const photo::Image& image, int32_t dpi) : encoder_(image, {}, dpi) {
-    const auto high = static_cast<uint8_t>(dpi >> 8), low = static_cast<uint8_t>(dpi);
-    jfif_ = {0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 1, high, low, high, low, 0, 0};
-  }
+  DocumentJpeg(const photo::Image& image, int32_t dpi) : encoder_(image, {}, dpi), jfif_(JfifSegment(dpi)) {}
 
   std::vector<uint8_t> Encode(int quality, bool isFullColour) const {
     std::vector<uint8_t> file = encoder_.Jpeg(quality, isFullColour, true);
@@ -31,8 +29,7 @@ class DocumentJpeg {
 
  private:
   Encoder encoder_;
-  // The first segment of a JPEG file (JFIF 1.02, ITU-T T.871), which the encoder leaves out with the metadata: marker,
-  // length, name, version 1.1, pixels an inch in both directions, no thumbnail.
+  // Which the encoder leaves out with the metadata.
   std::vector<uint8_t> jfif_;
 };
 
@@ -40,24 +37,6 @@ std::string Kilobytes(int64_t bytes) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1f kB", static_cast<double>(bytes) / photo::kCeilingKilobyte);
   return text;
-}
-
-// Comment segments (ITU-T T.81, B.2.4.5: marker, then a length that counts itself) of blanks, right after the file's
-// first segment, the JFIF header. `bytes` is at least 4.
-void Pad(std::vector<uint8_t>* file, size_t bytes) {
-  constexpr size_t kMarker = 2, kLongest = 65535 + kMarker, kShortest = 4;
-  const size_t header = kMarker + kMarker + static_cast<size_t>((*file)[4] << 8 | (*file)[5]);
-  std::vector<uint8_t> comments;
-  while (bytes > 0) {
-    // No rest may be too short for a segment of its own.
-    size_t size = std::min(bytes, kLongest);
-    if (bytes != size && bytes - size < kShortest) size -= kShortest;
-    const size_t length = size - kMarker;
-    comments.insert(comments.end(), {0xFF, 0xFE, static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)});
-    comments.resize(comments.size() + size - kShortest, ' ');
-    bytes -= size;
-  }
-  file->insert(file->begin() + static_cast<std::ptrdiff_t>(header), comments.begin(), comments.end());
 }
 
 // The highest quality from lo up to hi whose file is not above the ceiling; nothing is known of the others.
@@ -101,12 +80,12 @@ EncodedDocument EncodeJpeg(const DocumentJpeg& encoder, int64_t floor, int64_t c
     document.limited = document.quality != kUsualQuality;
   }
   if (size() < floor) {
-    document.padding = static_cast<size_t>(std::max<int64_t>(floor - size(), 4));
+    document.padding = PaddingFor(floor - size());
     if (size() + static_cast<int64_t>(document.padding) > ceiling) {
       throw photo::Failure(photo::FailureCode::kFileSize,
                            "no file lies between the least and the largest size; widen them");
     }
-    Pad(&document.bytes, document.padding);
+    PadJpeg(&document.bytes, document.padding);
   }
   return document;
 }
@@ -126,6 +105,22 @@ EncodedDocument EncodePng(const photo::Image& image, const photo::Mask& opacity,
 }
 
 }  // namespace
+
+void PadJpeg(std::vector<uint8_t>* file, size_t bytes) {
+  constexpr size_t kMarker = 2, kLongest = 65535 + kMarker, kShortest = 4;
+  const size_t header = kMarker + kMarker + static_cast<size_t>((*file)[4] << 8 | (*file)[5]);
+  std::vector<uint8_t> comments;
+  while (bytes > 0) {
+    // No rest may be too short for a segment of its own.
+    size_t size = std::min(bytes, kLongest);
+    if (bytes != size && bytes - size < kShortest) size -= kShortest;
+    const size_t length = size - kMarker;
+    comments.insert(comments.end(), {0xFF, 0xFE, static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)});
+    comments.resize(comments.size() + size - kShortest, ' ');
+    bytes -= size;
+  }
+  file->insert(file->begin() + static_cast<std::ptrdiff_t>(header), comments.begin(), comments.end());
+}
 
 std::string EncodedDocument::Remark() const {
   std::string remark;

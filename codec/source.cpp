@@ -196,6 +196,15 @@ photo::Image FileSource::Whole() {
   return decoder_->DecodeWhole(1);
 }
 
+std::optional<TransparentPicture> FileSource::Transparent() {
+  if (!decoder_->HasOpacity()) return std::nullopt;
+  TransparentPicture picture;
+  picture.colours = decoder_->DecodeWhole(1, &picture.opacity);
+  const photo::Bytes& values = picture.opacity.values;
+  if (std::all_of(values.begin(), values.end(), [](uint8_t value) { return value == 255; })) return std::nullopt;
+  return picture;
+}
+
 std::optional<photo::PrintResolution> FileSource::Resolution() const {
   return decoder_->Resolution();
 }

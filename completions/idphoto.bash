@@ -13,10 +13,14 @@ _idphoto_options() {
       echo "$common -o --output $document $retouch $finish --mask --person --compare --quiet --json --max-megapixels"
       ;;
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
+    background)
+      echo "$common -o --output --background --person --pair --keep-rim --quiet --json --max-megapixels"
+      ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --search --country --json" ;;
     check) echo "$common $document --child --json --verbose --draw --html --max-megapixels" ;;
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
+    compress) echo "$common -o --output --max-kb --min-kb --dpi --quiet --json --max-megapixels" ;;
     batch)
       echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"
       ;;
@@ -61,7 +65,7 @@ _idphoto() {
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make mask retouch presets check sheet batch' "$word"
+    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress batch' "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"
   else

@@ -11,11 +11,13 @@
 
 #include "cli/batch.h"
 #include "cli/commands/commands.h"
-#include "cli/commands/document_options.h"
 #include "cli/output_file.h"
 #include "cli/output_names.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/options/common_options.h"
+#include "orders/options/document_options.h"
+#include "orders/order.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
@@ -29,7 +31,7 @@ constexpr size_t kMaxJobs = 256;
 struct BatchOptions {
   std::vector<std::string> photographs;
   std::string folder, report;
-  DocumentOptions document;
+  orders::DocumentOptions document;
   codec::ImageFormat format = codec::ImageFormat::kJpeg;
   bool pair = false, resume = false;
   size_t jobs = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMaxJobs);
@@ -53,7 +55,7 @@ std::vector<BatchItem> PlanBatch(const BatchOptions& options, const fs::path& re
 // What decides how the outputs look: the program and the options given.
 std::string OptionsText(const CLI::App& command) {
   static const std::set<std::string> others = {"--help", "PHOTO", "--output", "--report", "--resume", "--jobs"};
-  std::string text = "idphoto " + ProgramVersion();
+  std::string text = "idphoto " + orders::ProgramVersion();
   for (const CLI::Option* option : command.get_options()) {
     if (option->count() == 0 || others.count(option->get_name()) != 0) continue;
     text += " " + option->get_name();
@@ -81,7 +83,7 @@ class Worker {
     AddRemark(remark_, outcome);
     for (const std::string& remark : made.remarks) AddRemark(remark, outcome);
     AddRemark(file.Remark(), outcome);
-    outcome->reasons = ReasonNames(made);
+    outcome->reasons = orders::ReasonNames(made);
     outcome->measures = {{"bytes", static_cast<double>(file.bytes.size())}};
     if (options_.pair) return;
     outcome->measures.insert(outcome->measures.end(),
@@ -106,10 +108,10 @@ class Worker {
 };
 
 int RunBatchCommand(const BatchOptions& options, const std::string& text) {
-  const photo::Preset preset = PresetOf(options.document);
+  const photo::Preset preset = AsSetup([&] { return orders::PresetOf(options.document); });
   if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
-  const photo::MakeRequest request = RequestOf(options.document);
-  CheckTransparency(request.background, options.format, "add --format png");
+  const photo::MakeRequest request = AsSetup([&] { return orders::RequestOf(options.document); });
+  AsSetup([&] { orders::CheckTransparency(request.background, options.format, "add --format png"); });
   const bool forbidden = request.background.IsKeep() && !options.document.background;
   const std::string remark = forbidden ? "background kept: " + preset.authority + " takes no changed one" : "";
   PrepareOutputFolder(options.folder);
@@ -141,16 +143,16 @@ void AddBatchCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->folder, "Folder for the finished photographs; created if missing")
       ->type_name("DIR")
       ->required();
-  AddMakeOptions(*command, &options->document);
+  orders::AddMakeOptions(*command, &options->document);
   command->add_flag("--pair", options->pair, "Two persons in each photograph; of the bounds only the size counts");
-  AddFormatOption(*command, &options->format, "jpg (default) or png");
+  orders::AddFormatOption(*command, &options->format, "jpg (default) or png");
   command->add_option("--jobs", options->jobs, "Photographs at once; default: one for each processor")
       ->type_name("N")
       ->check(CLI::Range(size_t{1}, kMaxJobs).description(""));
   command->add_option("--report", options->report, "What became of each, as JSON lines; default DIR/report.jsonl")
       ->type_name("FILE");
   command->add_flag("--resume", options->resume, "Leave out photographs that the report lists as done");
-  AddMaxMegapixels(*command, &options->maxPixels);
+  orders::AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
       "The finished photographs are DIR/NAME.jpg; existing files of these names are replaced, the photographs never.\n"
       "Photographs of the same name from different folders become NAME, NAME-2, NAME-3. One that fails does not stop\n"

@@ -4,16 +4,17 @@
 #include <string>
 #include <vector>
 
-#include "cli/check_json.h"
 #include "cli/check_page.h"
 #include "cli/check_text.h"
 #include "cli/commands/commands.h"
-#include "cli/commands/document_options.h"
 #include "cli/output_file.h"
 #include "cli/output_names.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/check.h"
+#include "orders/check_json.h"
+#include "orders/options/common_options.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/drawing/draw_check.h"
@@ -26,9 +27,8 @@ namespace {
 struct CheckOptions {
   std::vector<std::string> photographs;
   std::string drawing, page;
-  DocumentOptions document;
-  bool child = false, json = false, verbose = false;
-  int64_t maxPixels = codec::kDefaultMaxPixels;
+  bool json = false, verbose = false;
+  orders::CheckOrder order;
 };
 
 // Whether one file was named: a folder or a pattern stands for one photograph today and for two tomorrow.
@@ -64,9 +64,9 @@ void CheckPageName(const CheckOptions& options, const std::vector<std::string>& 
 
 class CheckRun {
  public:
+  // The order in the options is settled.
   explicit CheckRun(const CheckOptions& options)
       : options_(options),
-        preset_(PresetOf(options.document)),
         photographs_(ExpandPhotographs(options.photographs)),
         drawings_(PlanDrawings(options, photographs_)) {
     CheckPageName(options, photographs_);
@@ -88,21 +88,22 @@ class CheckRun {
       const photo::PhotoCheck check = Look(number);
       summary_.Add(check);
       allPassed_ = allPassed_ && check.Passed();
-      progress->Outcome(options_.json ? CheckJson(name, preset_.name, check) : CheckText(name, check, Detail()));
+      progress->Outcome(options_.json ? orders::CheckJson(name, Document(), check) : CheckText(name, check, Detail()));
     } catch (const std::exception& exception) {
       summary_.AddUnread();
       allPassed_ = false;
-      if (options_.json) progress->Outcome(CheckErrorJson(name, preset_.name, exception));
+      if (options_.json) {
+        progress->Outcome(orders::CheckErrorJson(name, Document(), CodeOf(exception), Wording(exception)));
+      }
       if (!options_.page.empty()) page_.AddFailure(name, Wording(exception));
       progress->Error(photo::Printable(name) + ": " + Wording(exception));
     }
   }
 
   photo::PhotoCheck Look(size_t number) {
-    codec::FileSource source(photographs_[number], {options_.maxPixels});
+    codec::FileSource source(photographs_[number], options_.order.limits);
     const photo::Image photograph = source.Whole();
-    const photo::FileFacts facts{source.Resolution(), static_cast<int64_t>(source.FileSize()), source.Quality()};
-    photo::PhotoCheck check = studio_.Check(photograph, facts, preset_, options_.child);
+    photo::PhotoCheck check = options_.order.Look(photograph, source, studio_);
     if (!drawings_.empty()) {
       const fs::path& drawing = drawings_[number];
       WriteFile(drawing, codec::EncodeImage(photo::DrawCheck(photograph, check), *codec::FormatOfName(drawing)));
@@ -121,13 +122,14 @@ class CheckRun {
     }
   }
 
+  const std::string& Document() const { return options_.order.Preset().name; }
+
   CheckDetail Detail() const {
     if (options_.verbose) return CheckDetail::kAll;
     return photographs_.size() > 1 ? CheckDetail::kFindings : CheckDetail::kTable;
   }
 
   const CheckOptions& options_;
-  const photo::Preset preset_;
   const std::vector<std::string> photographs_;
   const std::vector<fs::path> drawings_;
   photo::Studio studio_;
@@ -146,8 +148,7 @@ void AddCheckCommand(CLI::App& app, int* status) {
                    "Finished photographs, folders of photographs, or patterns in quotes such as 'in/*.jpg'")
       ->type_name("")
       ->required();
-  AddMeasureOptions(*command, &options->document);
-  command->add_flag("--child", options->child, "Of a child under six: pose, gaze and expression are only shown");
+  options->order.AddOptions(*command);
   CLI::Option* json =
       command->add_flag("--json", options->json, "Print one JSON object a line for each photograph instead of text");
   command->add_flag("--verbose", options->verbose, "Print all numbers, and why something was not assessed")
@@ -158,7 +159,7 @@ void AddCheckCommand(CLI::App& app, int* status) {
       ->type_name("OUT");
   command->add_option("--html", options->page, "Write what was found as a page for the browser, pictures included")
       ->type_name("REPORT.html");
-  AddMaxMegapixels(*command, &options->maxPixels);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "The whole picture is taken as the document. What is to be put right comes first, then what is to be looked at,\n"
       "then, of a single photograph, all numbers. Head: from the chin to the crown, which the face tells where hair\n"
@@ -175,7 +176,10 @@ void AddCheckCommand(CLI::App& app, int* status) {
       "  idphoto check passport.jpg --preset de-passport --draw measures.png\n"
       "  idphoto check class-3b/ --preset de-passport --html checks.html\n"
       "  idphoto check class-3b/ --preset de-passport --json > checks.jsonl");
-  command->callback([options, status] { *status = CheckRun(*options).Run(); });
+  command->callback([options, status] {
+    AsSetup([&] { options->order.Settle(); });
+    *status = CheckRun(*options).Run();
+  });
 }
 
 }  // namespace qx::cli

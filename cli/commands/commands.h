@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/wording.h"
 #include "codec/codec.h"
-#include "photo/studio.h"
+#include "photo/base/failure.h"
 
 namespace qx::cli {
 
@@ -23,6 +23,8 @@ enum ExitStatus : int {
 };
 
 // Each adds a subcommand whose callback does the work and stores how it went in *status.
+void AddBackgroundCommand(CLI::App& app, int* status);
+void AddCompressCommand(CLI::App& app, int* status);
 void AddCropCommand(CLI::App& app, int* status);
 void AddInspectCommand(CLI::App& app, int* status);
 void AddMakeCommand(CLI::App& app, int* status);
@@ -47,28 +49,21 @@ codec::ImageFormat CheckPictureName(const std::string& output, std::initializer_
 // SetupFailure goes on to the caller.
 void RunOnPhotograph(const std::string& photograph, int* status, const std::function<void()>& work);
 
-// --person, the number of a face.
-void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help);
+// What `call` gives; its Failure is one of the arguments, of which nothing is tried: SetupFailure.
+template <typename Call>
+auto AsSetup(Call call) {
+  try {
+    return call();
+  } catch (const photo::Failure& failure) {
+    throw SetupFailure(Wording(failure));
+  }
+}
 
-// What --person and --pair ask for. Throws SetupFailure when that is both.
-photo::AnalyseRequest FacesOf(const std::optional<int>& person, bool pair);
-
-// --keep-rim, which leaves the old surroundings' light.
-void AddKeepRimFlag(CLI::App& command, bool* keepRim);
-
-// --format, one of those that are written.
-void AddFormatOption(CLI::App& command, codec::ImageFormat* format, const std::string& help);
-
-// --compare, which asks for a second picture beside the output.
-void AddCompareFlag(CLI::App& command, bool* compare);
-// Its name: that of the output with "-compare" before the ending.
+// The name of the second picture beside the output: that of the output with "-compare" before the ending.
 std::string CompareName(const std::string& output);
 // Writes the output and, unless it is empty, the comparison beside it: both or none. Throws Failure.
 void WriteWithComparison(const std::string& output, const std::vector<uint8_t>& bytes,
                          const std::vector<uint8_t>& comparison);
-
-// --max-megapixels, stored as a number of pixels.
-void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels);
 
 }  // namespace qx::cli
 

@@ -10,6 +10,8 @@
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/crop.h"
+#include "orders/options/common_options.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
@@ -21,9 +23,7 @@ namespace {
 struct CropOptions {
   std::vector<std::string> photographs;
   std::string folder;
-  photo::CropSettings settings;
-  codec::ImageFormat format = codec::ImageFormat::kPng;
-  int64_t maxPixels = codec::kDefaultMaxPixels;
+  orders::CropOrder order;
 };
 
 class CropRun {
@@ -33,11 +33,10 @@ class CropRun {
   // Returns the names of the files written.
   std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
     const std::vector<photo::Image> crops =
-        studio_.Crop(codec::ReadImage(photograph, {options_.maxPixels}), options_.settings);
+        studio_.Crop(codec::ReadImage(photograph, options_.order.limits), options_.order.settings);
     std::vector<fs::path> written;
     for (size_t i = 0; i < crops.size(); ++i) {
-      const char* const ending = options_.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";
-      const fs::path target = fs::path(options_.folder) / (stem + "_face" + std::to_string(i + 1) + ending);
+      const fs::path target = fs::path(options_.folder) / options_.order.FileName(stem, i + 1);
       for (const std::string& input : options_.photographs) {
         if (SameFile(target, input)) {
           throw photo::Failure(
@@ -45,7 +44,7 @@ class CropRun {
               "its crop would replace the photograph " + photo::Printable(target.native()) + "; choose another folder");
         }
       }
-      WriteFile(target, codec::EncodeImage(crops[i], options_.format));
+      WriteFile(target, codec::EncodeImage(crops[i], options_.order.format));
       written.push_back(target);
     }
     return written;
@@ -92,26 +91,8 @@ void AddCropCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->folder, "Folder for the pictures; created if missing")
       ->type_name("DIR")
       ->required();
-  command->add_option("--ratio", options->settings.ratio, "Width of the frame, 0 (close) to 1 (wide); default 0.667")
-      ->type_name("R")
-      ->check(CLI::Validator(
-          [](std::string& text) {
-            double value = 0;
-            // Written so that "nan" fails too.
-            return CLI::detail::lexical_cast(text, value) && value >= 0 && value <= 1
-                       ? std::string()
-                       : "must be between 0 and 1, not " + text;
-          },
-          ""));
-  CLI::Option* bound = command
-                           ->add_option("--bound", options->settings.bound,
-                                        "Largest width of a picture in pixels, 600 or above; default 800")
-                           ->type_name("N")
-                           ->check(CLI::Range(photo::kLowestBound, INT32_MAX).description(""));
-  command->add_flag("--src-same", options->settings.sourceScale, "Keep the photograph's own scale, however large")
-      ->excludes(bound);
-  AddFormatOption(*command, &options->format, "Without loss (png, default) or smaller (jpg, quality 95)");
-  AddMaxMegapixels(*command, &options->maxPixels);
+  options->order.AddOptions(*command);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "The pictures are DIR/NAME_face1.png, DIR/NAME_face2.png and so on, best face first; existing files of these\n"
       "names are replaced, the photographs never. Photographs of the same name from different folders become NAME,\n"

@@ -1,62 +1,29 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
 #include "codec/codec.h"
+#include "orders/inspect.h"
+#include "orders/options/common_options.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
-#include "photo/drawing/draw_faces.h"
 #include "photo/face/upright.h"
 #include "photo/studio.h"
 
 namespace qx::cli {
-namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
 namespace {
 
 struct InspectOptions {
   std::string photograph;
   bool json = false;
   std::string drawing;  // empty: none
-  photo::PointSet points = photo::PointSet::kLandmarks;
-  int64_t maxPixels = codec::kDefaultMaxPixels;
+  orders::InspectOrder order;
 };
-
-template <typename Points>
-Json ToJson(const Points& points) {
-  Json list = Json::array();
-  for (const photo::Point& p : points) list.push_back({p.x, p.y});
-  return list;
-}
-
-Json ToJson(const photo::ProbedFace& face, size_t number) {
-  return {{"face", number},
-          {"score", face.score / 1000.0},
-          {"presence", face.presence / 1000.0},
-          {"roll_degrees", std::round(face.Roll() * 100) / 100},
-          {"corners", ToJson(face.corners)},
-          {"openness", {{"left_eye", face.leftEye}, {"right_eye", face.rightEye}, {"mouth", face.mouth}}},
-          {"key_points", ToJson(face.keyPoints)},
-          {"landmarks", ToJson(face.landmarks)},
-          {"dense_points", ToJson(face.densePoints)}};
-}
-
-std::string JsonText(const InspectOptions& options, const photo::Image& image,
-                     const std::vector<photo::ProbedFace>& faces) {
-  Json report = {{"photograph", options.photograph}, {"width", image.width}, {"height", image.height}};
-  Json& list = report["faces"] = Json::array();
-  for (size_t i = 0; i < faces.size(); ++i) list.push_back(ToJson(faces[i], i + 1));
-  // A file name need not be UTF-8; the report must be.
-  return report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-}
 
 std::string TableText(const InspectOptions& options, const photo::Image& image,
                       const std::vector<photo::ProbedFace>& faces) {
@@ -82,18 +49,18 @@ std::string TableText(const InspectOptions& options, const photo::Image& image,
   return text;
 }
 
-void Inspect(const InspectOptions& options) {
-  const codec::ImageFormat format = options.drawing.empty()
-                                        ? codec::ImageFormat::kPng
-                                        : CheckPictureName(options.drawing, {{"photograph", options.photograph}});
-  const photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
-  const std::vector<photo::ProbedFace> faces = photo::Studio().Inspect(photograph);
-  const std::string report =
-      options.json ? JsonText(options, photograph, faces) : TableText(options, photograph, faces);
-  std::fputs(report.c_str(), stdout);
+void Inspect(InspectOptions& options) {
+  orders::InspectOrder& order = options.order;
   if (!options.drawing.empty()) {
-    WriteFile(options.drawing, codec::EncodeImage(photo::DrawFaces(photograph, faces, options.points), format));
+    order.format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   }
+  const photo::Image photograph = codec::ReadImage(options.photograph, order.limits);
+  const std::vector<photo::ProbedFace> faces = photo::Studio().Inspect(photograph);
+  const std::string report = options.json
+                                 ? order.Report(options.photograph, photograph.width, photograph.height, faces) + "\n"
+                                 : TableText(options, photograph, faces);
+  std::fputs(report.c_str(), stdout);
+  if (!options.drawing.empty()) WriteFile(options.drawing, order.Draw(photograph, faces));
   if (faces.empty()) throw photo::NoFace();
 }
 
@@ -107,19 +74,9 @@ void AddInspectCommand(CLI::App& app, int* status) {
   CLI::Option* drawing =
       command->add_option("--draw", options->drawing, "Draw boxes and numbered points into this .png or .jpg file")
           ->type_name("OUT");
-  command
-      ->add_option_function<std::string>(
-          "--points",
-          [options](const std::string& name) {
-            options->points = name == "key"     ? photo::PointSet::kKey
-                              : name == "dense" ? photo::PointSet::kDense
-                                                : photo::PointSet::kLandmarks;
-          },
-          "The points to draw: 11, 38 (default) or 88")
-      ->type_name("SET")
-      ->transform(CLI::IsMember({"key", "landmarks", "dense"}, CLI::ignore_case).description("key|landmarks|dense"))
-      ->needs(drawing);
-  AddMaxMegapixels(*command, &options->maxPixels);
+  options->order.AddOptions(*command);
+  command->get_option("--points")->needs(drawing);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "Places are pixels of the upright photograph from its upper left corner; left and right are as one looks at\n"
       "it. Score and presence (of the detector and of the landmark model) go from 0 to 1, roll is in degrees\n"

@@ -10,6 +10,8 @@
 #include "cli/output_file.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/mask.h"
+#include "orders/options/common_options.h"
 #include "photo/base/text.h"
 #include "photo/studio.h"
 
@@ -19,9 +21,8 @@ namespace {
 
 struct MaskOptions {
   std::string photograph, mask, cutOut;
-  std::optional<int> person;
-  bool pair = false, keepRim = false, quiet = false;
-  int64_t maxPixels = codec::kDefaultMaxPixels;
+  bool quiet = false;
+  orders::MaskOrder order;
 };
 
 // Both would be one file, whether or not it exists yet.
@@ -64,14 +65,13 @@ void WriteOutputs(const MaskOptions& options, const photo::CutOut& cutOut) {
   (mask ? mask : picture)->Commit();
 }
 
-void Run(const MaskOptions& options) {
-  photo::CutOutRequest request;
-  request.persons = FacesOf(options.person, options.pair);
-  request.colours = !options.cutOut.empty();
-  request.keepRim = options.keepRim;
+void Run(MaskOptions& options) {
+  orders::MaskOrder& order = options.order;
+  order.wantsCutOut = !options.cutOut.empty();
+  AsSetup([&order] { order.Settle(); });
   CheckOutputs(options);
-  codec::FileSource source(options.photograph, {options.maxPixels});
-  const photo::CutOut cutOut = photo::Studio().CutOut(source, request);
+  codec::FileSource source(options.photograph, order.limits);
+  const photo::CutOut cutOut = photo::Studio().CutOut(source, order.Request());
   WriteOutputs(options, cutOut);
   if (options.quiet) return;
   std::string outputs = photo::Printable(options.mask);
@@ -90,11 +90,9 @@ void AddMaskCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->mask, "The mask, a grey .png file: white where the person is")
       ->type_name("MASK");
   command->add_option("--cutout", options->cutOut, "The person alone, a transparent .png file")->type_name("OUT");
-  AddPersonOption(*command, &options->person, "Number of the face, as inspect shows it; default the largest");
-  command->add_flag("--pair", options->pair, "Two persons: the two largest faces");
-  AddKeepRimFlag(*command, &options->keepRim);
+  options->order.AddOptions(*command);
   command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
-  AddMaxMegapixels(*command, &options->maxPixels);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "Both have the size of the photograph and lie as it does. make takes the mask back with --mask, as it is or\n"
       "mended by hand in a drawing program; the cut-out does as well. The cut-out's colours are the person's own, the\n"

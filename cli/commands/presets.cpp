@@ -2,26 +2,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "cli/commands/commands.h"
-#include "cli/wording.h"
-#include "photo/base/failure.h"
+#include "orders/presets.h"
 #include "photo/document/countries.h"
-#include "photo/document/preset_search.h"
 #include "photo/document/presets.h"
 
 namespace qx::cli {
-using Json = nlohmann::ordered_json;
 namespace {
-
-struct PresetsOptions {
-  std::string name;             // empty: all that the next two leave
-  std::string search, country;  // empty: any
-  bool json = false;
-};
 
 std::string RangeText(const std::optional<photo::Range>& range) {
   return range ? photo::ToText(*range) : "-";
@@ -30,67 +20,6 @@ std::string RangeText(const std::optional<photo::Range>& range) {
 std::string KbText(const photo::Preset& preset) {
   if (!preset.maxKb) return preset.minKb ? "from " + std::to_string(*preset.minKb) : "-";
   return (preset.minKb ? std::to_string(*preset.minKb) + "-" : "up to ") + std::to_string(*preset.maxKb);
-}
-
-Json ToJson(const photo::PresetSource& source) {
-  Json json = {{"page", source.page}, {"kind", source.kind}, {"read", source.read}, {"gives", source.gives}};
-  if (!source.contradicts.empty()) json["contradicts"] = source.contradicts;
-  return json;
-}
-
-Json ToJson(const photo::PresetRules& rules) {
-  Json json = Json::object();
-  if (rules.glasses) json["glasses"] = NameOf(*rules.glasses);
-  if (rules.smile) json["smile"] = NameOf(*rules.smile);
-  if (rules.headCovering) json["head_covering"] = NameOf(*rules.headCovering);
-  if (!rules.children.empty()) json["children"] = rules.children;
-  json["source"] = rules.source;
-  json["read"] = rules.read;
-  return json;
-}
-
-// Lengths and limits.
-void AddFigures(const photo::Preset& preset, Json& json) {
-  const photo::Document document = photo::Derive(preset);
-  json["size"] = photo::ToText(preset.size);
-  if (preset.pixels) json["pixels"] = photo::ToText(*preset.pixels);
-  if (preset.printSize) json["print_size"] = photo::ToText(*preset.printSize);
-  json["dpi"] = preset.dpi;
-  json["width_px"] = document.width;
-  json["height_px"] = document.height;
-  const auto add = [&json](const char* name, const std::optional<photo::Range>& range,
-                           const std::optional<photo::Fraction>& fraction) {
-    if (range) json[name] = {{"published", photo::ToText(*range)}, {"min", fraction->min}, {"max", fraction->max}};
-  };
-  add("head", preset.head, document.head);
-  if (preset.head) json["head_to"] = NameOf(preset.headTo);
-  add("top", preset.top, document.top);
-  add("eyes", preset.eyes, document.eyes);
-  add("face_width", preset.faceWidth, document.faceWidth);
-  if (preset.minKb) json["min_kb"] = *preset.minKb;
-  if (preset.maxKb) json["max_kb"] = *preset.maxKb;
-}
-
-Json ToJson(const photo::Preset& preset) {
-  Json json = {{"name", preset.name}, {"title", preset.title}, {"authority", preset.authority}};
-  if (const photo::Country* country = photo::FindCountry(preset.country)) {
-    json["country"] = country->code;
-    json["country_name"] = country->name;
-  }
-  json["kind"] = preset.upload ? "upload" : "print";
-  json["persons"] = preset.persons;
-  AddFigures(preset, json);
-  json["backgrounds"] = preset.backgrounds;
-  json["background_change_allowed"] = preset.backgroundChange;
-  json["retouching_allowed"] = preset.retouching;
-  json["source"] = preset.source;
-  json["read"] = preset.read;
-  json["unverified"] = preset.unverified;
-  json["sources"] = Json::array();
-  for (const photo::PresetSource& source : preset.sources) json["sources"].push_back(ToJson(source));
-  if (preset.rules) json["rules"] = ToJson(*preset.rules);
-  if (!preset.note.empty()) json["note"] = preset.note;
-  return json;
 }
 
 std::string Joined(const std::vector<std::string>& words) {
@@ -202,18 +131,14 @@ std::string DetailText(const photo::Preset& preset) {
   return details.Text();
 }
 
-void ShowPresets(const PresetsOptions& options) {
+void ShowPresets(const orders::PresetsOrder& order, bool isJson) {
   std::string text;
-  if (!options.name.empty()) {
-    const photo::Preset& preset = photo::FindPreset(options.name);
-    text = options.json ? ToJson(preset).dump() + "\n" : DetailText(preset);
+  if (!order.name.empty()) {
+    const photo::Preset& preset = photo::FindPreset(order.name);
+    text = isJson ? orders::PresetJson(preset) + "\n" : DetailText(preset);
   } else {
-    const std::vector<const photo::Preset*> presets = photo::SearchPresets(options.search, options.country);
-    Json list = Json::array();
-    if (options.json) {
-      for (const photo::Preset* preset : presets) list.push_back(ToJson(*preset));
-    }
-    text = options.json ? list.dump() + "\n" : ListText(presets);
+    const std::vector<const photo::Preset*> presets = order.Found();
+    text = isJson ? orders::PresetsJson(presets) + "\n" : ListText(presets);
   }
   std::fputs(text.c_str(), stdout);
 }
@@ -221,16 +146,17 @@ void ShowPresets(const PresetsOptions& options) {
 }  // namespace
 
 void AddPresetsCommand(CLI::App& app, int*) {
-  auto options = std::make_shared<PresetsOptions>();
+  struct Options {
+    orders::PresetsOrder order;
+    bool json = false;
+  };
+  auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("presets", "List the documents that photographs can be made for");
   CLI::Option* name =
-      command->add_option("NAME", options->name, "One of them, with everything that is known of it")->type_name("");
-  command->add_option("--search", options->search, "Those with these words in name, title, country or authority")
-      ->type_name("TEXT")
-      ->excludes(name);
-  command->add_option("--country", options->country, "Those of a country, by its code in ISO 3166, such as DE")
-      ->type_name("CC")
-      ->excludes(name);
+      command->add_option("NAME", options->order.name, "One of them, with everything that is known of it")
+          ->type_name("");
+  options->order.AddOptions(*command);
+  for (const char* other : {"--search", "--country"}) command->get_option(other)->excludes(name);
   command->add_flag("--json", options->json, "Print JSON instead of a table: all figures, their sources and rules");
   command->footer(
       "Head: from the chin to the crown or to the top of the hair, as the document says. Changes: whether the\n"
@@ -241,13 +167,7 @@ void AddPresetsCommand(CLI::App& app, int*) {
       "  idphoto presets --country IN\n"
       "  idphoto presets --search \"driving licence\"\n"
       "  idphoto presets cn-visa");
-  command->callback([options] {
-    try {
-      ShowPresets(*options);
-    } catch (const photo::Failure& failure) {
-      throw SetupFailure(Wording(failure));
-    }
-  });
+  command->callback([options] { AsSetup([&] { ShowPresets(options->order, options->json); }); });
 }
 
 }  // namespace qx::cli

@@ -1,16 +1,13 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "cli/commands/commands.h"
-#include "cli/commands/retouch_options.h"
-#include "cli/wording.h"
-#include "photo/base/failure.h"
+#include "orders/options/common_options.h"
+#include "orders/retouch.h"
 #include "photo/base/text.h"
-#include "photo/render/retouch.h"
 #include "photo/studio.h"
 
 namespace qx::cli {
@@ -18,24 +15,19 @@ namespace {
 
 struct RetouchCommand {
   std::string photograph, output;
-  RetouchOptions retouch;
-  std::optional<int> person;
-  bool compare = false, quiet = false;
-  int64_t maxPixels = codec::kDefaultMaxPixels;
+  bool quiet = false;
+  orders::RetouchOrder order;
 };
 
-void Run(const RetouchCommand& options) {
-  photo::Retouch retouch = RetouchOf(options.retouch);
-  if (!options.retouch.Any()) retouch = photo::NamedRetouch("natural");
+void Run(RetouchCommand& options) {
+  orders::RetouchOrder& order = options.order;
   const KeptFile photographFile{"photograph", options.photograph};
-  const codec::ImageFormat format = CheckPictureName(options.output, {photographFile});
-  if (options.compare) CheckPictureName(CompareName(options.output), {photographFile});
-  photo::Image photograph = codec::ReadImage(options.photograph, {options.maxPixels});
-  const photo::RetouchedPhoto retouched = photo::Studio().Retouch(std::move(photograph), retouch, options.person);
-  const std::vector<uint8_t> bytes = codec::EncodeImage(retouched.after, format);
-  std::vector<uint8_t> comparison;
-  if (options.compare) comparison = codec::EncodeImage(photo::SideBySide(retouched.before, retouched.after), format);
-  WriteWithComparison(options.output, bytes, comparison);
+  order.format = CheckPictureName(options.output, {photographFile});
+  if (order.compare) CheckPictureName(CompareName(options.output), {photographFile});
+  photo::Image photograph = codec::ReadImage(options.photograph, order.limits);
+  const photo::RetouchedPhoto retouched = photo::Studio().Retouch(std::move(photograph), order.Wanted(), order.person);
+  const orders::RetouchedFile file = order.Finish(retouched);
+  WriteWithComparison(options.output, file.bytes, file.comparison);
   if (!options.quiet) {
     std::printf("%s: %s, %s retouched\n", photo::Printable(options.photograph).c_str(),
                 photo::Printable(options.output).c_str(), photo::Count(retouched.faces, "face").c_str());
@@ -49,13 +41,9 @@ void AddRetouchCommand(CLI::App& app, int* status) {
   CLI::App* command = app.add_subcommand("retouch", "Retouch the faces of a photograph and leave all else as it is");
   command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
   command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
-  AddStrength(*command, "--eyes", &options->retouch.eyes, -photo::kMostSize, photo::kMostSize,
-              "Smaller (-10) or larger eyes (10)");
-  AddRetouchOptions(*command, &options->retouch);
-  AddCompareFlag(*command, &options->compare);
-  AddPersonOption(*command, &options->person, "Number of the only face to retouch, as inspect shows it; default all");
+  options->order.AddOptions(*command);
   command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
-  AddMaxMegapixels(*command, &options->maxPixels);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "Without any strength it is --beauty natural; a strength of 0 changes nothing. Many authorities forbid "
       "retouched\n"

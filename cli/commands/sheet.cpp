@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -13,9 +14,9 @@
 #include "cli/output_file.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
-#include "photo/base/failure.h"
+#include "orders/options/common_options.h"
+#include "orders/sheet.h"
 #include "photo/base/text.h"
-#include "photo/document/paper.h"
 #include "photo/document/units.h"
 #include "photo/sheet/sheet.h"
 
@@ -26,50 +27,20 @@ namespace {
 struct SheetOptions {
   std::vector<std::string> photographs;
   std::string output;
-  std::string paper = "4x6";
-  std::string margin = "3mm", gap = "2mm";
-  std::string size;  // empty: as the files say
-  std::optional<int32_t> dpi;
-  std::optional<int> copies;
-  int64_t maxPixels = codec::kDefaultMaxPixels;
+  orders::SheetOrder order;
 };
-
-double ParseLength(const std::string& text, const char* option) {
-  try {
-    const photo::Range range = photo::ParseRange(text);
-    if (range.unit == photo::Unit::kMillimetre && range.min == range.max) return range.min;
-  } catch (const photo::Failure&) {
-    // said below, with the option
-  }
-  throw SetupFailure(std::string(option) + ": \"" + photo::Printable(text) + "\" is no length; write it as 3mm");
-}
 
 // What the command line asks for, read before any photograph is.
-struct SheetPlan {
-  photo::SheetSpec spec;
-  codec::PrintFormat format;
-  std::optional<photo::Size> size;
-};
-
-SheetPlan PlanSheet(const SheetOptions& options) {
-  const std::string name = photo::Printable(options.output);
+void PlanSheet(SheetOptions& options) {
   const auto format = codec::PrintFormatOfName(options.output);
-  if (!format) throw SetupFailure(name + ": unknown kind of picture; end the name in .png, .jpg or .tiff");
+  if (!format) {
+    throw SetupFailure(photo::Printable(options.output) +
+                       ": unknown kind of picture; end the name in .png, .jpg or .tiff");
+  }
   const fs::path folder = fs::path(options.output).parent_path();
   CheckOutputFolder(folder.empty() ? "." : folder);
-  SheetPlan plan{{}, *format, {}};
-  try {
-    plan.spec.paper = photo::ParsePaper(options.paper);
-    if (!options.size.empty()) plan.size = photo::ParseSize(options.size);
-  } catch (const photo::Failure& failure) {
-    throw SetupFailure(Wording(failure));
-  }
-  if (plan.size && plan.size->unit != photo::Unit::kMillimetre) {
-    throw SetupFailure("--size is a print size, such as 35x45mm, not one in pixels");
-  }
-  plan.spec.marginMm = ParseLength(options.margin, "--margin");
-  plan.spec.gapMm = ParseLength(options.gap, "--gap");
-  return plan;
+  options.order.format = *format;
+  AsSetup([&options] { options.order.Settle(); });
 }
 
 // Takes ":4" off the name. A file that really ends so comes first.
@@ -89,44 +60,27 @@ std::optional<int> TakeCount(std::string* name) {
   return count;
 }
 
-photo::PrintResolution ResolutionOf(const fs::path& path, const photo::Image& image,
-                                    const std::optional<photo::Size>& size) {
-  if (const auto written = codec::ReadPrintResolution(path)) return *written;
-  if (!size)
-    throw photo::Failure(photo::FailureCode::kBadOption,
-                         "says nothing about its print size; give one with --size 35x45mm");
-  const photo::PrintResolution resolution{image.width * photo::kMillimetresPerInch / size->width,
-                                          image.height * photo::kMillimetresPerInch / size->height};
-  // Rounding to whole pixels alone stays far below one in a hundred.
-  if (std::abs(resolution.x / resolution.y - 1) > 0.01) {
-    throw photo::Failure(photo::FailureCode::kBadOption, "is " + std::to_string(image.width) + " x " +
-                                                             std::to_string(image.height) +
-                                                             " pixels, which is not the shape of " +
-                                                             photo::ToText(*size) + "; cut it to that shape first");
-  }
-  return resolution;
-}
-
-photo::SheetPhotograph ReadPhotograph(const SheetOptions& options, const SheetPlan& plan, std::string path) {
-  photo::SheetPhotograph photograph;
-  photograph.copies = TakeCount(&path);
-  if (!photograph.copies) photograph.copies = options.copies;
-  photograph.name = photo::Printable(path);
+photo::SheetPhotograph ReadPhotograph(const SheetOptions& options, std::string path) {
+  const std::optional<int> copies = TakeCount(&path);
+  const std::string name = photo::Printable(path);
   if (SameFile(options.output, path)) {
     throw SetupFailure(photo::Printable(options.output) + ": would replace the photograph; choose another name");
   }
   try {
-    photograph.image = codec::ReadImage(path, {options.maxPixels});
-    photograph.resolution = ResolutionOf(path, photograph.image, plan.size);
+    codec::FileSource source(path, options.order.limits);
+    photo::SheetPhotograph photograph = options.order.Take(source, name);
+    if (copies) photograph.copies = copies;
+    return photograph;
   } catch (const std::exception& exception) {
-    throw About(photograph.name, exception);
+    throw About(name, exception);
   }
-  return photograph;
 }
 
-void PrintOutcome(const SheetOptions& options, const SheetPlan& plan, const photo::SheetLayout& layout,
-                  const std::vector<photo::SheetPhotograph>& photographs, const std::vector<photo::Image>& pictures) {
-  const photo::SheetSpec& spec = plan.spec;
+void PrintOutcome(const SheetOptions& options, const std::vector<photo::SheetPhotograph>& photographs,
+                  const orders::SheetFile& sheet) {
+  const photo::SheetSpec& spec = sheet.spec;
+  const photo::SheetLayout& layout = sheet.layout;
+  const std::optional<photo::Size>& size = options.order.PrintSize();
   auto millimetres = [](double width, double height) {
     return photo::Decimal(width) + " x " + photo::Decimal(height) + " mm";
   };
@@ -135,7 +89,7 @@ void PrintOutcome(const SheetOptions& options, const SheetPlan& plan, const phot
       millimetres(photo::ToMillimetres(layout.width, spec.dpi), photo::ToMillimetres(layout.height, spec.dpi)).c_str(),
       layout.width, layout.height, spec.dpi, photo::Count(layout.tiles.size(), "photograph").c_str());
   for (size_t i = 0; i < photographs.size(); ++i) {
-    const photo::Image &from = photographs[i].image, &to = pictures[i];
+    const photo::Image &from = photographs[i].image, &to = sheet.pictures[i];
     const auto copies = std::count_if(layout.tiles.begin(), layout.tiles.end(),
                                       [i](const photo::Tile& tile) { return tile.kind == i; });
     std::string line = "  " + photographs[i].name + ": " + std::to_string(copies) + " of " +
@@ -146,20 +100,18 @@ void PrintOutcome(const SheetOptions& options, const SheetPlan& plan, const phot
               " x " + std::to_string(to.height) + " pixels)";
     }
     const double width = photo::ToMillimetres(to.width, spec.dpi);
-    if (plan.size && std::abs(width / plan.size->width - 1) > 0.01) line += ", by the dpi in its file";
+    if (size && std::abs(width / size->width - 1) > 0.01) line += ", by the dpi in its file";
     std::printf("%s\n", line.c_str());
   }
 }
 
-void RunSheet(const SheetOptions& options) {
-  SheetPlan plan = PlanSheet(options);
+void RunSheet(SheetOptions& options) {
+  PlanSheet(options);
   std::vector<photo::SheetPhotograph> photographs;
-  for (const std::string& path : options.photographs) photographs.push_back(ReadPhotograph(options, plan, path));
-  plan.spec.dpi = options.dpi ? *options.dpi : photo::OwnDpi(photographs);
-  const photo::SheetLayout layout = photo::LayOutPhotographs(plan.spec, photographs);
-  const std::vector<photo::Image> pictures = photo::ScaleToSheet(photographs, plan.spec.dpi);
-  WriteFile(options.output, codec::EncodePrint(photo::DrawSheet(layout, pictures), plan.format, plan.spec.dpi));
-  PrintOutcome(options, plan, layout, photographs, pictures);
+  for (const std::string& path : options.photographs) photographs.push_back(ReadPhotograph(options, path));
+  const orders::SheetFile sheet = options.order.Draw(photographs);
+  WriteFile(options.output, sheet.bytes);
+  PrintOutcome(options, photographs, sheet);
 }
 
 }  // namespace
@@ -175,22 +127,8 @@ void AddSheetCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->output, "The sheet, a .png, .jpg or .tiff file")
       ->type_name("FILE")
       ->required();
-  command
-      ->add_option("--paper", options->paper,
-                   "3.5x5, 4x6 (default), 5x7, 6x8, 8x10 (inches), A3 to A7, letter, or a size such as 10x15cm")
-      ->type_name("PAPER");
-  command->add_option("--copies", options->copies, "Copies of each photograph; default: as many as there is room for")
-      ->type_name("N")
-      ->check(CLI::Range(1, photo::kMaxTiles).description(""));
-  command
-      ->add_option("--size", options->size, "Print size of photographs whose files do not tell theirs, such as 35x45mm")
-      ->type_name("WxH");
-  command->add_option("--dpi", options->dpi, "Pixels an inch of the sheet; default: those of the photographs")
-      ->type_name("N")
-      ->check(CLI::Range(photo::kLowestSheetDpi, photo::kHighestSheetDpi).description(""));
-  command->add_option("--margin", options->margin, "White edge of the paper; default 3mm")->type_name("MM");
-  command->add_option("--gap", options->gap, "Space between photographs; default 2mm")->type_name("MM");
-  AddMaxMegapixels(*command, &options->maxPixels);
+  options->order.AddOptions(*command);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "Photographs are never scaled: each is as large as its pixels and the dpi in its file make it (72 dpi counts as\n"
       "not told). One of another dpi than the sheet's is resampled to the same millimetres, all others are copied "

@@ -49,7 +49,7 @@ const char* NameOf(FailureCode code);
 //                 HeadPoseYaw), and value, min and max as far as it has them
 // kForbiddenEdit  edit (background or retouching)
 // kSheetFull      wanted, limit (photographs), where they are more than any sheet takes
-// kDamagedFile    format
+// kDamagedFile    format; kBadOption option (its name, where one is to blame); kFileSize what (picture)
 // kTooLarge       limit, got (pixels), for a picture in a file
 // kOutOfMemory    what (crop), where that alone is too large
 struct FailureField {

@@ -22,7 +22,7 @@ count=0
 while read -r file included; do
   count=$((count + 1))
   case $included in
-    codec/* | cli/* | jobs/* | server/* | worker/*) refuse "$file" "$included" "photo/ stands below it" ;;
+    codec/* | orders/* | cli/* | jobs/* | server/* | worker/*) refuse "$file" "$included" "photo/ stands below it" ;;
     photo/*)
       from=$(floor_of "$file") to=$(floor_of "$included")
       [[ $from != none && $to != none ]] || refuse "$file" "$included" "a room without a floor"
@@ -44,8 +44,23 @@ while read -r file included; do
   [[ $included == jobs/* ]] || refuse "$file" "$included" "jobs/ uses the standard library only"
 done < <(includes jobs)
 
+while read -r file included; do
+  count=$((count + 1))
+  case $included in
+    orders/options/* | codec/* | photo/*) ;;
+    orders/*)
+      [[ $file != orders/options/* ]] || refuse "$file" "$included" "options know no order"
+      ;;
+    qx_idp.h) ;;
+    *) refuse "$file" "$included" "orders/ may use codec/ and photo/ only" ;;
+  esac
+done < <(includes orders)
+
+if grep -rnE '#include <(filesystem|fstream|iostream|cstdio|thread|vips|unistd|sys/|netinet)' orders; then
+  echo "orders/ knows no files, terminal, threads or sockets" && failed=1
+fi
 if grep -rnE '#include <(vips|CLI|glib)' photo jobs; then echo "photo/ and jobs/ know no image or option library" && failed=1; fi
-# What the terminal's options can do about a failure is said by cli/ alone.
+# What options can do about a failure is said by those who have some.
 if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs; then
   echo "texts that name options or commands" && failed=1
 fi

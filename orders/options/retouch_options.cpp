@@ -1,13 +1,12 @@
-#include "cli/commands/retouch_options.h"
+#include "orders/options/retouch_options.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
 
-#include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/document/units.h"
 
-namespace qx::cli {
+namespace qx::orders {
 
 bool ReadStrength(const std::string& text, double min, double max, std::optional<double>* strength) {
   double value = 0;
@@ -40,7 +39,7 @@ void AddRetouchOptions(CLI::App& command, RetouchOptions* options) {
             try {
               options->named = photo::NamedRetouch(name);
             } catch (const photo::Failure& failure) {
-              throw CLI::ValidationError("--beauty", Wording(failure));
+              throw CLI::ValidationError("--beauty", photo::ReasonOf(failure));
             }
           },
           "Retouch: light, natural or strong; single strengths can be given beside it")
@@ -68,4 +67,4 @@ photo::Retouch RetouchOf(const RetouchOptions& options) {
   return retouch;
 }
 
-}  // namespace qx::cli
+}  // namespace qx::orders

@@ -1,6 +1,6 @@
 // The options that say which document to make, shared by the commands that make some.
-#ifndef QX_CLI_COMMANDS_DOCUMENT_OPTIONS_H
-#define QX_CLI_COMMANDS_DOCUMENT_OPTIONS_H
+#ifndef QX_ORDERS_OPTIONS_DOCUMENT_OPTIONS_H
+#define QX_ORDERS_OPTIONS_DOCUMENT_OPTIONS_H
 
 #include <CLI/App.hpp>
 #include <cstdint>
@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "cli/commands/retouch_options.h"
 #include "codec/codec.h"
+#include "orders/options/retouch_options.h"
 #include "photo/document/presets.h"
 #include "photo/studio.h"
 
-namespace qx::cli {
+namespace qx::orders {
 
 struct DocumentOptions {
   std::string preset;  // empty: none, then there is a size
@@ -38,20 +38,20 @@ void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child, --strict, --relax, --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
-// The preset with what the options put in its place. Throws SetupFailure when there is neither preset nor size, no such
+// The preset with what the options put in its place. Throws Failure when there is neither preset nor size, no such
 // preset, or the numbers contradict each other.
 photo::Preset PresetOf(const DocumentOptions& options);
-// What `make` is to do for each photograph. Throws SetupFailure like PresetOf, and for a background that the authority
+// What `make` is to do for each photograph. Throws Failure like PresetOf, and for a background that the authority
 // forbids.
 photo::MakeRequest RequestOf(const DocumentOptions& options);
 
 // The identifiers of the measures that failed on the photograph, each once.
 std::vector<std::string> ReasonNames(const photo::MadePhoto& made);
 
-// Throws SetupFailure when the background is transparent and files of that format are not. `advice`: how to have
+// Throws Failure when the background is transparent and files of that format are not. `advice`: how to have
 // another format.
 void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice);
 
-}  // namespace qx::cli
+}  // namespace qx::orders
 
-#endif  // QX_CLI_COMMANDS_DOCUMENT_OPTIONS_H
+#endif  // QX_ORDERS_OPTIONS_DOCUMENT_OPTIONS_H

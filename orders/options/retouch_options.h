@@ -1,6 +1,6 @@
 // The options that say how to retouch, shared by the commands that do.
-#ifndef QX_CLI_COMMANDS_RETOUCH_OPTIONS_H
-#define QX_CLI_COMMANDS_RETOUCH_OPTIONS_H
+#ifndef QX_ORDERS_OPTIONS_RETOUCH_OPTIONS_H
+#define QX_ORDERS_OPTIONS_RETOUCH_OPTIONS_H
 
 #include <CLI/App.hpp>
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 #include "photo/render/retouch.h"
 
-namespace qx::cli {
+namespace qx::orders {
 
 struct RetouchOptions {
   std::optional<photo::Retouch> named;  // by --beauty, which the others replace one by one
@@ -33,6 +33,6 @@ bool ReadStrength(const std::string& text, double min, double max, std::optional
 
 photo::Retouch RetouchOf(const RetouchOptions& options);
 
-}  // namespace qx::cli
+}  // namespace qx::orders
 
-#endif  // QX_CLI_COMMANDS_RETOUCH_OPTIONS_H
+#endif  // QX_ORDERS_OPTIONS_RETOUCH_OPTIONS_H

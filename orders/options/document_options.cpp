@@ -1,14 +1,13 @@
-#include "cli/commands/document_options.h"
+#include "orders/options/document_options.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "cli/commands/commands.h"
-#include "cli/wording.h"
+#include "orders/options/common_options.h"
 #include "photo/base/failure.h"
 #include "photo/document/units.h"
 
-namespace qx::cli {
+namespace qx::orders {
 namespace {
 
 // Has `parse` read the option's text, and its Failure become one of the command line.
@@ -21,15 +20,10 @@ CLI::Option* AddParsed(CLI::App& command, const std::string& name, std::optional
         try {
           *target = parse(text);
         } catch (const photo::Failure& failure) {
-          throw CLI::ValidationError(name, Wording(failure));
+          throw CLI::ValidationError(name, photo::ReasonOf(failure));
         }
       },
       help);
-}
-
-void AddWhole(CLI::App& command, const std::string& name, std::optional<int32_t>* target, int32_t min, int32_t max,
-              const std::string& help) {
-  command.add_option(name, *target, help)->type_name("N")->check(CLI::Range(min, max).description(""));
 }
 
 void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
@@ -49,15 +43,6 @@ void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
       ->type_name("RANGE");
 }
 
-template <typename Call>
-auto AsSetup(Call call) {
-  try {
-    return call();
-  } catch (const photo::Failure& failure) {
-    throw SetupFailure(Wording(failure));
-  }
-}
-
 // Two meanings, told apart by the unit: where the eyes are to be, and how large.
 void AddEyesOption(CLI::App& command, DocumentOptions* options) {
   command
@@ -69,7 +54,7 @@ void AddEyesOption(CLI::App& command, DocumentOptions* options) {
               try {
                 options->eyes = photo::ParseRange(text);
               } catch (const photo::Failure& failure) {
-                throw CLI::ValidationError("--eyes", Wording(failure) + ", or as a size from -10 to 10");
+                throw CLI::ValidationError("--eyes", photo::ReasonOf(failure) + ", or as a size from -10 to 10");
               }
             }
           },
@@ -95,19 +80,9 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddSizeOptions(command, options);
   AddEyesOption(command, options);
   AddRetouchOptions(command, &options->retouch);
-  command
-      .add_option_function<std::string>(
-          "--background",
-          [options](const std::string& text) {
-            try {
-              photo::ParseBackground(text);
-            } catch (const photo::Failure& failure) {
-              throw CLI::ValidationError("--background", Wording(failure));
-            }
-            options->background = text;
-          },
-          "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent")
-      ->type_name("COLOUR");
+  AddBackgroundOption(
+      command, &options->background,
+      "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent");
   AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
   command.add_flag("--no-straighten", options->noStraighten, "Leave a head that leans as it is");
@@ -120,45 +95,42 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
 }
 
 photo::Preset PresetOf(const DocumentOptions& options) {
-  return AsSetup([&options] {
-    if (options.preset.empty() && !options.size)
-      throw photo::Failure(photo::FailureCode::kBadOption, "name a --preset or give a --size");
-    photo::Preset preset;
-    if (!options.preset.empty()) preset = photo::FindPreset(options.preset);
-    if (options.size) {
-      preset.size = *options.size;
-      preset.pixels.reset();
-      preset.printSize.reset();
-    }
-    preset.dpi = options.dpi.value_or(preset.dpi);
-    Replace(options.head, &preset.head);
-    preset.headTo = options.headTo.value_or(preset.headTo);
-    Replace(options.top, &preset.top);
-    Replace(options.eyes, &preset.eyes);
-    Replace(options.faceWidth, &preset.faceWidth);
-    Replace(options.minKb, &preset.minKb);
-    Replace(options.maxKb, &preset.maxKb);
-    photo::Derive(preset);
-    return preset;
-  });
+  if (options.preset.empty() && !options.size) {
+    throw photo::Failure(photo::FailureCode::kBadOption, "name a --preset or give a --size", {{"option", "preset"}});
+  }
+  photo::Preset preset;
+  if (!options.preset.empty()) preset = photo::FindPreset(options.preset);
+  if (options.size) {
+    preset.size = *options.size;
+    preset.pixels.reset();
+    preset.printSize.reset();
+  }
+  preset.dpi = options.dpi.value_or(preset.dpi);
+  Replace(options.head, &preset.head);
+  preset.headTo = options.headTo.value_or(preset.headTo);
+  Replace(options.top, &preset.top);
+  Replace(options.eyes, &preset.eyes);
+  Replace(options.faceWidth, &preset.faceWidth);
+  Replace(options.minKb, &preset.minKb);
+  Replace(options.maxKb, &preset.maxKb);
+  photo::Derive(preset);
+  return preset;
 }
 
 photo::MakeRequest RequestOf(const DocumentOptions& options) {
   const photo::Preset preset = PresetOf(options);
-  return AsSetup([&options, &preset] {
-    photo::MakeRequest request;
-    request.document = photo::Derive(preset);
-    request.background = photo::ParseBackground(photo::ChooseBackground(preset, options.background, options.force));
-    // A turned photograph is a changed one.
-    request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
-    request.keepRim = options.keepRim;
-    request.persons = photo::OptionsFor(preset, request.document, {}, options.child);
-    request.strict = options.strict;
-    request.relax = options.relax;
-    request.retouch = RetouchOf(options.retouch);
-    photo::CheckRetouch(preset, request.retouch, options.force);
-    return request;
-  });
+  photo::MakeRequest request;
+  request.document = photo::Derive(preset);
+  request.background = photo::ParseBackground(photo::ChooseBackground(preset, options.background, options.force));
+  // A turned photograph is a changed one.
+  request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
+  request.keepRim = options.keepRim;
+  request.persons = photo::OptionsFor(preset, request.document, {}, options.child);
+  request.strict = options.strict;
+  request.relax = options.relax;
+  request.retouch = RetouchOf(options.retouch);
+  photo::CheckRetouch(preset, request.retouch, options.force);
+  return request;
 }
 
 std::vector<std::string> ReasonNames(const photo::MadePhoto& made) {
@@ -174,7 +146,9 @@ std::vector<std::string> ReasonNames(const photo::MadePhoto& made) {
 
 void CheckTransparency(const photo::Background& background, codec::ImageFormat format, const std::string& advice) {
   if (!background.IsTransparent() || format == codec::ImageFormat::kPng) return;
-  throw SetupFailure("a .jpg file cannot be transparent; " + advice + ", or choose a colour with --background");
+  throw photo::Failure(photo::FailureCode::kBadOption,
+                       "a .jpg file cannot be transparent; " + advice + ", or choose a colour with --background",
+                       {{"option", "background"}});
 }
 
-}  // namespace qx::cli
+}  // namespace qx::orders

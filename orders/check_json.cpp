@@ -1,13 +1,12 @@
-#include "cli/check_json.h"
+#include "orders/check_json.h"
 
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "cli/wording.h"
-#include "photo/base/failure.h"
+#include "orders/order.h"
 
-namespace qx::cli {
+namespace qx::orders {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -84,11 +83,11 @@ std::string CheckJson(const std::string& photograph, const std::string& document
   return Line(report);
 }
 
-std::string CheckErrorJson(const std::string& photograph, const std::string& document,
-                           const std::exception& exception) {
+std::string CheckErrorJson(const std::string& photograph, const std::string& document, photo::FailureCode code,
+                           const std::string& message) {
   Json report = Head(photograph, document);
-  report["error"] = {{"code", NameOf(CodeOf(exception))}, {"message", Wording(exception)}};
+  report["error"] = {{"code", NameOf(code)}, {"message", message}};
   return Line(report);
 }
 
-}  // namespace qx::cli
+}  // namespace qx::orders

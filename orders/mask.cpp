@@ -1,0 +1,52 @@
+#include "orders/mask.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+
+#include "codec/codec.h"
+#include "orders/options/common_options.h"
+
+namespace qx::orders {
+using Json = nlohmann::ordered_json;
+
+void MaskOrder::AddOptions(CLI::App& command) {
+  AddPersonOption(command, &person, "Number of the face, as inspect shows it; default the largest");
+  command.add_flag("--pair", pair, "Two persons: the two largest faces");
+  AddKeepRimFlag(command, &keepRim);
+}
+
+void MaskOrder::AddChoices(CLI::App& command) {
+  command.add_flag("--cutout", wantsCutOut, "The person alone instead of the mask");
+  command.add_flag("--both", wantsBoth, "The mask and the person alone");
+}
+
+void MaskOrder::Settle() {
+  request_.persons = FacesOf(person, pair);
+  request_.colours = wantsCutOut || wantsBoth;
+  request_.keepRim = keepRim;
+}
+
+Answer MaskOrder::Work(Materials materials, photo::Studio& studio) const {
+  codec::FileSource source(std::move(materials.photo), limits);
+  const photo::CutOut cutOut = studio.CutOut(source, request_);
+  const std::string stem = StemOf(materials.photoName);
+  Answer answer;
+  if (wantsBoth || !wantsCutOut) {
+    answer.pictures.push_back({stem + "-mask.png", codec::PrintFormat::kPng, codec::EncodeMask(cutOut.mask)});
+  }
+  if (request_.colours) {
+    answer.pictures.push_back({stem + "-cutout.png", codec::PrintFormat::kPng,
+                               codec::EncodeImage(cutOut.colours, codec::ImageFormat::kPng, cutOut.mask)});
+  }
+  Json report = {{"photograph", materials.photoName}, {"outputs", Json::array()}};
+  for (const Picture& picture : answer.pictures) report["outputs"].push_back(picture.name);
+  report["width"] = cutOut.mask.width;
+  report["height"] = cutOut.mask.height;
+  report["remarks"] = cutOut.remarks;
+  answer.report = report.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return answer;
+}
+
+}  // namespace qx::orders
