@@ -81,7 +81,8 @@ std::string ReportJson(const MakeOptions& options, const photo::Document& docume
                  {"lean_degrees", std::round(made.lean * 100) / 100},
                  {"straightened_degrees", std::round(made.straightened * 100) / 100},
                  {"enlargement", std::round(made.enlargement * 1000) / 1000},
-                 {"retouched", retouched}};
+                 {"retouched", retouched},
+                 {"adjusted", !AdjustmentOf(options.document.adjust).IsNone()}};
   if (!options.pair) {
     report["head_mm"] = Millimetres(made.measures.Head(document.headTo), document.heightMm);
     report["head_to"] = NameOf(document.headTo);
@@ -166,7 +167,8 @@ void AddMakeCommand(CLI::App& app, int* status) {
       "document's bounds is brought to its size in pixels at once. Options replace single numbers of the preset;\n"
       "percents are of the height. Where the preset leaves the head or the space above it open, usual ones are taken.\n"
       "Where the authority forbids changed backgrounds, the photograph's own is kept; where it forbids retouching,\n"
-      "options that retouch are refused. Remarks say what a new background, cut and size cannot mend: a head turned\n"
+      "options that retouch or adjust are refused. Remarks say what a new background, cut and size cannot mend: a head "
+      "turned\n"
       "away, closed eyes, an open mouth, bad light, too little sharpness and such; with --strict they are reasons to\n"
       "refuse. A size limit counts 1,000 bytes to the kB, a least size 1,024; a file that\n"
       "stays below it at quality 100 is filled up with a comment of blanks.\n\n"
