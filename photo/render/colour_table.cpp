@@ -106,7 +106,10 @@ LinearColour BringIn(const LinearColour& colour, double before) {
 }
 
 uint64_t Pack(const LinearColour& colour) {
-  const auto parts = [](double linear) { return static_cast<uint64_t>(LevelOf(linear) * kPartsOfNode + 0.5); };
+  const auto parts = [](double linear) {
+    constexpr double kHalf = 0.5;
+    return static_cast<uint64_t>(LevelOf(linear) * kPartsOfNode + kHalf);
+  };
   return parts(colour.blue) | parts(colour.green) << kField | parts(colour.red) << (2 * kField);
 }
 
@@ -133,18 +136,16 @@ std::vector<NodeColour> MakeNodeColours() {
   return colours;
 }
 
-// For each level: the cell's offset, and in one number how far into the cell it is and the way to the next node, so
-// that ordering the one orders the other.
-struct Step {
-  uint32_t node, key;
-};
+// For each level, in one number that adds and orders as a whole: from bit 32 on the cell's offset, from bit 16 on how
+// far into the cell the level is, below that the way to the next node.
+using Steps = std::array<std::array<uint64_t, 256>, 3>;
 
-std::array<std::array<Step, 256>, 3> MakeSteps() {
-  std::array<std::array<Step, 256>, 3> steps{};
+Steps MakeSteps() {
+  Steps steps{};
   for (size_t c = 0; c < 3; ++c) {
     for (uint32_t level = 0; level < 256; ++level) {
       const uint32_t cell = std::min(level / kSpacing, kNodes - 2);
-      steps[c][level] = {cell * kAlong[c], (level - cell * kSpacing) << 16 | kAlong[c]};
+      steps[c][level] = uint64_t{cell * kAlong[c]} << 32 | (level - cell * kSpacing) << 16 | kAlong[c];
     }
   }
   return steps;
@@ -168,13 +169,15 @@ ColourTable::ColourTable(const Adjustment& adjustment, const Cast& cast) {
 }
 
 void ColourTable::Apply(uint8_t* bgr, size_t pixels) const {
-  static const std::array<std::array<Step, 256>, 3> steps = MakeSteps();
+  static const Steps steps = MakeSteps();
   constexpr uint64_t kHalf = uint64_t{1} << (kParts - 1), kHalves = kHalf | kHalf << kField | kHalf << (2 * kField);
   for (uint8_t* const end = bgr + 3 * pixels; bgr != end; bgr += 3) {
-    const Step b = steps[0][bgr[0]], g = steps[1][bgr[1]], r = steps[2][bgr[2]];
-    const uint64_t* const node = nodes_.data() + b.node + g.node + r.node;
-    const uint32_t high = std::max(std::max(b.key, g.key), r.key), low = std::min(std::min(b.key, g.key), r.key);
-    const uint32_t most = high >> 16, least = low >> 16, middle = ((b.key + g.key + r.key) >> 16) - most - least;
+    const uint64_t b = steps[0][bgr[0]], g = steps[1][bgr[1]], r = steps[2][bgr[2]], all = b + g + r;
+    const auto keyOf = [](uint64_t step) { return static_cast<uint32_t>(step); };
+    const uint32_t high = std::max(std::max(keyOf(b), keyOf(g)), keyOf(r));
+    const uint32_t low = std::min(std::min(keyOf(b), keyOf(g)), keyOf(r));
+    const uint32_t most = high >> 16, least = low >> 16, middle = (keyOf(all) >> 16) - most - least;
+    const uint64_t* const node = nodes_.data() + (all >> 32);
     const uint64_t sum = node[0] * (kSpacing - most) + node[high & 0xffff] * (most - middle) +
                          node[kAcross - (low & 0xffff)] * (middle - least) + node[kAcross] * least + kHalves;
     bgr[0] = static_cast<uint8_t>(sum >> kParts);
