@@ -136,7 +136,7 @@ void AddEye(const Image& photograph, const FaceMesh& mesh, size_t eye, std::vect
 // The colour of the lighter half of the eyes' whites, less what they have of it in white light.
 std::optional<Cast> CastOfEyes(const Image& photograph, const std::vector<ProbedFace>& faces) {
   constexpr size_t kLeast = 24;  // pixels
-  constexpr double kReddish = 0.02, kYellowish = 0.02, kMost = 0.07;
+  constexpr double kReddish = 0.02, kYellowish = 0.02, kMost = 0.055;
   std::vector<Sample> samples;
   for (const ProbedFace& face : faces) {
     if (!face.mesh || !face.mesh->hasDepth) continue;
@@ -154,26 +154,25 @@ std::optional<Cast> CastOfEyes(const Image& photograph, const std::vector<Probed
   return cast;
 }
 
-// What both have in common: along the way between their directions, as far as the nearer one.
-Cast Common(const Cast& x, const Cast& y) {
-  const double one = Length(x), other = Length(y);
-  if (!(one > 0) || !(other > 0)) return {};
-  const Cast way{x.a / one + y.a / other, x.b / one + y.b / other};
-  const double agreement = (x.a * y.a + x.b * y.b) / (one * other), length = Length(way);
-  if (!(agreement > 0) || !(length > 0)) return {};
-  const double far = std::min(one, other) * std::min(1.0, 2 * agreement);
-  return {way.a / length * far, way.b / length * far};
+// The cast of the greys as far as the eyes go along with it.
+Cast Confirmed(const Cast& greys, const Cast& eyes) {
+  const double length = Length(greys);
+  if (!(length > 0)) return {};
+  const double along = (greys.a * eyes.a + greys.b * eyes.b) / length;
+  const double share = std::clamp(along / length, 0.0, 1.0);
+  return {greys.a * share, greys.b * share};
 }
 
 }  // namespace
 
 Cast MeasureCast(const Image& photograph, const Mask& mask, const std::vector<ProbedFace>& faces) {
-  constexpr double kUnseen = 0.012, kSeen = 0.026, kAlone = 0.5;
+  constexpr double kUnseen = 0.012, kSeen = 0.026, kAlone = 0.5, kWorthIt = 0.004;
   const auto greys = CastOfGreys(photograph, mask, faces);
   if (!greys) return {};
   const auto eyes = CastOfEyes(photograph, faces);
-  const Cast cast = eyes ? Common(*greys, *eyes) : Cast{kAlone * greys->a, kAlone * greys->b};
+  const Cast cast = eyes ? Confirmed(*greys, *eyes) : Cast{kAlone * greys->a, kAlone * greys->b};
   const double t = std::clamp((Length(cast) - kUnseen) / (kSeen - kUnseen), 0.0, 1.0), share = t * t * (3 - 2 * t);
+  if (share * Length(cast) < kWorthIt) return {};
   return {cast.a * share, cast.b * share};
 }
 
