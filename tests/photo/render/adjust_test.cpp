@@ -96,7 +96,8 @@ TEST(Adjust, MoreIsMoreAndSkinKeepsItsHue) {
   for (const auto& skin : kSkins) {
     const Lab before = LabAfter(skin, {});
     Lab lower[5];
-    for (double value = -10; value <= 10; value += 2) {
+    for (int strength = -10; strength <= 10; strength += 2) {
+      const double value = strength;
       const Lab after[5] = {
           LabAfter(skin, With(&Adjustment::brightness, value)), LabAfter(skin, With(&Adjustment::contrast, value)),
           LabAfter(skin, With(&Adjustment::saturation, value)), LabAfter(skin, With(&Adjustment::temperature, value)),
