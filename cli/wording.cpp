@@ -44,6 +44,7 @@ std::string Advice(const Failure& failure) {
     case FailureCode::kForbiddenEdit:
       return failure.Word("edit") == "background"   ? "; leave out --background, or add --force"
              : failure.Word("edit") == "retouching" ? "; leave out the retouching, or add --force"
+             : failure.Word("edit") == "adjustment" ? "; leave out the adjustment, or add --force"
                                                     : "";
     case FailureCode::kTooLarge: return HasField(failure, "limit") ? ", or raise --max-megapixels" : "";
     case FailureCode::kOutOfMemory:

@@ -3,6 +3,7 @@
 _idphoto_options() {
   local document='--preset --size --dpi --head --head-to --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
+  local adjust='--brightness --contrast --saturation --temperature --tint --white-balance --sharpness'
   local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --child --strict --force --pair'
   local common='-h --help'
   case $1 in
@@ -10,7 +11,8 @@ _idphoto_options() {
     crop) echo "$common -o --output --ratio --bound --src-same --format --max-megapixels" ;;
     inspect) echo "$common --json --draw --points --max-megapixels" ;;
     make)
-      echo "$common -o --output $document $retouch $finish --mask --person --compare --quiet --json --max-megapixels"
+      echo "$common -o --output $document $retouch $adjust $finish --mask --person --compare --quiet --json" \
+        "--max-megapixels"
       ;;
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     background)
@@ -22,7 +24,7 @@ _idphoto_options() {
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     compress) echo "$common -o --output --max-kb --min-kb --dpi --quiet --json --max-megapixels" ;;
     batch)
-      echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"
+      echo "$common -o --output $document $retouch $adjust $finish --format --jobs --report --resume --max-megapixels"
       ;;
   esac
 }
@@ -48,6 +50,7 @@ _idphoto() {
     --preset) _idphoto_words "$(_idphoto_presets "$program")" "$word" && return ;;
     --paper) _idphoto_words '3.5x5 4x6 5x7 6x8 8x10 A3 A4 A5 A6 A7 letter' "$word" && return ;;
     --head-to) _idphoto_words 'crown hair' "$word" && return ;;
+    --white-balance) _idphoto_words 'auto keep' "$word" && return ;;
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
@@ -59,6 +62,7 @@ _idphoto() {
     --mask | --cutout | --draw | --html | --report) _idphoto_files -f "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
+      --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
       --max-megapixels) return ;;
   esac

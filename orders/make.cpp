@@ -83,7 +83,8 @@ std::string MakeOrder::Report(const std::string& photograph, const std::string& 
                  {"lean_degrees", std::round(made.lean * 100) / 100},
                  {"straightened_degrees", std::round(made.straightened * 100) / 100},
                  {"enlargement", std::round(made.enlargement * 1000) / 1000},
-                 {"retouched", !RetouchOf(document.retouch).IsNone()}};
+                 {"retouched", !RetouchOf(document.retouch).IsNone()},
+                 {"adjusted", !AdjustmentOf(document.adjust).IsNone()}};
   if (!pair) {
     report["head_mm"] = Millimetres(made.measures.Head(wanted.headTo), wanted.heightMm);
     report["head_to"] = NameOf(wanted.headTo);

@@ -14,6 +14,8 @@
 #include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
 #include "photo/place/pair_placement.h"
+#include "photo/render/colour_cast.h"
+#include "photo/render/extend_colours.h"
 
 namespace qx::photo {
 namespace {
@@ -385,21 +387,74 @@ PhotoMeasures MeasureAgain(FaceFinder& finder, const State& state, const Photogr
 
 // The picture of the document from the part as it is now, and its opacity where the background is transparent.
 Image Finish(const PhotographPart& part, const Mask& mask, const std::vector<ProbedFace>& faces,
-             const MakeRequest& request, const Placed& placed, Mask* alpha) {
-  if (request.background.IsKeep()) {
-    return RenderPhoto(part, mask, request.background, placed.turn, placed.rectangle, request.document);
+             const MakeRequest& request, const Adjustment& adjustment, const Cast& cast, const Placed& placed,
+             Mask* alpha) {
+  const Background& background = request.background;
+  if (background.IsKeep()) {
+    Image finished = RenderPhoto(part, mask, background, placed.turn, placed.rectangle, request.document);
+    Adjust(adjustment, cast, &finished);
+    return finished;
   }
   const Rim rim = request.keepRim ? Rim::kKeep : Rim::kReduce;
   PhotographPart cleaned{EstimateForeground(part.picture, mask, faces[0].Width(), rim), part.box, part.width,
                          part.height};
-  return RenderPhoto(cleaned, mask, request.background, placed.turn, placed.rectangle, request.document, alpha);
+  if (adjustment.IsNone() || background.IsTransparent()) {
+    Image finished = RenderPhoto(cleaned, mask, background, placed.turn, placed.rectangle, request.document, alpha);
+    if (adjustment.IsNone()) return finished;
+    Adjust(adjustment, cast, &finished);
+    ExtendColours(*alpha, &finished);
+    return finished;
+  }
+  Image own;
+  Mask coverage;
+  Image finished =
+      RenderPhoto(cleaned, mask, background, placed.turn, placed.rectangle, request.document, &coverage, &own);
+  AdjustPerson(adjustment, cast, coverage, &own, &finished);
+  return finished;
+}
+
+// The cast of the photograph's light, when it is to be taken away.
+Cast CastOf(const PreparedPart& prepared, const Adjustment& adjustment) {
+  return adjustment.whiteBalance ? MeasureCast(prepared.part.picture, prepared.mask, prepared.faces) : Cast();
+}
+
+void AddBalance(const Cast& cast, MadePhoto* made) {
+  made->remarks.push_back(cast.a == 0 && cast.b == 0 ? "white balance left as it is: no cast that is sure"
+                                                     : "white balance: " + NameOf(cast) + " cast taken away");
+}
+
+// The picture itself, and the one before retouching and adjustment. Returns the cast that was taken away.
+Cast MakePictures(FaceFinder& finder, const State& state, const MakeRequest& request, const Placed& placed,
+                  MadePhoto* made) {
+  const PreparedPart& prepared = *state.prepared;
+  const Adjustment& adjustment = request.adjustment;
+  CheckRanges(adjustment);
+  const Cast cast = CastOf(prepared, adjustment);
+  const bool changed = !request.retouch.IsNone() || !adjustment.IsNone();
+  if (request.compare && changed) {
+    made->before =
+        Finish(prepared.part, prepared.mask, prepared.faces, request, Adjustment(), Cast(), placed, &made->alphaBefore);
+  }
+  if (request.retouch.IsNone()) {
+    made->image = Finish(prepared.part, prepared.mask, prepared.faces, request, adjustment, cast, placed, &made->alpha);
+  } else {
+    PhotographPart part = prepared.part;
+    Mask mask = prepared.mask;
+    RetouchFaces(prepared.faces, request.retouch, &part.picture, &mask);
+    made->image = Finish(part, mask, prepared.faces, request, adjustment, cast, placed, &made->alpha);
+    if (request.retouch.face != 0) made->measures = MeasureAgain(finder, state, part, mask, placed);
+  }
+  if (request.compare && !changed) {
+    made->before = made->image;
+    made->alphaBefore = made->alpha;
+  }
+  return cast;
 }
 
 }  // namespace
 
 MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::State* state, const MakeRequest& request) {
   const Placed placed = PlaceFinely(upright, finder, request, state);
-  const PreparedPart& prepared = *state->prepared;
   MadePhoto made;
   made.measures = placed.measures;
   made.givenUp = placed.givenUp;
@@ -409,24 +464,9 @@ MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::Sta
   made.enlargement = request.document.height / placed.rectangle.height;
   made.source = MeasureSources(*state, request, placed, made.enlargement);
   if (request.strict) RefuseUnsuitable(made.source);
-  if (request.retouch.IsNone() || request.compare) {
-    made.image = Finish(prepared.part, prepared.mask, prepared.faces, request, placed, &made.alpha);
-  }
-  if (!request.retouch.IsNone()) {
-    if (request.compare) {
-      made.before = std::move(made.image);
-      made.alphaBefore = std::move(made.alpha);
-    }
-    PhotographPart part = prepared.part;
-    Mask mask = prepared.mask;
-    RetouchFaces(prepared.faces, request.retouch, &part.picture, &mask);
-    made.image = Finish(part, mask, prepared.faces, request, placed, &made.alpha);
-    if (request.retouch.face != 0) made.measures = MeasureAgain(finder, *state, part, mask, placed);
-  } else if (request.compare) {
-    made.before = made.image;
-    made.alphaBefore = made.alpha;
-  }
+  const Cast cast = MakePictures(finder, *state, request, placed, &made);
   AddRemarks(*state, request.document, placed, &made);
+  if (request.adjustment.whiteBalance) AddBalance(cast, &made);
   if (!request.background.IsKeep() && state->map && state->map->hair) AddDoubt(state->map->hair->doubt, &made);
   return made;
 }

@@ -148,6 +148,14 @@ void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force) {
                 {{"edit", "retouching"}});
 }
 
+void CheckAdjustment(const Preset& preset, const Adjustment& wanted, bool force) {
+  CheckRanges(wanted);
+  if (wanted.IsNone() || preset.retouching || force) return;
+  throw Failure(FailureCode::kForbiddenEdit,
+                preset.authority + " takes no photograph whose colours or sharpness were changed (" + preset.name + ")",
+                {{"edit", "adjustment"}});
+}
+
 Studio::Studio() : engines_(std::make_unique<Engines>()) {}
 Studio::~Studio() = default;
 Studio::Studio(Studio&&) noexcept = default;

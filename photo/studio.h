@@ -26,6 +26,7 @@
 #include "photo/document/presets.h"
 #include "photo/face/crops.h"
 #include "photo/place/placement.h"
+#include "photo/render/adjust.h"
 #include "photo/render/background.h"
 #include "photo/render/retouch.h"
 
@@ -62,9 +63,11 @@ struct MakeRequest {
   Background background;  // white unless set; ChooseBackground gives what the authority wants
   // Turn a head that leans by 0.5 to 25 degrees, where there is background or picture around it.
   bool straighten = true;
-  bool relax = false;    // take the nearest rectangle when none meets the bounds
-  Retouch retouch;       // none unless set
-  bool compare = false;  // make the picture without retouching too
+  bool relax = false;  // take the nearest rectangle when none meets the bounds
+  Retouch retouch;     // none unless set
+  // Of the finished photograph, after the retouching: none unless set. A new background keeps its colours.
+  Adjustment adjustment;
+  bool compare = false;  // make the picture without retouching and adjustment too
   bool keepRim = false;  // leave the old surroundings' light on the rim of hair and shoulders
   // What the document asks of the persons themselves: what does not meet it becomes a remark or, with `strict`, the
   // Failure kUnsuitable.
@@ -74,7 +77,7 @@ struct MakeRequest {
 
 struct MadePhoto {
   Image image;                       // of exactly the document's pixels
-  std::optional<Image> before;       // the same without retouching, when asked for
+  std::optional<Image> before;       // the same without retouching and adjustment, when asked for
   Mask alpha, alphaBefore;           // opacity of both where the background is transparent, the colours not multiplied
                                      // by it; empty otherwise
   PhotoMeasures measures;            // of the person (of two: the left) in the finished photograph
@@ -115,6 +118,10 @@ std::string ChooseBackground(const Preset& preset, const std::optional<std::stri
 // Throws Failure (kForbiddenEdit) when the authority forbids the wanted retouching and there is no `force`.
 void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force);
 
+// The same for adjustments, which count as retouching. Throws Failure (kBadOption) too when a strength is out of its
+// range.
+void CheckAdjustment(const Preset& preset, const Adjustment& wanted, bool force);
+
 // One photograph at a time; one thread at a time. The same input gives the same output. Every call throws Failure when
 // the photograph does not serve, its source fails or memory is short (kOutOfMemory); the studio then is as it was and
 // serves the next photograph. Nothing that a call is given is kept after it.
@@ -137,8 +144,8 @@ class Studio {
   // Makes the finished photograph of what Analyse found in the same source: as often as something of the request
   // changes. Throws Failure: kNoFit when no rectangle meets the bounds; kNoPerson or kTooSmall when the person cannot
   // be measured; kUnsuitable, see MakeRequest::strict. What the authority forbids is not asked here: see
-  // ChooseBackground and CheckRetouch. For two persons: the proportions of the document, both faces with some room on
-  // all sides; its bounds are not used.
+  // ChooseBackground, CheckRetouch and CheckAdjustment. For two persons: the proportions of the document, both faces
+  // with some room on all sides; its bounds are not used.
   MadePhoto Render(PhotoSource& source, Analysis& analysis, const MakeRequest& request);
   // Both.
   MadePhoto Make(PhotoSource& source, const AnalyseRequest& faces, const MakeRequest& request,

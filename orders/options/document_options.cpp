@@ -80,6 +80,7 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddSizeOptions(command, options);
   AddEyesOption(command, options);
   AddRetouchOptions(command, &options->retouch);
+  AddAdjustOptions(command, &options->adjust);
   AddBackgroundOption(
       command, &options->background,
       "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent");
@@ -91,7 +92,8 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   command.add_flag("--strict", options->strict, "Refuse a photograph whose persons are not shown as documents ask");
   command.add_flag("--relax", options->relax,
                    "When no cut meets the bounds, take the nearest and say what was given up");
-  command.add_flag("--force", options->force, "Change the background or retouch even where the authority forbids it");
+  command.add_flag("--force", options->force,
+                   "Change the background, retouch or adjust even where the authority forbids it");
 }
 
 photo::Preset PresetOf(const DocumentOptions& options) {
@@ -130,6 +132,8 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
   request.relax = options.relax;
   request.retouch = RetouchOf(options.retouch);
   photo::CheckRetouch(preset, request.retouch, options.force);
+  request.adjustment = AdjustmentOf(options.adjust);
+  photo::CheckAdjustment(preset, request.adjustment, options.force);
   return request;
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codec/codec.h"
+#include "orders/options/adjust_options.h"
 #include "orders/options/retouch_options.h"
 #include "photo/document/presets.h"
 #include "photo/studio.h"
@@ -30,18 +31,20 @@ struct DocumentOptions {
   bool child = false;
   bool strict = false;
   RetouchOptions retouch;
+  AdjustOptions adjust;
 };
 
 // --preset, --size, --dpi, --head, --head-to, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
-// The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size), and
-// --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child, --strict, --relax, --force.
+// The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size) and of
+// AddAdjustOptions, and --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child, --strict, --relax,
+// --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 
 // The preset with what the options put in its place. Throws Failure when there is neither preset nor size, no such
 // preset, or the numbers contradict each other.
 photo::Preset PresetOf(const DocumentOptions& options);
-// What `make` is to do for each photograph. Throws Failure like PresetOf, and for a background that the authority
+// What `make` is to do for each photograph. Throws Failure like PresetOf, and for a change that the authority
 // forbids.
 photo::MakeRequest RequestOf(const DocumentOptions& options);
 

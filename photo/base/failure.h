@@ -47,7 +47,7 @@ const char* NameOf(FailureCode code);
 //                 persons what (pair), and relaxed (1) where that was tried
 // kUnsuitable     for each measure that failed, in turn: person (left or right) of two, measure (its id, such as
 //                 HeadPoseYaw), and value, min and max as far as it has them
-// kForbiddenEdit  edit (background or retouching)
+// kForbiddenEdit  edit (background, retouching or adjustment)
 // kSheetFull      wanted, limit (photographs), where they are more than any sheet takes
 // kDamagedFile    format; kBadOption option (its name, where one is to blame); kFileSize what (picture)
 // kTooLarge       limit, got (pixels), for a picture in a file

@@ -112,21 +112,24 @@ class Rendering {
         along_(std::abs(map_.a - map_.b * map_.d / map_.e)),
         across_(std::abs(map_.e)) {}
 
-  // Fills `alpha` when the background is transparent.
-  Image Render(Mask* alpha) {
+  // Fills `alpha` when the background is transparent, and both when `own` is wanted.
+  Image Render(Mask* alpha, Image* own) {
     FindRows();
     rows_.resize(static_cast<size_t>(last_ - first_ + 1) * static_cast<size_t>(width_));
     padding_ = along_.Taps();
     line_.resize(static_cast<size_t>(picture_.width) + 2 * static_cast<size_t>(padding_));
     for (int32_t y = first_; y <= last_; ++y) ResizeRow(y, rows_.data() + RowOffset(y));
     Image document(width_, height_);
-    if (!background_.IsTransparent()) {
-      for (int32_t j = 0; j < height_; ++j) MixRow(j, document.At(0, j));
-      return document;
+    Image* const persons = background_.IsTransparent() ? &document : own;
+    if (own) *own = Image(width_, height_);
+    if (persons) *alpha = Mask(width_, height_);
+    sums_.resize(static_cast<size_t>(width_));
+    for (int32_t j = 0; j < height_; ++j) {
+      for (int32_t i = 0; i < width_; ++i) sums_[static_cast<size_t>(i)] = SumColumn(i, j);
+      if (persons != &document) MixRow(j, document.At(0, j));
+      if (persons) DivideRow(persons->At(0, j), alpha->Row(j));
     }
-    *alpha = Mask(width_, height_);
-    for (int32_t j = 0; j < height_; ++j) DivideRow(j, document.At(0, j), alpha->Row(j));
-    ExtendColours(*alpha, &document);
+    if (persons) ExtendColours(*alpha, persons);
     return document;
   }
 
@@ -199,7 +202,7 @@ class Rendering {
     const Pixel colour{static_cast<float>(behind.blue), static_cast<float>(behind.green),
                        static_cast<float>(behind.red), 0};
     for (int32_t i = 0; i < width_; ++i, out += 3) {
-      Pixel sum = SumColumn(i, j);
+      Pixel sum = sums_[static_cast<size_t>(i)];
       sum += colour * (1 - sum[3]) + 0.5f;
       for (int c = 0; c < 3; ++c) out[c] = static_cast<uint8_t>(std::clamp(sum[c], 0.0f, 255.0f));
     }
@@ -207,9 +210,9 @@ class Rendering {
 
   // Before none: the person's own colours. Where the kernel swings beyond full coverage, they stay as they are: which
   // colours the swing would lead away from is not known.
-  void DivideRow(int32_t j, uint8_t* out, uint8_t* alpha) const {
+  void DivideRow(uint8_t* out, uint8_t* alpha) const {
     for (int32_t i = 0; i < width_; ++i, out += 3, ++alpha) {
-      const Pixel sum = SumColumn(i, j);
+      const Pixel sum = sums_[static_cast<size_t>(i)];
       *alpha = static_cast<uint8_t>(std::clamp(sum[3], 0.0f, 1.0f) * 255 + 0.5f);
       for (int c = 0; c < 3; ++c) {
         out[c] = *alpha == 0 ? uint8_t{0} : static_cast<uint8_t>(std::clamp(sum[c] / sum[3] + 0.5f, 0.0f, 255.0f));
@@ -228,13 +231,14 @@ class Rendering {
   int32_t padding_ = 0;           // samples beside the line's own
   std::vector<Pixel, UnfilledAllocator<Pixel>> line_;
   std::vector<Pixel, UnfilledAllocator<Pixel>> rows_;  // resized ones, from the first to the last
+  std::vector<Pixel, UnfilledAllocator<Pixel>> sums_;  // a row of the document
 };
 
 }  // namespace
 
 Image RenderPhoto(const PhotographPart& part, const Mask& mask, const Background& background, const Turn& turn,
-                  const Rectangle& rectangle, const Document& document, Mask* alpha) {
-  return Rendering(part, mask, background, turn, rectangle, document).Render(alpha);
+                  const Rectangle& rectangle, const Document& document, Mask* alpha, Image* own) {
+  return Rendering(part, mask, background, turn, rectangle, document).Render(alpha, own);
 }
 
 int32_t RenderReach(double scale) {

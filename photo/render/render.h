@@ -27,8 +27,9 @@ struct PhotographPart {
 // the part ends, the border pixels serve the kernel. With a kept background the mask is not looked at, and what lies
 // outside of the photograph takes its border pixels. A transparent one fills `alpha`, which is not looked at otherwise:
 // the document's pixels are then the person's own colours, not multiplied by it; see ExtendColours for those of none.
+// `own`, for a background of colours: takes these too, and `alpha` is filled as well; the picture stays the same.
 Image RenderPhoto(const PhotographPart& part, const Mask& mask, const Background& background, const Turn& turn,
-                  const Rectangle& rectangle, const Document& document, Mask* alpha = nullptr);
+                  const Rectangle& rectangle, const Document& document, Mask* alpha = nullptr, Image* own = nullptr);
 
 // Pixels of the part that the kernel reaches on each side of what it is asked for, at this many of them for one pixel
 // of the document.

@@ -12,6 +12,8 @@
 #include "photo/foreground/foreground.h"
 #include "photo/person/mask.h"
 #include "photo/place/face_placement.h"
+#include "photo/render/adjust.h"
+#include "photo/render/colour_cast.h"
 #include "photo/render/render.h"
 #include "photo/sheet/sheet.h"
 #include "support/painted_face.h"
@@ -134,6 +136,27 @@ void AddRetouching(const Person& person, Digests* digests) {
   digests->Add("side by side", SideBySide(image, bare).bgr);
 }
 
+void AddAdjustments(const Person& person, Digests* digests) {
+  Adjustment more{2, 3, 4, 2, -1, 5, false}, less{-2, -3, -4, -5, 3, -5, false};
+  for (const auto& [name, adjustment] : {std::pair("more", more), {"less", less}}) {
+    Image image = person.painted.image;
+    Adjust(adjustment, {0.01, -0.02}, &image);
+    digests->Add(Name("adjusted", name), image.bgr);
+  }
+  Document document;
+  document.width = 413;
+  document.height = 531;
+  Image own;
+  Mask alpha;
+  Image finished = RenderPhoto(person.part, person.mask, ParseBackground("lightblue"), Turn(), {90, 0, 440, 565.7},
+                               document, &alpha, &own);
+  digests->Add("person's own colours, finished", own.bgr);
+  AdjustPerson(more, {}, alpha, &own, &finished);
+  digests->Add("adjusted person", finished.bgr);
+  const Cast cast = MeasureCast(person.painted.image, person.mask, {person.painted.face});
+  digests->Add("cast", {static_cast<int32_t>(cast.a * 1e6), static_cast<int32_t>(cast.b * 1e6)});
+}
+
 void AddSheets(const Person& person, Digests* digests) {
   Document document;
   document.width = 413;
@@ -172,6 +195,7 @@ std::string AllDigests() {
   AddRenderings(person, &digests);
   AddPlaces(person, &digests);
   AddRetouching(person, &digests);
+  AddAdjustments(person, &digests);
   AddSheets(person, &digests);
   AddDrawings(person, &digests);
   return digests.Lines();

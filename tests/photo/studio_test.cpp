@@ -180,6 +180,42 @@ TEST(Studio, RendersTheSameOfOneAnalysisAsOfMany) {
   EXPECT_TRUE(Same(Make(studio, photograph, requests[1]), studio.Render(source, analysis, requests[1])));
 }
 
+TEST(Studio, AdjustsThePersonAndNoNewBackground) {
+  Studio studio;
+  ImageSource source(Sample());
+  Analysis analysis = studio.Analyse(source, {});
+  for (const char* background : {"lightblue", "gradient:#204080-#e0f0ff", "transparent", "keep"}) {
+    MakeRequest request = RequestFor("schengen-visa", background);
+    request.relax = true;
+    const MadePhoto plain = studio.Render(source, analysis, request);
+    request.adjustment = {3, 2, 3, 4, -2, 4, true};
+    request.compare = true;
+    const MadePhoto made = studio.Render(source, analysis, request);
+    EXPECT_EQ(plain.image.bgr, made.before->bgr) << background;
+    EXPECT_EQ(plain.alpha.values, made.alpha.values) << background;
+    EXPECT_TRUE(HasRemark(made, "white balance")) << background;
+    const bool keep = request.background.IsKeep(), transparent = request.background.IsTransparent();
+    const int32_t height = request.document.height;
+    size_t behind = 0, changed = 0;
+    for (int32_t y = 0; y < height; ++y) {
+      const Colour colour = transparent ? Colour{0, 0, 0} : RowColour(request.background, y, height);
+      for (int32_t x = 0; x < request.document.width; ++x) {
+        const uint8_t *before = plain.image.At(x, y), *after = made.image.At(x, y);
+        const bool same = std::equal(before, before + 3, after);
+        changed += same ? 0 : 1;
+        if (keep || before[0] != colour.blue || before[1] != colour.green || before[2] != colour.red) continue;
+        ++behind;
+        EXPECT_TRUE(same) << background << " at " << x << " " << y;
+      }
+    }
+    EXPECT_GE(behind, keep ? 0 : made.image.Pixels() / 10) << background;
+    EXPECT_GT(changed, made.image.Pixels() / 5) << background;
+  }
+  MakeRequest wrong = RequestFor("schengen-visa");
+  wrong.adjustment.tint = 11;
+  EXPECT_THROW(studio.Render(source, analysis, wrong), Failure);
+}
+
 // The sample's person with black hair before a wall of one colour, with the noise of a camera.
 Image BeforeWall(const std::array<int, 3>& wall) {
   const FaceBox face = FaceFinder().Find(Sample()).at(0).Box();
