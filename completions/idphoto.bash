@@ -20,6 +20,7 @@ _idphoto_options() {
     batch)
       echo "$common -o --output $document $retouch $finish --format --jobs --report --resume --max-megapixels"
       ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --open" ;;
   esac
 }
 
@@ -52,16 +53,16 @@ _idphoto() {
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return
       ;;
-    --mask | --cutout | --draw | --html | --report) _idphoto_files -f "$word" && return ;;
+    --mask | --cutout | --draw | --html | --report | --token-file) _idphoto_files -f "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
-      --max-megapixels) return ;;
+      --listen | --max-upload | --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make mask retouch presets check sheet batch' "$word"
+    _idphoto_words 'crop inspect make mask retouch presets check sheet batch serve' "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"
   else

@@ -351,7 +351,7 @@ void BeastConnection::Linger() {
   socket_.shutdown(net::ip::tcp::socket::shutdown_send, ignored);
   dropped_ = 0;
   parser_.reset();
-  SetTimer(limits_.drain < limits_.drop ? limits_.drain : limits_.drop);
+  SetTimer(limits_.drop);
   Drop();
 }
 

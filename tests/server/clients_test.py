@@ -14,6 +14,7 @@ import signal
 import socket
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
@@ -26,8 +27,9 @@ PATIENCE = 60  # seconds after which the server counts as hanging; nothing takes
 class Server:
     def __init__(self, *settings, files=None):
         limit = (lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (files, files))) if files else None
+        self.log = tempfile.TemporaryFile("w+")  # a pipe that nobody reads would fill, and hold the server
         self.process = subprocess.Popen(
-            [PROGRAM, *settings], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, preexec_fn=limit)
+            [PROGRAM, *settings], stdout=subprocess.PIPE, stderr=self.log, text=True, preexec_fn=limit)
         self.address = self.process.stdout.readline().strip()
         self.port = int(self.address.rstrip("/").rsplit(":", 1)[1])
 
@@ -45,8 +47,16 @@ class Server:
     def end(self, signals=(signal.SIGTERM,)):
         for number in signals:
             self.process.send_signal(number)
-        said = self.process.communicate(timeout=PATIENCE)[1]
-        return self.process.returncode, said
+        return self.process.wait(PATIENCE), self.said()
+
+    def said(self):
+        self.log.seek(0)
+        return self.log.read()
+
+    def close(self):
+        self.process.kill()
+        self.process.communicate()
+        self.log.close()
 
 
 @contextlib.contextmanager
@@ -57,8 +67,7 @@ def server(*settings, **options):
         status, said = running.end()
         assert status == 0, (status, said)
     finally:
-        running.process.kill()
-        running.process.communicate()
+        running.close()
 
 
 class Answer:
@@ -399,13 +408,12 @@ class Ends(unittest.TestCase):
                 for client in (half, working):
                     answer = read_answer(client.makefile("rb"))
                     self.assertEqual((answer.status, answer.headers["connection"]), (200, "close"))
-            status, said = running.process.wait(PATIENCE), running.process.stderr.read()
+            status, said = running.process.wait(PATIENCE), running.said()
             self.assertEqual(status, 0, said)
             # The log: method, path as it is called, status, bytes.
             self.assertIn("POST /v1/make 200 100000 ", said)
         finally:
-            running.process.kill()
-            running.process.communicate()
+            running.close()
 
     def test_an_upload_that_never_ends_does_not_hold_it(self):
         for settings, signals in [(["drain=500"], [signal.SIGTERM]), ([], [signal.SIGTERM, signal.SIGINT])]:
@@ -419,8 +427,7 @@ class Ends(unittest.TestCase):
                     self.assertEqual(running.end(signals)[0], 0)
                     self.assertLess(time.monotonic() - begun, 8)
             finally:
-                running.process.kill()
-                running.process.communicate()
+                running.close()
 
 
 def sanitized():
