@@ -210,6 +210,16 @@ class Requests(unittest.TestCase):
             with self.subTest(chunks=chunks[:20]):
                 self.assertEqual(self.status(chunked(end=chunks + b"0\r\n\r\n")), 400)
 
+    def test_lengths_may_lie(self):
+        with self.server.connect() as client, client.makefile("rb") as file:
+            client.sendall(post(b"abc") + b"defg\r\n\r\n")  # the rest is no request
+            answers = [read_answer(file) for _ in range(3)]
+            self.assertEqual([answer and answer.status for answer in answers], [200, 400, None])
+        with self.server.connect() as client, client.makefile("rb") as file:
+            client.sendall(post(bytes(100_000))[:50_000])
+            client.shutdown(socket.SHUT_WR)
+            self.assertIsNone(read_answer(file))
+
     def test_heads_are_bounded(self):
         before = self.server.resident()
         for lines in [b"X-A: b\r\n" * 50_000, b"X-A: " + b"b" * (20 * MIB) + b"\r\n"]:
