@@ -42,6 +42,9 @@ int Run(int argc, char** argv) {
   qx::cli::AddSheetCommand(app, &status);
   qx::cli::AddCompressCommand(app, &status);
   qx::cli::AddBatchCommand(app, &status);
+#ifdef QX_WITH_SERVER
+  qx::cli::AddServeCommand(app, &status);
+#endif
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& request) {

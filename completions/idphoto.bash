@@ -26,6 +26,7 @@ _idphoto_options() {
     batch)
       echo "$common -o --output $document $retouch $adjust $finish --format --jobs --report --resume --max-megapixels"
       ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --open" ;;
   esac
 }
 
@@ -59,17 +60,17 @@ _idphoto() {
       if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
       return
       ;;
-    --mask | --cutout | --draw | --html | --report) _idphoto_files -f "$word" && return ;;
+    --mask | --cutout | --draw | --html | --report | --token-file) _idphoto_files -f "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
-      --max-megapixels) return ;;
+      --listen | --max-upload | --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress batch' "$word"
+    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress batch serve' "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"
   else

@@ -59,9 +59,22 @@ done < <(includes orders)
 if grep -rnE '#include <(filesystem|fstream|iostream|cstdio|thread|vips|unistd|sys/|netinet)' orders; then
   echo "orders/ knows no files, terminal, threads or sockets" && failed=1
 fi
-if grep -rnE '#include <(vips|CLI|glib)' photo jobs; then echo "photo/ and jobs/ know no image or option library" && failed=1; fi
+# What the interface offers must be there for every program: nothing of one program's words or files.
+while read -r file included; do
+  count=$((count + 1))
+  case $included in
+    server/* | orders/* | codec/* | jobs/* | photo/*) ;;
+    *) refuse "$file" "$included" "server/ may use photo, codec, jobs and orders only" ;;
+  esac
+done < <(includes server)
+# Each file that includes it takes half a minute to compile.
+if grep -rlE '#include <boost/beast' server | grep -v '^server/connection.cpp$'; then
+  echo "Beast is for server/connection.cpp alone" && failed=1
+fi
+
+if grep -rnE '#include <(vips|CLI|glib)' photo jobs server; then echo "photo/, jobs/ and server/ know no image or option library" && failed=1; fi
 # What options can do about a failure is said by those who have some.
-if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs; then
+if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs server; then
   echo "texts that name options or commands" && failed=1
 fi
 ((count > 100)) || { echo "only $count includes seen" && failed=1; }

@@ -1,0 +1,30 @@
+// One client's connection.
+#ifndef QX_SERVER_CONNECTION_H
+#define QX_SERVER_CONNECTION_H
+
+#include <boost/asio/ip/tcp.hpp>
+#include <cstdint>
+#include <memory>
+
+#include "server/message.h"
+
+namespace qx::server {
+
+class Core;
+
+// All on the server's thread.
+class Connection {
+ public:
+  static std::shared_ptr<Connection> Make(uint64_t id, boost::asio::ip::tcp::socket socket, Core* core);
+  virtual ~Connection() = default;
+
+  virtual void Start() = 0;
+  // The handler's answer to the request that it was given.
+  virtual void Deliver(Response response) = 0;
+  // Closes it if nothing was asked for; else the answer that is under way will be the last.
+  virtual void Drain() = 0;
+};
+
+}  // namespace qx::server
+
+#endif  // QX_SERVER_CONNECTION_H

@@ -1,0 +1,62 @@
+// What passes between the sockets and those who answer.
+#ifndef QX_SERVER_MESSAGE_H
+#define QX_SERVER_MESSAGE_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "server/router.h"
+
+namespace qx::server {
+
+using Bytes = std::vector<uint8_t>;
+// Names may come twice, and stand in the order in which they came.
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+struct Request {
+  std::string method;       // GET, POST or DELETE; a HEAD comes as GET
+  Route route;              // what was asked for
+  Pairs options;            // of the query, then of the form
+  Bytes photo;              // the body, or the form's file of that name; empty where there was none
+  Bytes mask;               // the form's file of that name
+  std::string photoName;    // the form's name of the photograph, without folders; may be empty. Not for logs
+  std::string contentType;  // of the photograph, as the client says; not to be relied on
+  bool wantsJson = false;   // rather the report than the picture
+  // Whether nobody waits for the answer any more. For any thread; never null.
+  std::function<bool()> abandoned;
+};
+
+struct Response {
+  unsigned status = 200;
+  Pairs headers;  // without lengths, which are the connection's own; Cache-Control where no-store is not meant
+  Bytes body;
+  // Sent in place of `body` unless empty: bytes that live as long as the program.
+  std::string_view still;
+
+  size_t Size() const { return still.empty() ? body.size() : still.size(); }
+};
+
+// A response with a text of this type.
+Response TextResponse(unsigned status, std::string_view type, std::string_view text);
+
+// Answers what the server does not answer itself.
+class Handler {
+ public:
+  virtual ~Handler() = default;
+  // Called by the server's only thread, which must not wait here. `reply` may be called by any thread, now or later;
+  // the first call counts. When all its copies go without one, the answer is 500. A Failure that is thrown is answered
+  // as such. The handler sets its own limit of time.
+  virtual void Handle(Request request, std::function<void(Response)> reply) = 0;
+  // Whether it can take work: /readyz.
+  virtual bool Ready() const { return true; }
+  // Lines to add to /metrics, each with its end.
+  virtual std::string Metrics() const { return ""; }
+};
+
+}  // namespace qx::server
+
+#endif  // QX_SERVER_MESSAGE_H

@@ -1,0 +1,240 @@
+// What is decided from a request's head.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "server/gate.h"
+#include "server/problem.h"
+#include "server/query.h"
+
+namespace {
+
+using namespace qx::server;  // NOLINT: all of it
+
+const Limits kLimits;
+const std::string kToken = "0123456789abcdef";
+
+Gate MakeGate(bool token = false) {
+  const std::vector<File> files = {{"/", "text/html", "\"abc\"", "page", false},
+                                   {"/m-1.js", "text/javascript", "\"d\"", "js", true}};
+  return {HostList("127.0.0.1", true, {"studio.example:80"}), token ? std::optional<Token>(kToken) : std::nullopt,
+          files, kLimits};
+}
+
+Head MakeHead(const std::string& method, const std::string& target, const Pairs& more = {}) {
+  Head head;
+  head.method = method;
+  head.target = target;
+  head.headers = {{"Host", "localhost:8080"}};
+  if (method == "POST") head.length = 5;
+  head.headers.insert(head.headers.end(), more.begin(), more.end());
+  return head;
+}
+
+Visit Admit(const Gate& gate, const Head& head) {
+  Visit visit;
+  gate.Admit(head, &visit);
+  return visit;
+}
+
+// 0 for a request that is let in.
+unsigned Status(const Gate& gate, const Head& head) {
+  try {
+    Admit(gate, head);
+    return 0;
+  } catch (const Problem& problem) {
+    return problem.status;
+  }
+}
+
+TEST(Gate, EveryPlaceHasItsMethods) {
+  const Gate gate = MakeGate();
+  const std::string id = "/v1/photos/q8Zr", presets = "/v1/presets";
+  for (const std::string& get :
+       {std::string("/"), std::string("/healthz"), std::string("/readyz"), std::string("/metrics"),
+        std::string("/v1/openapi.json"), presets, presets + "/de-passport", id + "/result?dpi=300", id + "/preview"}) {
+    EXPECT_EQ(Status(gate, MakeHead("GET", get)), 0U) << get;
+    EXPECT_EQ(Status(gate, MakeHead("HEAD", get)), 0U) << get;
+    EXPECT_EQ(Status(gate, MakeHead("OPTIONS", get)), 0U) << get;
+    EXPECT_EQ(Status(gate, MakeHead("POST", get)), 405U) << get;
+  }
+  for (const char* post : {"/v1/inspect", "/v1/check", "/v1/make", "/v1/crop", "/v1/retouch", "/v1/sheet", "/v1/mask",
+                           "/v1/background", "/v1/compress", "/v1/photos"}) {
+    const Visit visit = Admit(gate, MakeHead("POST", post));
+    EXPECT_TRUE(visit.takesSlot && visit.hasBody) << post;
+    EXPECT_EQ(LabelOf(visit.request.route), post);
+    EXPECT_EQ(Status(gate, MakeHead("GET", post)), 405U) << post;
+  }
+  EXPECT_EQ(Status(gate, MakeHead("DELETE", id)), 0U);
+  EXPECT_EQ(Status(gate, MakeHead("GET", id)), 405U);
+  EXPECT_EQ(Admit(gate, MakeHead("GET", id + "/result")).request.route.name, "q8Zr");
+  EXPECT_TRUE(Admit(gate, MakeHead("GET", id + "/result")).takesSlot);
+  EXPECT_FALSE(Admit(gate, MakeHead("GET", presets)).takesSlot);
+  for (const char* none : {"/v1", "/v1/nothing", "/v1/make/more", "/v1/photos/a/b", "/v1/photos/a/result/x", "/secret",
+                           "/v1/presets/a/b", "/index.html"}) {
+    EXPECT_EQ(Status(gate, MakeHead("GET", none)), 404U) << none;
+  }
+  EXPECT_EQ(Status(gate, MakeHead("OPTIONS", "*")), 0U);
+  EXPECT_EQ(Status(gate, MakeHead("GET", "*")), 400U);
+}
+
+TEST(Gate, AllowIsSaidWhereAMethodIsRefused) {
+  try {
+    Admit(MakeGate(), MakeHead("PUT", "/v1/photos/a"));
+    FAIL();
+  } catch (const Problem& problem) {
+    const Response response = ProblemResponse(problem);
+    EXPECT_EQ(response.status, 405U);
+    EXPECT_EQ(response.headers.back(), (std::pair<std::string, std::string>("Allow", "DELETE, OPTIONS")));
+  }
+}
+
+TEST(Gate, PathsHaveOneWayToBeWritten) {
+  const Gate gate = MakeGate();
+  for (const std::string bad : {"",
+                                "x",
+                                "//",
+                                "/v1//presets",
+                                "/healthz/",
+                                "/./healthz",
+                                "/v1/../healthz",
+                                "/%2e%2e/healthz",
+                                "/%2E/a",
+                                "/a%2fb",
+                                "/a%5cb",
+                                "/a%00b",
+                                "/a%0d%0ab",
+                                "/a%",
+                                "/a%4",
+                                "/a%zz",
+                                "/%ff",
+                                "/%c0%ae%c0%ae/x",
+                                "http://",
+                                "ftp://a/"}) {
+    EXPECT_EQ(Status(gate, MakeHead("GET", bad)), 400U) << bad;
+  }
+  EXPECT_EQ(Status(gate, MakeHead("GET", "/%68ealthz")), 0U);
+  EXPECT_EQ(ParseTarget("/v1/presets/%C3%A4", kLimits).segments.back(), "\xC3\xA4");
+}
+
+TEST(Gate, QueriesAreDecodedAndBounded) {
+  EXPECT_EQ(ParseQuery("a=1&b=two+w%C3%B6rds%2B&&c&a=2%3D=", kLimits),
+            (Pairs{{"a", "1"}, {"b", "two w\xC3\xB6rds+"}, {"c", ""}, {"a", "2=="}}));
+  std::string many;
+  for (size_t i = 0; i <= kLimits.parts; ++i) many += "a=1&";
+  for (const std::string& bad : {many, std::string("=1"), std::string("a=%"), std::string("a=%0a"),
+                                 std::string("a=%ff"), "a=" + std::string(5000, 'x'), std::string(65, 'n') + "=1"}) {
+    EXPECT_THROW(ParseQuery(bad, kLimits), Problem) << bad;
+  }
+}
+
+TEST(Gate, StrangersAreRefused) {
+  const Gate open = MakeGate(), closed = MakeGate(true);
+  const auto withHost = [](const std::string& host) {
+    Head head = MakeHead("GET", "/healthz");
+    head.headers = {{"Host", host}};
+    return head;
+  };
+  for (const char* own : {"localhost", "LOCALHOST:1", "127.0.0.1:8080", "[::1]:8080", "studio.example"}) {
+    EXPECT_EQ(Status(open, withHost(own)), 0U) << own;
+  }
+  for (const char* other : {"evil.example", "localhost.evil.example", "localhost:80:80", "localhost:x", "", "[::1",
+                            "127.0.0.2", "localhost@evil.example"}) {
+    EXPECT_EQ(Status(open, withHost(other)), 421U) << other;
+  }
+  Head twice = MakeHead("GET", "/healthz", {{"Host", "localhost"}}), without = MakeHead("GET", "/healthz");
+  without.headers.clear();
+  EXPECT_EQ(Status(open, twice), 400U);
+  EXPECT_EQ(Status(open, without), 400U);
+  EXPECT_EQ(Status(open, MakeHead("GET", "http://evil.example/healthz")), 421U);
+  EXPECT_EQ(Status(open, MakeHead("GET", "http://localhost:8080/healthz")), 0U);
+
+  const auto from = [](const char* origin, const char* method = "POST", const char* target = "/v1/make") {
+    return MakeHead(method, target, {{"Origin", origin}});
+  };
+  EXPECT_EQ(Status(open, from("http://localhost:8080")), 0U);
+  EXPECT_EQ(Status(open, from("https://localhost:8080")), 0U);
+  for (const char* other :
+       {"http://localhost:3000", "http://evil.example", "null", "http://localhost:8080.evil.example"}) {
+    EXPECT_EQ(Status(open, from(other)), 403U) << other;
+    EXPECT_EQ(Status(open, from(other, "DELETE", "/v1/photos/a")), 403U) << other;
+    EXPECT_EQ(Status(open, from(other, "GET", "/healthz")), 0U) << other;
+  }
+
+  EXPECT_EQ(Status(closed, MakeHead("GET", "/v1/presets")), 401U);
+  EXPECT_EQ(Status(closed, MakeHead("GET", "/metrics")), 401U);
+  EXPECT_EQ(Status(closed, MakeHead("GET", "/healthz")), 0U);
+  EXPECT_EQ(Status(closed, MakeHead("GET", "/")), 0U);
+  const auto bearing = [](const std::string& words) {
+    return MakeHead("GET", "/v1/presets", {{"Authorization", words}});
+  };
+  EXPECT_EQ(Status(closed, bearing("bearer " + kToken)), 0U);
+  for (const std::string& wrong : {"Bearer " + kToken + "0", "Bearer " + kToken.substr(1), std::string("Bearer "),
+                                   kToken, "Bearer " + kToken + kToken, "Basic " + kToken, std::string()}) {
+    EXPECT_EQ(Status(closed, bearing(wrong)), 401U) << wrong;
+  }
+}
+
+TEST(Gate, BodiesAreJudgedByTheHead) {
+  const Gate gate = MakeGate();
+  const auto post = [&gate](const Pairs& headers, std::optional<uint64_t> length = 5, bool chunked = false) {
+    Head head = MakeHead("POST", "/v1/make", headers);
+    head.length = length;
+    head.chunked = chunked;
+    return Status(gate, head);
+  };
+  EXPECT_EQ(post({}), 0U);
+  EXPECT_EQ(post({{"Transfer-Encoding", "chunked"}}, std::nullopt, true), 0U);
+  EXPECT_EQ(post({}, kLimits.bodyBytes), 0U);
+  EXPECT_EQ(post({}, kLimits.bodyBytes + 1), 413U);
+  EXPECT_EQ(post({}, 0), 400U);
+  EXPECT_EQ(post({}, std::nullopt), 400U);
+  EXPECT_EQ(post({{"Content-Length", "5, 5"}}), 400U);
+  EXPECT_EQ(post({{"Content-Length", "5"}, {"content-length", "5"}}), 400U);
+  EXPECT_EQ(post({{"Content-Encoding", "gzip"}}), 415U);
+  EXPECT_EQ(post({{"Transfer-Encoding", "gzip, chunked"}}, std::nullopt, true), 501U);
+  EXPECT_EQ(post({{"Transfer-Encoding", "chunked, gzip"}}, std::nullopt), 501U);
+  EXPECT_EQ(post({{"Expect", "100-continue"}}), 0U);
+  EXPECT_EQ(post({{"Expect", "miracles"}}), 417U);
+  EXPECT_EQ(post({{"Content-Type", "multipart/mixed; boundary=a"}}), 415U);
+  Head get = MakeHead("GET", "/healthz");
+  get.length = 5;
+  EXPECT_EQ(Status(gate, get), 413U);
+}
+
+TEST(Gate, FilesAreKeptByTheirTags) {
+  const Gate gate = MakeGate();
+  const auto answer = [&gate](const char* path, const char* tags) {
+    return *gate.Answer(Admit(gate, MakeHead("GET", path, {{"If-None-Match", tags}})));
+  };
+  const auto cached = [](Response response) {
+    AddStandardHeaders(&response);
+    for (const auto& [name, value] : response.headers) {
+      if (name == "Cache-Control") return value;
+    }
+    return std::string();
+  };
+  EXPECT_EQ(answer("/", "\"x\"").still, "page");
+  EXPECT_EQ(answer("/", "\"ab\", \"abcd\"").status, 200U);
+  for (const char* tags : {"\"abc\"", "\"x\", W/\"abc\"", "*"}) {
+    EXPECT_EQ(answer("/", tags).status, 304U) << tags;
+    EXPECT_EQ(answer("/", tags).Size(), 0U) << tags;
+  }
+  EXPECT_EQ(cached(answer("/", "")), "no-cache");
+  EXPECT_EQ(cached(answer("/m-1.js", "")), "public, max-age=31536000, immutable");
+  EXPECT_EQ(cached(TextResponse(200, "image/jpeg", "photograph")), "no-store");
+}
+
+TEST(Gate, AcceptChoosesReportOrPicture) {
+  for (const char* json :
+       {"application/json", "application/json, text/plain, */*", "image/*;q=0.5, application/json"}) {
+    EXPECT_TRUE(PrefersJson(json)) << json;
+  }
+  for (const char* picture : {"", "*/*", "image/png, application/json", "application/json;q=0", "image/*",
+                              "application/json; q=0.5, image/jpeg"}) {
+    EXPECT_FALSE(PrefersJson(picture)) << picture;
+  }
+}
+
+}  // namespace
