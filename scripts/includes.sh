@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-rooms=(cli/commands cli codec jobs
+rooms=(cli/commands cli server/children codec jobs
   photo photo/drawing photo/check photo/sheet photo/render photo/place photo/foreground photo/person photo/face photo/document photo/base
   src/api src/quality src/beauty src/beauty/skin src/beauty/spots src/beauty/shape src/beauty/detail
   src/mask src/crop src/face src/kernels src/base include engine nn)
@@ -16,7 +16,7 @@ room_of() {
   case $path in
     qx_idp.h) echo include && return ;;
     qx_face_sdk.h | engine/*) echo engine && return ;;
-    cli/* | codec/* | jobs/* | photo/* | nn/* | src/*) ;;
+    cli/* | server/* | codec/* | jobs/* | photo/* | nn/* | src/*) ;;
     */*) path=src/$path ;;
     *) return 1 ;;
   esac
@@ -33,7 +33,7 @@ while IFS= read -r file; do
     to=$(room_of "$included") || continue
     [[ $from == "$to" ]] || arrows["$from $to"]=$((${arrows["$from $to"]:-0} + 1))
   done < <(sed -nE 's/^ *# *include "([^"]+)".*/\1/p' "$file")
-done < <(find cli codec jobs photo src engine nn -name '*.h' -o -name '*.cpp')
+done < <(find cli server codec jobs photo src engine nn -name '*.h' -o -name '*.cpp')
 
 status=0
 for from in "${rooms[@]}"; do

@@ -5,6 +5,7 @@ build_packages=(
   build-essential cmake ninja-build pkgconf ca-certificates
   libxnnpack-dev libpthreadpool-dev libflatbuffers-dev flatbuffers-compiler # engine and nn
   libvips-dev libcli11-dev nlohmann-json3-dev                               # photo, codec, cli
+  libseccomp-dev                                                            # server/children
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
