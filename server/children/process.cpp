@@ -112,6 +112,9 @@ ChildProcess::ChildProcess(const std::string& program) {
   int pair[2], log[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) Fail("a connection");
   Descriptor first(pair[0]), second(pair[1]);
+  // A photograph in fewer turns, as far as the system allows.
+  constexpr int kBuffer = 2 << 20;
+  for (const int end : pair) setsockopt(end, SOL_SOCKET, SO_SNDBUF, &kBuffer, sizeof kBuffer);
   if (pipe2(log, O_CLOEXEC) != 0) Fail("a pipe");
   Descriptor readLog(log[0]), writeLog(log[1]);
   socket_ = High(first.Release());

@@ -1,9 +1,9 @@
 // What becomes of requests when their children die, hang, misbehave or are replaced.
 #include "server/children/children.h"
 
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -105,6 +105,38 @@ TEST(Children, AreKilledAtCallsOfTheSystemThatTheyHaveNoNeedFor) {
   EXPECT_TRUE(Eventually([&] { return children.State().died == 4; }));
   const std::lock_guard<std::mutex> lock(mutex);
   EXPECT_EQ(4, std::count(log.begin(), log.end(), '\n')) << log;
+}
+
+// A line of what the system says of a process, such as "Seccomp:\t2".
+bool Says(pid_t id, const std::string& line) {
+  std::ifstream status("/proc/" + std::to_string(id) + "/status");
+  for (std::string each; std::getline(status, each);) {
+    if (each == line) return true;
+  }
+  return false;
+}
+
+rlim_t LimitOf(pid_t id, __rlimit_resource resource) {
+  rlimit limit{};
+  prlimit(id, resource, nullptr, &limit);
+  return limit.rlim_cur;
+}
+
+TEST(Children, AreLimitedAndCannotGainRights) {
+  ChildrenSettings settings = Settings(1);
+  settings.requestTime = std::chrono::seconds(5);
+  Children children(settings);
+  const pid_t id = PidOf(children);
+  EXPECT_TRUE(Says(id, "NoNewPrivs:\t1"));
+  EXPECT_EQ(0u, LimitOf(id, RLIMIT_CORE));
+  EXPECT_EQ(0u, LimitOf(id, RLIMIT_FSIZE));
+  EXPECT_EQ(16u, LimitOf(id, RLIMIT_NOFILE));
+  // Of time in all: what it has used, and what the request may.
+  EXPECT_GE(LimitOf(id, RLIMIT_CPU), 5u);
+  EXPECT_LE(LimitOf(id, RLIMIT_CPU), 60u);
+  if (!kIsConfined) return;
+  EXPECT_TRUE(Says(id, "Seccomp:\t2"));
+  EXPECT_EQ(settings.limits.addressBytes, LimitOf(id, RLIMIT_AS));
 }
 
 TEST(Children, ThatAbortOrTalkNonsenseFailTheirRequestAlone) {

@@ -1,6 +1,5 @@
 #include "test_worker.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
