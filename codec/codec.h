@@ -25,6 +25,9 @@ class ImageLibrary {
  public:
   ImageLibrary();
   ~ImageLibrary();
+  // Starts the library now, with all formats: what it needs of files is read then, and no file is opened later. Throws
+  // Failure.
+  void LoadAll();
   ImageLibrary(const ImageLibrary&) = delete;
   ImageLibrary& operator=(const ImageLibrary&) = delete;
 };

@@ -173,15 +173,6 @@ void PullStrips(const VImage& image, const photo::PixelBox& box, const Target& t
   }
 }
 
-// What decoders say when they are refused memory.
-bool IsAboutMemory(const std::string& message) {
-  for (const char* words : {"out of memory", "Out of memory", "nsufficient memory", "Memory allocation", "No space for",
-                            "Cannot allocate memory", "unable to create thread"}) {
-    if (message.find(words) != std::string::npos) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 Extent TurnedSize(const Extent& stored, const Turn& turn) {

@@ -81,6 +81,7 @@ std::vector<uint8_t> Encoder::Tiff() const {
 }
 
 photo::Failure EncodingFailure(const std::string& message) {
+  if (IsAboutMemory(message)) return MemoryFailure();
   return {photo::FailureCode::kOutOfMemory, "the picture cannot be encoded (" + message + ")"};
 }
 

@@ -62,6 +62,11 @@ ImageLibrary::~ImageLibrary() {
   if (isStarted) vips_shutdown();
 }
 
+void ImageLibrary::LoadAll() {
+  StartLibrary();
+  AddHeif();
+}
+
 void StartLibrary() {
   static std::once_flag once;
   std::call_once(once, Start);
@@ -89,6 +94,17 @@ bool HasMemory(int64_t bytes) {
   if (place == MAP_FAILED) return false;
   munmap(place, static_cast<size_t>(bytes));
   return true;
+}
+
+bool IsAboutMemory(const std::string& message) {
+  // Threads are refused where there is no room for their stacks. The C library's words for that are those for any
+  // shortage, such as of processes: it passes too, and is none of the picture's faults.
+  for (const char* words : {"out of memory", "Out of memory", "nsufficient memory", "Memory allocation", "No space for",
+                            "Cannot allocate memory", "unable to create thread", "creating thread",
+                            "Resource temporarily unavailable"}) {
+    if (message.find(words) != std::string::npos) return true;
+  }
+  return false;
 }
 
 photo::Failure MemoryFailure() {

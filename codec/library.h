@@ -24,6 +24,9 @@ void AddHeif();
 // True when that much memory can be had now. Nothing stays taken.
 bool HasMemory(int64_t bytes);
 
+// True for what the library and its decoders say when they are refused memory or threads.
+bool IsAboutMemory(const std::string& message);
+
 photo::Failure MemoryFailure();
 
 // The library collects what it has to say in one place of the process, where the words on one file could be taken for

@@ -6,6 +6,7 @@ build_packages=(
   libxnnpack-dev libpthreadpool-dev libflatbuffers-dev flatbuffers-compiler # engine and nn
   libvips-dev libcli11-dev nlohmann-json3-dev                               # photo, codec, cli
   libboost-dev                                                              # server
+  libseccomp-dev                                                            # server/children
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)

@@ -14,9 +14,9 @@ using namespace qx::test;
 using vips::VImage;
 
 // What the program of its own answers that reads the file with so many megabytes more than it starts with.
-std::pair<int, std::string> AnswerWith(int megabytes, const std::filesystem::path& file) {
+std::pair<int, std::string> AnswerWith(int megabytes, const std::filesystem::path& file, const std::string& word = "") {
   const std::string command =
-      std::string(QX_READ_UNDER_LIMIT) + " '" + file.native() + "' " + std::to_string(megabytes) + " 2>&1";
+      std::string(QX_READ_UNDER_LIMIT) + " '" + file.native() + "' " + std::to_string(megabytes) + " " + word + " 2>&1";
   FILE* const pipe = popen(command.c_str(), "r");
   char text[512];
   const std::string said(text, fread(text, 1, sizeof text, pipe));
@@ -49,6 +49,11 @@ TEST(CodecMemory, ShortMemoryIsNeverTakenForDamage) {
       ++(answer == 0 ? pictures : shortOnes);
     }
     EXPECT_TRUE(pictures > 0 && shortOnes > 0) << name;
+    // Too little for a thread's stack is short memory as well.
+    for (const int megabytes : {2, 4, 6, 8, 12, 16}) {
+      const auto [answer, said] = AnswerWith(megabytes, folder / name, "write");
+      EXPECT_TRUE(answer == 1 || (answer == 0 && said == expected)) << name << " " << megabytes << ": " << said;
+    }
   }
 }
 
