@@ -131,7 +131,9 @@ async function result(photo, what, query, accept, signal) {
 }
 
 async function sheet(request, query, signal) {
-  const fields = readForm(await bodyOf(request), request.headers["content-type"] ?? "");
+  const body = await bodyOf(request);
+  const type = request.headers["content-type"] ?? "";
+  const fields = type.startsWith("multipart/") ? readForm(body, type) : [{ name: "photo", bytes: body }];
   const copies = fields.filter((field) => field.name === "copies").map((field) => Number(String(field.bytes)));
   const output = join(folder, `${randomUUID()}.jpg`);
   const inputs = [];
@@ -165,6 +167,7 @@ async function answer(request, signal) {
     presets ||= (await run(["presets", "--json"])).out;
     return { type: "application/json", body: presets };
   }
+  if (room === "openapi.json") return { type: "application/json", body: "{}" };
   if (room === "sheet") return sheet(request, searchParams, signal);
   if (room === "photos" && !id && request.method === "POST") return keep(request);
   const photo = photos.get(id);

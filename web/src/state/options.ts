@@ -33,11 +33,12 @@ export const ranges: readonly RangeOption[] = [
   range("position", "offset-x", -30, 30, 0.5, 0, "%"),
   range("position", "offset-y", -30, 30, 0.5, 0, "%"),
   range("position", "turn", -15, 15, 0.5, 0, "°"),
-  range("light", "brightness", -100, 100, 1),
-  range("light", "contrast", -100, 100, 1),
-  range("light", "saturation", -100, 100, 1),
-  range("light", "white-balance", -100, 100, 1),
-  range("light", "sharpness", 0, 100, 1),
+  range("light", "brightness", -10, 10, 0.5),
+  range("light", "contrast", -10, 10, 0.5),
+  range("light", "saturation", -10, 10, 0.5),
+  range("light", "temperature", -10, 10, 0.5),
+  range("light", "tint", -10, 10, 0.5),
+  range("light", "sharpness", -10, 10, 0.5),
   range("retouch", "skin", 0, 5, 0.5),
   range("retouch", "tone", 0, 10, 1),
   range("retouch", "eyes", -10, 10, 1),
@@ -49,7 +50,7 @@ const byName = new Map(ranges.map((option) => [option.name, option]));
 
 const others: Settings = {
   preset: "", background: "", person: 0, pair: false, beauty: "", detail: false, "no-straighten": false,
-  "keep-rim": false, child: false, relax: false, "max-kb": 0, type: "image/jpeg",
+  "white-balance": "keep", "keep-rim": false, child: false, relax: false, "max-kb": 0, type: "image/jpeg",
 };
 
 export function rangeOption(name: string): RangeOption {
@@ -93,7 +94,8 @@ export function allowed(settings: Settings, preset: Preset | undefined): Setting
   if (!preset) return settings;
   return Object.fromEntries(Object.entries(settings).filter(([name, value]) => {
     if (name === "background") return preset.background_change_allowed || value === "keep";
-    const retouches = byName.get(name)?.group === "retouch" || name === "beauty" || name === "detail";
+    const group = byName.get(name)?.group;
+    const retouches = group === "retouch" || group === "light" || ["beauty", "detail", "white-balance"].includes(name);
     return preset.retouching_allowed || !retouches;
   }));
 }
@@ -103,7 +105,9 @@ export function queryOf(settings: Settings, preset?: Preset): Query {
   return pairs(preset?.persons === 2 ? { ...kept, pair: true } : kept);
 }
 
-export function queryBefore(settings: Settings, preset?: Preset): Query {
-  const cut = Object.fromEntries(Object.entries(settings).filter(([name]) => cutting.has(name)));
-  return queryOf({ ...cut, background: "keep" }, preset);
+/** The cut alone, with the photograph's own background or with the new one. */
+export function queryBefore(settings: Settings, preset: Preset | undefined, keep: boolean): Query {
+  const wanted = (name: string): boolean => cutting.has(name) || (!keep && name === "background");
+  const cut = Object.fromEntries(Object.entries(settings).filter(([name]) => wanted(name)));
+  return queryOf(keep ? { ...cut, background: "keep" } : cut, preset);
 }

@@ -7,7 +7,8 @@ import { Choice, Fold, Slider, Switch } from "./fields";
 import { Swatch } from "./swatch";
 
 function Sliders({ group }: { group: Group }) {
-  return <>{ranges.filter((option) => option.group === group).map((option) => <Slider key={option.name} name={option.name} />)}</>;
+  const { offers } = useStudio();
+  return <>{ranges.filter((option) => option.group === group && offers(option.name)).map((option) => <Slider key={option.name} name={option.name} />)}</>;
 }
 
 /** The two ends of `gradient:TOP-BOTTOM`, or null where another background is set. */
@@ -66,6 +67,12 @@ function Background({ preset }: { preset: Preset }) {
   return <><BackgroundChoice preset={preset} /><Switch name="keep-rim" label="background.rim" /></>;
 }
 
+function Light({ preset }: { preset: Preset }) {
+  const { text } = useStudio();
+  if (!preset.retouching_allowed) return <p class="reason">{text.say("light.forbidden", { authority: preset.authority })}</p>;
+  return <><Switch name="white-balance" label="light.balance" on="auto" off="keep" /><Sliders group="light" /></>;
+}
+
 function Retouching({ preset }: { preset: Preset }) {
   const { text } = useStudio();
   if (!preset.retouching_allowed) return <p class="reason">{text.say("retouch.forbidden", { authority: preset.authority })}</p>;
@@ -100,10 +107,10 @@ export function AdjustPanel({ preset }: { preset: Preset | undefined }) {
             {text.say("position.centre")}
           </button>
         )}
-        <Switch name="no-straighten" label="position.straighten" inverted />
+        <Switch name="no-straighten" label="position.straighten" on={false} off={true} />
         <Switch name="relax" label="position.relax" />
       </Fold>
-      <Fold title={text.say("light.title")}><Sliders group="light" /></Fold>
+      <Fold title={text.say("light.title")}><Light preset={preset} /></Fold>
       <Fold title={text.say("retouch.title")}><Retouching preset={preset} /></Fold>
     </section>
   );

@@ -26,7 +26,7 @@ function Header({ language, onLanguage, onCamera }: { language: Language; onLang
   return (
     <header class="bar">
       <a class="unseen" href="#stage">{text.say("app.skip")}</a>
-      <span class="brand"><svg viewBox="0 0 32 32" aria-hidden="true"><rect x="5" y="2" width="22" height="28" rx="4" /><circle cx="16" cy="13" r="5" /><path d="M7.500 28a8.500 8.500 0 0 1 17 0z" /></svg>idphoto</span>
+      <span class="brand"><svg viewBox="0 0 32 32" aria-hidden="true"><rect x="5" y="2" width="22" height="28" rx="4" /><circle cx="16" cy="13" r="5" /><path d="M7.5 28a8.5 8.5 0 0 1 17 0z" /></svg>idphoto</span>
       <div class="tools">
         {history && (
           <>
@@ -62,7 +62,7 @@ function Workplace() {
       <Stage result={result} preset={preset} />
       <nav class="panels">
         {panels.map((one) => (
-          <button key={one} type="button" aria-pressed={one === panel} onClick={() => setPanel(one)}>{text.say(`${one}.title`)}</button>
+          <button key={one} type="button" aria-pressed={one === panel} onClick={() => setPanel(one)}>{text.say(one === "download" ? "download.short" : `${one}.title`)}</button>
         ))}
       </nav>
       <div class="left">
@@ -100,12 +100,15 @@ export function App() {
   const [language, setLanguage] = useState(() => preferredLanguage(navigator.languages));
   const [camera, setCamera] = useState(false);
   const client = useMemo(() => new Client(), []);
+  const [known, setKnown] = useState<ReadonlySet<string> | null>(null);
+  const offers = (option: string): boolean => known === null || known.has(option);
   const text = useMemo(() => new Text(language), [language]);
   useEffect(() => { document.documentElement.lang = language; }, [language]);
   useEffect(() => {
     if (presets.length > 0 || !state.online) return;
-    client.presets().then((all) => {
+    Promise.all([client.presets(), client.options()]).then(([all, options]) => {
       setPresets(all);
+      setKnown(options);
       dispatch({ do: "document", preset: likelyDocument(all, navigator.languages) });
     }, () => dispatch({ do: "online", online: false }));
   }, [state.online]);
@@ -113,7 +116,7 @@ export function App() {
   useConnection(state.online, dispatch, client);
   useUndoKeys(dispatch);
   return (
-    <StudioContext.Provider value={{ state, dispatch, client, presets, text }}>
+    <StudioContext.Provider value={{ state, dispatch, client, presets, offers, text }}>
       <Header language={language} onLanguage={setLanguage} onCamera={() => setCamera(true)} />
       {!state.online && <p class="offline" role="alert">{text.say("app.offline")}</p>}
       {state.photos.length === 0 ? <main class="empty"><Start onCamera={() => setCamera(true)} /></main> : <Workplace />}

@@ -17,7 +17,9 @@ function DocumentSearch({ preset }: { preset: Preset | undefined }) {
   const [active, setActive] = useState(0);
   const open = typed !== null;
   const hits = useMemo(() => (open ? search(presets, typed, allTexts) : []), [open, typed, presets]);
-  const name = (one: Preset): string => `${text.country(one)} · ${text.documentTitle(one)}`;
+  // An English title names its country.
+  const name = (one: Preset): string =>
+    text.documentTitle(one) === one.title ? one.title : `${text.country(one)} · ${text.documentTitle(one)}`;
 
   const choose = (one: Preset | undefined): void => {
     if (one) dispatch({ do: "document", preset: one.name });

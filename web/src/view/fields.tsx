@@ -1,6 +1,6 @@
 import type { ComponentChildren } from "preact";
 import { useId } from "preact/hooks";
-import { defaultOf, rangeOption, valueOf } from "../state/options";
+import { defaultOf, rangeOption, valueOf, type Value } from "../state/options";
 import { currentSettings } from "../state/reducer";
 import type { Key } from "../text/english";
 import { useStudio } from "../work/studio";
@@ -27,14 +27,16 @@ export function Slider({ name }: { name: string }) {
   );
 }
 
-/** A switch of one option; `inverted` where the option takes away what the switch gives. */
-export function Switch({ name, label, inverted = false }: { name: string; label: Key; inverted?: boolean }) {
-  const { state, dispatch, text } = useStudio();
-  const on = valueOf<boolean>(currentSettings(state), name) !== inverted;
+interface SwitchProps { name: string; label: Key; on?: Value; off?: Value }
+
+/** A switch between two values of one option. */
+export function Switch({ name, label, on = true, off = false }: SwitchProps) {
+  const { state, dispatch, offers, text } = useStudio();
+  if (!offers(name)) return null;
   return (
     <label class="switch">
-      <input type="checkbox" role="switch" checked={on}
-        onChange={(event) => dispatch({ do: "set", name, value: event.currentTarget.checked !== inverted })} />
+      <input type="checkbox" role="switch" checked={valueOf<Value>(currentSettings(state), name) === on}
+        onChange={(event) => dispatch({ do: "set", name, value: event.currentTarget.checked ? on : off })} />
       <span>{text.say(label)}</span>
     </label>
   );

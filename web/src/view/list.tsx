@@ -38,7 +38,7 @@ function Item({ photo }: { photo: Photo }) {
     <li>
       <button type="button" class="item" aria-current={photo.key === state.current ? "true" : undefined}
         onClick={() => dispatch({ do: "show", key: photo.key })}>
-        <img src={url} alt="" loading="lazy" onError={(event) => { event.currentTarget.hidden = true; }} />
+        <span class="thumb">{url && <img src={url} alt="" onError={() => setUrl("")} />}</span>
         <span class="name">{photo.name}</span>
         <span class={`word ${"kind" in shown ? shown.kind : ""}`}>{"icon" in shown && <Icon name={shown.icon} />}{shown.word}</span>
       </button>

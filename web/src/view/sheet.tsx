@@ -6,11 +6,17 @@ import { bytesOf, save } from "../files/files";
 import { pdfOf } from "../files/pdf";
 import { queryOf } from "../state/options";
 import type { Photo } from "../state/reducer";
+import type { Text } from "../text/text";
 import { printPicture } from "../work/printing";
 import { useStudio } from "../work/studio";
 import { Dialog } from "./dialog";
 
 const papers = ["4x6", "5x7", "3.5x5", "6x8", "8x10", "10x15cm", "13x18cm", "A6", "A5", "A4", "letter"];
+
+function paperName(paper: string, text: Text): string {
+  const size = paper.replace("x", " × ").replace("cm", " cm");
+  return /^[\d.]+x[\d.]+$/.test(paper) ? text.say("sheet.inches", { size }) : size === "letter" ? "Letter" : size;
+}
 
 /** The finished pictures of the photographs on the sheet, made when they are wanted. */
 function useItems(copies: ReadonlyMap<number, number>): { items: SheetItem[]; problem: Problem | null } {
@@ -104,7 +110,7 @@ export function Sheet({ photo, preset, onClose }: { photo: Photo; preset: Preset
         <div class="sheet-settings">
           <label class="number"><span>{text.say("sheet.paper")}</span>
             <select value={paper} onChange={(event) => setPaper(event.currentTarget.value)}>
-              {papers.map((one) => <option key={one} value={one}>{one.replace("x", " × ").replace("cm", " cm")}</option>)}
+              {papers.map((one) => <option key={one} value={one}>{paperName(one, text)}</option>)}
             </select>
           </label>
           <Millimetres label={text.say("sheet.margin")} value={margin} onChange={setMargin} />

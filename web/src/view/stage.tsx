@@ -19,7 +19,10 @@ function Marks({ result, preset }: { result: Result; preset: Preset }) {
   return (
     <svg class="marks" aria-hidden="true">
       {bands.map((band) => (
-        <rect key={band.name} class={band.name} x="0" width="100%" y={percent(band.from)} height={percent(band.to - band.from)} />
+        <g key={band.name} class={band.name}>
+          <rect class="reach" width="100%" y={percent(band.from)} height={percent(band.to - band.from)} />
+          <rect class="edge" x="100%" width="8" transform="translate(-8)" y={percent(band.from)} height={percent(band.to - band.from)} />
+        </g>
       ))}
       {lines.map((line) => (
         <g key={line.name} class={line.passed ? undefined : "fail"}>
@@ -94,8 +97,8 @@ export function Stage({ result, preset }: { result: Result; preset: Preset | und
               style={{ transform: placeNow(result.shown.settings, settings) ?? "" }} />)}
         {preset && result.shown && (measures || move) && <Marks result={result} preset={preset} />}
         {!result.shown && !problem && <div class="placeholder" />}
+        <p class="status" role="status">{status}</p>
       </div>
-      <p class="status" role="status">{status}</p>
       {problem && photo && <ProblemBox problem={problem} photo={photo} />}
       <div class="toggles">
         <Toggle icon="measures" label="stage.measures" on={measures} onChange={setMeasures} />

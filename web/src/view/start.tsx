@@ -9,7 +9,7 @@ export function Start({ onCamera }: { onCamera: () => void }) {
     <section class="start" aria-labelledby="start-title">
       <svg class="sample" viewBox="0 0 70 90" aria-hidden="true">
         <rect width="70" height="90" rx="5" />
-        <path d="M9 90c0-17 9-24 26-24s26 7 26 24zM35 18c-10 0-15.500 8-15.500 18.500C19.500 49 27 58 35 58s15.500-9 15.500-21.500C50.500 26 45 18 35 18Z" />
+        <path d="M9 90c0-14 7-19.5 20-22v-12h12v12c13 2.5 20 8 20 22zM35 18c-10 0-15.5 8-15.5 18.5C19.5 49 27 58 35 58s15.5-9 15.5-21.5C50.5 26 45 18 35 18Z" />
         <path class="rule" d="M0 18h70M0 58h70" />
       </svg>
       <h1 id="start-title">{text.say("start.title")}</h1>

@@ -11,6 +11,8 @@ export interface Studio {
   dispatch: (action: Action) => void;
   client: Client;
   presets: readonly Preset[];
+  /** Whether the service knows an option; a control for one that it does not know would only fail. */
+  offers: (option: string) => boolean;
   text: Text;
 }
 

@@ -60,8 +60,8 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
     const controller = new AbortController();
     checks.current = controller;
     const { id, query: asked, key } = question;
-    Promise.all([client.check(id, asked, controller.signal), client.report(id, asked, controller.signal)]).then(
-      ([check, report]) => {
+    client.findings(id, asked, controller.signal).then(
+      ({ check, report }) => {
         if (controller.signal.aborted) return;
         setResult((old) => ({ ...old, check, report }));
         dispatch({ do: "checked", key, check });
@@ -100,15 +100,18 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
 export function useBefore(studio: Studio, preset: Preset | undefined, wanted: boolean): string | null {
   const [url, setUrl] = useState<string | null>(null);
   const photo = currentPhoto(studio.state);
-  const query = queryBefore(currentSettings(studio.state), preset);
+  const query = queryBefore(currentSettings(studio.state), preset, true);
+  const plain = queryBefore(currentSettings(studio.state), preset, false);
   const id = photo?.kept?.id;
   useEffect(() => {
     if (!wanted || !id) return setUrl(null);
     const controller = new AbortController();
+    // Where the photograph ends within the cut its own background cannot be shown.
     studio.client.picture(id, query, "image/jpeg", controller.signal)
+      .catch(() => studio.client.picture(id, plain, "image/jpeg", controller.signal))
       .then((blob) => setUrl(URL.createObjectURL(blob)), () => undefined);
     return () => controller.abort();
-  }, [wanted, id, queryString(query)]);
+  }, [wanted, id, queryString(query), queryString(plain)]);
   useEffect(() => () => { if (url) URL.revokeObjectURL(url); }, [url]);
   return url;
 }
