@@ -148,7 +148,7 @@ export const english = {
   "download.short": "Save",
   "download.format": "File format",
   "download.maxKb": "At most kB",
-  "download.picture": "Download picture",
+  "download.picture": "Download",
   "download.facts": "{width} × {height} pixels, {dpi} dpi, {kb} kB",
   "download.sheet": "Print sheet …",
 

@@ -149,7 +149,7 @@ export const german: Record<Key, string> = {
   "download.short": "Sichern",
   "download.format": "Dateiformat",
   "download.maxKb": "Höchstens kB",
-  "download.picture": "Bild herunterladen",
+  "download.picture": "Herunterladen",
   "download.facts": "{width} × {height} Pixel, {dpi} dpi, {kb} kB",
   "download.sheet": "Druckbogen …",
 

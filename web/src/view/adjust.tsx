@@ -17,6 +17,10 @@ function gradientOf(background: string): [string, string] | null {
   return match ? [match[1]!, match[2]!] : null;
 }
 
+function capital(word: string): string {
+  return word.charAt(0).toUpperCase() + word.slice(1);
+}
+
 function ColourField({ label, value, onChange }: { label: string; value: string; onChange: (colour: string) => void }) {
   return (
     <label class="colour"><span>{label}</span>
@@ -43,7 +47,7 @@ function BackgroundChoice({ preset }: { preset: Preset }) {
     <fieldset class="grounds">
       <legend class="unseen">{text.say("background.title")}</legend>
       {own && radio("", text.say("background.own", { colour: text.colour(own) }), value === "", own)}
-      {others.map((colour) => radio(colour, text.colour(colour), value === colour, colour))}
+      {others.map((colour) => radio(colour, capital(text.colour(colour)), value === colour, colour))}
       {radio("gradient:#dfe8f0-#ffffff", text.say("background.gradient"), !!gradient, gradient?.[0] ?? "#dfe8f0", gradient?.[1] ?? "#ffffff")}
       {gradient && (
         <div class="ends">

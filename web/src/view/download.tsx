@@ -23,20 +23,22 @@ export function DownloadPanel({ result, preset, onSheet }: DownloadProps) {
   return (
     <section class="download" aria-labelledby="download-title">
       <h2 id="download-title">{text.say("download.title")}</h2>
+      {shown && preset && (
+        <p class="soft">
+          {text.say("download.facts", { width: String(preset.width_px), height: String(preset.height_px), dpi: String(preset.dpi), kb: shown.blob.size / 1000 })}
+        </p>
+      )}
       <div class="row">
         <Choice name="type" label="download.format" values={[["image/jpeg", "JPEG"], ["image/png", "PNG"]]} />
         {type === "image/jpeg" && <NumberField name="max-kb" label="download.maxKb" least={1} most={50000} />}
       </div>
-      <button type="button" class="primary" disabled={!ready}
-        onClick={() => { if (shown && photo && preset) save(shown.blob, fileName(photo.name, preset, type)); }}>
-        <Icon name="download" />{text.say("download.picture")}
-      </button>
-      <button type="button" disabled={!ready} onClick={onSheet}>{text.say("download.sheet")}</button>
-      {shown && preset && (
-        <p class="soft facts-line">
-          {text.say("download.facts", { width: String(preset.width_px), height: String(preset.height_px), dpi: String(preset.dpi), kb: shown.blob.size / 1000 })}
-        </p>
-      )}
+      <div class="finish">
+        <button type="button" class="primary" disabled={!ready}
+          onClick={() => { if (shown && photo && preset) save(shown.blob, fileName(photo.name, preset, type)); }}>
+          <Icon name="download" />{text.say("download.picture")}
+        </button>
+        <button type="button" disabled={!ready} onClick={onSheet}>{text.say("download.sheet")}</button>
+      </div>
     </section>
   );
 }

@@ -27,7 +27,7 @@ function Marks({ result, preset }: { result: Result; preset: Preset }) {
       {lines.map((line) => (
         <g key={line.name} class={line.passed ? undefined : "fail"}>
           <line x1="0" x2="100%" y1={percent(line.y)} y2={percent(line.y)} />
-          <text x="8" y={percent(line.y)} dy="-5">{text.say(`measure.${line.name}`)}</text>
+          <text class={line.name} x={line.name === "top" ? "100%" : "0"} y={percent(line.y)} dx={line.name === "top" ? -14 : 8} dy="-5">{text.say(`measure.${line.name}`)}</text>
         </g>
       ))}
     </svg>
@@ -59,8 +59,8 @@ function Compare({ before, after, divide, onDivide }: { before: string; after: s
       <img src={after} alt={text.say("stage.afterShort")} draggable={false} />
       <img class="before" src={before} alt={text.say("stage.before")} draggable={false} style={{ clipPath: `inset(0 ${100 - divide}% 0 0)` }} />
       <div class="divider" style={{ left: `${divide}%` }} aria-hidden="true" />
-      <span class="tag left" aria-hidden="true">{text.say("stage.beforeShort")}</span>
-      <span class="tag right" aria-hidden="true">{text.say("stage.afterShort")}</span>
+      <span class="tag first" aria-hidden="true">{text.say("stage.beforeShort")}</span>
+      <span class="tag last" aria-hidden="true">{text.say("stage.afterShort")}</span>
       <input type="range" min="0" max="100" value={divide} aria-label={text.say("stage.divider")}
         onInput={(event) => onDivide(event.currentTarget.valueAsNumber)} />
     </>
