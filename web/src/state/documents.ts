@@ -5,7 +5,7 @@ function plain(text: string): string {
   return text.normalize("NFD").replace(/\p{M}/gu, "").toLowerCase();
 }
 
-/** The documents whose country, title or name holds all words typed; those whose country begins with them come first. */
+/** The documents whose country, title or name holds all words typed; those whose country or title begins with them come first. */
 export function search(presets: readonly Preset[], typed: string, texts: readonly Text[]): Preset[] {
   const words = plain(typed).split(/\s+/).filter(Boolean);
   const first = words[0] ?? "";
@@ -14,7 +14,9 @@ export function search(presets: readonly Preset[], typed: string, texts: readonl
     const countries = [...texts.map((text) => text.country(preset)), preset.country_name ?? ""].map(plain);
     const all = plain([...countries, ...texts.map((text) => text.documentTitle(preset)), preset.title, preset.name].join(" "));
     if (!words.every((word) => all.includes(word))) return [];
-    const rank = preset.country?.toLowerCase() === first ? 0 : countries.some((name) => name.startsWith(first)) ? 1 : 2;
+    const names = [...countries, plain(preset.title)];
+    const rank = preset.country?.toLowerCase() === first ? 0 : names.some((name) => name.startsWith(words.join(" "))) ? 1
+      : countries.some((name) => name.startsWith(first)) ? 2 : 3;
     return [{ preset, rank, index }];
   });
   return hits.sort((one, two) => one.rank - two.rank || one.index - two.index).map((hit) => hit.preset);

@@ -25,7 +25,7 @@ function Header({ language, onLanguage, onCamera }: { language: Language; onLang
   const history = currentPhoto(state)?.history;
   return (
     <header class="bar">
-      <a class="unseen" href="#stage">{text.say("app.skip")}</a>
+      {history && <a class="unseen" href="#stage">{text.say("app.skip")}</a>}
       <span class="brand"><svg viewBox="0 0 32 32" aria-hidden="true"><rect x="5" y="2" width="22" height="28" rx="4" /><circle cx="16" cy="13" r="5" /><path d="M7.5 28a8.5 8.5 0 0 1 17 0z" /></svg>idphoto</span>
       <div class="tools">
         {history && (

@@ -88,7 +88,8 @@ export function Stage({ result, preset }: { result: Result; preset: Preset | und
   const problem = photo?.problem ?? result.problem;
   const style = { aspectRatio: String(shape), width: `min(100%, calc(var(--stage-height) * ${shape}))` };
   return (
-    <section class="stage" id="stage" aria-label={text.say("stage.alt", { name: photo?.name ?? "" })}>
+    <section class="stage" id="stage" aria-labelledby="stage-title">
+      <h1 id="stage-title" class="unseen">{text.say("stage.alt", { name: photo?.name ?? "" })}</h1>
       <div ref={frame} class={move ? "frame moving" : "frame"} style={style} tabIndex={0} role="group" aria-label={text.say("stage.label")}
         aria-busy={status !== ""} {...placing}>
         {result.shown && (compare && before
