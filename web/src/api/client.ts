@@ -56,10 +56,14 @@ export class Client {
     return this.blob(`/v1/photos/${id}/preview?${queryString(query)}`, "image/jpeg", signal);
   }
 
+  async report(id: string, query: Query, signal?: AbortSignal): Promise<Report & { check?: Check }> {
+    return (await this.ask(`/v1/photos/${id}/result?${queryString(query)}`, { headers: { Accept: "application/json" }, signal })).json();
+  }
+
   /** How the picture was made, and what a check of it finds. */
   async findings(id: string, query: Query, signal?: AbortSignal): Promise<Findings> {
     const init = { headers: { Accept: "application/json" }, signal };
-    const report = (await (await this.ask(`/v1/photos/${id}/result?${queryString(query)}`, init)).json()) as Report & { check?: Check };
+    const report = await this.report(id, query, signal);
     const check = report.check ?? ((await (await this.ask(`/v1/photos/${id}/check?${queryString(query)}`, init)).json()) as Check);
     return { report, check };
   }

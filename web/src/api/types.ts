@@ -67,6 +67,9 @@ export interface Report {
   quality?: number;
   straightened_degrees?: number;
   enlargement?: number;
+  /** Where the head stands, as far as it was placed by a face. */
+  top_mm?: number;
+  eyes_mm?: number;
   remarks: string[];
   reasons: string[];
 }

@@ -2,7 +2,7 @@ import type { Measure, Preset } from "../api/types";
 import type { Problem } from "../api/problem";
 import { english, type Key } from "./english";
 import { german } from "./german";
-import { germanDocuments, germanMeasures } from "./german_measures";
+import { englishTitles, germanDocuments, germanMeasures } from "./measures";
 
 export type Language = "en" | "de";
 export const languages: Readonly<Record<Language, string>> = { en: "English", de: "Deutsch" };
@@ -62,7 +62,8 @@ export class Text {
   }
 
   measureTitle(measure: Measure): string {
-    return (this.language === "de" && germanMeasures[measure.id]?.[0]) || measure.title;
+    const own = this.language === "de" ? germanMeasures[measure.id]?.[0] : englishTitles[measure.id];
+    return own || measure.title;
   }
 
   advice(measure: Measure): string {

@@ -8,6 +8,10 @@ import { Swatch } from "./swatch";
 
 const allTexts = [new Text("en"), new Text("de")];
 
+function sizeText(preset: Preset): string {
+  return preset.size.replace("x", " × ").replace(/(mm|px)$/, " $1");
+}
+
 /** The document, chosen by typing its country (the combobox pattern of the ARIA practices). */
 function DocumentSearch({ preset }: { preset: Preset | undefined }) {
   const { presets, dispatch, text } = useStudio();
@@ -57,7 +61,7 @@ function DocumentSearch({ preset }: { preset: Preset | undefined }) {
           <li key={one.name} id={`${id}-${index}`} role="option" aria-selected={index === active}
             onPointerDown={(event) => event.preventDefault()} onClick={() => choose(one)}>
             <strong>{text.country(one)}</strong> <span>{text.documentTitle(one)}</span>
-            <small>{one.size.replace("x", " × ")}</small>
+            <small>{sizeText(one)}</small>
           </li>
         ))}
       </ul>
@@ -69,14 +73,13 @@ function DocumentSearch({ preset }: { preset: Preset | undefined }) {
 /** What the document asks for, in short. */
 export function DocumentPanel({ preset }: { preset: Preset | undefined }) {
   const { text } = useStudio();
-  const size = (preset?.size ?? "").replace("x", " × ").replace(/(mm|px)$/, " $1");
   return (
     <section class="document" aria-labelledby="document-title">
       <h2 id="document-title">{text.say("document.title")}</h2>
       <DocumentSearch preset={preset} />
       {preset && (
         <dl class="facts">
-          <div><dt>{text.say("document.size")}</dt><dd>{size}, {text.say(preset.kind === "print" ? "document.print" : "document.file")}</dd></div>
+          <div><dt>{text.say("document.size")}</dt><dd>{sizeText(preset)}, {text.say(preset.kind === "print" ? "document.print" : "document.file")}</dd></div>
           {preset.head && <div><dt>{text.say("document.head")}</dt><dd>{preset.head.published.replace("-", "–").replace(/(mm|%|px)$/, " $1")}</dd></div>}
           <div><dt>{text.say("document.background")}</dt><dd class="colours">
             {preset.backgrounds.map((colour) => <Swatch key={colour} colour={colour} />)}

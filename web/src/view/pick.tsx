@@ -15,6 +15,12 @@ function Pick({ label, primary, folder }: PickProps) {
       <Icon name={folder ? "folder" : "photo"} />
       <span>{label}</span>
       <input ref={input} type="file" class="unseen" multiple accept={folder ? undefined : "image/*,.heic,.heif"}
+        onKeyDown={(event) => {
+          // It looks like a button, so it is pressed like one; browsers open the dialogue by the space bar alone.
+          if (event.key !== "Enter") return;
+          event.preventDefault();
+          event.currentTarget.click();
+        }}
         onChange={(event) => {
           dispatch({ do: "add", files: chosen(event.currentTarget.files) });
           // The same file again is a change too.

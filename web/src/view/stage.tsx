@@ -78,7 +78,7 @@ export function Stage({ result, preset }: { result: Result; preset: Preset | und
   const [compare, setCompare] = useState(false);
   const [move, setMove] = useState(false);
   const [divide, setDivide] = useState(50);
-  const before = useBefore(studio, preset, compare);
+  const before = useBefore(studio, preset, compare ? result.report : null);
   const placing = usePlacing(frame, !compare && !!result.shown);
   useEffect(() => setCompare(false), [photo?.key]);
 

@@ -96,22 +96,30 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
   return result;
 }
 
+/** Whether two pictures show the head at the same place, so that a divider between them tears no face. */
+function sameCut(one: Report, two: Report): boolean {
+  const near = (a = 0, b = 0): boolean => Math.abs(a - b) <= 0.1;
+  return near(one.top_mm, two.top_mm) && near(one.eyes_mm, two.eyes_mm);
+}
+
 /** The picture before everything but its cut, while it is wanted; the address of its bytes. */
-export function useBefore(studio: Studio, preset: Preset | undefined, wanted: boolean): string | null {
+export function useBefore(studio: Studio, preset: Preset | undefined, report: Report | null): string | null {
   const [url, setUrl] = useState<string | null>(null);
   const photo = currentPhoto(studio.state);
   const query = queryBefore(currentSettings(studio.state), preset, true);
   const plain = queryBefore(currentSettings(studio.state), preset, false);
   const id = photo?.kept?.id;
   useEffect(() => {
-    if (!wanted || !id) return setUrl(null);
+    if (!report || !id) return;
     const controller = new AbortController();
-    // Where the photograph ends within the cut its own background cannot be shown.
-    studio.client.picture(id, query, "image/jpeg", controller.signal)
-      .catch(() => studio.client.picture(id, plain, "image/jpeg", controller.signal))
+    const { client } = studio;
+    // Where the photograph ends within the cut, its own background cannot be shown, or only in another cut.
+    client.report(id, query, controller.signal)
+      .then((kept) => client.picture(id, sameCut(kept, report) ? query : plain, "image/jpeg", controller.signal))
+      .catch(() => client.picture(id, plain, "image/jpeg", controller.signal))
       .then((blob) => setUrl(URL.createObjectURL(blob)), () => undefined);
     return () => controller.abort();
-  }, [wanted, id, queryString(query), queryString(plain)]);
+  }, [report, id, queryString(query), queryString(plain)]);
   useEffect(() => () => { if (url) URL.revokeObjectURL(url); }, [url]);
   return url;
 }

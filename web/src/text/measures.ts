@@ -1,26 +1,26 @@
-/** Title and advice of each measure of a check. In English the service's own words are shown. */
+/** Title and advice of each measure of a check. In English the service's own advice is shown. */
 export const germanMeasures: Readonly<Record<string, readonly [title: string, advice: string]>> = {
-  UnderExposurePrevention: ["Zu dunkle Teile des Gesichts", "Zu dunkel: mehr Licht von vorn oder länger belichten."],
-  OverExposurePrevention: ["Überbelichtete Teile des Gesichts", "Teile des Gesichts sind rein weiß: weicheres oder weniger Licht."],
-  DynamicRange: ["Umfang der Tonwerte", "Das Gesicht hat kaum Kontrast: mehr Licht."],
+  UnderExposurePrevention: ["Keine zu dunklen Teile im Gesicht", "Zu dunkel: mehr Licht von vorn oder länger belichten."],
+  OverExposurePrevention: ["Keine überbelichteten Teile im Gesicht", "Teile des Gesichts sind rein weiß: weicheres oder weniger Licht."],
+  DynamicRange: ["Genug Kontrast im Gesicht", "Das Gesicht hat kaum Kontrast: mehr Licht."],
   Sharpness: ["Schärfe", "Nicht scharf: auf die Augen scharf stellen und die Kamera ruhig halten."],
-  CompressionArtifacts: ["Spuren der Kompression", "Die Blöcke starker Kompression sind zu sehen: mit höherer Qualität speichern."],
+  CompressionArtifacts: ["Keine Spuren der Kompression", "Die Blöcke starker Kompression sind zu sehen: mit höherer Qualität speichern."],
   NaturalColour: ["Natürliche Hautfarbe", "Die Haut hat einen Farbstich: Tageslicht oder Weißabgleich."],
   SingleFacePresent: ["Nur ein Gesicht", "Ein weiteres Gesicht ist im Bild: allein fotografieren."],
   EyesOpen: ["Augen offen", "Die Augen wirken geschlossen: weit öffnen und in die Kamera schauen."],
-  EyeOpenness: ["Wie weit die Augen offen sind", "Die Augen wirken geschlossen: weit öffnen und in die Kamera schauen."],
+  EyeOpenness: ["Augen weit offen", "Die Augen wirken geschlossen: weit öffnen und in die Kamera schauen."],
   EyesVisible: ["Augen nicht verdeckt", ""],
   MouthOcclusionPrevention: ["Mund nicht verdeckt", ""],
   FaceOcclusionPrevention: ["Gesicht nicht verdeckt", ""],
   NoHeadCoverings: ["Keine Kopfbedeckung", ""],
-  InterEyeDistance: ["Abstand der Augen", "Das Gesicht hat zu wenig Pixel: näher heran oder eine bessere Kamera."],
+  InterEyeDistance: ["Gesicht mit genug Pixeln", "Das Gesicht hat zu wenig Pixel: näher heran oder eine bessere Kamera."],
   LeftwardCropOfTheFaceImage: ["Platz links", "Links im Bild ist mehr Platz nötig."],
   RightwardCropOfTheFaceImage: ["Platz rechts", "Rechts im Bild ist mehr Platz nötig."],
   MarginAboveOfTheFaceImage: ["Platz über den Augen", "Der Kopf ist oben abgeschnitten: über dem Haar Platz lassen."],
   MarginBelowOfTheFaceImage: ["Platz unter den Augen", "Das Kinn ist abgeschnitten: unten Platz lassen."],
-  HeadPoseYaw: ["Kopf zur Seite gedreht", "Abgewandt: gerade in die Kamera schauen, nichts vor dem Gesicht."],
-  HeadPosePitch: ["Kopf gehoben oder gesenkt", "Das Kinn weder heben noch senken."],
-  HeadPoseRoll: ["Kopf geneigt", "Den Kopf gerade halten."],
+  HeadPoseYaw: ["Kopf nicht zur Seite gedreht", "Abgewandt: gerade in die Kamera schauen, nichts vor dem Gesicht."],
+  HeadPosePitch: ["Kopf weder gehoben noch gesenkt", "Das Kinn weder heben noch senken."],
+  HeadPoseRoll: ["Kopf nicht geneigt", "Den Kopf gerade halten."],
   ExpressionNeutrality: ["Neutraler Ausdruck", "Nicht lächeln: das Gesicht entspannen und den Mund schließen."],
   GazeSideways: ["Blick in die Kamera", "Gerade in die Kamera schauen."],
   LipGap: ["Lippen geschlossen", "Den Mund schließen."],
@@ -37,6 +37,19 @@ export const germanMeasures: Readonly<Record<string, readonly [title: string, ad
   BackgroundLightness: ["Heller Hintergrund", "Der Hintergrund ist dunkel: eine helle Wand wählen oder beleuchten."],
   FaceCovered: ["Untere Gesichtshälfte frei", "Etwas verdeckt vielleicht das untere Gesicht, oder farbiges Licht."],
   ForeheadCovered: ["Stirn frei", "Die Stirn ist dunkel: Haar, Hut oder Schatten verdecken sie vielleicht."],
+};
+
+/** English titles that say what is asked for, where the service's own name what is measured. */
+export const englishTitles: Readonly<Record<string, string>> = {
+  UnderExposurePrevention: "No too dark parts in the face",
+  OverExposurePrevention: "No burnt-out parts in the face",
+  DynamicRange: "Enough contrast in the face",
+  CompressionArtifacts: "No traces of compression",
+  EyeOpenness: "Eyes wide open",
+  HeadPoseYaw: "Head not turned sideways",
+  HeadPosePitch: "Head neither raised nor lowered",
+  HeadPoseRoll: "Head not leaning",
+  InterEyeDistance: "Enough pixels in the face",
 };
 
 /** Words for the documents, by the last part of their names; where none fits, the list's own title stands. */
