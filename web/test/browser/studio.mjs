@@ -56,6 +56,8 @@ export function startBrowser() {
 /** Opens the page. `expected` lists what the browser may report, such as the status of a refusal that the test provokes. */
 export async function openPage(browser, address, { expected = [], ...options } = {}) {
   const context = await browser.newContext({ viewport: { width: 1280, height: 860 }, locale: "de-DE", acceptDownloads: true, ...options });
+  // Long enough for a machine that does much else; what passes takes a tenth of a second.
+  context.setDefaultTimeout(120_000);
   const page = await context.newPage();
   const faults = [];
   const note = (text) => { if (!expected.some((pattern) => pattern.test(text))) faults.push(text); };
