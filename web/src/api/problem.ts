@@ -1,0 +1,35 @@
+/** Why something was not done: a problem document of the service, or the page's own word for a lost connection. */
+export class Problem extends Error {
+  constructor(
+    /** HTTP status; 0 where no answer came. */
+    readonly status: number,
+    /** The service's code, such as `no_face`; `unreachable` where no answer came. */
+    readonly code: string,
+    readonly detail: string,
+  ) {
+    super(detail);
+  }
+
+  get unreachable(): boolean {
+    return this.status === 0;
+  }
+}
+
+/** Reads the problem out of an answer; proxies in between may have sent something else than a problem document. */
+export async function problemOf(answer: Response): Promise<Problem> {
+  let code = "";
+  let detail = "";
+  try {
+    const body = (await answer.json()) as { code?: unknown; detail?: unknown };
+    if (typeof body.code === "string") code = body.code;
+    if (typeof body.detail === "string") detail = body.detail;
+  } catch {
+    // No JSON: the status alone has to do.
+  }
+  return new Problem(answer.status, code || `status_${answer.status}`, detail || answer.statusText);
+}
+
+/** Whether a rejected promise was only a cancelled request. */
+export function isAbort(reason: unknown): boolean {
+  return reason instanceof DOMException && reason.name === "AbortError";
+}

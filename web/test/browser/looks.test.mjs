@@ -1,0 +1,68 @@
+// The page in both schemes and widths: nothing sticks out, axe finds nothing; SCREENSHOTS=FOLDER keeps pictures to look at.
+import assert from "node:assert/strict";
+import { statSync, readdirSync, readFileSync } from "node:fs";
+import { join } from "node:path";
+import { after, before, test } from "node:test";
+import { gzipSync } from "node:zlib";
+import { addPhotos, assertAccessible, astronaut, buildPage, chooseDocument, finished, openFolds, openPage, startBrowser, startServer } from "./studio.mjs";
+
+let pageFolder, server, browser;
+before(async () => {
+  pageFolder = buildPage();
+  server = await startServer(pageFolder);
+  browser = await startBrowser();
+});
+after(async () => {
+  await browser?.close();
+  await server?.stop();
+});
+
+async function keep(page, name) {
+  if (process.env.SCREENSHOTS) await page.screenshot({ path: join(process.env.SCREENSHOTS, `${name}.png`) });
+}
+
+async function assertNothingSticksOut(page, state) {
+  const [inner, wide] = await page.evaluate(() => [innerWidth, document.documentElement.scrollWidth]);
+  assert.ok(wide <= inner, `${state}: ${wide} in ${inner}`);
+}
+
+async function look(page, name) {
+  await assertNothingSticksOut(page, name);
+  await assertAccessible(page, name);
+  await keep(page, name);
+}
+
+for (const [width, height, scheme, locale] of [[1280, 860, "light", "en-HK"], [1280, 860, "dark", "de-DE"], [390, 844, "light", "de-DE"], [390, 844, "dark", "en-HK"], [900, 1100, "light", "en-HK"]]) {
+  test(`${width} pixels wide, ${scheme}`, async () => {
+    const name = `${width}-${scheme}`;
+    const { page, close } = await openPage(browser, server.address, { viewport: { width, height }, colorScheme: scheme, locale });
+    await look(page, `${name}-start`);
+    await addPhotos(page, astronaut);
+    await finished(page);
+    await look(page, `${name}-document`);
+    await page.getByRole("button", { name: /^(Measures|Maße)$/ }).click();
+    await chooseDocument(page, "two inch");
+    await finished(page);
+    for (const panel of width < 761 ? [1, 2, 3] : []) {
+      await page.locator(".panels button").nth(panel).click();
+      await look(page, `${name}-panel-${panel}`);
+    }
+    if (width < 761) await page.locator(".panels button").nth(2).click();
+    await openFolds(page);
+    await look(page, `${name}-open`);
+    await page.getByRole("button", { name: /^(Compare|Vergleichen)$/ }).click();
+    await page.locator("img.before").waitFor();
+    await look(page, `${name}-compare`);
+    if (width < 761) await page.locator(".panels button").nth(0).click();
+    await page.getByRole("combobox", { name: /Land oder|Country or/ }).click();
+    await page.getByRole("combobox", { name: /Land oder|Country or/ }).fill("fr");
+    await look(page, `${name}-search`);
+    await close();
+  });
+}
+
+test("the first view stays below 100 kB compressed", () => {
+  const sizes = readdirSync(pageFolder).map((name) => gzipSync(readFileSync(join(pageFolder, name))).length);
+  assert.ok(statSync(pageFolder).isDirectory() && sizes.length >= 4);
+  assert.ok(sizes.reduce((sum, size) => sum + size, 0) < 100_000, String(sizes));
+});

@@ -1,0 +1,115 @@
+// What the tests in the browser share: the built page, a server, a browser, and a page on which any error is a failure.
+import assert from "node:assert/strict";
+import { spawn, spawnSync } from "node:child_process";
+import { mkdtempSync, readFileSync, rmSync } from "node:fs";
+import { createRequire } from "node:module";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { fileURLToPath } from "node:url";
+import { chromium } from "playwright-core";
+
+const web = fileURLToPath(new URL("../../", import.meta.url));
+const program = process.env.IDPHOTO;
+const axeSource = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
+export const scratch = mkdtempSync(join(tmpdir(), "page-browser-"));
+export const astronaut = process.env.SAMPLE_PHOTO ?? join(web, "../build/sample/astronaut.png");
+process.on("exit", () => rmSync(scratch, { recursive: true, force: true }));
+
+export function command(...args) {
+  const done = spawnSync(program, args, { encoding: "utf8" });
+  assert.equal(done.status, 0, done.stderr);
+  return done.stdout;
+}
+
+export function buildPage() {
+  const folder = join(scratch, "page");
+  const done = spawnSync(process.execPath, [join(web, "build.mjs"), folder], { encoding: "utf8" });
+  assert.equal(done.status, 0, done.stderr);
+  return folder;
+}
+
+/** Starts the server; the same port again stands for a server that comes back. */
+export function startServer(page, port = 0, mostBytes = 2 << 20) {
+  const child = spawn(process.execPath, [join(web, "dev/server.mjs"), "--port", String(port), "--program", program, "--page", page,
+    "--most-bytes", String(mostBytes)], { stdio: ["ignore", "pipe", "inherit"] });
+  const stop = () => new Promise((done) => {
+    child.on("close", done);
+    child.kill();
+  });
+  return new Promise((done, fail) => {
+    child.stdout.once("data", (line) => {
+      const address = String(line).trim();
+      done({ address, port: Number(new URL(address).port), stop });
+    });
+    child.once("exit", (status) => fail(new Error(`the server ended with ${status}`)));
+  });
+}
+
+export function startBrowser() {
+  return chromium.launch({
+    executablePath: process.env.CHROMIUM,
+    chromiumSandbox: process.getuid() !== 0,
+    args: ["--disable-dev-shm-usage", "--use-fake-device-for-media-stream", "--use-fake-ui-for-media-stream"],
+  });
+}
+
+/** Opens the page. `expected` lists what the browser may report, such as the status of a refusal that the test provokes. */
+export async function openPage(browser, address, { expected = [], ...options } = {}) {
+  const context = await browser.newContext({ viewport: { width: 1280, height: 860 }, locale: "de-DE", acceptDownloads: true, ...options });
+  // Long enough for a machine that does much else; what passes takes a tenth of a second.
+  context.setDefaultTimeout(120_000);
+  const page = await context.newPage();
+  const faults = [];
+  const note = (text) => { if (!expected.some((pattern) => pattern.test(text))) faults.push(text); };
+  page.on("console", (message) => { if (["error", "warning"].includes(message.type())) note(message.text()); });
+  page.on("pageerror", (error) => note(String(error)));
+  page.on("request", (request) => { if (!/^(blob|data):/.test(request.url()) && !request.url().startsWith(address)) note(`request to ${request.url()}`); });
+  await page.goto(address);
+  await page.getByRole("heading", { level: 1 }).waitFor();
+  const close = async () => {
+    await context.close();
+    assert.deepEqual(faults, []);
+  };
+  return { page, close, context };
+}
+
+export async function addPhotos(page, ...files) {
+  await page.locator("input[type=file]").first().setInputFiles(files);
+}
+
+/** Waits for the finished picture and its checks. */
+export async function finished(page) {
+  await page.locator(".frame > img").first().waitFor();
+  await page.locator(".frame[aria-busy=false]").waitFor();
+  await page.locator(".verdict").waitFor({ state: "attached" });
+}
+
+export async function chooseDocument(page, typed) {
+  const box = page.getByRole("combobox", { name: /Land oder|Country or/ });
+  await box.click();
+  await box.fill(typed);
+  await box.press("Enter");
+}
+
+/** Opens all that is folded away and in sight. */
+export async function openFolds(page) {
+  const folds = page.locator("details:not([open]) > summary:visible");
+  while (await folds.count() > 0) await folds.first().click();
+}
+
+export async function downloaded(page, press) {
+  const [download] = await Promise.all([page.waitForEvent("download"), press()]);
+  const path = join(scratch, `${Math.random()}`);
+  await download.saveAs(path);
+  return { name: download.suggestedFilename(), bytes: readFileSync(path) };
+}
+
+const rules = { type: "tag", values: ["wcag2a", "wcag2aa", "wcag21a", "wcag21aa", "wcag22aa", "best-practice"] };
+
+export async function assertAccessible(page, state) {
+  // Evaluated, not added as a script: the page's policy forbids that.
+  await page.evaluate(axeSource);
+  const { violations } = await page.evaluate((runOnly) => globalThis.axe.run(document, { runOnly }), rules);
+  const told = violations.map(({ id, nodes }) => `${id}: ${nodes.map((node) => `${node.target} ${node.failureSummary}`).join("; ")}`);
+  assert.deepEqual(told, [], state);
+}
