@@ -12,6 +12,10 @@
 #include "codec/codec.h"
 #include "orders/order.h"
 #include "photo/base/text.h"
+#ifdef QX_WITH_SERVER
+#include "server/children/child.h"
+#include "server/children/photo_worker.h"
+#endif
 
 namespace {
 
@@ -72,6 +76,9 @@ void KeepFreedMemory() {
 
 int main(int argc, char** argv) {
   try {
+#ifdef QX_WITH_SERVER
+    if (qx::server::IsChild(argc, argv)) return qx::server::RunChild(qx::server::MakePhotoWorker);
+#endif
     KeepFreedMemory();
     qx::cli::RemoveTemporariesOnSignals();
     const qx::codec::ImageLibrary images;

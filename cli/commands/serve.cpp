@@ -13,7 +13,7 @@
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "server/listener.h"
-#include "server/problem.h"
+#include "server/service.h"
 
 namespace qx::cli {
 namespace {
@@ -27,14 +27,6 @@ struct ServeOptions {
   int maxUpload = 32;  // megabytes
   std::string tokenFile;
   bool open = false;
-};
-
-// Says that it is there; whoever works on photographs takes its place.
-class NoWork final : public server::Handler {
- public:
-  void Handle(server::Request, std::function<void(server::Response)> reply) override {
-    reply(server::ProblemResponse(server::Problem(501, "not_implemented", "this part of the interface is not there")));
-  }
 };
 
 // Shows the page in the user's browser; without one, the address stands in the terminal.
@@ -54,7 +46,10 @@ void Serve(const ServeOptions& options) {
   settings.limits.slots = options.jobs + 2;
   settings.limits.bodyBytes = static_cast<uint64_t>(options.maxUpload) * kMegabyte;
   settings.log = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
-  NoWork handler;
+  server::ChildrenSettings children;
+  children.count = options.jobs;
+  children.log = settings.log;
+  server::Service handler(children);
   server::Listener listener(std::move(settings), &handler);
   std::printf("%s\n", listener.Address().c_str());
   std::fflush(stdout);
