@@ -14,6 +14,9 @@
 #include "photo/base/text.h"
 #include "server/listener.h"
 #include "server/service.h"
+#ifdef QX_WITH_PAGE
+#include "web/page.h"
+#endif
 
 namespace qx::cli {
 namespace {
@@ -46,6 +49,11 @@ void Serve(const ServeOptions& options) {
   settings.limits.slots = options.jobs + 2;
   settings.limits.bodyBytes = static_cast<uint64_t>(options.maxUpload) * kMegabyte;
   settings.log = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+#ifdef QX_WITH_PAGE
+  for (const web::PageFile& file : web::PageFiles()) {
+    settings.files.push_back({file.path, file.type, file.etag, file.bytes, file.hashed});
+  }
+#endif
   server::ChildrenSettings children;
   children.count = options.jobs;
   children.log = settings.log;
