@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "orders/options/checks.h"
 #include "orders/options/common_options.h"
 
 namespace qx::orders {
@@ -13,19 +14,11 @@ using Json = nlohmann::ordered_json;
 void CropOrder::AddOptions(CLI::App& command) {
   command.add_option("--ratio", settings.ratio, "Width of the frame, 0 (close) to 1 (wide); default 0.667")
       ->type_name("R")
-      ->check(CLI::Validator(
-          [](std::string& text) {
-            double value = 0;
-            // Written so that "nan" fails too.
-            return CLI::detail::lexical_cast(text, value) && value >= 0 && value <= 1
-                       ? std::string()
-                       : "must be between 0 and 1, not " + text;
-          },
-          ""));
+      ->check(NumberBetween(0, 1));
   CLI::Option* bound =
       command.add_option("--bound", settings.bound, "Largest width of a picture in pixels, 600 or above; default 800")
           ->type_name("N")
-          ->check(CLI::Range(photo::kLowestBound, INT32_MAX).description(""));
+          ->check(WholeBetween(photo::kLowestBound, INT32_MAX));
   command.add_flag("--src-same", settings.sourceScale, "Keep the photograph's own scale, however large")
       ->excludes(bound);
   AddFormatOption(command, &format, "Without loss (png, default) or smaller (jpg, quality 95)");

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "orders/options/checks.h"
 #include "orders/options/common_options.h"
 
 namespace qx::orders {
@@ -43,7 +44,7 @@ void InspectOrder::AddOptions(CLI::App& command) {
           },
           "The points to draw: 11, 38 (default) or 88")
       ->type_name("SET")
-      ->transform(CLI::IsMember({"key", "landmarks", "dense"}, CLI::ignore_case).description("key|landmarks|dense"));
+      ->transform(OneOf({"key", "landmarks", "dense"}));
 }
 
 void InspectOrder::AddChoices(CLI::App& command) {

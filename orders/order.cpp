@@ -27,19 +27,6 @@ using photo::FailureCode;
 
 constexpr size_t kLongestValue = 1000;  // bytes; the longest sensible one, a gradient by names, has some 60
 
-// "pair" for "--pair": who sends pairs writes no dashes.
-std::string WithoutDashes(std::string_view text) {
-  std::string plain;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const bool starts = i == 0 || text[i - 1] == ' ' || text[i - 1] == '(';
-    const bool isOption = starts && text.substr(i, 2) == "--" && i + 2 < text.size() &&
-                          std::isalpha(static_cast<unsigned char>(text[i + 2])) != 0;
-    if (isOption) i += 2;
-    plain += text[i];
-  }
-  return plain;
-}
-
 Failure Plain(const Failure& failure) {
   return {failure.Code(), WithoutDashes(failure.what()), failure.Fields()};
 }
@@ -163,6 +150,13 @@ Order::~Order() = default;
 
 void Order::AddChoices(CLI::App&) {}
 
+void Order::AddAll(CLI::App& command) {
+  command.set_help_flag();
+  AddOptions(command);
+  AddChoices(command);
+  AddMaxMegapixels(command, &limits.pixels);
+}
+
 void Order::Settle() {}
 
 Answer Order::Fill(Materials materials, photo::Studio& studio) const {
@@ -175,6 +169,18 @@ photo::Mask Order::GivenMask(photo::Bytes file, photo::PhotoSource& source) cons
   } catch (const Failure& failure) {
     throw Failure(failure.Code(), std::string("the mask: ") + failure.what(), failure.Fields());
   }
+}
+
+std::string WithoutDashes(std::string_view text) {
+  std::string plain;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool starts = i == 0 || text[i - 1] == ' ' || text[i - 1] == '(';
+    const bool isOption = starts && text.substr(i, 2) == "--" && i + 2 < text.size() &&
+                          std::isalpha(static_cast<unsigned char>(text[i + 2])) != 0;
+    if (isOption) i += 2;
+    plain += text[i];
+  }
+  return plain;
 }
 
 const std::vector<std::string>& OrderNames() {
@@ -198,10 +204,7 @@ std::unique_ptr<Order> ParseOrder(std::string_view command, const OptionPairs& o
   if (!order) throw Failure(FailureCode::kBadOption, "there is no command " + Quoted(command));
   order->limits = most;
   CLI::App parser;
-  parser.set_help_flag();
-  order->AddOptions(parser);
-  order->AddChoices(parser);
-  AddMaxMegapixels(parser, &order->limits.pixels);
+  order->AddAll(parser);
   for (const auto& [name, value] : options) Give(FindOption(parser, command, name), name, value);
   for (CLI::Option* option : parser.get_options()) {
     if (option->count() > 0) RunOption(*option);

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "orders/options/checks.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "photo/document/paper.h"
@@ -66,12 +67,12 @@ void SheetOrder::AddOptions(CLI::App& command) {
       ->type_name("PAPER");
   command.add_option("--copies", copies, "Copies of each photograph; default: as many as there is room for")
       ->type_name("N")
-      ->check(CLI::Range(1, photo::kMaxTiles).description(""));
+      ->check(WholeBetween(1, photo::kMaxTiles));
   command.add_option("--size", size, "Print size of photographs whose files do not tell theirs, such as 35x45mm")
       ->type_name("WxH");
   command.add_option("--dpi", dpi, "Pixels an inch of the sheet; default: those of the photographs")
       ->type_name("N")
-      ->check(CLI::Range(photo::kLowestSheetDpi, photo::kHighestSheetDpi).description(""));
+      ->check(WholeBetween(photo::kLowestSheetDpi, photo::kHighestSheetDpi));
   command.add_option("--margin", margin, "White edge of the paper; default 3mm")->type_name("MM");
   command.add_option("--gap", gap, "Space between photographs; default 2mm")->type_name("MM");
 }
@@ -87,7 +88,7 @@ void SheetOrder::AddChoices(CLI::App& command) {
           },
           "jpg (default), png or tiff")
       ->type_name("FORMAT")
-      ->transform(CLI::IsMember({"png", "jpg", "tiff"}, CLI::ignore_case).description("png|jpg|tiff"));
+      ->transform(OneOf({"png", "jpg", "tiff"}));
 }
 
 void SheetOrder::Settle() {

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "orders/options/checks.h"
 #include "orders/options/retouch_options.h"
 
 namespace qx::orders {
@@ -21,7 +22,7 @@ void AddAdjustOptions(CLI::App& command, AdjustOptions* options) {
           "--white-balance", [options](const std::string& kind) { options->whiteBalance = kind == "auto"; },
           "auto takes away the cast of the light where greys and the whites of the eyes show one; or keep (default)")
       ->type_name("KIND")
-      ->check(CLI::IsMember({"auto", "keep"}).description(""));
+      ->transform(OneOf({"auto", "keep"}).description(""));
   add("--sharpness", &options->sharpness, "Softer (-10) or sharper (10)");
 }
 

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "orders/options/checks.h"
 #include "photo/base/failure.h"
 #include "photo/render/background.h"
 
@@ -18,13 +19,13 @@ void AddFormat(CLI::App& command, Format* format, const std::string& help) {
           },
           help)
       ->type_name("FORMAT")
-      ->transform(CLI::IsMember({"png", "jpg"}, CLI::ignore_case).description("png|jpg"));
+      ->transform(OneOf({"png", "jpg"}));
 }
 
 }  // namespace
 
 void AddPersonOption(CLI::App& command, std::optional<int>* person, const std::string& help) {
-  command.add_option("--person", *person, help)->type_name("N")->check(CLI::Range(1, INT32_MAX).description(""));
+  command.add_option("--person", *person, help)->type_name("N")->check(WholeBetween(1, INT32_MAX));
 }
 
 photo::AnalyseRequest FacesOf(const std::optional<int>& person, bool pair) {
@@ -69,7 +70,7 @@ void AddBackgroundOption(CLI::App& command, std::optional<std::string>* backgrou
 
 void AddWhole(CLI::App& command, const std::string& name, std::optional<int32_t>* target, int32_t min, int32_t max,
               const std::string& help) {
-  command.add_option(name, *target, help)->type_name("N")->check(CLI::Range(min, max).description(""));
+  command.add_option(name, *target, help)->type_name("N")->check(WholeBetween(min, max));
 }
 
 void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels) {
@@ -81,7 +82,7 @@ void AddMaxMegapixels(CLI::App& command, int64_t* maxPixels) {
               std::to_string(codec::kDefaultMaxPixels / kMega) + ", at most " +
               std::to_string(codec::kHighestMaxPixels / kMega) + ")")
       ->type_name("N")
-      ->check(CLI::Range(int64_t{1}, codec::kHighestMaxPixels / kMega).description(""));
+      ->check(WholeBetween(1, codec::kHighestMaxPixels / kMega));
 }
 
 }  // namespace qx::orders

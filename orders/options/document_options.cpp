@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "orders/options/checks.h"
 #include "orders/options/common_options.h"
 #include "photo/base/failure.h"
 #include "photo/document/units.h"
@@ -36,7 +37,8 @@ void AddSizeOptions(CLI::App& command, DocumentOptions* options) {
       ->type_name("RANGE");
   AddParsed(command, "--head-to", &options->headTo, photo::ParseHeadTo,
             "Where the head ends: crown, the top of the skull (default), or hair")
-      ->type_name("END");
+      ->type_name("END")
+      ->check(ReadAsOneOf({"crown", "hair"}));
   AddParsed(command, "--top", &options->top, photo::ParseRange, "Space above the hair")->type_name("RANGE");
   AddParsed(command, "--face-width", &options->faceWidth, photo::ParseRange,
             "Width of the face (percents are of the width)")

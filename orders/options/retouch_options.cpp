@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 
+#include "orders/options/checks.h"
 #include "photo/base/failure.h"
 #include "photo/document/units.h"
 
@@ -28,7 +29,8 @@ void AddStrength(CLI::App& command, const std::string& name, std::optional<doubl
                 name, "must be between " + photo::Decimal(min) + " and " + photo::Decimal(max) + ", not " + text);
           },
           help)
-      ->type_name("X");
+      ->type_name("X")
+      ->check(ReadAsNumber(min, max));
 }
 
 void AddRetouchOptions(CLI::App& command, RetouchOptions* options) {
@@ -43,14 +45,15 @@ void AddRetouchOptions(CLI::App& command, RetouchOptions* options) {
             }
           },
           "Retouch: light, natural or strong; single strengths can be given beside it")
-      ->type_name("KIND");
+      ->type_name("KIND")
+      ->check(ReadAsOneOf({"light", "natural", "strong"}));
   AddStrength(command, "--mouth", &options->mouth, -photo::kMostSize, photo::kMostSize,
               "Smaller (-10) or larger mouth (10)");
   command
       .add_option_function<int32_t>(
           "--tone", [options](int32_t tone) { options->tone = tone; }, "Lighter, more even colours, 0 to 10")
       ->type_name("N")
-      ->check(CLI::Range(0, photo::kMostTone).description(""));
+      ->check(WholeBetween(0, photo::kMostTone));
   AddStrength(command, "--skin", &options->skin, 0, photo::kMostSkin, "Fewer spots and smoother skin, 0 to 5");
   command.add_flag("--detail", options->detail, "Clearer eyes");
   AddStrength(command, "--face", &options->face, 0, photo::kMostFace, "Narrower face, 0 to 5");
