@@ -8,8 +8,6 @@
 #include <utility>
 
 #include "photo/base/failure.h"
-#include "server/files.h"
-#include "server/openapi.h"
 #include "server/problem.h"
 
 namespace qx::server {
@@ -93,7 +91,6 @@ void Service::Handle(Request request, std::function<void(Response)> reply) {
     throw Problem(400, "no_photograph", "the body is empty; send the photograph");
   }
   switch (request.route.place) {
-    case Place::kOpenApi: return reply(FileResponse(OpenApiFile(), ""));
     case Place::kPresets: {
       if (!name.empty()) request.options.emplace_back("name", name);
       return Ask(RequestOf("presets", &request, ""), true, 200, std::move(reply));

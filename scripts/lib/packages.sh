@@ -18,6 +18,7 @@ test_packages=(
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
   python3 python3-jsonschema  # make the colour table again, hold papers and reports against the program
   mandoc zsh                  # check the man pages, complete as a user's shell does
+  curl                        # the calls of docs/http.md, as they stand there
   debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program
   "${bench_packages[@]}"

@@ -1,15 +1,12 @@
-#include "server/openapi.h"
+#include "server/description/openapi.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <nlohmann/json.hpp>
-#include <string_view>
 #include <vector>
 
 #include "orders/describe.h"
 #include "orders/order.h"
 #include "photo/base/failure.h"
-#include "server/problem.h"
 
 extern "C" const unsigned char qx_openapi_json[], qx_openapi_json_end[];
 extern "C" const unsigned char qx_check_schema_json[], qx_check_schema_json_end[];
@@ -137,10 +134,10 @@ void AddCode(unsigned status, const char* code, Json* responses) {
 }
 
 // The codes of failures join those of the server itself.
-void AddFailures(Json* responses) {
+void AddFailures(StatusOfFailure statusOf, Json* responses) {
   for (int i = 0; i <= static_cast<int>(FailureCode::kEngine); ++i) {
     const auto code = static_cast<FailureCode>(i);
-    const unsigned usual = StatusOf(code), always = StatusOf(code, {{"what", "crop"}});
+    const unsigned usual = statusOf(code, {}), always = statusOf(code, {{"what", "crop"}});
     AddCode(usual, NameOf(code), responses);
     if (always != usual) AddCode(always, NameOf(code), responses);
   }
@@ -164,33 +161,15 @@ Json CheckSchema() {
   return schema;
 }
 
-// FNV-1a, 64 bits: tells versions of one text apart, nothing else.
-uint64_t HashOf(std::string_view text) {
-  uint64_t hash = 0xcbf29ce484222325;
-  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-  return hash;
-}
-
 }  // namespace
 
-std::string OpenApi() {
+std::string OpenApi(StatusOfFailure statusOf) {
   Json description = Expanded(Json::parse(qx_openapi_json, qx_openapi_json_end));
   description["info"]["version"] = orders::ProgramVersion();
   Json& components = description["components"];
-  AddFailures(&components["responses"]);
+  AddFailures(statusOf, &components["responses"]);
   components["schemas"]["Check"] = CheckSchema();
   return description.dump();
-}
-
-const File& OpenApiFile() {
-  static const auto* const file = [] {
-    const auto* text = new std::string(OpenApi());
-    char tag[32];
-    std::snprintf(tag, sizeof tag, "\"%016llx\"", static_cast<unsigned long long>(HashOf(*text)));
-    const auto* etag = new std::string(tag);
-    return new File{"/v1/openapi.json", "application/json", *etag, *text, false};
-  }();
-  return *file;
 }
 
 }  // namespace qx::server
