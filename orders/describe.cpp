@@ -2,8 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
+#include "orders/options/common_options.h"
 #include "orders/order.h"
 #include "photo/base/failure.h"
 
@@ -52,11 +54,30 @@ OptionFacts FactsOf(CLI::Option& option) {
 
 }  // namespace
 
+void AddAllOptions(Order* order, CLI::App& parser) {
+  parser.set_help_flag();
+  order->AddOptions(parser);
+  order->AddChoices(parser);
+  AddMaxMegapixels(parser, &order->limits.pixels);
+}
+
+std::string WithoutDashes(std::string_view text) {
+  std::string plain;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool starts = i == 0 || text[i - 1] == ' ' || text[i - 1] == '(';
+    const bool isOption = starts && text.substr(i, 2) == "--" && i + 2 < text.size() &&
+                          std::isalpha(static_cast<unsigned char>(text[i + 2])) != 0;
+    if (isOption) i += 2;
+    plain += text[i];
+  }
+  return plain;
+}
+
 std::vector<OptionFacts> DescribeOptions(std::string_view command) {
   const std::unique_ptr<Order> order = NewOrder(command);
   if (!order) throw photo::Failure(photo::FailureCode::kBadOption, "there is no command of that name");
   CLI::App parser;
-  order->AddAll(parser);
+  AddAllOptions(order.get(), parser);
   std::vector<OptionFacts> facts;
   for (CLI::Option* option : parser.get_options()) facts.push_back(FactsOf(*option));
   return facts;

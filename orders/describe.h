@@ -8,7 +8,13 @@
 #include <string_view>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace qx::orders {
+
+class Order;
 
 struct OptionFacts {
   enum class Kind { kFlag, kWhole, kNumber, kText };
@@ -23,6 +29,12 @@ struct OptionFacts {
   std::vector<std::string> notWith;   // names of options that exclude it
   std::vector<std::string> onlyWith;  // and of those without which it is refused
 };
+
+// Puts all options into the parser that pairs may give: the order's own and what is asked of every photograph.
+void AddAllOptions(Order* order, CLI::App& parser);
+
+// "pair" for "--pair", in a text: who sends pairs writes no dashes.
+std::string WithoutDashes(std::string_view text);
 
 // Those that ParseOrder takes, in the order of the command's help. Throws Failure (kBadOption): there is no such
 // command.

@@ -2,16 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 
 #include "orders/background.h"
 #include "orders/check.h"
 #include "orders/compress.h"
 #include "orders/crop.h"
+#include "orders/describe.h"
 #include "orders/inspect.h"
 #include "orders/make.h"
 #include "orders/mask.h"
-#include "orders/options/common_options.h"
 #include "orders/presets.h"
 #include "orders/retouch.h"
 #include "orders/sheet.h"
@@ -150,13 +149,6 @@ Order::~Order() = default;
 
 void Order::AddChoices(CLI::App&) {}
 
-void Order::AddAll(CLI::App& command) {
-  command.set_help_flag();
-  AddOptions(command);
-  AddChoices(command);
-  AddMaxMegapixels(command, &limits.pixels);
-}
-
 void Order::Settle() {}
 
 Answer Order::Fill(Materials materials, photo::Studio& studio) const {
@@ -169,18 +161,6 @@ photo::Mask Order::GivenMask(photo::Bytes file, photo::PhotoSource& source) cons
   } catch (const Failure& failure) {
     throw Failure(failure.Code(), std::string("the mask: ") + failure.what(), failure.Fields());
   }
-}
-
-std::string WithoutDashes(std::string_view text) {
-  std::string plain;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const bool starts = i == 0 || text[i - 1] == ' ' || text[i - 1] == '(';
-    const bool isOption = starts && text.substr(i, 2) == "--" && i + 2 < text.size() &&
-                          std::isalpha(static_cast<unsigned char>(text[i + 2])) != 0;
-    if (isOption) i += 2;
-    plain += text[i];
-  }
-  return plain;
 }
 
 const std::vector<std::string>& OrderNames() {
@@ -204,7 +184,7 @@ std::unique_ptr<Order> ParseOrder(std::string_view command, const OptionPairs& o
   if (!order) throw Failure(FailureCode::kBadOption, "there is no command " + Quoted(command));
   order->limits = most;
   CLI::App parser;
-  order->AddAll(parser);
+  AddAllOptions(order.get(), parser);
   for (const auto& [name, value] : options) Give(FindOption(parser, command, name), name, value);
   for (CLI::Option* option : parser.get_options()) {
     if (option->count() > 0) RunOption(*option);

@@ -55,8 +55,6 @@ class Order {
   virtual void AddOptions(CLI::App& command) = 0;
   // In place of what the command line tells by names of files: --format, or which pictures are wanted.
   virtual void AddChoices(CLI::App& command);
-  // Both, and what is asked of every photograph: all that ParseOrder takes.
-  void AddAll(CLI::App& command);
   // Once all options are read. Throws Failure: kBadOption (field "option", where one is to blame) when they contradict
   // each other, kUnknownPreset, kForbiddenEdit.
   virtual void Settle();
@@ -94,9 +92,6 @@ std::unique_ptr<Order> ParseOrder(std::string_view command, const OptionPairs& o
 // The name of a file without folders and ending, for names of files to write: "holiday" of "C:\\me\\holiday.jpg".
 // Control characters, bytes that are not UTF-8 and what file systems forbid become "_"; "photo" when nothing is left.
 std::string StemOf(std::string_view photoName);
-
-// "pair" for "--pair", in a text: who sends pairs writes no dashes.
-std::string WithoutDashes(std::string_view text);
 
 // ".jpg".
 const char* EndingOf(codec::PrintFormat format);
