@@ -39,19 +39,6 @@ unsigned StatusOfName(const std::string& code, const photo::FailureFields& field
   return 500;
 }
 
-Response FailureResponse(const ChildReply& reply) {
-  switch (reply.kind) {
-    case ChildReply::Kind::kFailure:
-      return ProblemResponse(Problem(StatusOfName(reply.code, reply.fields), reply.code, reply.text, reply.fields));
-    // A file that costs a child its life is refused; the server goes on.
-    case ChildReply::Kind::kDied:
-      return ProblemResponse(Problem(422, "not_possible", "the photograph could not be worked on"));
-    case ChildReply::Kind::kTimedOut:
-      return ProblemResponse(Problem(422, "not_possible", "the photograph took too long to be worked on"));
-    default: return BusyResponse(kSoon, "too many photographs at once");
-  }
-}
-
 Response AnswerResponse(ChildReply reply, bool wantsJson, unsigned status) {
   if (wantsJson || reply.pictures.empty()) return TextResponse(status, "application/json", reply.report);
   if (reply.pictures.size() > 1) {
@@ -77,10 +64,23 @@ ChildRequest RequestOf(std::string command, Request* request, std::string id) {
 
 }  // namespace
 
+Response FailureAnswer(const ChildReply& reply) {
+  switch (reply.kind) {
+    case ChildReply::Kind::kFailure:
+      return ProblemResponse(Problem(StatusOfName(reply.code, reply.fields), reply.code, reply.text, reply.fields));
+    // A file that costs a child its life is refused; the server goes on.
+    case ChildReply::Kind::kDied:
+      return ProblemResponse(Problem(422, "not_possible", "the photograph could not be worked on"));
+    case ChildReply::Kind::kTimedOut:
+      return ProblemResponse(Problem(422, "not_possible", "the photograph took too long to be worked on"));
+    default: return BusyResponse(kSoon, "too many photographs at once");
+  }
+}
+
 void Service::Ask(ChildRequest asked, bool wantsJson, unsigned status, std::function<void(Response)> reply) {
   children_.Run(std::move(asked), [wantsJson, status, reply = std::move(reply)](ChildReply answer) {
     reply(answer.kind == ChildReply::Kind::kAnswer ? AnswerResponse(std::move(answer), wantsJson, status)
-                                                   : FailureResponse(answer));
+                                                   : FailureAnswer(answer));
   });
 }
 

@@ -10,6 +10,9 @@
 
 namespace qx::server {
 
+// The problem document of any reply but an answer.
+Response FailureAnswer(const ChildReply& reply);
+
 class Service final : public Handler {
  public:
   // Starts the children. Throws std::system_error.
@@ -18,6 +21,8 @@ class Service final : public Handler {
   void Handle(Request request, std::function<void(Response)> reply) override;
   bool Ready() const override { return children_.State().ready > 0; }
   std::string Metrics() const override;
+  // For those who order work besides.
+  Children& Workers() { return children_; }
 
  private:
   void Ask(ChildRequest asked, bool wantsJson, unsigned status, std::function<void(Response)> reply);
