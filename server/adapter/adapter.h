@@ -3,6 +3,7 @@
 #define QX_SERVER_ADAPTER_ADAPTER_H
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,23 +15,23 @@
 namespace qx::server {
 
 // Fills the forms by children, and hands all other requests on. The answer is JSON: `status`, which is true, and
-// pictures as data: URLs; every failure is a problem document with its own status.
+// pictures as data: URLs; every failure is a problem document with its own status. What waits for clients has a bound:
+// 503 beyond it.
 class Adapter final : public Handler {
  public:
-  // Both outlive it.
-  Adapter(Handler* others, Children* children, const Limits& limits)
-      : others_(*others), children_(*children), limits_(limits) {}
+  // Both outlive it. Replies of the children may come after its end.
+  Adapter(Handler* others, Children* children, const Limits& limits);
 
   void Handle(Request request, std::function<void(Response)> reply) override;
   bool Ready() const override { return others_.Ready(); }
   std::string Metrics() const override { return others_.Metrics(); }
 
- private:
-  void Take(const Translation& translation, size_t step, photo::Bytes picture, std::function<void(Response)> reply);
+  class Desk;  // the source file's own
 
+ private:
   Handler& others_;
-  Children& children_;
   const Limits limits_;
+  const std::shared_ptr<Desk> desk_;
 };
 
 // Of a reply with as many pictures as there are members. Throws Problem for other numbers, and for pictures that are
