@@ -20,6 +20,8 @@ class Service final : public Handler {
   void Handle(Request request, std::function<void(Response)> reply) override;
   bool Ready() const override { return children_.State().ready > 0; }
   std::string Metrics() const override;
+  // For those who order work besides.
+  Children& Workers() { return children_; }
 
  private:
   using Reply = std::function<void(Response)>;
