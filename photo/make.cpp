@@ -156,16 +156,20 @@ void Reframe(const Measurer& measurer, Measured measured, const MakeRequest& req
   if (request.framing.IsNone()) return;
   const Frame frame = Reframed({-placed->straightened, placed->turn, placed->rectangle}, request.framing);
   if (request.framing.turnedBy != 0) measured = measurer.Measure(frame.turn);
+  const PhotoMeasures measures = MeasuresIn(frame.rectangle, measured.persons[0]);
+  std::vector<Miss> misses;
+  if (measured.persons.size() == 1) misses = MissesOf(measures, BoundsOf(request.document));
   for (const PersonGeometry& person : measured.persons) {
     const std::string hindrance = Hindrance(frame.rectangle, person, ObstaclesOf(request));
-    if (!hindrance.empty()) throw Hindered(hindrance);
+    if (hindrance.empty()) continue;
+    if (!misses.empty() && !request.relax) throw LeavesBounds(misses, request.document, false);
+    throw Hindered(hindrance);
   }
+  if (!misses.empty() && !relax) throw LeavesBounds(misses, request.document, true);
   placed->turn = frame.turn;
   placed->rectangle = frame.rectangle;
-  placed->measures = MeasuresIn(frame.rectangle, measured.persons[0]);
-  if (measured.persons.size() > 1) return;
-  placed->givenUp = MissesOf(placed->measures, BoundsOf(request.document));
-  if (!placed->givenUp.empty() && !relax) throw LeavesBounds(placed->givenUp, request.document);
+  placed->measures = measures;
+  placed->givenUp = std::move(misses);
 }
 
 // With `relax` the nearest rectangle serves where none meets the bounds.

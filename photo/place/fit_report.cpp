@@ -122,9 +122,10 @@ Failure NoFit(const PersonGeometry& person, const Document& document, const Goal
   return {FailureCode::kNoFit, text, std::move(fields)};
 }
 
-Failure LeavesBounds(const std::vector<Miss>& misses, const Document& document) {
+Failure LeavesBounds(const std::vector<Miss>& misses, const Document& document, bool serves) {
   std::string text = "the picture as it was moved leaves the bounds";
-  FailureFields fields{{"moved", 1.0}, {"nearest", 1.0}};
+  FailureFields fields{{"moved", 1.0}};
+  if (serves) fields.push_back({"nearest", 1.0});
   const char* separator = ": ";
   for (const Miss& miss : misses) {
     text += separator + MissText(miss, document);

@@ -23,8 +23,8 @@ const char* NameOf(Miss::Bound bound);
 Failure NoFit(const PersonGeometry& person, const Document& document, const Goals& goals, const Obstacles& obstacles,
               const std::optional<Rectangle>& nearest);
 
-// kNoFit, of a rectangle that was asked for and misses these bounds.
-Failure LeavesBounds(const std::vector<Miss>& misses, const Document& document);
+// kNoFit, of a rectangle that was asked for and misses these bounds. `serves`: it can be taken all the same.
+Failure LeavesBounds(const std::vector<Miss>& misses, const Document& document, bool serves);
 
 // What a rectangle that was asked for must not show, or not leave out; empty when it may be taken.
 std::string Hindrance(const Rectangle& rectangle, const PersonGeometry& person, const Obstacles& obstacles);
