@@ -10,7 +10,6 @@
 #include "server/adapter/form.h"
 #include "server/answer.h"
 #include "server/problem.h"
-#include "server/service.h"
 
 namespace qx::server {
 namespace {
