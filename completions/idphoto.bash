@@ -26,7 +26,7 @@ _idphoto_options() {
     batch)
       echo "$common -o --output $document $retouch $adjust $finish --format --jobs --report --resume --max-megapixels"
       ;;
-    serve) echo "$common --listen --jobs --max-upload --token-file --open" ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --host --open" ;;
   esac
 }
 
@@ -65,7 +65,7 @@ _idphoto() {
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
-      --listen | --max-upload | --max-megapixels) return ;;
+      --listen | --host | --max-upload | --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"

@@ -10,6 +10,7 @@ build_packages=(
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
+container_packages=(buildah mmdebstrap dpkg-dev file curl) # packaging/container.sh
 training_packages=(python3-torch python3-numpy) # the weights of the network of hair
 
 browser_packages=(chromium) # shows the page to its tests, and for its picture
@@ -22,6 +23,7 @@ test_packages=(
   mandoc zsh                  # check the man pages, complete as a user's shell does
   debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program
+  systemd                     # weighs the restrictions of the unit; need not run
   "${bench_packages[@]}"
   "${browser_packages[@]}"
 )
