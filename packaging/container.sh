@@ -56,32 +56,32 @@ make_image() {
 # of_image TEMPLATE: a part of the image's description.
 of_image() { buildah_here inspect --type image --format "$1" idphoto; }
 
-# within COMMAND...: runs it in the image, mounted read-only, as the image's user.
-within() {
-  unshare --mount bash -c '
-    mount --bind "$1" "$1" && mount -o remount,bind,ro "$1" && mount -t proc proc "$1/proc" || exit
-    mount -t tmpfs tmpfs "$1/run" && mkdir "$1/run/secrets" && cp "$2/token" "$1/run/secrets/idphoto-token" || exit
-    mount --bind /dev "$1/dev" && chmod a+r "$1/run/secrets/idphoto-token" || exit
-    exec chroot --userspec="$3" "$1" setpriv --no-new-privs "${@:4}"' - "$mounted" "$work" "$user" "$@"
-}
-
 try_image() {
-  local container mounted user command health server address=http://127.0.0.1:8080
+  local container user command health within server address=http://127.0.0.1:8080
+  ! (: >/dev/tcp/127.0.0.1/8080) 2>/dev/null || { echo "port 8080, on which the image listens, is taken" && return 1; }
   user=$(of_image '{{.Docker.Config.User}}')
   mapfile -t command < <(of_image '{{range .Docker.Config.Entrypoint}}{{println .}}{{end}}{{range .Docker.Config.Cmd}}{{println .}}{{end}}' | sed '/^$/d')
   mapfile -t health < <(of_image '{{range .Docker.Config.Healthcheck.Test}}{{println .}}{{end}}' | sed '1d; /^$/d')
   container=$(buildah_here from --signature-policy "$work/policy.json" idphoto)
-  mounted=$(buildah_here mount "$container")
+  # The image, mounted read-only, as its user; the mounts end with the command.
+  # shellcheck disable=SC2016 # expands in the inner shell
+  within=(unshare --mount bash -c '
+    mount --bind "$1" "$1" && mount -o remount,bind,ro "$1" && mount -t proc proc "$1/proc" || exit
+    mount -t tmpfs tmpfs "$1/run" && mkdir "$1/run/secrets" && cp "$2" "$1/run/secrets/idphoto-token" || exit
+    mount --bind /dev "$1/dev" && chmod a+r "$1/run/secrets/idphoto-token" || exit
+    exec chroot --userspec="$3" "$1" setpriv --no-new-privs "${@:4}"
+    ' - "$(buildah_here mount "$container")" "$work/token" "$user")
   (umask 077 && head -c 24 /dev/urandom | base64 >"$work/token")
-  within "${command[@]}" >"$logs/container_serve.log" 2>&1 &
+  rm -f "$work/made.jpg"
+  "${within[@]}" "${command[@]}" >"$logs/container_serve.log" 2>&1 &
   server=$!
-  until within "${health[@]}"; do
+  until "${within[@]}" "${health[@]}"; do
     kill -0 $server || break
     sleep 0.2
   done
   curl --silent --show-error --fail --header "Authorization: Bearer $(cat "$work/token")" \
     --data-binary "@$sample_photo" --output "$work/made.jpg" "$address/v1/make?preset=schengen-visa" || true
-  kill $server && wait $server
+  kill $server && wait $server || { echo "the server did not end well" && return 1; }
   buildah_here rm "$container" >/dev/null
   "$program" make "$sample_photo" --preset schengen-visa -o "$work/expected.jpg" >/dev/null
   cmp "$work/made.jpg" "$work/expected.jpg"
