@@ -1,7 +1,9 @@
 # Short names for the scripts. PHOTOS='a.jpg b.jpg' names photographs for `make try`.
-.PHONY: try test bench docs
+.PHONY: try studio test bench docs
 try:
 	./scripts/try.sh $(PHOTOS)
+studio:
+	./scripts/try.sh --studio
 test:
 	./scripts/test.sh
 bench:

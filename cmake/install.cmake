@@ -24,6 +24,11 @@ if(programs)
   install(DIRECTORY docs/schema/ DESTINATION ${CMAKE_INSTALL_DATADIR}/idphoto/schema COMPONENT program)
   install(FILES completions/idphoto.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
           RENAME idphoto COMPONENT program)
+  if(QX_BUILD_SERVER)
+    # Where systemd looks below /usr and /usr/local; nothing is enabled.
+    install(FILES packaging/idphoto.service DESTINATION lib/systemd/system COMPONENT program)
+    install(FILES docs/deploy.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/idphoto COMPONENT program)
+  endif()
   install(FILES completions/_idphoto DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT program)
 endif()
 

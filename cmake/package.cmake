@@ -64,7 +64,13 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${package_runtime} ${same_version}")
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "identification photographs from ordinary photographs, program
 Makes passport, visa and identity photographs with the background, size,
 resolution and file size that a document asks for, measures finished ones,
-retouches faces and lays out sheets for the printer.")
+retouches faces and lays out sheets for the printer: as a command, as a page
+in the browser, and by HTTP. A systemd service comes along, not enabled.")
+if(QX_BUILD_SERVER)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS xdg-utils) # opens the browser
+  set(scripts ${PROJECT_SOURCE_DIR}/cmake/debian/program)
+  set(CPACK_DEBIAN_PROGRAM_PACKAGE_CONTROL_EXTRA ${scripts}/postinst ${scripts}/prerm ${scripts}/postrm)
+endif()
 
 # What Debian wants in each package and nobody else; installed only when a component is asked for by name. The time can
 # be set by SOURCE_DATE_EPOCH.

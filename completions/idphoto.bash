@@ -33,7 +33,7 @@ _idphoto_options() {
       echo "$common -o --output $document $retouch $adjust $framing $finish --format --jobs --report --resume" \
         "--max-megapixels"
       ;;
-    serve) echo "$common --listen --jobs --max-upload --token-file --open" ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --host --open" ;;
   esac
 }
 
@@ -74,7 +74,7 @@ _idphoto() {
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --zoom | --offset-x | --offset-y | --turn | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
-      --text | --opacity | --angle | --space | --listen | --max-upload | --max-megapixels) return ;;
+      --text | --opacity | --angle | --space | --listen | --host | --max-upload | --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"

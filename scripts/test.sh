@@ -35,7 +35,12 @@ run_tests() {
 }
 
 gcc_build() { configure release -DQX_BUILD_TESTS=ON -DQX_BUILD_BENCH=ON && build release; }
-unit_tests() { run_tests release -LE 'exports|install'; }
+unit_tests() { run_tests release -LE 'exports|install' -E '^page_'; }
+# Most of it is what a browser shows.
+page() {
+  run_tests release -R '^page_' || return
+  ! grep -q 'Skipped' "$logs/page.log" || { grep -m 1 'SKIPPED' "$logs/page.log" && return 77; }
+}
 exports() { run_tests release -L exports; }
 installed() { run_tests release -L install; }
 debian_package() {
@@ -77,6 +82,7 @@ mkdir -p "$logs"
 say "Testing"
 step "GCC build" gcc_build
 step "unit tests" unit_tests
+step "page" page
 step "exports" exports
 step "installed package" installed
 step "Debian package" debian_package

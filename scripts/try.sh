@@ -1,19 +1,21 @@
 #!/usr/bin/env bash
 # usage: scripts/try.sh [PHOTO...]
+#        scripts/try.sh --studio [PHOTO]
 # Makes everything that idphoto makes of a photograph, from yours or from a sample photograph when you name none: the
 # crop of every face, a finished photograph, a picture of its measures and a sheet to print. Says where they are:
-# build/try. Installs and builds what is missing first.
+# build/try. With --studio, shows the page on which all this is done by hand, in your browser, until Ctrl-C; without a
+# screen, says its address. Installs and builds what is missing first.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 
 if [[ ${1:-} == -h || ${1:-} == --help ]]; then
-  sed -n '2,5s/^# //p' "${BASH_SOURCE[0]}"
+  sed -n '2,7s/^# //p' "${BASH_SOURCE[0]}"
   exit
 fi
 
 document=schengen-visa
 folder=$root/build/try
-idphoto() { "$root/build/release/bin/idphoto" "$@"; }
+idphoto() { "$program" "$@"; }
 
 # made WHAT FILE [REMARK]: one line of what there is now.
 made() { printf '    %-22s %s%s\n' "$1" "${2#"$PWD"/}" "${3:+  ($3)}"; }
@@ -43,6 +45,42 @@ try_photo() {
   made "sheet, 4x6 inches" "$out/sheet.png" "print at 100 %"
 }
 
+# studio PHOTO: serves the page until it is interrupted.
+studio() {
+  local port=8080 log=$root/build/logs/studio.log address server out status=0 options=()
+  # Where that port is taken, any other will do.
+  ! (: >"/dev/tcp/127.0.0.1/$port") 2>/dev/null || port=0
+  # Without a screen there may still be a browser in the terminal, which cannot show it.
+  [[ -z ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]] || ! command -v xdg-open >/dev/null || options=(--open)
+  exec {out}< <(exec "$program" serve --listen 127.0.0.1:$port "${options[@]}" 2>"$log")
+  server=$!
+  # An interrupt from the terminal reaches the server as well; it ends by itself.
+  trap : INT
+  trap 'kill "$server"' TERM HUP
+  if read -r address <&"$out"; then
+    say "The studio is at $address"
+    ((${#options[@]})) || printf '    open this address in a browser of this computer\n'
+    [[ -z ${SSH_CONNECTION:-} ]] || printf '    or, from yours, through ssh -L 8080:%s\n' "$(cut -d/ -f3 <<<"$address")"
+    printf '    a photograph to drop there: %s\n' "${1#"$PWD"/}"
+    printf '    nothing leaves this computer; Ctrl-C ends it\n'
+  fi
+  while
+    status=0
+    wait "$server" || status=$?
+    kill -0 "$server" 2>/dev/null
+  do :; done
+  ((status == 0)) || { tail -n 5 "$log" >&2 && fail "the studio ended with status $status; its log is $log"; }
+  say "The studio has ended"
+}
+
+show_studio=0
+if [[ ${1:-} == --studio ]]; then
+  show_studio=1
+  shift
+  (($# < 2)) || fail "--studio takes one photograph; the page takes more"
+  (($# == 0)) || [[ -f $1 ]] || fail "$1: no such file"
+fi
+
 prepare "${build_packages[@]}"
 if (($# == 0)); then
   fetch_sample
@@ -52,6 +90,11 @@ fi
 say "Building"
 build_program() { configure release -DQX_BUILD_TESTS=OFF && build release --target idphoto; }
 quietly "$root/build/logs/try_build.log" "the build" build_program
+program=$root/build/release/bin/idphoto
+if ((show_studio)); then
+  studio "$1"
+  exit
+fi
 
 failed=0 good=''
 declare -A taken=()
@@ -68,7 +111,6 @@ printf '\n'
 say "The pictures are in $folder"
 ((failed == 0)) || say "$failed of $# photographs could not be made"
 [[ -n $good ]] || exit 1
-program=$root/build/release/bin/idphoto
 printf -v next '%q ' "${program#"$PWD"/}" make "$good" -o better.jpg --preset one-inch --beauty light --compare
 say "Next, another document and a light retouching (idphoto presets lists the documents):"
 printf '    %s\n' "${next% }"

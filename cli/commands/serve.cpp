@@ -7,11 +7,13 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "server/access.h"
 #include "server/adapter/adapter.h"
 #include "server/listener.h"
 #include "server/service.h"
@@ -30,8 +32,17 @@ struct ServeOptions {
   size_t jobs = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMaxJobs);
   int maxUpload = 32;  // megabytes
   std::string tokenFile;
+  std::vector<std::string> hosts;
   bool open = false;
 };
+
+// The reason why the text names no computer, or nothing.
+std::string NotAHost(const std::string& text) {
+  constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789-.:";
+  const std::string host = server::HostOf(text);
+  if (!host.empty() && host.find_first_not_of(kLetters) == std::string::npos) return "";
+  return "\"" + photo::Printable(text) + "\" is no name of a computer, such as photos.example.org";
+}
 
 // Shows the page in the user's browser; without one, the address stands in the terminal.
 void OpenInBrowser(const std::string& address) {
@@ -46,6 +57,7 @@ void Serve(const ServeOptions& options) {
   server::Settings settings;
   settings.listen = options.listen;
   if (!options.tokenFile.empty()) settings.token = server::Token::FromFile(options.tokenFile);
+  settings.hosts = options.hosts;
   // Two more than work: one comes in while another goes out.
   settings.limits.slots = options.jobs + 2;
   settings.limits.bodyBytes = static_cast<uint64_t>(options.maxUpload) * kMegabyte;
@@ -82,6 +94,13 @@ void AddServeCommand(CLI::App& app, int*) {
       ->check(CLI::Range(1, 1000).description("1-1000"));
   command->add_option("--token-file", options->tokenFile, "File whose first line every request must bring")
       ->type_name("FILE");
+  command
+      ->add_option("--host", options->hosts,
+                   "Answer to this name too, as a server in front is called; may be given several times")
+      ->type_name("NAME")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(CLI::Validator(NotAHost, ""));
   command->add_flag("--open", options->open, "Show the page in the browser");
   command->footer(
       "The first line on standard output is the address; a line for each answer goes to standard error. Nothing is\n"

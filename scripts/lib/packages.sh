@@ -1,5 +1,5 @@
-# The Debian 12 packages that the commands need, one list for each purpose. npm is left out: it is installed only
-# when it is missing and the networks are still to be fetched.
+# The Debian 12 packages that the commands need, one list for each purpose. nodejs and npm are left out: machines that
+# have these from elsewhere keep theirs, see prepare in setup.sh.
 
 build_packages=(
   build-essential cmake ninja-build pkgconf ca-certificates
@@ -10,7 +10,10 @@ build_packages=(
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
+container_packages=(buildah mmdebstrap dpkg-dev file curl) # packaging/container.sh
 training_packages=(python3-torch python3-numpy) # the weights of the network of hair
+
+browser_packages=(chromium) # shows the page to its tests, and for its picture
 
 # The benchmarks are compiled, not run, with the tests.
 test_packages=(
@@ -21,5 +24,7 @@ test_packages=(
   curl                        # the calls of docs/http.md, as they stand there
   debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program
+  systemd                     # weighs the restrictions of the unit; need not run
   "${bench_packages[@]}"
+  "${browser_packages[@]}"
 )

@@ -48,17 +48,27 @@ install_packages() {
   quietly "$root/build/logs/apt_install.log" "apt-get install" apt install -y --no-install-recommends "${missing[@]}"
 }
 
-# npm writes this file last, so it is newer than the lock file exactly when the pinned versions are all there.
-have_models() { [[ $root/models/node_modules/.package-lock.json -nt $root/models/package-lock.json ]]; }
+# have_npm_packages FOLDER: npm writes this file last, so it is newer than the lock file exactly when the pinned versions
+# are all there.
+have_npm_packages() { [[ $root/$1/node_modules/.package-lock.json -nt $root/$1/package-lock.json ]]; }
 
-# prepare PACKAGE...: installs the packages and fetches the networks.
+# fetch_npm_packages FOLDER WHAT: no script of any package has to run.
+fetch_npm_packages() {
+  have_npm_packages "$1" && return
+  say "Fetching $2"
+  quietly "$root/build/logs/npm_$1.log" "npm ci" npm --prefix "$root/$1" ci --ignore-scripts --no-audit --no-fund </dev/null
+  # Dates may come out of a package's archive.
+  touch "$root/$1/node_modules/.package-lock.json"
+}
+
+# prepare PACKAGE...: installs the packages and fetches the networks and what the page is built with.
 prepare() {
   local packages=("$@")
-  have_models || command -v npm >/dev/null || packages+=(npm)
+  command -v node >/dev/null || packages+=(nodejs)
+  command -v npm >/dev/null || packages+=(npm)
   install_packages "${packages[@]}"
-  have_models && return
-  say "Fetching the networks"
-  quietly "$root/build/logs/npm.log" "npm ci" npm --prefix "$root/models" ci --ignore-scripts --no-audit --no-fund </dev/null
+  fetch_npm_packages models "the networks"
+  fetch_npm_packages web "what the page is built with"
 }
 
 have_sample() { echo "$sample_sha256  $sample_photo" | sha256sum --check --status 2>/dev/null; }

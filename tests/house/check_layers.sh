@@ -9,7 +9,7 @@ failed=0
 refuse() { echo "$1: includes $2: $3" && failed=1; }
 
 # includes FOLDER: lines "FILE INCLUDED" of all includes in quotes.
-includes() { grep -rHoE '^ *# *include "[^"]+"' --include='*.h' --include='*.cpp' "$1" | sed -E 's/:.*"([^"]+)"/ \1/'; }
+includes() { grep -rHoE '^ *# *include "[^"]+"' --include='*.h' --include='*.cpp' --exclude-dir=node_modules "$1" | sed -E 's/:.*"([^"]+)"/ \1/'; }
 
 declare -A floor=([base]=0 [document]=1 [face]=2 [person]=3 [foreground]=4 [place]=4 [render]=5 [sheet]=5 [drawing]=5 [check]=5)
 # floor_of PATH: the floor of what lies in photo/.
@@ -59,14 +59,24 @@ done < <(includes orders)
 if grep -rnE '#include <(filesystem|fstream|iostream|cstdio|thread|vips|unistd|sys/|netinet)' orders; then
   echo "orders/ knows no files, terminal, threads or sockets" && failed=1
 fi
-# What the interface offers must be there for every program: nothing of one program's words or files.
+# The server itself reads no photograph: that is for its children, which alone know what can. Outside them orders are
+# known by their names and options. What the interface offers must be there for every program: nothing of one program's
+# words or files.
 while read -r file included; do
   count=$((count + 1))
   case $included in
-    server/* | orders/* | codec/* | jobs/* | photo/*) ;;
+    server/* | photo/base/* | photo/document/*) ;;
+    orders/order.h | orders/describe.h | orders/presets.h) ;;
+    orders/* | codec/* | jobs/* | photo/*)
+      [[ $file == server/children/* ]] || refuse "$file" "$included" "only server/children may read photographs"
+      ;;
     *) refuse "$file" "$included" "server/ may use photo, codec, jobs and orders only" ;;
   esac
 done < <(includes server)
+while read -r file included; do
+  count=$((count + 1))
+  [[ $included == web/* || $included == page_table.inc ]] || refuse "$file" "$included" "web/ is the page, which knows the service by its addresses alone"
+done < <(includes web)
 # Each file that includes it takes half a minute to compile.
 if grep -rlE '#include <boost/beast' server | grep -v '^server/connection.cpp$'; then
   echo "Beast is for server/connection.cpp alone" && failed=1
@@ -76,6 +86,10 @@ if grep -rnE '#include <(vips|CLI|glib)' photo jobs server; then echo "photo/, j
 # What options can do about a failure is said by those who have some.
 if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs server; then
   echo "texts that name options or commands" && failed=1
+fi
+# Packages come from wherever the machine fetches packages; their hashes say which they are.
+if grep -nE '"resolved": *"https?:' models/package-lock.json web/package-lock.json; then
+  echo "lock files with addresses: npm's omit-lockfile-registry-resolved leaves them out" && failed=1
 fi
 ((count > 100)) || { echo "only $count includes seen" && failed=1; }
 exit $failed

@@ -17,9 +17,9 @@ skip() {
 }
 
 # With /proc, where the program learns of the processor; the mount ends with the command.
-in_debian() {
-  unshare --mount sh -c 'mount --rbind /proc "$1/proc" && exec chroot "$@"' - "$work/root" "$@" </dev/null
-}
+# shellcheck disable=SC2016 # expands in the inner shell
+in_debian=(unshare --mount sh -c 'mount --rbind /proc "$1/proc" && exec chroot "$@" </dev/null' - "$work/root")
+in_debian() { "${in_debian[@]}" "$@"; }
 
 # Makes WORK_DIR/base, with this machine's settings of apt.
 make_base() {
@@ -74,10 +74,22 @@ in_debian idphoto "${make[@]}" /tmp/made.png "/tmp/${photo##*/}"
 "$build/bin/idphoto" "${make[@]}" "$work/made.png" "$photo" >/dev/null
 cmp "$work/made.png" "$work/root/tmp/made.png"
 
+echo "The installed server:"
+exec {out}< <(exec "${in_debian[@]}" idphoto serve --listen 127.0.0.1:0 2>"$work/serve.log")
+server=$!
+trap 'kill "$server" 2>/dev/null' EXIT
+read -r -t 60 address <&"$out" || { cat "$work/serve.log" && exit 1; }
+python3 "${BASH_SOURCE[0]%/*}/visit.py" "$address" "$photo" "$work/served.jpg"
+kill "$server"
+wait "$server"
+trap - EXIT
+"$build/bin/idphoto" make --preset schengen-visa -o "$work/served_expected.jpg" "$photo" >/dev/null
+cmp "$work/served.jpg" "$work/served_expected.jpg"
+
 for file in bin/idphoto lib/libqx_idp.so include/qx_idp.h include/qx_photo/photo/studio.h lib/libqx_photo.a \
   lib/libqx_codec.a lib/libqx_jobs.a lib/cmake/qx_idp/qx_idp-photo-targets.cmake lib/pkgconfig/qx_codec.pc \
   share/man/man1/idphoto-make.1.gz share/bash-completion/completions/idphoto share/zsh/vendor-completions/_idphoto \
-  share/idphoto/schema/check.schema.json share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
+  share/idphoto/schema/check.schema.json lib/systemd/system/idphoto.service share/doc/idphoto/deploy.md share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
   [[ -s $work/root/usr/$file ]] || { echo "missing: /usr/$file" && exit 1; }
 done
 
