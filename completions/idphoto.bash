@@ -26,7 +26,7 @@ _idphoto_options() {
     batch)
       echo "$common -o --output $document $retouch $adjust $finish --format --jobs --report --resume --max-megapixels"
       ;;
-    serve) echo "$common --listen --jobs --max-upload --token-file --open" ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --cors --open" ;;
   esac
 }
 

@@ -48,6 +48,7 @@ Response FailureResponse(const ChildReply& reply) {
       return ProblemResponse(Problem(422, "not_possible", "the photograph could not be worked on"));
     case ChildReply::Kind::kTimedOut:
       return ProblemResponse(Problem(422, "not_possible", "the photograph took too long to be worked on"));
+    case ChildReply::Kind::kKilled: return BusyResponse(kSoon, "the work on the photograph was ended; send it again");
     default: return BusyResponse(kSoon, "too many photographs at once");
   }
 }

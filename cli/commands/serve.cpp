@@ -1,4 +1,7 @@
+#include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -7,11 +10,16 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/line_log.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "server/access.h"
+#include "server/children/confinement.h"
 #include "server/listener.h"
 #include "server/service.h"
 #ifdef QX_WITH_PAGE
@@ -29,31 +37,98 @@ struct ServeOptions {
   size_t jobs = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMaxJobs);
   int maxUpload = 32;  // megabytes
   std::string tokenFile;
+  std::vector<std::string> origins;
   bool open = false;
+};
+
+class SpawnPlan {
+ public:
+  // Nothing of the server's own: no sockets, and neither its input nor its outputs, whose readers wait for their end.
+  // Not the terminal's interrupts either, which are meant for the server.
+  SpawnPlan() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDWR, 0);
+    posix_spawn_file_actions_adddup2(&actions_, STDIN_FILENO, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions_, STDIN_FILENO, STDERR_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+    posix_spawnattr_init(&attributes_);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSID);
+  }
+  ~SpawnPlan() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnPlan(const SpawnPlan&) = delete;
+  SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+  // True when the program runs.
+  bool Start(std::string program, std::string argument, pid_t* process) const {
+    char* const arguments[] = {program.data(), argument.data(), nullptr};
+    return posix_spawnp(process, program.c_str(), &actions_, &attributes_, arguments, environ) == 0;
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
 };
 
 // Shows the page in the user's browser; without one, the address stands in the terminal.
 void OpenInBrowser(const std::string& address) {
-  std::string program = "xdg-open", argument = address;
-  char* const arguments[] = {program.data(), argument.data(), nullptr};
   pid_t process = 0;
-  posix_spawnp(&process, program.c_str(), nullptr, nullptr, arguments, environ);
+  if (!SpawnPlan().Start("xdg-open", address, &process)) return;
+  // It may last as long as the browser, or end at once: somebody has to take note.
+  std::thread([process] { waitpid(process, nullptr, 0); }).detach();
 }
 
-void Serve(const ServeOptions& options) {
-  server::GiveBackFreedMemory();
+void WarnOfReaders(const std::string& tokenFile, LineLog* log) {
+  struct stat status {};
+  if (stat(tokenFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & (S_IRGRP | S_IROTH)) == 0)
+    return;
+  log->Say("warning: other users of this computer can read the token in " + photo::Printable(tokenFile) +
+           "; chmod 600 keeps it yours");
+}
+
+// Who lets others in counts on every wall that the manual names.
+void CheckConfinement(const std::string& listen, bool hasToken, LineLog* log) {
+  if (server::CanFilterCalls()) return;
+  const std::string host = server::HostOf(listen);
+  if (hasToken && host != "localhost" && host != "127.0.0.1" && host != "::1") {
+    throw SetupFailure(
+        "--listen: this program was built without libseccomp: a hostile photograph that takes over the process that "
+        "reads "
+        "it could do what you can; build it with libseccomp-dev, or listen on 127.0.0.1");
+  }
+  log->Say(
+      "warning: built without libseccomp: processes that read photographs have limits of memory and time, but the "
+      "system's "
+      "calls are open to them");
+}
+
+server::Settings SettingsOf(const ServeOptions& options, const std::shared_ptr<LineLog>& log) {
   server::Settings settings;
   settings.listen = options.listen;
-  if (!options.tokenFile.empty()) settings.token = server::Token::FromFile(options.tokenFile);
+  settings.origins = options.origins;
+  if (!options.tokenFile.empty()) {
+    settings.token = server::Token::FromFile(options.tokenFile);
+    WarnOfReaders(options.tokenFile, log.get());
+  }
   // Two more than work: one comes in while another goes out.
   settings.limits.slots = options.jobs + 2;
   settings.limits.bodyBytes = static_cast<uint64_t>(options.maxUpload) * kMegabyte;
-  settings.log = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+  settings.log = [log](const std::string& line) { log->Say(line); };
 #ifdef QX_WITH_PAGE
   for (const web::PageFile& file : web::PageFiles()) {
     settings.files.push_back({file.path, file.type, file.etag, file.bytes, file.hashed});
   }
 #endif
+  return settings;
+}
+
+void Serve(const ServeOptions& options) {
+  server::GiveBackFreedMemory();
+  const auto log = std::make_shared<LineLog>(STDERR_FILENO);
+  server::Settings settings = SettingsOf(options, log);
+  CheckConfinement(options.listen, settings.token.has_value(), log.get());
   server::ChildrenSettings children;
   children.count = options.jobs;
   children.log = settings.log;
@@ -80,6 +155,11 @@ void AddServeCommand(CLI::App& app, int*) {
       ->check(CLI::Range(1, 1000).description("1-1000"));
   command->add_option("--token-file", options->tokenFile, "File whose first line every request must bring")
       ->type_name("FILE");
+  command
+      ->add_option("--cors", options->origins, "Let pages of this site send and read too; may be given several times")
+      ->type_name("ORIGIN")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   command->add_flag("--open", options->open, "Show the page in the browser");
   command->footer(
       "The first line on standard output is the address; a line for each answer goes to standard error. Nothing is\n"
@@ -89,7 +169,8 @@ void AddServeCommand(CLI::App& app, int*) {
       "Exit status: 0 done, 2 not started (the reason is on standard error).\n\n"
       "Examples:\n"
       "  idphoto serve --open\n"
-      "  idphoto serve --listen 0.0.0.0:8080 --token-file token.txt");
+      "  idphoto serve --listen 0.0.0.0:8080 --token-file token.txt\n"
+      "  idphoto serve --cors https://studio.example");
   command->callback([options] {
     try {
       Serve(*options);
