@@ -44,7 +44,8 @@ void ChildLink::Ask(ChildJob job) {
   askedId_ = job.request.keptId;
   askedCommand_ = job.request.command;
   // What is kept has been read already, and may be asked for many times while somebody moves a slider.
-  if (!NeedsKept(job.request)) ++read_;
+  isForKept_ = NeedsKept(job.request);
+  if (!isForKept_) ++read_;
   writer_.emplace(ToFrame(job.number, std::move(job.request)));
   job_ = std::move(job);
   ++asked_;
@@ -181,6 +182,9 @@ void ChildLink::OnExit() {
   reply.kind = KindFor(*status, isLate_, isBroken_);
   reply.text =
       isLate_ ? "the photograph takes too long" : "the process that worked on the photograph " + WordsFor(*status);
+  // Another try would not find the photograph.
+  if (reply.kind == ChildReply::Kind::kKilled && isForKept_)
+    reply = FailureReply(kNotKept, "the photograph is kept no longer");
   Reply(std::move(reply));
 }
 

@@ -91,7 +91,7 @@ class ChildLink {
   std::map<std::string, Clock::time_point> kept_;  // and when each was last asked for
   size_t asked_ = 0, read_ = 0;                    // requests, and those of them that brought a photograph
   bool isRetiring_ = false, isLate_ = false, isClosed_ = false, hasDied_ = false, hasAnswered_ = false;
-  bool isTold_ = false, isBroken_ = false, isUnwanted_ = false;
+  bool isTold_ = false, isBroken_ = false, isUnwanted_ = false, isForKept_ = false;
   std::string line_;
 };
 

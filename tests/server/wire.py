@@ -70,6 +70,7 @@ class Server:
     def close(self):
         self.process.kill()
         self.process.communicate()
+        self.log_text = self.said()
         self.log.close()
 
 
