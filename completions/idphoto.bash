@@ -33,7 +33,7 @@ _idphoto_options() {
       echo "$common -o --output $document $retouch $adjust $framing $finish --format --jobs --report --resume" \
         "--max-megapixels"
       ;;
-    serve) echo "$common --listen --jobs --max-upload --token-file --host --open" ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --host --cors --open" ;;
   esac
 }
 

@@ -1,6 +1,7 @@
 #include "server/access.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qx::server {
 namespace {
@@ -52,6 +53,24 @@ bool HostList::Takes(std::string_view authority) const {
   const std::string host = HostOf(authority);
   if (host.empty()) return false;
   return any_ || std::find(names_.begin(), names_.end(), host) != names_.end();
+}
+
+std::string OriginOf(std::string_view text) {
+  constexpr std::string_view kSigns = "-.:[]";
+  for (const auto& [scheme, port] : {std::pair<std::string_view, std::string_view>{"http://", ":80"},
+                                     std::pair<std::string_view, std::string_view>{"https://", ":443"}}) {
+    if (!SameWord(text.substr(0, scheme.size()), scheme)) continue;
+    std::string host(text.substr(scheme.size()));
+    std::transform(host.begin(), host.end(), host.begin(), Small);
+    const auto fits = [&](char c) {
+      return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || kSigns.find(c) != std::string_view::npos;
+    };
+    if (HostOf(host).empty() || !std::all_of(host.begin(), host.end(), fits)) return "";
+    const bool own = host.size() > port.size() && std::string_view(host).substr(host.size() - port.size()) == port;
+    if (own) host.resize(host.size() - port.size());
+    return std::string(scheme) + host;
+  }
+  return "";
 }
 
 bool IsOwnOrigin(std::string_view origin, std::string_view authority) {

@@ -35,6 +35,10 @@ class HostList {
 // in Origin (RFC 6454), which a page cannot choose.
 bool IsOwnOrigin(std::string_view origin, std::string_view authority);
 
+// "https://studio.example" as browsers write it in Origin: small letters, no port where it is the scheme's own, nothing
+// behind it. Empty for what is none, "*" and "null" among that.
+std::string OriginOf(std::string_view text);
+
 }  // namespace qx::server
 
 #endif  // QX_SERVER_ACCESS_H

@@ -78,6 +78,7 @@ class BeastConnection final : public Connection, public std::enable_shared_from_
   }
   void Deliver(Response response) override;
   void Drain() override;
+  void GiveUp() override;
 
  private:
   enum class Phase { kHead, kWaiting, kBody, kWorking, kAnswer, kLinger, kClosed };
@@ -318,6 +319,7 @@ void BeastConnection::Send(Response response) {
   // What was not read cannot be told from the next request.
   if (!parser_->is_done() || core_.Draining()) last_ = true;
   response_ = std::move(response);
+  core_.gate->AddOriginHeaders(visit_, &response_);
   AddStandardHeaders(&response_);
   message_.emplace(static_cast<http::status>(response_.status), 11);
   message_->reason(ReasonPhrase(response_.status));
@@ -373,7 +375,14 @@ void BeastConnection::ReleaseSlot() {
 }
 
 void BeastConnection::Drain() {
-  if (phase_ == Phase::kHead && !parser_->got_some() && buffer_.size() == 0) Close();
+  if (phase_ == Phase::kHead && !parser_->got_some() && buffer_.size() == 0) return Close();
+  if (phase_ != Phase::kWaiting || slot_) return;
+  core_.admission.Leave(id_);
+  Send(BusyResponse(limits_.retryAfter, "the server is ending"));
+}
+
+void BeastConnection::GiveUp() {
+  if (phase_ == Phase::kWorking) Deliver(BusyResponse(limits_.retryAfter, "the server is ending"));
 }
 
 void BeastConnection::Close() {

@@ -21,8 +21,11 @@ class Connection {
   virtual void Start() = 0;
   // The handler's answer to the request that it was given.
   virtual void Deliver(Response response) = 0;
-  // Closes it if nothing was asked for; else the answer that is under way will be the last.
+  // Closes it if nothing was asked for, and refuses what has not begun; else the answer that is under way will be the
+  // last.
   virtual void Drain() = 0;
+  // Answers that there will be no answer, if there is none yet.
+  virtual void GiveUp() = 0;
 };
 
 }  // namespace qx::server

@@ -71,6 +71,7 @@ class Core {
   void PauseAccepting();
   void WaitForSignal();
   void Drain();
+  void GiveUp();
   void End();
   void Deliver(uint64_t connection, Response response);
 

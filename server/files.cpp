@@ -25,6 +25,7 @@ Response FileResponse(const File& file, std::string_view ifNoneMatch) {
     return response;
   }
   response.headers.emplace_back("Content-Type", std::string(file.type));
+  response.headers.emplace_back("Accept-Ranges", "none");  // a Range is ignored: nothing here is large
   response.still = file.bytes;
   return response;
 }

@@ -87,7 +87,15 @@ std::string_view Head::Only(std::string_view name) const {
   return value ? std::string_view(*value) : std::string_view();
 }
 
-void Gate::CheckSender(const Head& head, const std::string& targetAuthority, const Route& route) const {
+void Gate::NoteOrigin(const Head& head, Visit* visit) const {
+  const std::string origin = OriginOf(head.Only("Origin"));
+  if (std::find(origins_.begin(), origins_.end(), origin) == origins_.end()) return;
+  visit->origin = origin;
+  visit->asksForPrivate = head.Only("Access-Control-Request-Private-Network") == "true";
+}
+
+void Gate::CheckSender(const Head& head, const std::string& targetAuthority, const Visit& visit) const {
+  const Route& route = visit.request.route;
   const std::string host(head.Only("Host"));
   if (head.version >= 11 && !HasHeader(head.headers, "Host")) throw Problem(400, "bad_request", "there is no Host");
   const std::string& authority = targetAuthority.empty() ? host : targetAuthority;
@@ -95,7 +103,7 @@ void Gate::CheckSender(const Head& head, const std::string& targetAuthority, con
     throw Problem(421, "wrong_host", "this server does not go by that name; ask for it by its address");
   }
   const bool changes = head.method != "GET" && head.method != "HEAD" && head.method != "OPTIONS";
-  if (changes && !IsOwnOrigin(head.Only("Origin"), authority)) {
+  if (changes && visit.origin.empty() && !IsOwnOrigin(head.Only("Origin"), authority)) {
     throw Problem(403, "wrong_origin", "pages of other sites may not send anything here");
   }
   if (token_ && !IsOpen(route) && head.method != "OPTIONS" && !token_->Matches(head.Only("Authorization"))) {
@@ -150,7 +158,8 @@ void Gate::Admit(const Head& head, Visit* visit) const {
   Target target = ParseTarget(head.target, limits_);
   if (target.everything && head.method != "OPTIONS") throw Problem(400, "bad_target", "\"*\" is for OPTIONS alone");
   request.route = FindRoute(target.segments);
-  CheckSender(head, target.authority, request.route);
+  NoteOrigin(head, visit);
+  CheckSender(head, target.authority, *visit);
   const bool missing =
       request.route.place == Place::kNone || (request.route.place == Place::kFile && !FindFile(request.route.path));
   if (missing && !target.everything) {
@@ -193,6 +202,23 @@ std::optional<Response> Gate::Answer(const Visit& visit) const {
   }
   if (request.route.place != Place::kFile) return std::nullopt;
   return FileResponse(*FindFile(request.route.path), visit.ifNoneMatch);
+}
+
+void Gate::AddOriginHeaders(const Visit& visit, Response* response) const {
+  if (origins_.empty()) return;
+  Pairs& headers = response->headers;
+  // Also for those that may not: what lies between must not hand them others' answers.
+  headers.emplace_back("Vary", "Origin");
+  if (visit.origin.empty()) return;
+  headers.emplace_back("Access-Control-Allow-Origin", visit.origin);
+  if (visit.request.method != "OPTIONS") {
+    headers.emplace_back("Access-Control-Expose-Headers", "ETag, Location, Retry-After");
+    return;
+  }
+  headers.insert(headers.end(), {{"Access-Control-Allow-Methods", std::string(AllowedMethods(visit.request.route))},
+                                 {"Access-Control-Allow-Headers", "Accept, Authorization, Content-Type, If-None-Match"},
+                                 {"Access-Control-Max-Age", "600"}});
+  if (visit.asksForPrivate) headers.emplace_back("Access-Control-Allow-Private-Network", "true");
 }
 
 void AddStandardHeaders(Response* response) {

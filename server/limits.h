@@ -29,7 +29,8 @@ struct Limits {
   std::chrono::milliseconds drop{2'000};
   // An accept fails at once, again and again, while file descriptors are short.
   std::chrono::milliseconds acceptPause{100};
-  std::chrono::milliseconds drain{10'000};  // from the request to stop to the end, whatever still runs
+  // From the request to stop to the end, whatever still runs; shortly before, those who still wait are told.
+  std::chrono::milliseconds drain{9'000};
   // Of a form or a query.
   size_t parts = 64;
   size_t nameBytes = 64;

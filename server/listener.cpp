@@ -1,5 +1,6 @@
 #include "server/listener.h"
 
+#include <fcntl.h>
 #include <malloc.h>
 
 #include <atomic>
@@ -42,6 +43,20 @@ tcp::endpoint EndpointOf(const std::string& listen) {
                      "\" is no address to listen on; write one such as 127.0.0.1:8080 or [::1]:8080");
   }
   return {address, static_cast<unsigned short>(number)};
+}
+
+std::vector<std::string> Origins(const std::vector<std::string>& texts) {
+  std::vector<std::string> origins;
+  for (const std::string& text : texts) {
+    origins.push_back(OriginOf(text));
+    if (!origins.back().empty()) continue;
+    throw Failure(FailureCode::kBadOption,
+                  "\"" + photo::Printable(text) +
+                      "\" is no origin; write scheme, name and port of the page, such as https://studio.example, and "
+                      "nothing behind them",
+                  {{"option", "cors"}});
+  }
+  return origins;
 }
 
 // Answers once, whoever holds it; when nobody does any more, for them.
@@ -96,9 +111,11 @@ Core::Core(Settings s, Handler* handler)
     throw BadAddress("others can reach that address; give a token too, or listen on 127.0.0.1");
   }
   gate = std::make_unique<Gate>(HostList(endpoint.address().to_string(), loopback, settings.hosts), settings.token,
-                                settings.files, limits);
+                                settings.files, limits, Origins(settings.origins));
   error_code error;
   acceptor_.open(endpoint.protocol(), error);
+  // Programs that are started must not hold on to it.
+  if (!error) fcntl(acceptor_.native_handle(), F_SETFD, FD_CLOEXEC);
   if (!error) acceptor_.set_option(net::socket_base::reuse_address(true), error);
   if (!error) acceptor_.bind(endpoint, error);
   if (!error) acceptor_.listen(net::socket_base::max_listen_connections, error);
@@ -164,6 +181,7 @@ void Core::OnAccept(const error_code& error, tcp::socket socket) {
   if (draining_) return;
   if (error) return PauseAccepting();
   metrics.Accepted();
+  fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
   const uint64_t id = ++next_;
   const auto connection = Connection::Make(id, std::move(socket), this);
   connections_[id] = connection;
@@ -191,13 +209,22 @@ void Core::Drain() {
   error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();
-  end_.expires_after(limits.drain);
+  end_.expires_after(limits.drain * 9 / 10);
   end_.async_wait([this](const error_code& error) {
-    if (!error) End();
+    if (!error) GiveUp();
   });
   const auto connections = connections_;  // closing takes them out
   for (const auto& [id, connection] : connections) connection->Drain();
   if (connections_.empty()) End();
+}
+
+void Core::GiveUp() {
+  end_.expires_after(limits.drain / 10);
+  end_.async_wait([this](const error_code& error) {
+    if (!error) End();
+  });
+  const auto connections = connections_;
+  for (const auto& [id, connection] : connections) connection->GiveUp();
 }
 
 void Core::End() {

@@ -19,10 +19,13 @@ struct Settings {
   // ADDRESS:PORT, where the address is one of numbers, in brackets for IPv6, or "localhost"; port 0 takes a free one.
   std::string listen = "127.0.0.1:0";
   std::vector<std::string> hosts;  // names to go by beside those of the address
-  std::optional<Token> token;      // has to be there unless the address is the computer's own
+  // Of pages of other sites that may ask too, such as "https://studio.example".
+  std::vector<std::string> origins;
+  std::optional<Token> token;  // has to be there unless the address is the computer's own
   Limits limits;
   std::vector<File> files;  // of the page
-  // A line for each answer, without its end: no names of files, no options, no addresses of strangers.
+  // A line for each answer, without its end: no names of files, no options, no addresses of strangers. On the server's
+  // thread, which must not wait there.
   std::function<void(const std::string&)> log;
 };
 
@@ -32,7 +35,7 @@ class Core;
 class Listener {
  public:
   // Listens, so that clients may connect from now on. The handler must outlive it. Throws Failure (kBadOption): the
-  // address cannot be read or listened on, or has no token where it needs one.
+  // address cannot be read or listened on, or has no token where it needs one; an origin is none.
   Listener(Settings settings, Handler* handler);
   ~Listener();
   Listener(const Listener&) = delete;

@@ -1,4 +1,4 @@
-#include <spawn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -7,14 +7,18 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "cli/browser.h"
 #include "cli/commands/commands.h"
+#include "cli/line_log.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "server/access.h"
 #include "server/adapter/adapter.h"
+#include "server/children/confinement.h"
 #include "server/listener.h"
 #include "server/service.h"
 #ifdef QX_WITH_PAGE
@@ -32,7 +36,7 @@ struct ServeOptions {
   size_t jobs = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMaxJobs);
   int maxUpload = 32;  // megabytes
   std::string tokenFile;
-  std::vector<std::string> hosts;
+  std::vector<std::string> hosts, origins;
   bool open = false;
 };
 
@@ -44,29 +48,54 @@ std::string NotAHost(const std::string& text) {
   return "\"" + photo::Printable(text) + "\" is no name of a computer, such as photos.example.org";
 }
 
-// Shows the page in the user's browser; without one, the address stands in the terminal.
-void OpenInBrowser(const std::string& address) {
-  std::string program = "xdg-open", argument = address;
-  char* const arguments[] = {program.data(), argument.data(), nullptr};
-  pid_t process = 0;
-  posix_spawnp(&process, program.c_str(), nullptr, nullptr, arguments, environ);
+void WarnOfReaders(const std::string& tokenFile, LineLog* log) {
+  struct stat status {};
+  if (stat(tokenFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & (S_IRGRP | S_IROTH)) == 0)
+    return;
+  log->Say("warning: other users of this computer can read the token in " + photo::Printable(tokenFile) +
+           "; chmod 600 keeps it yours");
 }
 
-void Serve(const ServeOptions& options) {
-  server::GiveBackFreedMemory();
+// Who lets others in counts on every wall that the manual names.
+void CheckConfinement(const std::string& listen, bool hasToken, LineLog* log) {
+  if (server::CanFilterCalls()) return;
+  const std::string host = server::HostOf(listen);
+  if (hasToken && host != "localhost" && host != "127.0.0.1" && host != "::1") {
+    throw SetupFailure(
+        "--listen: this program was built without libseccomp: a hostile photograph that takes over the process that "
+        "reads it could do what you can; build it with libseccomp-dev, or listen on 127.0.0.1");
+  }
+  log->Say(
+      "warning: built without libseccomp: processes that read photographs have limits of memory and time, but the "
+      "system's calls are open to them");
+}
+
+server::Settings SettingsOf(const ServeOptions& options, const std::shared_ptr<LineLog>& log) {
   server::Settings settings;
   settings.listen = options.listen;
-  if (!options.tokenFile.empty()) settings.token = server::Token::FromFile(options.tokenFile);
   settings.hosts = options.hosts;
+  settings.origins = options.origins;
+  if (!options.tokenFile.empty()) {
+    settings.token = server::Token::FromFile(options.tokenFile);
+    WarnOfReaders(options.tokenFile, log.get());
+  }
   // Two more than work: one comes in while another goes out.
   settings.limits.slots = options.jobs + 2;
   settings.limits.bodyBytes = static_cast<uint64_t>(options.maxUpload) * kMegabyte;
-  settings.log = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+  settings.log = [log](const std::string& line) { log->Say(line); };
 #ifdef QX_WITH_PAGE
   for (const web::PageFile& file : web::PageFiles()) {
     settings.files.push_back({file.path, file.type, file.etag, file.bytes, file.hashed});
   }
 #endif
+  return settings;
+}
+
+void Serve(const ServeOptions& options) {
+  server::GiveBackFreedMemory();
+  const auto log = std::make_shared<LineLog>(STDERR_FILENO);
+  server::Settings settings = SettingsOf(options, log);
+  CheckConfinement(options.listen, settings.token.has_value(), log.get());
   server::ChildrenSettings children;
   children.count = options.jobs;
   children.log = settings.log;
@@ -101,6 +130,11 @@ void AddServeCommand(CLI::App& app, int*) {
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->check(CLI::Validator(NotAHost, ""));
+  command
+      ->add_option("--cors", options->origins, "Let pages of this site send and read too; may be given several times")
+      ->type_name("ORIGIN")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   command->add_flag("--open", options->open, "Show the page in the browser");
   command->footer(
       "The first line on standard output is the address; a line for each answer goes to standard error. Nothing is\n"
@@ -110,7 +144,8 @@ void AddServeCommand(CLI::App& app, int*) {
       "Exit status: 0 done, 2 not started (the reason is on standard error).\n\n"
       "Examples:\n"
       "  idphoto serve --open\n"
-      "  idphoto serve --listen 0.0.0.0:8080 --token-file token.txt");
+      "  idphoto serve --listen 0.0.0.0:8080 --token-file token.txt\n"
+      "  idphoto serve --cors https://studio.example");
   command->callback([options] {
     try {
       Serve(*options);

@@ -5,4 +5,8 @@ namespace qx::server {
 
 void AllowOnlyNeededCalls() {}
 
+bool CanFilterCalls() {
+  return false;
+}
+
 }  // namespace qx::server

@@ -29,16 +29,28 @@ ChildReply Refusal(ChildReply::Kind kind, const char* text) {
   return reply;
 }
 
+ChildrenSettings WithShares(ChildrenSettings settings) {
+  const uint64_t count = std::max<uint64_t>(settings.count, 1);
+  settings.limits.keptPhotos = std::min(settings.limits.keptPhotos, std::max<uint64_t>(settings.keptPhotos / count, 1));
+  settings.limits.keptBytes = std::min(settings.limits.keptBytes, settings.keptBytes / count);
+  return settings;
+}
+
 }  // namespace
 
 class Children::Pool {
  public:
-  explicit Pool(const ChildrenSettings& settings) : settings_(settings), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  explicit Pool(const ChildrenSettings& settings)
+      : settings_(WithShares(settings)), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (wake_.Number() < 0) throw std::system_error(errno, std::generic_category(), "children");
     thread_ = std::thread([this] { Live(); });
   }
   ~Pool() {
-    Stop();
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      isStopped_ = isEnding_ = true;
+    }
+    Wake();
     thread_.join();
   }
 
@@ -102,18 +114,29 @@ class Children::Pool {
     return isStopped_ && links_.empty() && waiting_.empty() && refused_.empty();
   }
 
-  bool IsStopped() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return isStopped_;
+  // True when children are no longer wanted, which they have then been told.
+  bool HasSentAway() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const bool isStopped = isStopped_, isEnding = isEnding_;
+    lock.unlock();
+    for (const auto& link : links_) {
+      if (isStopped) link->Leave();
+      if (isEnding) link->End();
+    }
+    return isStopped;
   }
 
   void Replenish() {
-    if (IsStopped()) {
-      for (const auto& link : links_) link->Leave();
-      return;
-    }
+    if (HasSentAway()) return;
     auto serving = static_cast<size_t>(
         std::count_if(links_.begin(), links_.end(), [](const auto& link) { return !link->IsRetiring(); }));
+    // Somebody who goes on asking for what is kept must not have processes pile up.
+    const size_t retiring = links_.size() - serving;
+    for (size_t i = 0, many = retiring; i < links_.size() && many > settings_.count; ++i) {
+      if (!links_[i]->IsRetiring()) continue;
+      links_[i]->LetGo();
+      --many;
+    }
     while (serving < settings_.count && Clock::now() >= nextStart_) {
       try {
         links_.push_back(std::make_unique<ChildLink>(settings_));
@@ -239,7 +262,7 @@ class Children::Pool {
   mutable std::mutex mutex_;  // of these
   std::deque<ChildJob> waiting_, refused_;
   uint64_t lastNumber_ = 0;
-  bool isStopped_ = false;
+  bool isStopped_ = false, isEnding_ = false;
   ChildrenState state_;
 
   // Of the thread.

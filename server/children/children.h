@@ -26,9 +26,13 @@ struct ChildrenSettings {
   std::chrono::milliseconds startTime{20'000};
   std::chrono::milliseconds waitTime{30'000};  // of a request for a child
   size_t mostWaiting = 128;
-  // After so many requests a child is replaced, so that nothing that one photograph leaves behind, meant or not, lasts.
-  // One that keeps photographs first serves those, up to four times as many.
+  // After so many photographs a child is replaced, so that nothing that one leaves behind, meant or not, lasts. One
+  // that keeps photographs first serves those, up to fifty times as many requests, as long as there are not more
+  // children of that sort than others.
   size_t requestsOfChild = 200;
+  // Of all children together; each keeps its share, one at least, and no more than `limits` has.
+  uint64_t keptPhotos = 32;
+  uint64_t keptBytes = uint64_t{1} << 30;
   // Must be one that asks IsChild: this very program, unless something else is wanted.
   std::string program = "/proc/self/exe";
   // Gets lines on what children say and how they end; from the thread of the children. May be empty.
@@ -51,7 +55,7 @@ class Children {
 
   // Starts a thread, which starts the children; requests may come at once. Throws std::system_error.
   explicit Children(const ChildrenSettings& settings);
-  // Stops, and waits for the requests that run.
+  // Stops, and ends the requests that run: whoever waits for one keeps this alive.
   ~Children();
   Children(const Children&) = delete;
   Children& operator=(const Children&) = delete;

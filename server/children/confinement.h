@@ -18,6 +18,8 @@ void Confine(const ChildLimits& limits);
 // From here on the process is killed at any system call that computing on photographs does not need. Without libseccomp
 // this does nothing; the build says so.
 void AllowOnlyNeededCalls();
+// Whether this program was built with libseccomp.
+bool CanFilterCalls();
 
 }  // namespace qx::server
 

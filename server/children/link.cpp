@@ -1,9 +1,12 @@
 #include "server/children/link.h"
 
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <utility>
 
@@ -14,8 +17,20 @@ namespace {
 
 constexpr std::chrono::seconds kTimeToLeave{5}, kLookAtKept{10};
 constexpr size_t kLongestLine = 500;
-constexpr int kMostReads = 64;      // in one turn, so that a child that talks on and on holds up nobody
-constexpr size_t kMostForKept = 4;  // times the usual number of requests
+constexpr int kMostReads = 64;       // in one turn, so that a child that talks on and on holds up nobody
+constexpr size_t kMostForKept = 50;  // times the usual number of requests
+
+// A photograph can have its child end by what it does, but not by a signal that only others send.
+bool IsFromOutside(int waitStatus) {
+  if (!WIFSIGNALED(waitStatus)) return false;
+  const int signal = WTERMSIG(waitStatus);
+  return signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == SIGHUP || signal == SIGQUIT;
+}
+
+ChildReply::Kind KindFor(int waitStatus, bool isLate, bool isBroken) {
+  if (isLate) return ChildReply::Kind::kTimedOut;
+  return !isBroken && IsFromOutside(waitStatus) ? ChildReply::Kind::kKilled : ChildReply::Kind::kDied;
+}
 
 }  // namespace
 
@@ -29,6 +44,9 @@ void ChildLink::Ask(ChildJob job) {
   askedId_ = job.request.keptId;
   askedCommand_ = job.request.command;
   waited_ = std::chrono::duration<double>(Clock::now() - job.since).count();
+  // What is kept has been read already, and may be asked for many times while somebody moves a slider.
+  isForKept_ = NeedsKept(job.request);
+  if (!isForKept_) ++read_;
   writer_.emplace(ToFrame(job.number, std::move(job.request)));
   job_ = std::move(job);
   ++asked_;
@@ -45,6 +63,12 @@ void ChildLink::Leave() {
   state_ = State::kLeaving;
   deadline_ = Clock::now() + kTimeToLeave;
   shutdown(process_.Socket(), SHUT_WR);
+}
+
+void ChildLink::End() {
+  constexpr std::chrono::milliseconds kGrace{300};
+  if (state_ == State::kBusy) process_.Kill();
+  if (state_ == State::kLeaving) deadline_ = std::min(deadline_, Clock::now() + kGrace);
 }
 
 void ChildLink::AddTo(std::vector<pollfd>* wanted) const {
@@ -125,8 +149,14 @@ void ChildLink::LetGoOfOld() {
 void ChildLink::Rest() {
   state_ = State::kIdle;
   deadline_ = Clock::now() + kLookAtKept;
-  if (asked_ >= settings_.requestsOfChild) isRetiring_ = true;
-  if (isRetiring_ && (kept_.empty() || asked_ >= kMostForKept * settings_.requestsOfChild)) Leave();
+  const bool isWorn = asked_ >= kMostForKept * settings_.requestsOfChild;
+  if (isWorn || read_ >= settings_.requestsOfChild) isRetiring_ = true;
+  if (isRetiring_ && (kept_.empty() || isWorn || isUnwanted_)) Leave();
+}
+
+void ChildLink::LetGo() {
+  isUnwanted_ = true;
+  if (state_ == State::kIdle) Leave();
 }
 
 void ChildLink::OnDeadline() {
@@ -150,16 +180,19 @@ void ChildLink::OnExit() {
   if (hasDied_) Say(isLate_ ? "killed: it took too long" : WordsFor(*status));
   if (!job_) return;
   ChildReply reply;
-  reply.kind = isLate_ ? ChildReply::Kind::kTimedOut : ChildReply::Kind::kDied;
+  reply.kind = KindFor(*status, isLate_, isBroken_);
   reply.text =
       isLate_ ? "the photograph takes too long" : "the process that worked on the photograph " + WordsFor(*status);
+  // Another try would not find the photograph.
+  if (reply.kind == ChildReply::Kind::kKilled && isForKept_)
+    reply = FailureReply(kNotKept, "the photograph is kept no longer");
   Reply(std::move(reply));
 }
 
 // What comes from it is not to be believed any more.
 void ChildLink::Break(const std::string& why) {
   Say("is not understood: " + why);
-  isClosed_ = true;
+  isClosed_ = isBroken_ = true;
   process_.Kill();
   deadline_ = Clock::time_point::max();
 }

@@ -54,8 +54,12 @@ class ChildLink {
 
   // Only while idle.
   void Ask(ChildJob job);
-  // Has the child end once it is idle.
+  // Has the child end if it is idle, and take no more new photographs if not.
   void Leave();
+  // Ends the process, whatever it does.
+  void End();
+  // Has a retiring child end as soon as it is idle, whatever it keeps.
+  void LetGo();
 
   // What to wait for, always three.
   void AddTo(std::vector<pollfd>* wanted) const;
@@ -88,9 +92,9 @@ class ChildLink {
   std::string askedId_, askedCommand_;
   double waited_ = 0;                              // seconds, the request at hand
   std::map<std::string, Clock::time_point> kept_;  // and when each was last asked for
-  size_t asked_ = 0;
+  size_t asked_ = 0, read_ = 0;                    // requests, and those of them that brought a photograph
   bool isRetiring_ = false, isLate_ = false, isClosed_ = false, hasDied_ = false, hasAnswered_ = false;
-  bool isTold_ = false;
+  bool isTold_ = false, isBroken_ = false, isUnwanted_ = false, isForKept_ = false;
   std::string line_;
 };
 

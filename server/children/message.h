@@ -53,6 +53,7 @@ struct ChildReply {
     kAnswer,     // pictures and report
     kFailure,    // code, fields, text
     kDied,       // the child did: text says of what
+    kKilled,     // from outside, or by the system for want of memory: the photograph is not to blame
     kTimedOut,   // it took longer than a request may, and was ended
     kBusy,       // too many others wait, or it has waited too long
     kCancelled,  // before it began: by Stop, or since nobody waits any more

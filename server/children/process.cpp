@@ -55,6 +55,8 @@ class SpawnPlan {
     posix_spawn_file_actions_adddup2(&actions_, log, 1);
     posix_spawn_file_actions_adddup2(&actions_, log, 2);
     posix_spawn_file_actions_adddup2(&actions_, socket, kChildSocket);
+    // The server's other connections are strangers'.
+    posix_spawn_file_actions_addclosefrom_np(&actions_, kChildSocket + 1);
     posix_spawnattr_init(&attributes_);
     sigset_t none, all;
     sigemptyset(&none);

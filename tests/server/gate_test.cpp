@@ -268,4 +268,67 @@ TEST(Gate, AcceptChoosesTheKindOfFile) {
   EXPECT_FALSE(WantedBy("*/*").zip);
 }
 
+std::string HeaderOf(const Response& response, std::string_view name) {
+  std::string all;
+  for (const auto& [known, value] : response.headers) all += known == name ? value + ";" : "";
+  return all;
+}
+
+// What a page of that origin is told with the answer to a request of that method.
+Response ToldTo(const std::string& origin, const std::string& method, const Pairs& more = {}) {
+  const Gate gate(HostList("127.0.0.1", true, {}), std::nullopt, {}, kLimits,
+                  {OriginOf("HTTPS://Studio.example:443"), OriginOf("http://localhost:3000")});
+  Pairs headers = more;
+  if (!origin.empty()) headers.emplace_back("Origin", origin);
+  Visit visit;
+  Response response;
+  try {
+    gate.Admit(MakeHead(method, "/v1/make", headers), &visit);
+  } catch (const Problem& problem) {
+    response = ProblemResponse(problem);
+  }
+  gate.AddOriginHeaders(visit, &response);
+  return response;
+}
+
+TEST(Gate, OnlyNamedOriginsMayAskFromElsewhere) {
+  for (const char* origin : {"https://studio.example", "http://localhost:3000"}) {
+    const Response answer = ToldTo(origin, "POST"), preflight = ToldTo(origin, "OPTIONS");
+    EXPECT_EQ(answer.status, 200U);
+    EXPECT_EQ(HeaderOf(answer, "Access-Control-Allow-Origin"), std::string(origin) + ";");
+    EXPECT_EQ(HeaderOf(answer, "Vary"), "Origin;");
+    EXPECT_EQ(HeaderOf(preflight, "Access-Control-Allow-Methods"), "POST, OPTIONS;");
+    EXPECT_NE(HeaderOf(preflight, "Access-Control-Allow-Headers").find("Authorization"), std::string::npos);
+    EXPECT_EQ(HeaderOf(preflight, "Access-Control-Allow-Private-Network"), "");
+    EXPECT_EQ(
+        HeaderOf(answer, "Access-Control-Allow-Credentials") + HeaderOf(preflight, "Access-Control-Allow-Credentials"),
+        "");
+  }
+  const Pairs near = {{"Access-Control-Request-Private-Network", "true"}};
+  EXPECT_EQ(HeaderOf(ToldTo("https://studio.example", "OPTIONS", near), "Access-Control-Allow-Private-Network"),
+            "true;");
+  // Errors are for the page too.
+  const Response refused = ToldTo("https://studio.example", "GET");
+  EXPECT_EQ(refused.status, 405U);
+  EXPECT_EQ(HeaderOf(refused, "Access-Control-Allow-Origin"), "https://studio.example;");
+  for (const char* origin : {"http://studio.example", "https://studio.example:444",
+                             "https://studio.example.evil.example", "https://evil.example", "null", "*"}) {
+    const Response answer = ToldTo(origin, "POST");
+    EXPECT_EQ(answer.status, 403U) << origin;
+    EXPECT_EQ(HeaderOf(answer, "Access-Control-Allow-Origin"), "") << origin;
+    EXPECT_EQ(HeaderOf(answer, "Vary"), "Origin;") << origin;
+    EXPECT_EQ(HeaderOf(ToldTo(origin, "OPTIONS"), "Access-Control-Allow-Methods"), "") << origin;
+  }
+  EXPECT_EQ(ToldTo("", "POST").status, 200U);
+}
+
+TEST(Gate, OriginsAreWrittenAsBrowsersDo) {
+  EXPECT_EQ(OriginOf("HTTP://LocalHost:80"), "http://localhost");
+  EXPECT_EQ(OriginOf("https://[::1]:8443"), "https://[::1]:8443");
+  for (const char* none : {"", "*", "null", "studio.example", "https://", "https://a/", "https://a/b", "https://a:b",
+                           "ftp://a", "https://a b", "https://u@a", "https://a\r\nb"}) {
+    EXPECT_EQ(OriginOf(none), "") << none;
+  }
+}
+
 }  // namespace

@@ -46,7 +46,7 @@ class PlayHandler final : public Handler {
   Response Answer(const Request& request) {
     using namespace std::chrono_literals;  // NOLINT
     std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(Option(request, "wait").value_or("0"))));
-    for (int i = 0; Option(request, "gone") && i < 500 && !request.abandoned(); ++i) std::this_thread::sleep_for(10ms);
+    for (int i = 0; Option(request, "gone") && i < 3000 && !request.abandoned(); ++i) std::this_thread::sleep_for(10ms);
     if (Option(request, "gone") && request.abandoned()) ++left_;
     if (Option(request, "memory")) {
       return ProblemResponse(qx::photo::Failure(qx::photo::FailureCode::kOutOfMemory, "memory is short"));

@@ -81,6 +81,27 @@ TEST(ChildrenPhotographs, AreKeptInNumberAndOutliveTheirChildsShare) {
   EXPECT_EQ(0u, children.State().died);
 }
 
+TEST(ChildrenPhotographs, KeptByChildrenThatHadTheirShareDoNotPileUp) {
+  if (std::string(QX_SAMPLE_PHOTO).empty()) GTEST_SKIP() << "no sample photograph";
+  ChildrenSettings settings = Settings(1);
+  settings.requestsOfChild = 1;
+  Children children(settings);
+  const photo::Bytes sample = FileOf(QX_SAMPLE_PHOTO);
+  const Options visa{{"preset", "schengen-visa"}};
+  for (const char* id : {"a", "b", "c"}) {
+    EXPECT_EQ(Kind::kAnswer, Waited(children, {"keep", {}, sample, {}, id}).Get().kind);
+  }
+  // One child is new, one beside it may keep what it has; the eldest had to go, and its photograph with it.
+  EXPECT_EQ(kNotKept, Waited(children, {"render", visa, {}, {}, "a"}).Get().code);
+  EXPECT_EQ(Kind::kAnswer, Waited(children, {"render", visa, {}, {}, "c"}).Get().kind);
+  EXPECT_TRUE(Eventually([&] { return children.State().ready == 2; }));
+  // Many variations of one photograph wear out no child.
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_EQ(Kind::kAnswer, Waited(children, {"render", visa, {}, {}, "c"}).Get().kind);
+  }
+  EXPECT_EQ(0u, children.State().died);
+}
+
 TEST(ChildrenPhotographs, OfEveryFormatAreReadAndDamagedOnesRefused) {
   const TestFolder folder;
   const vips::VImage picture = ToVips(GradientImage(300, 200));
