@@ -318,6 +318,7 @@ void BeastConnection::Send(Response response) {
   // What was not read cannot be told from the next request.
   if (!parser_->is_done() || core_.Draining()) last_ = true;
   response_ = std::move(response);
+  PackText(&response_, visit_.acceptsGzip);
   AddStandardHeaders(&response_);
   message_.emplace(static_cast<http::status>(response_.status), 11);
   message_->reason(ReasonPhrase(response_.status));

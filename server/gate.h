@@ -37,6 +37,7 @@ struct Visit {
   bool wantsContinue = false;  // the client waits for "100 Continue" before it sends the body
   std::string boundary;        // of a form; else empty
   std::string ifNoneMatch;
+  bool acceptsGzip = false;
 };
 
 class Gate {
