@@ -57,12 +57,16 @@ function Workplace() {
   const photo = currentPhoto(state);
   const preset = presets.find((one) => one.name === currentSettings(state).preset);
   const result = useResult(studio, preset);
+  const toMend = photo?.verdict?.failed ?? 0;
   return (
     <main class={`work show-${panel}`}>
       <Stage result={result} preset={preset} />
       <nav class="panels">
         {panels.map((one) => (
-          <button key={one} type="button" aria-pressed={one === panel} onClick={() => setPanel(one)}>{text.say(one === "download" ? "download.short" : `${one}.title`)}</button>
+          <button key={one} type="button" aria-pressed={one === panel} onClick={() => setPanel(one)}>
+            {text.say(one === "download" ? "download.short" : `${one}.title`)}
+            {one === "checks" && toMend > 0 && <span class="badge">{toMend}</span>}
+          </button>
         ))}
       </nav>
       <div class="left">
@@ -100,15 +104,12 @@ export function App() {
   const [language, setLanguage] = useState(() => preferredLanguage(navigator.languages));
   const [camera, setCamera] = useState(false);
   const client = useMemo(() => new Client(), []);
-  const [known, setKnown] = useState<ReadonlySet<string> | null>(null);
-  const offers = (option: string): boolean => known === null || known.has(option);
   const text = useMemo(() => new Text(language), [language]);
   useEffect(() => { document.documentElement.lang = language; }, [language]);
   useEffect(() => {
     if (presets.length > 0 || !state.online) return;
-    Promise.all([client.presets(), client.options()]).then(([all, options]) => {
+    client.presets().then((all) => {
       setPresets(all);
-      setKnown(options);
       dispatch({ do: "document", preset: likelyDocument(all, navigator.languages) });
     }, () => dispatch({ do: "online", online: false }));
   }, [state.online]);
@@ -116,7 +117,7 @@ export function App() {
   useConnection(state.online, dispatch, client);
   useUndoKeys(dispatch);
   return (
-    <StudioContext.Provider value={{ state, dispatch, client, presets, offers, text }}>
+    <StudioContext.Provider value={{ state, dispatch, client, presets, text }}>
       <Header language={language} onLanguage={setLanguage} onCamera={() => setCamera(true)} />
       {!state.online && <p class="offline" role="alert">{text.say("app.offline")}</p>}
       {state.photos.length === 0 ? <main class="empty"><Start onCamera={() => setCamera(true)} /></main> : <Workplace />}

@@ -85,7 +85,7 @@ export function PhotoList() {
   };
   return (
     <section class={count > 1 ? "list" : "list single"} aria-labelledby="list-title">
-      <header><h2 id="list-title">{text.say("list.title")}</h2><PhotoButton label={text.say("list.add")} /></header>
+      <header><h2 id="list-title">{text.say("list.title")}</h2><PhotoButton label={text.say("list.add")} icon="add" /></header>
       <ul>{state.photos.map((photo) => <Item key={photo.key} photo={photo} />)}</ul>
       {count > 1 && (
         <div class="row">

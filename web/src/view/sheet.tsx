@@ -1,15 +1,17 @@
-import { useEffect, useState } from "preact/hooks";
+import { useEffect, useMemo, useState } from "preact/hooks";
 import type { SheetItem } from "../api/client";
 import { isAbort, Problem } from "../api/problem";
 import type { Preset } from "../api/types";
 import { bytesOf, save } from "../files/files";
 import { pdfOf } from "../files/pdf";
-import { queryOf } from "../state/options";
+import { queryOf, withValue, type Settings } from "../state/options";
 import type { Photo } from "../state/reducer";
+import type { Key } from "../text/english";
 import type { Text } from "../text/text";
 import { printPicture } from "../work/printing";
 import { useStudio } from "../work/studio";
 import { Dialog } from "./dialog";
+import { Icon } from "./icons";
 
 const papers = ["4x6", "5x7", "3.5x5", "6x8", "8x10", "10x15cm", "13x18cm", "A6", "A5", "A4", "letter"];
 
@@ -18,23 +20,35 @@ function paperName(paper: string, text: Text): string {
   return /^[\d.]+x[\d.]+$/.test(paper) ? text.say("sheet.inches", { size }) : size === "letter" ? "Letter" : size;
 }
 
-/** The finished pictures of the photographs on the sheet, made when they are wanted. */
-function useItems(copies: ReadonlyMap<number, number>): { items: SheetItem[]; problem: Problem | null } {
+/** One kind of picture on the sheet: a photograph as one document; 0 copies fill the sheet. */
+interface Kind { photo: number; preset: string; copies: number }
+
+/** As many different pictures as the service takes on one sheet. */
+const kMostKinds = 16;
+
+/** The settings for another document than the one they were made for: where the person stands was for that one. */
+function settingsFor(settings: Settings, preset: string): Settings {
+  if (settings["preset"] === preset) return settings;
+  const others = Object.entries(settings).filter(([name]) => !["background", "zoom", "offset-x", "offset-y", "max-kb"].includes(name));
+  return { ...Object.fromEntries(others), preset };
+}
+
+/** The finished pictures on the sheet, made when they are wanted. */
+function useItems(kinds: readonly Kind[]): { items: SheetItem[]; problem: Problem | null } {
   const { state, client, presets } = useStudio();
   const [made, setMade] = useState<{ items: SheetItem[]; problem: Problem | null }>({ items: [], problem: null });
   useEffect(() => {
     const controller = new AbortController();
-    const wanted = state.photos.filter((photo) => copies.has(photo.key) && photo.kept);
-    Promise.all(wanted.map(async (photo): Promise<SheetItem> => {
-      const settings = photo.history.present;
-      const preset = presets.find((one) => one.name === settings.preset);
-      const picture = await client.picture(photo.kept!.id, queryOf(settings, preset), "image/jpeg", controller.signal);
-      return { picture, copies: copies.get(photo.key) ?? 0 };
+    Promise.all(kinds.map(async ({ photo: key, preset: name, copies }): Promise<SheetItem> => {
+      const photo = state.photos.find((one) => one.key === key);
+      const settings = withValue(settingsFor(photo?.history.present ?? {}, name), "type", "image/jpeg");
+      const query = queryOf(settings, presets.find((one) => one.name === name));
+      return { picture: await client.picture(photo?.kept?.id ?? "", query, "image/jpeg", controller.signal), copies };
     })).then((items) => setMade({ items, problem: null }), (reason: unknown) => {
       if (!isAbort(reason)) setMade({ items: [], problem: reason as Problem });
     });
     return () => controller.abort();
-  }, [copies]);
+  }, [kinds]);
   return made;
 }
 
@@ -62,15 +76,50 @@ function useSheet(items: readonly SheetItem[], paper: string, margin: number, ga
   return { sheet, problem };
 }
 
-function Copies({ photo, value, onChange }: { photo: Photo; value: number | undefined; onChange: (copies: number | undefined) => void }) {
-  const { text } = useStudio();
+interface KindRowProps { kind: Kind; number: number; alone: boolean; onChange: (kind: Kind) => void; onRemove: () => void }
+
+function KindRow({ kind, number, alone, onChange, onRemove }: KindRowProps) {
+  const { state, presets, text } = useStudio();
+  const photos = state.photos.filter((one) => one.kept);
+  const named = useMemo(() => presets.map((one) => ({ name: one.name, title: text.documentName(one) }))
+    .sort((one, two) => one.title.localeCompare(two.title, text.language)), [presets, text]);
+  const label = (key: Key): string => `${text.say(key)} ${number}`;
   return (
-    <div class="copies">
-      <label class="switch"><input type="checkbox" checked={value !== undefined}
-        onChange={(event) => onChange(event.currentTarget.checked ? 0 : undefined)} /><span>{photo.name}</span></label>
-      <input type="number" min="0" max="100" value={value ?? 0} disabled={value === undefined} aria-label={text.say("sheet.copies", { name: photo.name })}
-        onInput={(event) => onChange(Math.max(0, event.currentTarget.valueAsNumber || 0))} />
+    <div class="kind">
+      {photos.length > 1 && (
+        <select aria-label={label("sheet.photo")} value={kind.photo} onChange={(event) => onChange({ ...kind, photo: Number(event.currentTarget.value) })}>
+          {photos.map((one) => <option key={one.key} value={one.key}>{one.name}</option>)}
+        </select>
+      )}
+      <select aria-label={label("sheet.document")} value={kind.preset} onChange={(event) => onChange({ ...kind, preset: event.currentTarget.value })}>
+        {named.map(({ name, title }) => <option key={name} value={name}>{title}</option>)}
+      </select>
+      <label class="copies"><span>{text.say("sheet.copies")}</span>
+        <input type="number" min="0" max="100" value={kind.copies} aria-label={label("sheet.copies")}
+          onInput={(event) => onChange({ ...kind, copies: Math.max(0, Math.round(event.currentTarget.valueAsNumber || 0)) })} /></label>
+      {!alone && <button type="button" class="quiet" aria-label={text.say("sheet.remove", { number })} onClick={onRemove}><Icon name="close" /></button>}
     </div>
+  );
+}
+
+function Kinds({ kinds, onChange }: { kinds: readonly Kind[]; onChange: (kinds: readonly Kind[]) => void }) {
+  const { text } = useStudio();
+  const add = (): void => {
+    const last = kinds[kinds.length - 1]!;
+    // Beside one that fills the sheet there is room for nothing else.
+    onChange([...kinds.map((kind) => ({ ...kind, copies: kind.copies || 2 })), { ...last, copies: 2 }]);
+  };
+  return (
+    <fieldset class="kinds">
+      <legend>{text.say("sheet.kinds")}</legend>
+      {kinds.map((kind, index) => (
+        <KindRow key={index} kind={kind} number={index + 1} alone={kinds.length === 1}
+          onChange={(next) => onChange(kinds.map((one, at) => (at === index ? next : one)))}
+          onRemove={() => onChange(kinds.filter((_, at) => at !== index))} />
+      ))}
+      <p class="soft">{text.say("sheet.fill")}</p>
+      {kinds.length < kMostKinds && <button type="button" class="quiet" onClick={add}><Icon name="add" />{text.say("sheet.add")}</button>}
+    </fieldset>
   );
 }
 
@@ -84,20 +133,14 @@ function Millimetres({ label, value, onChange }: { label: string; value: number;
 
 /** A sheet of photo paper with the finished pictures, to print or to save. */
 export function Sheet({ photo, preset, onClose }: { photo: Photo; preset: Preset; onClose: () => void }) {
-  const { state, text } = useStudio();
+  const { text } = useStudio();
   const [paper, setPaper] = useState("4x6");
   const [margin, setMargin] = useState(3);
   const [gap, setGap] = useState(2);
-  const [copies, setCopies] = useState<ReadonlyMap<number, number>>(new Map([[photo.key, 0]]));
-  const made = useItems(copies);
+  const [kinds, setKinds] = useState<readonly Kind[]>([{ photo: photo.key, preset: preset.name, copies: 0 }]);
+  const made = useItems(kinds);
   const { sheet, problem } = useSheet(made.items, paper, margin, gap);
   const fault = made.problem ?? problem;
-  const change = (key: number, value: number | undefined): void => {
-    const next = new Map(copies);
-    if (value === undefined) next.delete(key);
-    else next.set(key, value);
-    setCopies(next);
-  };
   const name = `${preset.name}-${paper}`;
   const pdf = async (): Promise<void> => { if (sheet) save(pdfOf(await bytesOf(sheet.blob)), `${name}.pdf`); };
   return (
@@ -106,6 +149,7 @@ export function Sheet({ photo, preset, onClose }: { photo: Photo; preset: Preset
         <div class="paper">
           {sheet && <img src={sheet.url} alt={text.say("sheet.alt")} />}
           {fault && <p class="problem" role="alert">{text.problem(fault)}</p>}
+          <p class="soft">{text.say("sheet.hint")}</p>
         </div>
         <div class="sheet-settings">
           <label class="number"><span>{text.say("sheet.paper")}</span>
@@ -115,10 +159,7 @@ export function Sheet({ photo, preset, onClose }: { photo: Photo; preset: Preset
           </label>
           <Millimetres label={text.say("sheet.margin")} value={margin} onChange={setMargin} />
           <Millimetres label={text.say("sheet.gap")} value={gap} onChange={setGap} />
-          {state.photos.filter((one) => one.kept).map((one) => (
-            <Copies key={one.key} photo={one} value={copies.get(one.key)} onChange={(value) => change(one.key, value)} />
-          ))}
-          <p class="soft">{text.say("sheet.fill")} {text.say("sheet.hint")}</p>
+          <Kinds kinds={kinds} onChange={setKinds} />
           <button type="button" class="primary" disabled={!sheet} onClick={() => sheet && void printPicture(sheet.blob)}>{text.say("sheet.print")}</button>
           <button type="button" disabled={!sheet} onClick={() => void pdf()}>{text.say("sheet.pdf")}</button>
           <button type="button" disabled={!sheet} onClick={() => sheet && save(sheet.blob, `${name}.jpg`)}>{text.say("sheet.picture")}</button>

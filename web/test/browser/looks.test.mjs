@@ -4,17 +4,16 @@ import { statSync, readdirSync, readFileSync } from "node:fs";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { gzipSync } from "node:zlib";
-import { addPhotos, assertAccessible, astronaut, buildPage, chooseDocument, finished, openFolds, openPage, startBrowser, startServer } from "./studio.mjs";
+import { addPhotos, assertAccessible, astronaut, chooseDocument, finished, openFolds, openPage, startBrowser, startService } from "./studio.mjs";
 
-let pageFolder, server, browser;
+let service, browser;
 before(async () => {
-  pageFolder = buildPage();
-  server = await startServer(pageFolder);
+  service = await startService();
   browser = await startBrowser();
 });
 after(async () => {
   await browser?.close();
-  await server?.stop();
+  assert.equal(await service?.stop(), 0);
 });
 
 async function keep(page, name) {
@@ -35,7 +34,7 @@ async function look(page, name) {
 for (const [width, height, scheme, locale] of [[1280, 860, "light", "en-HK"], [1280, 860, "dark", "de-DE"], [390, 844, "light", "de-DE"], [390, 844, "dark", "en-HK"], [900, 1100, "light", "en-HK"]]) {
   test(`${width} pixels wide, ${scheme}`, async () => {
     const name = `${width}-${scheme}`;
-    const { page, close } = await openPage(browser, server.address, { viewport: { width, height }, colorScheme: scheme, locale });
+    const { page, close } = await openPage(browser, service.address, { viewport: { width, height }, colorScheme: scheme, locale });
     await look(page, `${name}-start`);
     await addPhotos(page, astronaut);
     await finished(page);

@@ -3,17 +3,16 @@ import assert from "node:assert/strict";
 import { readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
-import { addPhotos, assertAccessible, astronaut, buildPage, chooseDocument, command, downloaded, finished, openFolds, openPage, scratch, startBrowser, startServer } from "./studio.mjs";
+import { addPhotos, assertAccessible, astronaut, chooseDocument, command, downloaded, finished, openFolds, openPage, scratch, startBrowser, startService } from "./studio.mjs";
 
-let pageFolder, server, browser;
+let service, browser;
 before(async () => {
-  pageFolder = buildPage();
-  server = await startServer(pageFolder);
+  service = await startService();
   browser = await startBrowser();
 });
 after(async () => {
   await browser?.close();
-  await server?.stop();
+  assert.equal(await service?.stop(), 0);
 });
 
 function made(name, ...options) {
@@ -40,7 +39,7 @@ async function asksFor(page, act) {
 }
 
 test("a dropped photograph becomes the document's picture; the download is the command's file, in both formats", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   const bytes = [...readFileSync(astronaut)];
   const data = await page.evaluateHandle((content) => {
     const transfer = new DataTransfer();
@@ -64,7 +63,7 @@ test("a dropped photograph becomes the document's picture; the download is the c
 });
 
 test("every slider asks for its option while it moves and once it rests, and one step takes it back", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   await addPhotos(page, astronaut);
   await finished(page);
   await chooseDocument(page, "two inch");
@@ -88,7 +87,7 @@ test("every slider asks for its option while it moves and once it rests, and one
 });
 
 test("a slider that is dragged shows previews on the way, and the finished picture at the end", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   await addPhotos(page, astronaut);
   await finished(page);
   const slider = page.getByRole("slider", { name: "Größe", exact: true });
@@ -110,7 +109,7 @@ test("a slider that is dragged shows previews on the way, and the finished pictu
 });
 
 test("dragging, the wheel and the arrow keys place the person; the bounds are drawn meanwhile", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   await addPhotos(page, astronaut);
   await finished(page);
   const frame = page.locator(".frame");
@@ -135,7 +134,7 @@ test("dragging, the wheel and the arrow keys place the person; the bounds are dr
 });
 
 test("backgrounds are offered as the document allows them; what an authority forbids is gone, with the reason", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   await addPhotos(page, astronaut);
   await finished(page);
   const ground = (name) => page.getByRole("radio", { name });
@@ -155,7 +154,7 @@ test("backgrounds are offered as the document allows them; what an authority for
 });
 
 test("by the keyboard alone: pick, document, slider, compare, download", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   const focused = () => page.evaluate(() => {
     const element = document.activeElement;
     return element.getAttribute("aria-label") ?? element.closest("label")?.textContent ?? (element === document.body ? "" : element.textContent);
@@ -194,7 +193,7 @@ test("by the keyboard alone: pick, document, slider, compare, download", async (
 });
 
 test("a print sheet of one and of two photographs, as picture and PDF", async () => {
-  const { page, close } = await openPage(browser, server.address);
+  const { page, close } = await openPage(browser, service.address);
   const second = join(scratch, "second.png");
   writeFileSync(second, readFileSync(astronaut));
   await addPhotos(page, astronaut, second);
@@ -228,7 +227,7 @@ test("a print sheet of one and of two photographs, as picture and PDF", async ()
 });
 
 test("several photographs become a list with states and one ZIP file; what is none is told and left out", async () => {
-  const { page, close } = await openPage(browser, server.address, { expected: [/status of 4(15|22)/] });
+  const { page, close } = await openPage(browser, service.address, { expected: [/status of 4(15|22)/] });
   const text = join(scratch, "text.jpg"), blank = join(scratch, "zblank.png");
   writeFileSync(text, "no picture");
   writeFileSync(blank, Buffer.from("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGP4//8/AAX+Av4N70a4AAAAAElFTkSuQmCC", "base64"));
@@ -250,7 +249,7 @@ test("several photographs become a list with states and one ZIP file; what is no
 });
 
 test("too large, and no server: told in words; when it is back all goes on with a photograph handed over anew", async () => {
-  const own = await startServer(pageFolder);
+  const own = await startService(0, "--max-upload", "2");
   const { page, close } = await openPage(browser, own.address, { expected: [/status of 4(04|13)/, /ERR_CONNECTION_REFUSED|ERR_CONNECTION_RESET|ERR_EMPTY/] });
   const large = join(scratch, "large.jpg");
   writeFileSync(large, Buffer.alloc(3 << 20));
@@ -263,7 +262,7 @@ test("too large, and no server: told in words; when it is back all goes on with 
   await page.getByRole("radio", { name: "Weiß" }).check();
   await page.getByText("Das Programm antwortet nicht").waitFor();
   await assertAccessible(page, "offline");
-  const again = await startServer(pageFolder, own.port);
+  const again = await startService(own.port, "--max-upload", "2");
   await page.getByText("Das Programm antwortet nicht").waitFor({ state: "detached" });
   await page.locator(".download .primary:not([disabled])").waitFor();
   await finished(page);
@@ -274,7 +273,7 @@ test("too large, and no server: told in words; when it is back all goes on with 
 });
 
 test("the camera's picture joins the list; paste adds another", async () => {
-  const { page, close } = await openPage(browser, server.address, { expected: [/status of 422/], permissions: ["camera"] });
+  const { page, close } = await openPage(browser, service.address, { expected: [/status of 422/], permissions: ["camera"] });
   await page.getByRole("button", { name: "Kamera benutzen" }).click();
   await page.getByRole("button", { name: "Foto aufnehmen" }).click();
   await page.locator(".problem").waitFor();
