@@ -1,15 +1,13 @@
-import { useEffect, useMemo, useState } from "preact/hooks";
-import type { SheetItem } from "../api/client";
-import { isAbort, Problem } from "../api/problem";
+import { useMemo, useState } from "preact/hooks";
 import type { Preset } from "../api/types";
 import { bytesOf, save } from "../files/files";
 import { pdfOf } from "../files/pdf";
-import { queryOf, withValue, type Settings } from "../state/options";
 import type { Photo } from "../state/reducer";
 import type { Key } from "../text/english";
 import type { Text } from "../text/text";
 import { printPicture } from "../work/printing";
 import { useStudio } from "../work/studio";
+import { useSheet, type Kind } from "../work/use_sheet";
 import { Dialog } from "./dialog";
 import { Icon } from "./icons";
 
@@ -20,61 +18,8 @@ function paperName(paper: string, text: Text): string {
   return /^[\d.]+x[\d.]+$/.test(paper) ? text.say("sheet.inches", { size }) : size === "letter" ? "Letter" : size;
 }
 
-/** One kind of picture on the sheet: a photograph as one document; 0 copies fill the sheet. */
-interface Kind { photo: number; preset: string; copies: number }
-
 /** As many different pictures as the service takes on one sheet. */
 const kMostKinds = 16;
-
-/** The settings for another document than the one they were made for: where the person stands was for that one. */
-function settingsFor(settings: Settings, preset: string): Settings {
-  if (settings["preset"] === preset) return settings;
-  const others = Object.entries(settings).filter(([name]) => !["background", "zoom", "offset-x", "offset-y", "max-kb"].includes(name));
-  return { ...Object.fromEntries(others), preset };
-}
-
-/** The finished pictures on the sheet, made when they are wanted. */
-function useItems(kinds: readonly Kind[]): { items: SheetItem[]; problem: Problem | null } {
-  const { state, client, presets } = useStudio();
-  const [made, setMade] = useState<{ items: SheetItem[]; problem: Problem | null }>({ items: [], problem: null });
-  useEffect(() => {
-    const controller = new AbortController();
-    Promise.all(kinds.map(async ({ photo: key, preset: name, copies }): Promise<SheetItem> => {
-      const photo = state.photos.find((one) => one.key === key);
-      const settings = withValue(settingsFor(photo?.history.present ?? {}, name), "type", "image/jpeg");
-      const query = queryOf(settings, presets.find((one) => one.name === name));
-      return { picture: await client.picture(photo?.kept?.id ?? "", query, "image/jpeg", controller.signal), copies };
-    })).then((items) => setMade({ items, problem: null }), (reason: unknown) => {
-      if (!isAbort(reason)) setMade({ items: [], problem: reason as Problem });
-    });
-    return () => controller.abort();
-  }, [kinds]);
-  return made;
-}
-
-interface SheetPicture { blob: Blob; url: string }
-
-function useSheet(items: readonly SheetItem[], paper: string, margin: number, gap: number) {
-  const { client } = useStudio();
-  const [sheet, setSheet] = useState<SheetPicture | null>(null);
-  const [problem, setProblem] = useState<Problem | null>(null);
-  useEffect(() => {
-    if (items.length === 0) return;
-    const controller = new AbortController();
-    const query = [["paper", paper], ["margin", `${margin}mm`], ["gap", `${gap}mm`]] as const;
-    client.sheet(items, query, controller.signal).then((blob) => {
-      setProblem(null);
-      setSheet({ blob, url: URL.createObjectURL(blob) });
-    }, (reason: unknown) => {
-      if (isAbort(reason)) return;
-      setSheet(null);
-      setProblem(reason as Problem);
-    });
-    return () => controller.abort();
-  }, [items, paper, margin, gap]);
-  useEffect(() => () => { if (sheet) URL.revokeObjectURL(sheet.url); }, [sheet]);
-  return { sheet, problem };
-}
 
 interface KindRowProps { kind: Kind; number: number; alone: boolean; onChange: (kind: Kind) => void; onRemove: () => void }
 
@@ -138,17 +83,15 @@ export function Sheet({ photo, preset, onClose }: { photo: Photo; preset: Preset
   const [margin, setMargin] = useState(3);
   const [gap, setGap] = useState(2);
   const [kinds, setKinds] = useState<readonly Kind[]>([{ photo: photo.key, preset: preset.name, copies: 0 }]);
-  const made = useItems(kinds);
-  const { sheet, problem } = useSheet(made.items, paper, margin, gap);
-  const fault = made.problem ?? problem;
+  const { sheet, problem, busy } = useSheet({ kinds, paper, margin, gap });
   const name = `${preset.name}-${paper}`;
   const pdf = async (): Promise<void> => { if (sheet) save(pdfOf(await bytesOf(sheet.blob)), `${name}.pdf`); };
   return (
     <Dialog title={text.say("sheet.title")} onClose={onClose}>
       <div class="sheet">
-        <div class="paper">
+        <div class="paper" aria-busy={busy}>
           {sheet && <img src={sheet.url} alt={text.say("sheet.alt")} />}
-          {fault && <p class="problem" role="alert">{text.problem(fault)}</p>}
+          {problem && <p class="problem" role="alert">{text.problem(problem)}</p>}
           <p class="soft">{text.say("sheet.hint")}</p>
         </div>
         <div class="sheet-settings">
@@ -157,12 +100,14 @@ export function Sheet({ photo, preset, onClose }: { photo: Photo; preset: Preset
               {papers.map((one) => <option key={one} value={one}>{paperName(one, text)}</option>)}
             </select>
           </label>
-          <Millimetres label={text.say("sheet.margin")} value={margin} onChange={setMargin} />
-          <Millimetres label={text.say("sheet.gap")} value={gap} onChange={setGap} />
+          <div class="row">
+            <Millimetres label={text.say("sheet.margin")} value={margin} onChange={setMargin} />
+            <Millimetres label={text.say("sheet.gap")} value={gap} onChange={setGap} />
+          </div>
           <Kinds kinds={kinds} onChange={setKinds} />
-          <button type="button" class="primary" disabled={!sheet} onClick={() => sheet && void printPicture(sheet.blob)}>{text.say("sheet.print")}</button>
-          <button type="button" disabled={!sheet} onClick={() => void pdf()}>{text.say("sheet.pdf")}</button>
-          <button type="button" disabled={!sheet} onClick={() => sheet && save(sheet.blob, `${name}.jpg`)}>{text.say("sheet.picture")}</button>
+          <button type="button" class="primary" disabled={!sheet || busy} onClick={() => sheet && void printPicture(sheet.blob)}>{text.say("sheet.print")}</button>
+          <button type="button" disabled={!sheet || busy} onClick={() => void pdf()}>{text.say("sheet.pdf")}</button>
+          <button type="button" disabled={!sheet || busy} onClick={() => sheet && save(sheet.blob, `${name}.jpg`)}>{text.say("sheet.picture")}</button>
         </div>
       </div>
     </Dialog>

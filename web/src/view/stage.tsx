@@ -82,7 +82,9 @@ export function Stage({ result, preset }: { result: Result; preset: Preset | und
   const status = photo?.phase === "reading" || photo?.phase === "waiting" ? text.say("stage.reading")
     : result.busy ? text.say("stage.busy") : "";
   const problem = photo?.problem ?? result.problem;
-  const style = { aspectRatio: String(shape), width: `min(100%, calc(var(--stage-height) * ${shape}))` };
+  // What a moved picture leaves free shows what will be there.
+  const ground = valueOf<string>(settings, "background") || (preset?.background_change_allowed ? preset.backgrounds[0] : "");
+  const style = { aspectRatio: String(shape), backgroundColor: result.shown && ground !== "keep" ? ground : "", width: `min(100%, calc(var(--stage-height) * ${shape}))` };
   return (
     <section class="stage" id="stage" aria-labelledby="stage-title">
       <h1 id="stage-title" class="unseen">{text.say("stage.alt", { name: photo?.name ?? "" })}</h1>

@@ -40,7 +40,8 @@ export async function openPage(browser, address, { expected = [], ...options } =
   // Long enough for a machine that does much else; what passes takes a tenth of a second.
   context.setDefaultTimeout(120_000);
   const page = await context.newPage();
-  const faults = [];
+  const faults = [], sizes = [];
+  page.on("requestfinished", (request) => sizes.push(request.sizes()));
   const note = (text) => { if (!expected.some((pattern) => pattern.test(text))) faults.push(text); };
   page.on("console", (message) => { if (["error", "warning"].includes(message.type())) note(message.text()); });
   page.on("pageerror", (error) => note(String(error)));
@@ -51,7 +52,9 @@ export async function openPage(browser, address, { expected = [], ...options } =
     await context.close();
     assert.deepEqual(faults, []);
   };
-  return { page, close, context };
+  /** Bytes of bodies that came over the line so far, packed as they came. */
+  const received = async () => (await Promise.all(sizes)).reduce((sum, { responseBodySize }) => sum + responseBodySize, 0);
+  return { page, close, received };
 }
 
 export async function addPhotos(page, ...files) {
