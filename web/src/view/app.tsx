@@ -5,6 +5,7 @@ import { likelyDocument } from "../state/documents";
 import { currentPhoto, currentSettings, empty, reduce } from "../state/reducer";
 import { languages, preferredLanguage, Text, type Language } from "../text/text";
 import { StudioContext, useStudio, type Studio } from "../work/studio";
+import { useListChecks } from "../work/use_list_checks";
 import { useResult } from "../work/use_result";
 import { useConnection, useUploads } from "../work/use_uploads";
 import { AdjustPanel } from "./adjust";
@@ -57,6 +58,7 @@ function Workplace() {
   const photo = currentPhoto(state);
   const preset = presets.find((one) => one.name === currentSettings(state).preset);
   const result = useResult(studio, preset);
+  useListChecks(studio);
   const toMend = photo?.verdict?.failed ?? 0;
   return (
     <main class={`work show-${panel}`}>

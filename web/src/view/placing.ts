@@ -27,6 +27,9 @@ export function usePlacing(frame: RefObject<HTMLDivElement>, active: boolean) {
     if (!element || !active) return;
     let pause: ReturnType<typeof setTimeout>;
     const onWheel = (event: WheelEvent): void => {
+      // Where the page itself can be scrolled, the wheel is the picture's only once that was taken in hand.
+      const scrolls = document.documentElement.scrollHeight > innerHeight;
+      if (scrolls && document.activeElement !== element) return;
       event.preventDefault();
       const next = latestZoom.current - Math.sign(event.deltaY);
       dispatch({ do: "setAll", values: { zoom: next }, gesture: "wheel" });

@@ -55,6 +55,7 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
       handedOver.current.add(question.key);
       return dispatch({ do: "lost", key: question.key });
     }
+    if (!problem.unreachable && !question.preview) dispatch({ do: "refused", key: question.key, problem, settings: question.settings });
     // While it is moved, the bounds of the last picture stay in sight: they tell the way back.
     const known = question.preview ? {} : { check: null, report: null };
     setResult((old) => ({ ...old, ...known, problem: problem.unreachable ? old.problem : problem, busy: false }));
@@ -68,7 +69,7 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
       ([check, report]) => {
         if (controller.signal.aborted) return;
         setResult((old) => ({ ...old, check, report, measured: question.settings }));
-        dispatch({ do: "checked", key, check });
+        dispatch({ do: "checked", key, check, settings: question.settings });
       }, (reason: unknown) => fail(reason, question));
   };
 

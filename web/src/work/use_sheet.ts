@@ -2,6 +2,7 @@ import { useEffect, useRef, useState } from "preact/hooks";
 import type { SheetItem } from "../api/client";
 import { isAbort, Problem } from "../api/problem";
 import { queryOf, withValue, type Settings } from "../state/options";
+import { held } from "./held";
 import { useStudio, type Studio } from "./studio";
 
 /** One kind of picture on the sheet: a photograph as one document; 0 copies fill the sheet. */
@@ -19,12 +20,13 @@ function settingsFor(settings: Settings, preset: string): Settings {
   return { ...Object.fromEntries(others), preset };
 }
 
-async function finish({ state, client, presets }: Studio, kind: Kind, made: Map<string, Blob>, signal: AbortSignal): Promise<SheetItem> {
+async function finish({ state, dispatch, client, presets }: Studio, kind: Kind, made: Map<string, Blob>, signal: AbortSignal): Promise<SheetItem> {
   const name = `${kind.photo} ${kind.preset}`;
   const photo = state.photos.find((one) => one.key === kind.photo);
   const settings = withValue(settingsFor(photo?.history.present ?? {}, kind.preset), "type", "image/jpeg");
   const query = queryOf(settings, presets.find((one) => one.name === kind.preset));
-  const picture = made.get(name) ?? await client.picture(photo?.kept?.id ?? "", query, "image/jpeg", signal);
+  if (!photo) throw new Problem(0, "other", "");
+  const picture = made.get(name) ?? await held(client, dispatch, photo, (id) => client.picture(id, query, "image/jpeg", signal));
   made.set(name, picture);
   return { picture, copies: kind.copies };
 }
