@@ -66,7 +66,6 @@ export const english = {
 
   "person.title": "Person",
   "person.hint": "{count} faces were found. Whose photograph is it?",
-  "person.one": "Person {number}",
   "person.largest": "Largest face",
   "person.pair": "Both persons in one picture",
   "person.original": "The photograph with its faces",

@@ -67,7 +67,6 @@ export const german: Record<Key, string> = {
 
   "person.title": "Person",
   "person.hint": "{count} Gesichter wurden gefunden. Wessen Foto ist es?",
-  "person.one": "Person {number}",
   "person.largest": "Größtes Gesicht",
   "person.pair": "Beide Personen in einem Bild",
   "person.original": "Das Foto mit seinen Gesichtern",

@@ -80,7 +80,7 @@ export function Stage({ result, preset }: { result: Result; preset: Preset | und
 
   const shape = preset ? preset.width_px / preset.height_px : 35 / 45;
   const status = photo?.phase === "reading" || photo?.phase === "waiting" ? text.say("stage.reading")
-    : result.busy ? text.say("stage.busy") : "";
+    : result.busy && photo?.history.gesture == null ? text.say("stage.busy") : "";
   const problem = photo?.problem ?? result.problem;
   // What a moved picture leaves free shows what will be there.
   const ground = valueOf<string>(settings, "background") || (preset?.background_change_allowed ? preset.backgrounds[0] : "");
