@@ -320,6 +320,7 @@ void BeastConnection::Send(Response response) {
   if (!parser_->is_done() || core_.Draining()) last_ = true;
   response_ = std::move(response);
   core_.gate->AddOriginHeaders(visit_, &response_);
+  PackText(&response_, visit_.acceptsGzip);
   AddStandardHeaders(&response_);
   message_.emplace(static_cast<http::status>(response_.status), 11);
   message_->reason(ReasonPhrase(response_.status));

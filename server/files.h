@@ -1,4 +1,4 @@
-// Files of the page, which are part of the program.
+// Files of the page, which are part of the program, and how text travels.
 #ifndef QX_SERVER_FILES_H
 #define QX_SERVER_FILES_H
 
@@ -21,6 +21,10 @@ Response FileResponse(const File& file, std::string_view ifNoneMatch);
 
 // Whether one of the tags of If-None-Match is this one (RFC 9110, weak comparison), or all are meant by "*".
 bool HasTag(std::string_view ifNoneMatch, std::string_view etag);
+
+// Packs an answer of text for a client that unpacks gzip (RFC 1952), where that saves a packet; its tag becomes a weak
+// one, since the bytes are others. Pictures are packed already and stay as they are.
+void PackText(Response* response, bool acceptsGzip);
 
 }  // namespace qx::server
 

@@ -39,6 +39,7 @@ struct Visit {
   std::string ifNoneMatch;
   std::string origin;           // the page that asks, where that is one of `origins`; else empty
   bool asksForPrivate = false;  // of a preflight: the page comes from further away than this server
+  bool acceptsGzip = false;
 };
 
 class Gate {

@@ -1,6 +1,7 @@
 // What is decided from a request's head.
 #include <gtest/gtest.h>
 
+#include <boost/beast/zlib/inflate_stream.hpp>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -227,6 +228,51 @@ TEST(Gate, FilesAreKeptByTheirTags) {
   EXPECT_EQ(cached(answer("/", "")), "no-cache");
   EXPECT_EQ(cached(answer("/m-1.js", "")), "public, max-age=31536000, immutable");
   EXPECT_EQ(cached(TextResponse(200, "image/jpeg", "photograph")), "no-store");
+}
+
+std::string Unpacked(const Bytes& packed, size_t size) {
+  namespace zlib = boost::beast::zlib;
+  constexpr size_t kHead = 10, kTail = 8;
+  std::string text(size + 1, '\0');
+  zlib::inflate_stream stream;
+  zlib::z_params step;
+  step.next_in = packed.data() + kHead;
+  step.avail_in = packed.size() - kHead - kTail;
+  step.next_out = text.data();
+  step.avail_out = text.size();
+  boost::beast::error_code end;
+  stream.write(step, zlib::Flush::finish, end);
+  text.resize(text.size() - step.avail_out);
+  return text;
+}
+
+TEST(Gate, TextTravelsPackedWhereTheClientUnpacks) {
+  std::string text;
+  for (uint32_t i = 0; text.size() < 20'000; ++i) text += std::to_string(i * 2'654'435'761U % 1000) + ",";
+  const auto header = [](const Response& response, std::string_view wanted) {
+    for (const auto& [name, value] : response.headers) {
+      if (name == wanted) return value;
+    }
+    return std::string("-");
+  };
+  const auto packed = [&](const char* type, const char* encodings, std::string_view body) {
+    const Visit visit = Admit(MakeGate(), MakeHead("GET", "/", {{"Accept-Encoding", encodings}}));
+    Response response = TextResponse(200, type, "");
+    response.headers.emplace_back("ETag", "\"abc\"");
+    response.still = body;
+    PackText(&response, visit.acceptsGzip);
+    return response;
+  };
+  const Response js = packed("text/javascript; charset=utf-8", "br, gzip;q=0.5", text);
+  EXPECT_EQ(Unpacked(js.body, text.size()), text);
+  EXPECT_LT(js.Size(), text.size() / 2);
+  EXPECT_EQ(header(js, "Content-Encoding") + header(js, "ETag") + header(js, "Vary"), "gzipW/\"abc\"Accept-Encoding");
+  const Response plain = packed("application/json", "br, gzip;q=0", text);
+  EXPECT_EQ(plain.still, text);
+  EXPECT_EQ(header(plain, "Content-Encoding") + header(plain, "ETag") + header(plain, "Vary"),
+            "-\"abc\"Accept-Encoding");
+  EXPECT_EQ(packed("image/jpeg", "gzip", text).still, text);
+  EXPECT_EQ(packed("text/html", "gzip", "short").still, "short");
 }
 
 TEST(Gate, AcceptChoosesReportOrPicture) {

@@ -70,6 +70,9 @@ export interface Report {
   /** Where the head stands, as far as it was placed by a face. */
   top_mm?: number;
   eyes_mm?: number;
+  head_mm?: number;
+  /** Whether a bound of the document was given up. */
+  relaxed?: boolean;
   remarks: string[];
   reasons: string[];
 }

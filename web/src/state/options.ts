@@ -93,6 +93,8 @@ function pairs(settings: Settings): Query {
 export function allowed(settings: Settings, preset: Preset | undefined): Settings {
   if (!preset) return settings;
   return Object.fromEntries(Object.entries(settings).filter(([name, value]) => {
+    // Only a JPEG file can be made as small as one likes.
+    if (name === "max-kb") return settings["type"] !== "image/png";
     if (name === "background") return preset.background_change_allowed || value === "keep";
     const group = byName.get(name)?.group;
     const retouches = group === "retouch" || group === "light" || ["beauty", "detail", "white-balance"].includes(name);
@@ -102,7 +104,9 @@ export function allowed(settings: Settings, preset: Preset | undefined): Setting
 
 export function queryOf(settings: Settings, preset?: Preset): Query {
   const kept = allowed(settings, preset);
-  return pairs(preset?.persons === 2 ? { ...kept, pair: true } : kept);
+  const format: Settings = settings["type"] === "image/png" ? { format: "png" } : {};
+  const pair: Settings = preset?.persons === 2 ? { pair: true } : {};
+  return pairs({ ...kept, ...pair, ...format });
 }
 
 /** The cut alone, with the photograph's own background or with the new one. */

@@ -13,8 +13,8 @@ export interface Photo {
   phase: Phase;
   kept?: Kept;
   problem?: Problem;
-  /** How the last check of it ended. */
-  verdict?: { failed: number; remarks: number };
+  /** How the last check of it ended; with a problem where there was nothing to check. */
+  verdict?: { failed: number; remarks: number; problem?: Problem };
   history: History<Settings>;
 }
 
@@ -36,7 +36,8 @@ export type Action =
   | { do: "ready"; key: number; kept: Kept }
   | { do: "failed"; key: number; problem: Problem }
   | { do: "lost"; key: number }
-  | { do: "checked"; key: number; check: Check }
+  | { do: "checked"; key: number; check: Check; settings: Settings }
+  | { do: "refused"; key: number; problem: Problem; settings: Settings }
   | { do: "show"; key: number }
   | { do: "remove"; key: number }
   | { do: "set"; name: string; value: Value; gesture?: boolean }
@@ -77,6 +78,11 @@ function add(state: State, files: readonly { name: string; file: Blob }[]): Stat
   return {
     ...state, photos: [...state.photos, ...added], nextKey: state.nextKey + added.length, current: first.key,
   };
+}
+
+/** A verdict on settings that were changed meanwhile is none. */
+function judge(state: State, { key, settings }: { key: number; settings: Settings }, verdict: Photo["verdict"]): State {
+  return change(state, key, (photo) => (photo.history.present === settings ? { ...photo, verdict } : photo));
 }
 
 function remove(state: State, key: number): State {
@@ -138,8 +144,9 @@ export function reduce(state: State, action: Action): State {
     case "lost": return change(state, action.key, (photo) => ({ ...photo, phase: "waiting", kept: undefined }));
     case "checked": {
       const { failed, remarks } = action.check.summary;
-      return change(state, action.key, (photo) => ({ ...photo, verdict: { failed, remarks } }));
+      return judge(state, action, { failed, remarks });
     }
+    case "refused": return judge(state, action, { failed: 1, remarks: 0, problem: action.problem });
     case "show": return { ...state, current: action.key };
     case "remove": return remove(state, action.key);
     case "set": return setAll(state, { [action.name]: action.value }, action.gesture ? action.name : null);

@@ -1,3 +1,5 @@
+import type { Key } from "./english";
+
 /** Title and advice of each measure of a check. In English the service's own advice is shown. */
 export const germanMeasures: Readonly<Record<string, readonly [title: string, advice: string]>> = {
   UnderExposurePrevention: ["Keine zu dunklen Teile im Gesicht", "Zu dunkel: mehr Licht von vorn oder länger belichten."],
@@ -59,5 +61,15 @@ export const germanDocuments: Readonly<Record<string, string>> = {
   "identity-card": "Personalausweis", "id-card": "Personalausweis", "driving-licence": "Führerschein",
   "international-driving-permit": "Internationaler Führerschein", "green-card": "Green Card",
   citizenship: "Einbürgerung", "residence-card": "Aufenthaltskarte", "hk-macau-permit": "Passierschein Hongkong und Macau",
-  "marriage-certificate": "Heiratsurkunde, zwei Personen", oci: "OCI-Karte", portrait: "Maschinenlesbares Reisedokument",
+  "marriage-certificate": "Heiratsurkunde, zwei Personen", oci: "OCI-Karte",
+  "one-inch": "Ein-Zoll-Bild", "small-one-inch": "Kleines Ein-Zoll-Bild", "large-one-inch": "Großes Ein-Zoll-Bild",
+  "two-inch": "Zwei-Zoll-Bild", "small-two-inch": "Kleines Zwei-Zoll-Bild", portrait: "Maschinenlesbares Reisedokument",
 };
+
+/** Remarks of the service, told by how they begin. */
+export const remarkTexts: readonly (readonly [RegExp, Key])[] = [
+  [/^hair (?:cannot be told|and background have)/, "remark.hair"],
+  [/^given up: /, "remark.givenUp"],
+  [/^white balance left/, "remark.noCast"],
+  [/^JPEG quality (\d+) for the limit/, "remark.quality"],
+];

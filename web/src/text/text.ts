@@ -2,7 +2,7 @@ import type { Measure, Preset } from "../api/types";
 import type { Problem } from "../api/problem";
 import { english, type Key } from "./english";
 import { german } from "./german";
-import { englishTitles, germanDocuments, germanMeasures } from "./measures";
+import { englishTitles, germanDocuments, germanMeasures, remarkTexts } from "./measures";
 
 export type Language = "en" | "de";
 export const languages: Readonly<Record<Language, string>> = { en: "English", de: "Deutsch" };
@@ -46,9 +46,15 @@ export class Text {
   documentTitle(preset: Preset): string {
     if (this.language === "en") return preset.title;
     const kind = preset.name.replace(/^[a-z]+-/, "").replace(/-upload$/, "");
-    const known = germanDocuments[kind];
+    const known = germanDocuments[preset.name] ?? germanDocuments[kind];
     if (!known) return preset.title;
     return preset.kind === "upload" ? `${known}, ${this.say("document.file")}` : known;
+  }
+
+  /** The document with its country, where the title does not name it already: English ones do. */
+  documentName(preset: Preset): string {
+    const title = this.documentTitle(preset);
+    return title === preset.title ? title : `${this.country(preset)} · ${title}`;
   }
 
   colour(colour: string): string {
@@ -59,6 +65,26 @@ export class Text {
   problem(problem: Problem): string {
     const key = problem.status === 503 ? "problem.full" : problem.status === 413 ? "problem.too_large" : `problem.${problem.code}`;
     return this.has(key) ? this.say(key, { detail: problem.detail }) : this.say("problem.other", { detail: problem.detail });
+  }
+
+  /** Which bounds of the document are not met, and by how much. */
+  misses({ fields }: Problem): string[] {
+    const bounds = fields.flatMap(({ name, value }, index) => (name === "bound" ? [{ bound: String(value), rest: fields.slice(index + 1, index + 4) }] : []));
+    return bounds.flatMap(({ bound, rest }) => {
+      const percent = (name: string): number => Math.round(Number(rest.find((field) => field.name === name)?.value) * 1000) / 10;
+      const [got, min, max] = ["got", "wanted_min", "wanted_max"].map(percent) as [number, number, number];
+      const key = `bound.${bound}`;
+      return this.has(key) && Number.isFinite(got + min + max) ? [this.say(key, { got, min, max })] : [];
+    });
+  }
+
+  /** What the service remarks on a picture, as far as it is told nowhere else on the page. */
+  remarks(remarks: readonly string[]): string[] {
+    const said = remarks.flatMap((remark) => {
+      const known = remarkTexts.find(([pattern]) => pattern.test(remark));
+      return known ? [this.say(known[1], { detail: known[0].exec(remark)?.[1] ?? "" })] : [];
+    });
+    return [...new Set(said)];
   }
 
   measureTitle(measure: Measure): string {

@@ -4,11 +4,11 @@ import { ranges, valueOf, type Group } from "../state/options";
 import { currentSettings } from "../state/reducer";
 import { useStudio } from "../work/studio";
 import { Choice, Fold, Slider, Switch } from "./fields";
+import { atDocumentsPlace, useMoved } from "./problem_box";
 import { Swatch } from "./swatch";
 
 function Sliders({ group }: { group: Group }) {
-  const { offers } = useStudio();
-  return <>{ranges.filter((option) => option.group === group && offers(option.name)).map((option) => <Slider key={option.name} name={option.name} />)}</>;
+  return <>{ranges.filter((option) => option.group === group).map((option) => <Slider key={option.name} name={option.name} />)}</>;
 }
 
 /** The two ends of `gradient:TOP-BOTTOM`, or null where another background is set. */
@@ -93,9 +93,8 @@ function Retouching({ preset }: { preset: Preset }) {
 
 /** Everything that can be set about the picture. */
 export function AdjustPanel({ preset }: { preset: Preset | undefined }) {
-  const { state, dispatch, text } = useStudio();
-  const settings = currentSettings(state);
-  const moved = ["zoom", "offset-x", "offset-y", "turn"].some((name) => settings[name] !== undefined);
+  const { dispatch, text } = useStudio();
+  const moved = useMoved();
   if (!preset) return null;
   return (
     <section class="adjust" aria-labelledby="adjust-title">
@@ -107,7 +106,7 @@ export function AdjustPanel({ preset }: { preset: Preset | undefined }) {
       <Fold title={text.say("position.title")} open>
         <Sliders group="position" />
         {moved && (
-          <button type="button" class="quiet" onClick={() => dispatch({ do: "setAll", values: { zoom: 100, "offset-x": 0, "offset-y": 0, turn: 0 } })}>
+          <button type="button" class="quiet" onClick={() => dispatch({ do: "setAll", values: atDocumentsPlace })}>
             {text.say("position.centre")}
           </button>
         )}

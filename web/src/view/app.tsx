@@ -5,6 +5,7 @@ import { likelyDocument } from "../state/documents";
 import { currentPhoto, currentSettings, empty, reduce } from "../state/reducer";
 import { languages, preferredLanguage, Text, type Language } from "../text/text";
 import { StudioContext, useStudio, type Studio } from "../work/studio";
+import { useListChecks } from "../work/use_list_checks";
 import { useResult } from "../work/use_result";
 import { useConnection, useUploads } from "../work/use_uploads";
 import { AdjustPanel } from "./adjust";
@@ -57,12 +58,17 @@ function Workplace() {
   const photo = currentPhoto(state);
   const preset = presets.find((one) => one.name === currentSettings(state).preset);
   const result = useResult(studio, preset);
+  useListChecks(studio);
+  const toMend = photo?.verdict?.failed ?? 0;
   return (
     <main class={`work show-${panel}`}>
       <Stage result={result} preset={preset} />
       <nav class="panels">
         {panels.map((one) => (
-          <button key={one} type="button" aria-pressed={one === panel} onClick={() => setPanel(one)}>{text.say(one === "download" ? "download.short" : `${one}.title`)}</button>
+          <button key={one} type="button" aria-pressed={one === panel} onClick={() => setPanel(one)}>
+            {text.say(one === "download" ? "download.short" : `${one}.title`)}
+            {one === "checks" && toMend > 0 && <span class="badge">{toMend}</span>}
+          </button>
         ))}
       </nav>
       <div class="left">
@@ -100,15 +106,12 @@ export function App() {
   const [language, setLanguage] = useState(() => preferredLanguage(navigator.languages));
   const [camera, setCamera] = useState(false);
   const client = useMemo(() => new Client(), []);
-  const [known, setKnown] = useState<ReadonlySet<string> | null>(null);
-  const offers = (option: string): boolean => known === null || known.has(option);
   const text = useMemo(() => new Text(language), [language]);
   useEffect(() => { document.documentElement.lang = language; }, [language]);
   useEffect(() => {
     if (presets.length > 0 || !state.online) return;
-    Promise.all([client.presets(), client.options()]).then(([all, options]) => {
+    client.presets().then((all) => {
       setPresets(all);
-      setKnown(options);
       dispatch({ do: "document", preset: likelyDocument(all, navigator.languages) });
     }, () => dispatch({ do: "online", online: false }));
   }, [state.online]);
@@ -116,7 +119,7 @@ export function App() {
   useConnection(state.online, dispatch, client);
   useUndoKeys(dispatch);
   return (
-    <StudioContext.Provider value={{ state, dispatch, client, presets, offers, text }}>
+    <StudioContext.Provider value={{ state, dispatch, client, presets, text }}>
       <Header language={language} onLanguage={setLanguage} onCamera={() => setCamera(true)} />
       {!state.online && <p class="offline" role="alert">{text.say("app.offline")}</p>}
       {state.photos.length === 0 ? <main class="empty"><Start onCamera={() => setCamera(true)} /></main> : <Workplace />}

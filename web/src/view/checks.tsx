@@ -1,4 +1,4 @@
-import type { Check, CheckLine, Measure } from "../api/types";
+import type { Check, CheckLine, Measure, Report } from "../api/types";
 import type { Text } from "../text/text";
 import { useStudio } from "../work/studio";
 import type { Result } from "../work/use_result";
@@ -37,13 +37,22 @@ function LineItem({ line }: { line: CheckLine }) {
   return <li class="fail"><Icon name="fail" /><div><strong>{lineName(line, text)}</strong> {valueText(line, text)}</div></li>;
 }
 
-function Remarks({ report }: Pick<Result, "report">) {
+/** Faults of the photograph itself that the finished picture no longer shows; too few pixels are told as such. */
+function faultsOfSource(report: Report, check: Check): Measure[] {
+  const told = new Set(check.measures.filter((one) => one.state === "failed" || one.state === "remark").map((one) => one.id));
+  const reasons = new Set(report.reasons.filter((id) => !told.has(id) && id !== "InterEyeDistance"));
+  return check.measures.filter((one) => reasons.delete(one.id));
+}
+
+function Remarks({ report, check }: { report: Report | null; check: Check }) {
   const { text } = useStudio();
   if (!report) return null;
   const turned = Math.abs(report.straightened_degrees ?? 0);
   const enlarged = report.enlargement ?? 1;
   return (
     <>
+      {faultsOfSource(report, check).map((one) => <MeasureItem key={one.id} measure={one} kind="look" />)}
+      {text.remarks(report.remarks).map((one) => <li key={one} class="look"><Icon name="look" /><div>{one}</div></li>)}
       {enlarged > 1.5 && <li class="look"><Icon name="look" /><div>{text.say("checks.enlarged", { times: enlarged })}</div></li>}
       {turned >= 0.5 && <li class="note"><Icon name="pass" /><div>{text.say("checks.straightened", { degrees: turned })}</div></li>}
     </>
@@ -97,7 +106,7 @@ export function ChecksPanel({ result }: { result: Result }) {
             {lines.map((line) => <LineItem key={line.name} line={line} />)}
             {failed.map((one) => <MeasureItem key={one.id} measure={one} kind="fail" />)}
             {remarks.map((one) => <MeasureItem key={one.id} measure={one} kind="look" />)}
-            <Remarks report={report} />
+            <Remarks report={report} check={check} />
           </ul>
           <Details check={check} />
         </>

@@ -21,10 +21,6 @@ function DocumentSearch({ preset }: { preset: Preset | undefined }) {
   const [active, setActive] = useState(0);
   const open = typed !== null;
   const hits = useMemo(() => (open ? search(presets, typed, allTexts) : []), [open, typed, presets]);
-  // An English title names its country.
-  const name = (one: Preset): string =>
-    text.documentTitle(one) === one.title ? one.title : `${text.country(one)} · ${text.documentTitle(one)}`;
-
   const choose = (one: Preset | undefined): void => {
     if (one) dispatch({ do: "document", preset: one.name });
     setTyped(null);
@@ -52,7 +48,7 @@ function DocumentSearch({ preset }: { preset: Preset | undefined }) {
       <label for={id}>{text.say("document.search")}</label>
       <input ref={input} id={id} role="combobox" autocomplete="off" spellcheck={false} aria-expanded={open} aria-autocomplete="list"
         aria-controls={`${id}-list`} aria-activedescendant={open && hits.length > 0 ? `${id}-${active}` : undefined}
-        value={typed ?? (preset ? name(preset) : "")} onKeyDown={onKeyDown}
+        value={typed ?? (preset ? text.documentName(preset) : "")} onKeyDown={onKeyDown}
         onClick={() => { if (!open) { setTyped(""); setActive(0); } }}
         onInput={(event) => { setTyped(event.currentTarget.value); setActive(0); }} onBlur={() => setTyped(null)} />
       <ul id={`${id}-list`} role="listbox" aria-label={text.say("document.title")} hidden={!open || hits.length === 0}>

@@ -19,18 +19,18 @@ export function DownloadPanel({ result, preset, onSheet }: DownloadProps) {
   const photo = currentPhoto(state);
   const type = valueOf<string>(currentSettings(state), "type");
   const { shown } = result;
+  // Of the finished file; a preview's size would only flicker.
+  const kb = shown?.finished ? text.number(shown.blob.size / 1000) : "…";
   const ready = !!shown?.finished && !result.busy && !result.problem && !!photo && !!preset;
   return (
     <section class="download" aria-labelledby="download-title">
       <h2 id="download-title">{text.say("download.title")}</h2>
-      {shown && preset && (
-        <p class="soft">
-          {text.say("download.facts", { width: String(preset.width_px), height: String(preset.height_px), dpi: String(preset.dpi), kb: shown.blob.size / 1000 })}
-        </p>
-      )}
+      <p class="soft facts-line">
+        {preset && text.say("download.facts", { width: String(preset.width_px), height: String(preset.height_px), dpi: String(preset.dpi), kb })}
+      </p>
       <div class="row">
         <Choice name="type" label="download.format" values={[["image/jpeg", "JPEG"], ["image/png", "PNG"]]} />
-        {type === "image/jpeg" && <NumberField name="max-kb" label="download.maxKb" least={1} most={50000} />}
+        {type === "image/jpeg" && <NumberField name="max-kb" label="download.maxKb" least={1} most={50000} placeholder={preset?.max_kb} />}
       </div>
       <div class="finish">
         <button type="button" class="primary" disabled={!ready}

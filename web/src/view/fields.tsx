@@ -31,8 +31,7 @@ interface SwitchProps { name: string; label: Key; on?: Value; off?: Value }
 
 /** A switch between two values of one option. */
 export function Switch({ name, label, on = true, off = false }: SwitchProps) {
-  const { state, dispatch, offers, text } = useStudio();
-  if (!offers(name)) return null;
+  const { state, dispatch, text } = useStudio();
   return (
     <label class="switch">
       <input type="checkbox" role="switch" checked={valueOf<Value>(currentSettings(state), name) === on}
@@ -62,14 +61,16 @@ export function Choice({ name, label, values }: { name: string; label: Key; valu
   );
 }
 
+interface NumberProps { name: string; label: Key; least: number; most: number; placeholder?: number }
+
 /** A number that may be left empty for the default. */
-export function NumberField({ name, label, least, most }: { name: string; label: Key; least: number; most: number }) {
+export function NumberField({ name, label, least, most, placeholder }: NumberProps) {
   const { state, dispatch, text } = useStudio();
   const value = valueOf<number>(currentSettings(state), name);
   return (
     <label class="number">
       <span>{text.say(label)}</span>
-      <input type="number" inputMode="numeric" min={least} max={most} value={value === defaultOf(name) ? "" : value}
+      <input type="number" inputMode="numeric" min={least} max={most} placeholder={placeholder ? String(placeholder) : "–"} value={value === defaultOf(name) ? "" : value}
         onChange={(event) => {
           const typed = event.currentTarget.valueAsNumber;
           dispatch({ do: "set", name, value: Number.isFinite(typed) && typed > 0 ? Math.round(typed) : defaultOf(name) });

@@ -5,6 +5,7 @@ import { bytesOf, save } from "../files/files";
 import { distinctNames, zip, type Entry } from "../files/zip";
 import { queryOf, valueOf } from "../state/options";
 import type { Photo } from "../state/reducer";
+import { held } from "../work/held";
 import { useStudio, type Studio } from "../work/studio";
 import { fileName } from "./download";
 import { Icon, type IconName } from "./icons";
@@ -14,7 +15,8 @@ function stateOf(photo: Photo, { text }: Studio): { word: string; icon: IconName
   if (photo.phase === "failed") return { word: text.say("list.failed"), icon: "fail", kind: "fail" };
   if (photo.phase !== "ready") return { word: text.say(`list.${photo.phase}`) };
   if (!photo.verdict) return { word: text.say("list.ready") };
-  const { failed, remarks } = photo.verdict;
+  const { failed, remarks, problem } = photo.verdict;
+  if (problem) return { word: text.say("list.failed"), icon: "fail", kind: "fail" };
   if (failed > 0) return { word: text.say("list.toMend", { count: failed }), icon: "fail", kind: "fail" };
   if (remarks > 0) return { word: text.say("list.toLook", { count: remarks }), icon: "look", kind: "look" };
   return { word: text.say("list.passed"), icon: "pass", kind: "pass" };
@@ -48,7 +50,7 @@ function Item({ photo }: { photo: Photo }) {
 }
 
 /** Makes every photograph of the list, one after the other, and packs what could be made. */
-async function packAll({ state, client, presets }: Studio, onDone: (done: number) => void): Promise<{ entries: Entry[]; failed: number }> {
+async function packAll({ state, dispatch, client, presets }: Studio, onDone: (done: number) => void): Promise<{ entries: Entry[]; failed: number }> {
   const made: Entry[] = [];
   let failed = 0;
   for (const photo of state.photos) {
@@ -57,7 +59,7 @@ async function packAll({ state, client, presets }: Studio, onDone: (done: number
     try {
       if (!photo.kept || !preset) throw new Problem(0, "other", "");
       const type = valueOf<PictureType>(settings, "type");
-      const picture = await client.picture(photo.kept.id, queryOf(settings, preset), type);
+      const picture = await held(client, dispatch, photo, (id) => client.picture(id, queryOf(settings, preset), type));
       made.push({ name: fileName(photo.name, preset, type), bytes: await bytesOf(picture) });
     } catch {
       ++failed;
@@ -85,7 +87,7 @@ export function PhotoList() {
   };
   return (
     <section class={count > 1 ? "list" : "list single"} aria-labelledby="list-title">
-      <header><h2 id="list-title">{text.say("list.title")}</h2><PhotoButton label={text.say("list.add")} /></header>
+      <header><h2 id="list-title">{text.say("list.title")}</h2><PhotoButton label={text.say("list.add")} icon="add" /></header>
       <ul>{state.photos.map((photo) => <Item key={photo.key} photo={photo} />)}</ul>
       {count > 1 && (
         <div class="row">

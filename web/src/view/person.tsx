@@ -35,7 +35,7 @@ export function PersonPanel({ preset }: { preset: Preset | undefined }) {
             {[0, ...faces.map((face) => face.face)].map((number) => (
               <label key={number}>
                 <input type="radio" name={id} checked={person === number} onChange={() => set(number)} />
-                <span>{number === 0 ? text.say("person.largest") : text.say("person.one", { number })}</span>
+                <span>{number === 0 ? text.say("person.largest") : <><span class="unseen">{text.say("person.title")} </span>{number}</>}</span>
               </label>
             ))}
           </div>

@@ -1,18 +1,18 @@
 import { useEffect, useRef, useState } from "preact/hooks";
 import { chosen, dropped } from "../files/files";
 import { useStudio } from "../work/studio";
-import { Icon } from "./icons";
+import { Icon, type IconName } from "./icons";
 
-interface PickProps { label: string; primary?: boolean; folder?: boolean }
+interface PickProps { label: string; icon?: IconName; primary?: boolean; folder?: boolean }
 
 /** A label around a file input: it looks like a button, and the keyboard and screen readers find the input. */
-function Pick({ label, primary, folder }: PickProps) {
+function Pick({ label, icon = "photo", primary, folder }: PickProps) {
   const { dispatch } = useStudio();
   const input = useRef<HTMLInputElement>(null);
   useEffect(() => { input.current?.toggleAttribute("webkitdirectory", !!folder); }, [folder]);
   return (
     <label class={primary ? "button primary" : "button"}>
-      <Icon name={folder ? "folder" : "photo"} />
+      <Icon name={folder ? "folder" : icon} />
       <span>{label}</span>
       <input ref={input} type="file" class="unseen" multiple accept={folder ? undefined : "image/*,.heic,.heif"}
         onKeyDown={(event) => {

@@ -13,9 +13,8 @@ const kWheelPauseMs = 300;
 
 /** Moving and scaling the person in the frame: by dragging, the wheel, and the keyboard. */
 export function usePlacing(frame: RefObject<HTMLDivElement>, active: boolean) {
-  const { state, dispatch, offers } = useStudio();
+  const { state, dispatch } = useStudio();
   const settings = currentSettings(state);
-  active &&= offers("zoom") && offers("offset-x") && offers("offset-y");
   const drag = useRef<{ x: number; y: number; offsetX: number; offsetY: number } | null>(null);
   const zoom = valueOf<number>(settings, "zoom");
   const offsetX = valueOf<number>(settings, "offset-x");
@@ -28,6 +27,9 @@ export function usePlacing(frame: RefObject<HTMLDivElement>, active: boolean) {
     if (!element || !active) return;
     let pause: ReturnType<typeof setTimeout>;
     const onWheel = (event: WheelEvent): void => {
+      // Where the page itself can be scrolled, the wheel is the picture's only once that was taken in hand.
+      const scrolls = document.documentElement.scrollHeight > innerHeight;
+      if (scrolls && document.activeElement !== element) return;
       event.preventDefault();
       const next = latestZoom.current - Math.sign(event.deltaY);
       dispatch({ do: "setAll", values: { zoom: next }, gesture: "wheel" });

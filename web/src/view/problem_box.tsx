@@ -1,21 +1,37 @@
 import type { Problem } from "../api/problem";
-import type { Photo } from "../state/reducer";
+import { currentSettings, type Photo } from "../state/reducer";
 import { useStudio } from "../work/studio";
 import { Icon } from "./icons";
 
-/** Why there is no picture, and what can be done about it. */
-export function ProblemBox({ problem, photo }: { problem: Problem; photo: Photo }) {
+export const atDocumentsPlace = { zoom: 100, "offset-x": 0, "offset-y": 0, turn: 0 };
+
+/** Whether the person was moved from where the document's bounds place it. */
+export function useMoved(): boolean {
+  const settings = currentSettings(useStudio().state);
+  return Object.keys(atDocumentsPlace).some((name) => settings[name] !== undefined);
+}
+
+/** Why there is no picture, and what can be done about it. `over`: it lies over the last picture that there was. */
+export function ProblemBox({ problem, photo, over }: { problem: Problem; photo: Photo; over: boolean }) {
   const { dispatch, text } = useStudio();
+  const moved = useMoved();
   const again = photo.phase === "failed" && problem.status >= 500;
+  const misfit = problem.code === "no_fit";
   return (
-    <div class="problem" role="alert">
+    <div class={over ? "problem over" : "problem"} role="alert">
       <Icon name="fail" />
       <div>
-        <p>{text.problem(problem)}</p>
-        {again && <button type="button" onClick={() => dispatch({ do: "lost", key: photo.key })}>{text.say("problem.retry")}</button>}
-        {problem.code === "no_fit" && (
-          <button type="button" onClick={() => dispatch({ do: "set", name: "relax", value: true })}>{text.say("problem.relax")}</button>
-        )}
+        <p>{misfit && moved ? text.say("problem.moved_out") : text.problem(problem)}</p>
+        {misfit && <ul>{text.misses(problem).map((miss) => <li key={miss}>{miss}</li>)}</ul>}
+        <div class="row">
+          {again && <button type="button" onClick={() => dispatch({ do: "lost", key: photo.key })}>{text.say("problem.retry")}</button>}
+          {misfit && moved && (
+            <button type="button" onClick={() => dispatch({ do: "setAll", values: atDocumentsPlace })}>{text.say("position.centre")}</button>
+          )}
+          {misfit && (
+            <button type="button" onClick={() => dispatch({ do: "set", name: "relax", value: true })}>{text.say(moved ? "problem.allow" : "problem.relax")}</button>
+          )}
+        </div>
       </div>
     </div>
   );

@@ -7,31 +7,24 @@ import type { Key } from "../text/english";
 import { useStudio } from "../work/studio";
 import { useBefore, type Result } from "../work/use_result";
 import { Icon, type IconName } from "./icons";
+import { Measures } from "./measures";
 import { usePlacing } from "./placing";
 import { ProblemBox } from "./problem_box";
 
-/** Lines and bands over the picture, at its own proportions. */
-function Marks({ result, preset }: { result: Result; preset: Preset }) {
-  const { text } = useStudio();
-  if (!result.check) return null;
-  const { lines, bands } = marksOf(result.check, preset);
-  const percent = (part: number): string => `${(part * 100).toFixed(2)}%`;
-  return (
-    <svg class="marks" aria-hidden="true">
-      {bands.map((band) => (
-        <g key={band.name} class={band.name}>
-          <rect class="reach" width="100%" y={percent(band.from)} height={percent(band.to - band.from)} />
-          <rect class="edge" x="100%" width="8" transform="translate(-8)" y={percent(band.from)} height={percent(band.to - band.from)} />
-        </g>
-      ))}
-      {lines.map((line) => (
-        <g key={line.name} class={line.passed ? undefined : "fail"}>
-          <line x1="0" x2="100%" y1={percent(line.y)} y2={percent(line.y)} />
-          <text class={line.name} x={line.name === "top" ? "100%" : "0"} y={percent(line.y)} dx={line.name === "top" ? -14 : 8} dy="-5">{text.say(`measure.${line.name}`)}</text>
-        </g>
-      ))}
-    </svg>
-  );
+const kPlacing = new Set(["drag", "wheel", "keys", "zoom", "offset-x", "offset-y", "turn"]);
+/** After a move its measures stay for so long, so that they can be read. */
+const kLingerMs = 1500;
+
+/** True while the person is being placed, and for a moment after. */
+function usePlacingNow(gesture: string | null): boolean {
+  const placing = gesture !== null && kPlacing.has(gesture);
+  const [shown, setShown] = useState(false);
+  useEffect(() => {
+    if (placing) return setShown(true);
+    const timer = setTimeout(() => setShown(false), kLingerMs);
+    return () => clearTimeout(timer);
+  }, [placing]);
+  return shown;
 }
 
 /** Where the picture will be once the service has drawn it: shown at once while it is dragged. */
@@ -43,10 +36,12 @@ function placeNow(shown: Settings, now: Settings): string | undefined {
   return `translate(${x}%, ${y}%) rotate(${turn}deg) scale(${scale})`;
 }
 
-function Toggle({ icon, label, on, onChange }: { icon: IconName; label: Key; on: boolean; onChange: (on: boolean) => void }) {
+interface ToggleProps { icon: IconName; label: Key; on: boolean; onChange: (on: boolean) => void; className?: string }
+
+function Toggle({ icon, label, on, onChange, className = "" }: ToggleProps) {
   const { text } = useStudio();
   return (
-    <button type="button" class="toggle" aria-pressed={on} onClick={() => onChange(!on)}>
+    <button type="button" class={`toggle ${className}`} aria-pressed={on} onClick={() => onChange(!on)}>
       <Icon name={icon} /><span>{text.say(label)}</span>
     </button>
   );
@@ -79,34 +74,42 @@ export function Stage({ result, preset }: { result: Result; preset: Preset | und
   const [move, setMove] = useState(false);
   const [divide, setDivide] = useState(50);
   const before = useBefore(studio, preset, compare ? result.report : null);
+  const placed = usePlacingNow(photo?.history.gesture ?? null);
   const placing = usePlacing(frame, !compare && !!result.shown);
   useEffect(() => setCompare(false), [photo?.key]);
 
-  const shape = result.shown && preset ? preset.width_px / preset.height_px : 35 / 45;
+  const shape = preset ? preset.width_px / preset.height_px : 35 / 45;
   const status = photo?.phase === "reading" || photo?.phase === "waiting" ? text.say("stage.reading")
-    : result.busy ? text.say("stage.busy") : "";
+    : result.busy && photo?.history.gesture == null ? text.say("stage.busy") : "";
   const problem = photo?.problem ?? result.problem;
-  const style = { aspectRatio: String(shape), width: `min(100%, calc(var(--stage-height) * ${shape}))` };
+  // What a moved picture leaves free shows what will be there.
+  const ground = valueOf<string>(settings, "background") || (preset?.background_change_allowed ? preset.backgrounds[0] : "");
+  const style = { aspectRatio: String(shape), backgroundColor: result.shown && ground !== "keep" ? ground : "", width: `min(100%, calc(var(--stage-height) * ${shape}))` };
   return (
     <section class="stage" id="stage" aria-labelledby="stage-title">
       <h1 id="stage-title" class="unseen">{text.say("stage.alt", { name: photo?.name ?? "" })}</h1>
-      <div ref={frame} class={move ? "frame moving" : "frame"} style={style} tabIndex={0} role="group" aria-label={text.say("stage.label")}
-        aria-busy={status !== ""} {...placing}>
-        {result.shown && (compare && before
-          ? <Compare before={before} after={result.shown.url} divide={divide} onDivide={setDivide} />
-          : <img src={result.shown.url} alt={text.say("stage.alt", { name: photo?.name ?? "" })} draggable={false}
-              style={{ transform: placeNow(result.shown.settings, settings) ?? "" }} />)}
-        {preset && result.shown && (measures || move) && <Marks result={result} preset={preset} />}
-        {!result.shown && !problem && <div class="placeholder" />}
-        <p class="status" role="status">{status}</p>
+      <div class="place">
+        <div ref={frame} class={move ? "frame moving" : "frame"} style={style} tabIndex={0} role="group" aria-label={text.say("stage.label")}
+          aria-busy={status !== ""} {...placing}>
+          {result.shown && (compare && before
+            ? <Compare before={before} after={result.shown.url} divide={divide} onDivide={setDivide} />
+            : <img src={result.shown.url} alt={text.say("stage.alt", { name: photo?.name ?? "" })} draggable={false}
+                style={{ transform: placeNow(result.shown.settings, settings) ?? "" }} />)}
+          {preset && result.shown && result.check && (measures || move || placed) && (
+            <Measures marks={marksOf(result.check, preset)}
+              moved={valueOf<number>(settings, "offset-y") - valueOf<number>(result.measured, "offset-y")} />
+          )}
+          {!result.shown && !problem && <div class="placeholder" />}
+          <p class="status" role="status">{status}</p>
+        </div>
+        {problem && photo && <ProblemBox problem={problem} photo={photo} over={!!result.shown} />}
       </div>
-      {problem && photo && <ProblemBox problem={problem} photo={photo} />}
       <div class="toggles">
         <Toggle icon="measures" label="stage.measures" on={measures} onChange={setMeasures} />
         <Toggle icon="compare" label="stage.compare" on={compare} onChange={setCompare} />
-        <Toggle icon="move" label="stage.move" on={move} onChange={setMove} />
+        <Toggle icon="move" label="stage.move" on={move} onChange={setMove} className="by-touch" />
       </div>
-      {move && <p class="soft">{text.say("stage.moveHint")}</p>}
+      <p class="soft hint">{text.say("stage.moveHint")}</p>
     </section>
   );
 }

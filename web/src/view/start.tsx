@@ -9,7 +9,8 @@ export function Start({ onCamera }: { onCamera: () => void }) {
     <section class="start" aria-labelledby="start-title">
       <svg class="sample" viewBox="0 0 70 90" aria-hidden="true">
         <rect width="70" height="90" rx="5" />
-        <path d="M9 90c0-14 7-19.5 20-22v-12h12v12c13 2.5 20 8 20 22zM35 18c-10 0-15.5 8-15.5 18.5C19.5 49 27 58 35 58s15.5-9 15.5-21.5C50.5 26 45 18 35 18Z" />
+        <path d="M9 90c0-14 7-19.5 20-22V50h12v18c13 2.5 20 8 20 22z" />
+        <path d="M35 18c-10 0-15.5 8-15.5 18.5C19.5 49 27 58 35 58s15.5-9 15.5-21.5C50.5 26 45 18 35 18Z" />
         <path class="rule" d="M0 18h70M0 58h70" />
       </svg>
       <h1 id="start-title">{text.say("start.title")}</h1>

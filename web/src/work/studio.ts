@@ -11,8 +11,6 @@ export interface Studio {
   dispatch: (action: Action) => void;
   client: Client;
   presets: readonly Preset[];
-  /** Whether the service knows an option; a control for one that it does not know would only fail. */
-  offers: (option: string) => boolean;
   text: Text;
 }
 

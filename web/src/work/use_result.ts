@@ -22,13 +22,15 @@ export interface Result {
   shown: Shown | null;
   check: Check | null;
   report: Report | null;
+  /** The settings of the picture that was checked. */
+  measured: Settings;
   problem: Problem | null;
   busy: boolean;
 }
 
 interface Question { key: number; id: string; query: Query; type: PictureType; settings: Settings; preview: boolean }
 
-const nothing: Result = { shown: null, check: null, report: null, problem: null, busy: false };
+const nothing: Result = { shown: null, check: null, report: null, measured: {}, problem: null, busy: false };
 
 /** Keeps the picture of the current photograph and its checks up to date with the settings. */
 export function useResult(studio: Studio, preset: Preset | undefined): Result {
@@ -53,24 +55,27 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
       handedOver.current.add(question.key);
       return dispatch({ do: "lost", key: question.key });
     }
-    setResult((old) => ({ ...old, problem: problem.unreachable ? old.problem : problem, check: null, report: null, busy: false }));
+    if (!problem.unreachable && !question.preview) dispatch({ do: "refused", key: question.key, problem, settings: question.settings });
+    // While it is moved, the bounds of the last picture stay in sight: they tell the way back.
+    const known = question.preview ? {} : { check: null, report: null };
+    setResult((old) => ({ ...old, ...known, problem: problem.unreachable ? old.problem : problem, busy: false }));
   };
 
   const lookInto = (question: Question): void => {
     const controller = new AbortController();
     checks.current = controller;
     const { id, query: asked, key } = question;
-    client.findings(id, asked, controller.signal).then(
-      ({ check, report }) => {
+    Promise.all([client.check(id, asked, controller.signal), client.report(id, asked, controller.signal)]).then(
+      ([check, report]) => {
         if (controller.signal.aborted) return;
-        setResult((old) => ({ ...old, check, report }));
-        dispatch({ do: "checked", key, check });
+        setResult((old) => ({ ...old, check, report, measured: question.settings }));
+        dispatch({ do: "checked", key, check, settings: question.settings });
       }, (reason: unknown) => fail(reason, question));
   };
 
   const latest = useMemo(() => new Latest<Question, Blob>(
     (question, signal) => question.preview
-      ? client.preview(question.id, question.query, signal)
+      ? client.preview(question.id, question.query.filter(([name]) => name !== "format"), signal)
       : client.picture(question.id, question.query, question.type, signal),
     (blob, question) => {
       const { settings: used, key, preview } = question;
@@ -98,8 +103,8 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
 
 /** Whether two pictures show the head at the same place, so that a divider between them tears no face. */
 function sameCut(one: Report, two: Report): boolean {
-  const near = (a = 0, b = 0): boolean => Math.abs(a - b) <= 0.1;
-  return near(one.top_mm, two.top_mm) && near(one.eyes_mm, two.eyes_mm);
+  const near = (a?: number, b?: number): boolean => a !== undefined && b !== undefined && Math.abs(a - b) <= 0.1;
+  return near(one.top_mm, two.top_mm) && near(one.eyes_mm, two.eyes_mm) && near(one.head_mm, two.head_mm);
 }
 
 /** The picture before everything but its cut, while it is wanted; the address of its bytes. */
@@ -115,8 +120,8 @@ export function useBefore(studio: Studio, preset: Preset | undefined, report: Re
     const { client } = studio;
     // Where the photograph ends within the cut, its own background cannot be shown, or only in another cut.
     client.report(id, query, controller.signal)
-      .then((kept) => client.picture(id, sameCut(kept, report) ? query : plain, "image/jpeg", controller.signal))
-      .catch(() => client.picture(id, plain, "image/jpeg", controller.signal))
+      .then((kept) => client.preview(id, sameCut(kept, report) ? query : plain, controller.signal))
+      .catch(() => client.preview(id, plain, controller.signal))
       .then((blob) => setUrl(URL.createObjectURL(blob)), () => undefined);
     return () => controller.abort();
   }, [report, id, queryString(query), queryString(plain)]);

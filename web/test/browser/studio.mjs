@@ -1,12 +1,13 @@
-// What the tests in the browser share: the built page, a server, a browser, and a page on which any error is a failure.
+// What the tests in the browser share: the program as it is, a browser, and a page on which any error is a failure.
 import assert from "node:assert/strict";
-import { spawn, spawnSync } from "node:child_process";
+import { spawnSync } from "node:child_process";
 import { mkdtempSync, readFileSync, rmSync } from "node:fs";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";
 import { chromium } from "playwright-core";
+import { startProgram } from "./service.mjs";
 
 const web = fileURLToPath(new URL("../../", import.meta.url));
 const program = process.env.IDPHOTO;
@@ -21,35 +22,15 @@ export function command(...args) {
   return done.stdout;
 }
 
-export function buildPage() {
-  const folder = join(scratch, "page");
-  const done = spawnSync(process.execPath, [join(web, "build.mjs"), folder], { encoding: "utf8" });
-  assert.equal(done.status, 0, done.stderr);
-  return folder;
-}
-
-/** Starts the server; the same port again stands for a server that comes back. */
-export function startServer(page, port = 0, mostBytes = 2 << 20) {
-  const child = spawn(process.execPath, [join(web, "dev/server.mjs"), "--port", String(port), "--program", program, "--page", page,
-    "--most-bytes", String(mostBytes)], { stdio: ["ignore", "pipe", "inherit"] });
-  const stop = () => new Promise((done) => {
-    child.on("close", done);
-    child.kill();
-  });
-  return new Promise((done, fail) => {
-    child.stdout.once("data", (line) => {
-      const address = String(line).trim();
-      done({ address, port: Number(new URL(address).port), stop });
-    });
-    child.once("exit", (status) => fail(new Error(`the server ended with ${status}`)));
-  });
-}
+/** `idphoto serve` on a free port, or on one that was used before. `more` are its options. */
+export const startService = (port = 0, ...more) => startProgram(program, port, ...more);
 
 export function startBrowser() {
   return chromium.launch({
     executablePath: process.env.CHROMIUM,
     chromiumSandbox: process.getuid() !== 0,
-    args: ["--disable-dev-shm-usage", "--use-fake-device-for-media-stream", "--use-fake-ui-for-media-stream"],
+    // No name but the machine's own is found: the page has to do without a network.
+    args: ["--disable-dev-shm-usage", "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", "--use-fake-device-for-media-stream", "--use-fake-ui-for-media-stream"],
   });
 }
 
@@ -59,7 +40,8 @@ export async function openPage(browser, address, { expected = [], ...options } =
   // Long enough for a machine that does much else; what passes takes a tenth of a second.
   context.setDefaultTimeout(120_000);
   const page = await context.newPage();
-  const faults = [];
+  const faults = [], sizes = [];
+  page.on("requestfinished", (request) => sizes.push(request.sizes()));
   const note = (text) => { if (!expected.some((pattern) => pattern.test(text))) faults.push(text); };
   page.on("console", (message) => { if (["error", "warning"].includes(message.type())) note(message.text()); });
   page.on("pageerror", (error) => note(String(error)));
@@ -70,7 +52,9 @@ export async function openPage(browser, address, { expected = [], ...options } =
     await context.close();
     assert.deepEqual(faults, []);
   };
-  return { page, close, context };
+  /** Bytes of bodies that came over the line so far, packed as they came. */
+  const received = async () => (await Promise.all(sizes)).reduce((sum, { responseBodySize }) => sum + responseBodySize, 0);
+  return { page, close, received };
 }
 
 export async function addPhotos(page, ...files) {

@@ -1,11 +1,15 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
+import { Client } from "../../src/api/client";
+import { Problem } from "../../src/api/problem";
 import type { Check, Kept, Preset } from "../../src/api/types";
 import { likelyDocument, search } from "../../src/state/documents";
 import { marksOf } from "../../src/state/marks";
 import { queryBefore, queryOf, rangeOption, ranges, withValue, type Settings } from "../../src/state/options";
 import { currentSettings, empty, reduce, type Action, type State } from "../../src/state/reducer";
 import { Text } from "../../src/text/text";
+import { held } from "../../src/work/held";
+import { nextUpload } from "../../src/work/use_uploads";
 
 const preset = (name: string, more: Partial<Preset> = {}): Preset => ({
   name, title: name, authority: "Office", kind: "print", persons: 1, size: "35x45mm", dpi: 254, width_px: 350, height_px: 450,
@@ -75,6 +79,37 @@ test("a photograph that the service lost waits again, with its steps", () => {
   assert.equal(state.returns, 1);
 });
 
+test("photographs go to the service one by one, the one looked at first; a verdict holds for its settings alone", () => {
+  const kept: Kept = { id: "x", width: 1, height: 1, faces: [] };
+  const check = { summary: { passed: 1, failed: 2, remarks: 0, not_assessed: 0 } } as Check;
+  const [one, two] = begun.photos.map((photo) => photo.key) as [number, number];
+  assert.equal(nextUpload(reduce(begun, { do: "show", key: two }))?.key, two);
+  const ready = play([{ do: "reading", key: one }, { do: "ready", key: one, kept }], begun);
+  assert.equal(nextUpload(ready), undefined);
+  assert.equal(nextUpload(reduce(ready, { do: "show", key: two }))?.key, two);
+  const settings = ready.photos[0]!.history.present;
+  const judged = reduce(ready, { do: "checked", key: one, check, settings });
+  assert.deepEqual(judged.photos[0]!.verdict, { failed: 2, remarks: 0 });
+  assert.equal(nextUpload(judged)?.key, two);
+  assert.equal(play([{ do: "set", name: "zoom", value: 90 }, { do: "checked", key: one, check, settings }], ready).photos[0]!.verdict, undefined);
+  const problem = new Problem(422, "no_fit", "");
+  assert.equal(reduce(ready, { do: "refused", key: one, problem, settings }).photos[0]!.verdict?.problem, problem);
+  assert.equal(reduce(judged, { do: "document", preset: "b" }).photos[0]!.verdict, undefined);
+});
+
+test("what the service let go is handed over once more, and no oftener", async () => {
+  const asked: string[] = [];
+  const client = new Client(async (input, init) => {
+    asked.push(`${init?.method ?? "GET"} ${String(input)}`);
+    return init?.method === "POST" ? new Response('{"id":"new","faces":[]}', { status: 201 }) : new Response("{}", { status: 404 });
+  });
+  const photo = { ...begun.photos[0]!, kept: { id: "old", width: 1, height: 1, faces: [] } };
+  const told: Action[] = [];
+  await assert.rejects(held(client, (action) => told.push(action), photo, (id) => client.check(id, [])), { status: 404 });
+  assert.deepEqual(asked, ["GET /v1/photos/old/check?", "POST /v1/photos", "GET /v1/photos/new/check?"]);
+  assert.deepEqual(told.map((action) => action.do), ["ready"]);
+});
+
 test("numbers stay in their range and on their step, defaults are not stored", () => {
   for (const { name, min, max, step, default: byDefault } of ranges) {
     assert.equal(withValue({}, name, max + step)[name] ?? byDefault, max, name);
@@ -86,11 +121,11 @@ test("numbers stay in their range and on their step, defaults are not stored", (
 });
 
 test("only what the document takes is asked for", () => {
-  const settings: Settings = { preset: "a", background: "#fff", skin: 2, beauty: "light", brightness: 1, zoom: 90, type: "image/png" };
+  const settings: Settings = { preset: "a", background: "#fff", skin: 2, beauty: "light", brightness: 1, zoom: 90, "max-kb": 50, type: "image/png" };
   const asked = (of: Preset): object => Object.fromEntries(queryOf(settings, of));
-  assert.deepEqual(asked(preset("a")), { preset: "a", background: "#fff", skin: "2", beauty: "light", brightness: "1", zoom: "90" });
-  assert.deepEqual(asked(preset("a", { retouching_allowed: false })), { preset: "a", background: "#fff", zoom: "90" });
-  assert.deepEqual(asked(preset("a", { retouching_allowed: false, background_change_allowed: false })), { preset: "a", zoom: "90" });
+  assert.deepEqual(asked(preset("a")), { preset: "a", background: "#fff", skin: "2", beauty: "light", brightness: "1", zoom: "90", format: "png" });
+  assert.deepEqual(asked(preset("a", { retouching_allowed: false })), { preset: "a", background: "#fff", zoom: "90", format: "png" });
+  assert.deepEqual(asked(preset("a", { retouching_allowed: false, background_change_allowed: false })), { preset: "a", zoom: "90", format: "png" });
   assert.deepEqual(asked(preset("a", { persons: 2 }))["pair" as never], "true");
   assert.deepEqual(queryBefore(settings, preset("a"), true), [["background", "keep"], ["preset", "a"], ["zoom", "90"]]);
   assert.deepEqual(queryBefore(settings, preset("a"), false), [["background", "#fff"], ["preset", "a"], ["zoom", "90"]]);
