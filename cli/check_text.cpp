@@ -117,11 +117,10 @@ void AddTable(const photo::PhotoCheck& check, bool all, std::string* text) {
 std::string CheckText(const std::string& photograph, const photo::PhotoCheck& check, CheckDetail detail) {
   std::string text = photo::Printable(photograph) + ": " + (check.Passed() ? "passed" : "failed");
   std::vector<std::pair<std::string, std::string>> failed, remarks;
-  const std::vector<photo::Finding> findings = photo::FindingsOf(check);  // what failed first, lines before measures
   for (const CheckLine& line : check.lines) {
     if (line.Passed()) continue;
     const std::string unit = line.unit.empty() ? "" : " " + line.unit;
-    failed.emplace_back(TitleOf(line), findings[failed.size()].reason + " (" + photo::Decimal(line.value) + unit +
+    failed.emplace_back(TitleOf(line), photo::FindingOf(line).reason + " (" + photo::Decimal(line.value) + unit +
                                            ", must be " + LimitText(line) + unit + ")");
   }
   for (const Measure& measure : check.measures) {

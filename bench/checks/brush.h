@@ -15,11 +15,6 @@ namespace qx::bench::checks {
 using Colour = std::array<double, 3>;  // blue, green, red; 0 to 255
 using Line = std::vector<photo::PlacePoint>;
 
-// Of the mesh, for both eyes: left corner, upper lid, right corner, lower lid.
-inline constexpr int kEyeRings[2][16] = {
-    {33, 246, 161, 160, 159, 158, 157, 173, 133, 155, 154, 153, 145, 144, 163, 7},
-    {362, 398, 384, 385, 386, 387, 388, 466, 263, 249, 390, 373, 374, 380, 381, 382}};
-
 // Both share the pixels.
 cv::Mat Wrap(photo::Image& picture);
 // The middle of a pixel.

@@ -4,6 +4,15 @@
 
 namespace qx::photo {
 
+double Distance(PlacePoint a, PlacePoint b) {
+  const double x = a.x - b.x, y = a.y - b.y;
+  return std::sqrt(x * x + y * y);
+}
+
+PlacePoint Middle(PlacePoint a, PlacePoint b) {
+  return {(a.x + b.x) / 2, (a.y + b.y) / 2};
+}
+
 Turn::Turn(double degrees, PlacePoint centre)
     : cos_(std::cos(degrees * (3.14159265358979323846 / 180))),
       sin_(std::sin(degrees * (3.14159265358979323846 / 180))),

@@ -26,6 +26,9 @@ struct PlacePoint {
   double x = 0, y = 0;
 };
 
+double Distance(PlacePoint a, PlacePoint b);
+PlacePoint Middle(PlacePoint a, PlacePoint b);
+
 // A turn of a picture by an angle about a point that stays where it is.
 class Turn {
  public:

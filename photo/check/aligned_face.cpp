@@ -213,15 +213,6 @@ std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, 
   return face;
 }
 
-double Distance(PlacePoint a, PlacePoint b) {
-  const double x = a.x - b.x, y = a.y - b.y;
-  return std::sqrt(x * x + y * y);
-}
-
-PlacePoint Middle(PlacePoint a, PlacePoint b) {
-  return {(a.x + b.x) / 2, (a.y + b.y) / 2};
-}
-
 std::array<PlacePoint, 2> EyeCentres(const FaceMesh& mesh) {
   return {Middle(mesh[33], mesh[133]), Middle(mesh[362], mesh[263])};
 }

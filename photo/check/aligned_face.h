@@ -43,7 +43,7 @@ struct AlignedFace {
   double eyesToMouth = 0;          // E
   double toAligned = 0;            // aligned pixels for one of the photograph
 
-  PlacePoint EyeMiddle() const { return {(eyes[0].x + eyes[1].x) / 2, (eyes[0].y + eyes[1].y) / 2}; }
+  PlacePoint EyeMiddle() const { return Middle(eyes[0], eyes[1]); }
 };
 
 // `person`: of the photograph's size, or null. Nothing for a face that is collapsed to a point. When it shrinks the
@@ -52,9 +52,6 @@ struct AlignedFace {
 std::optional<AlignedFace> Align(const Image& photograph, const FaceMesh& mesh, const Mask* person,
                                  bool faceAlone = false);
 
-// Distances in any frame: between the eye centres, from their middle to the chin and to the mouth.
-double Distance(PlacePoint a, PlacePoint b);
-PlacePoint Middle(PlacePoint a, PlacePoint b);
 std::array<PlacePoint, 2> EyeCentres(const FaceMesh& mesh);
 
 // The pixels whose centres lie in a polygon, which may be turned either way and need not be convex (even-odd rule).

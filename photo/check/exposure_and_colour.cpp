@@ -198,10 +198,9 @@ void MeasureLight(const AlignedFace& face, MeasureList* list) {
 
 // Chroma of the lower face against that between the eyes.
 void MeasureCovered(const AlignedFace& face, MeasureList* list) {
-  constexpr int kLips[] = {61, 185, 40, 39, 37, 0, 267, 269, 270, 409, 291, 375, 321, 405, 314, 17, 84, 181, 91, 146};
   const double side = 0.3 * face.eyeDistance;
   Region lower = face.hull;
-  const Region lips = FillPolygon(Pick(face.mesh, kLips), kAlignedSide, kAlignedSide);
+  const Region lips = FillPolygon(Pick(face.mesh, kLipRing), kAlignedSide, kAlignedSide);
   for (size_t i = 0; i < lower.bits.size(); ++i) lower.bits[i] = lower.bits[i] != 0 && lips.bits[i] == 0;
   PixelBox below = kAllAligned;
   below.top = static_cast<int32_t>(std::clamp(face.mesh[195].y, 0.0, 1.0 * kAlignedSide));

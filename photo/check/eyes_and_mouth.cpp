@@ -17,14 +17,9 @@ namespace {
 struct EyePoints {
   int lids[3][2];
   int corners[2];
-  int ring[16];
 };
-constexpr EyePoints kEyes[2] = {{{{160, 144}, {159, 145}, {158, 153}},
-                                 {33, 133},
-                                 {33, 246, 161, 160, 159, 158, 157, 173, 133, 155, 154, 153, 145, 144, 163, 7}},
-                                {{{385, 380}, {386, 374}, {387, 373}},
-                                 {362, 263},
-                                 {362, 398, 384, 385, 386, 387, 388, 466, 263, 249, 390, 373, 374, 380, 381, 382}}};
+constexpr EyePoints kEyes[2] = {{{{160, 144}, {159, 145}, {158, 153}}, {33, 133}},
+                                {{{385, 380}, {386, 374}, {387, 373}}, {362, 263}}};
 constexpr int kLipPairs[3][2] = {{81, 178}, {13, 14}, {311, 402}};
 
 constexpr char kEyesOutside[] = "the eyes are not both in the picture";
@@ -62,7 +57,7 @@ struct Eye {
 Eye LookAt(const AlignedFace& face, size_t number) {
   const EyePoints& points = kEyes[number];
   Eye eye;
-  eye.lids = FillPolygon(Pick(face.mesh, points.ring), kAlignedSide, kAlignedSide);
+  eye.lids = FillPolygon(Pick(face.mesh, kEyeRings[number]), kAlignedSide, kAlignedSide);
   eye.width = Gap(face.mesh, points.corners);
   eye.middle = Middle(face.mesh[points.corners[0]], face.mesh[points.corners[1]]);
   eye.box = SquareAround(eye.middle, 2 * eye.width);

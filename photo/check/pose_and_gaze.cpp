@@ -21,12 +21,9 @@ void JudgeAngle(MeasureId id, double degrees, const std::string& advice, Measure
 void MeasurePose(const HeadPose& pose, MeasureList* list) {
   JudgeAngle(MeasureId::kHeadPoseYaw, pose.yaw,
              std::string("turn your head to your ") + (pose.yaw > 0 ? "right: " : "left: ") + Whole(pose.yaw), list);
-  // Where a head counts as level hangs on its shape: level ones read 3.5 degrees on the average.
-  const Measure& row = (*list)[MeasureId::kHeadPosePitch];
-  const double level = (*row.min + *row.max) / 2;
+  const double raised = pose.pitch - kLevelPitch;
   JudgeAngle(MeasureId::kHeadPosePitch, pose.pitch,
-             std::string(pose.pitch > level ? "raise" : "lower") + " your chin: about " + Whole(pose.pitch - level),
-             list);
+             std::string(raised > 0 ? "raise" : "lower") + " your chin: about " + Whole(raised), list);
   JudgeAngle(
       MeasureId::kHeadPoseRoll, pose.roll,
       std::string("lean your head to your ") + (pose.roll > 0 ? "left" : "right") + " shoulder: " + Whole(pose.roll),

@@ -8,20 +8,15 @@
 #include <string>
 #include <utility>
 
+#include "photo/face/face_mesh.h"
+#include "photo/face/head_pose.h"
+
 namespace qx::photo {
 namespace {
 
 // Points of the canonical face mesh.
-constexpr int kEyes[2][16] = {{33, 246, 161, 160, 159, 158, 157, 173, 133, 155, 154, 153, 145, 144, 163, 7},
-                              {362, 398, 384, 385, 386, 387, 388, 466, 263, 249, 390, 373, 374, 380, 381, 382}};
-constexpr int kEyeCorners[2][2] = {{33, 133}, {362, 263}};
-constexpr int kLips[] = {61, 185, 40, 39, 37, 0, 267, 269, 270, 409, 291, 375, 321, 405, 314, 17, 84, 181, 91, 146};
 constexpr int kMouthEnd = 291, kNoseTip = 4, kForehead = 10, kChin = 152, kCheeks[2] = {205, 425};
 constexpr int kSides[2] = {234, 454};
-
-double Distance(PlacePoint a, PlacePoint b) {
-  return std::sqrt((a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y));
-}
 
 class FaceMarks {
  public:
@@ -80,8 +75,8 @@ class FaceMarks {
     const FindingState inside =
         Worst({MeasureId::kRedEyes, MeasureId::kGlassesGlare, MeasureId::kDarkGlasses, MeasureId::kEyeWhite});
     for (size_t eye = 0; eye < 2; ++eye) {
-      Outline(kEyes[eye], open);
-      const PlacePoint a = At(kEyeCorners[eye][0]), b = At(kEyeCorners[eye][1]);
+      Outline(kEyeRings[eye], open);
+      const PlacePoint a = At(kEyeRings[eye][0]), b = At(kEyeRings[eye][8]);
       if (inside > FindingState::kRemark) continue;
       const double radius = 0.85 * Distance(a, b);
       CasedRing(frame_.canvas, {(a.x + b.x) / 2, (a.y + b.y) / 2}, radius, Thin(), InkOf(inside));
@@ -95,7 +90,7 @@ class FaceMarks {
     const Measure& gaze = Of(MeasureId::kGazeSideways);
     if (gaze.value && mesh_.hasDepth) DrawGaze(*gaze.value);
     if (gaze.value) Row(&label, StateOf(gaze), GazeText(gaze), GazeText(gaze));
-    AddLabel(std::move(label), At(kEyeCorners[1][1]));
+    AddLabel(std::move(label), At(kEyeRings[1][8]));
   }
 
   static std::string GazeText(const Measure& gaze) {
@@ -107,7 +102,7 @@ class FaceMarks {
     constexpr double kPerDegree = 1.0 / 20;
     for (size_t eye = 0; eye < 2; ++eye) {
       const PlacePoint iris = frame_.At(mesh_.irises[eye][0]);
-      const PlacePoint a = At(kEyeCorners[eye][0]), b = At(kEyeCorners[eye][1]);
+      const PlacePoint a = At(kEyeRings[eye][0]), b = At(kEyeRings[eye][8]);
       const double reach = degrees * kPerDegree;
       CasedArrow(frame_.canvas, iris, {iris.x + reach * (b.x - a.x), iris.y + reach * (b.y - a.y)}, Thin(), 0.5 * em_,
                  InkOf(State(MeasureId::kGazeSideways)));
@@ -116,7 +111,7 @@ class FaceMarks {
 
   void DrawMouth() {
     const FindingState closed = State(MeasureId::kLipGap), neutral = State(MeasureId::kExpressionNeutrality);
-    Outline(kLips, std::min(closed, neutral));
+    Outline(kLipRing, std::min(closed, neutral));
     Label label;
     Row(&label, closed, "Mouth closed", "Mouth open");
     Row(&label, neutral, "No smile", "Smile");
@@ -138,7 +133,7 @@ class FaceMarks {
     for (size_t i = 0; i < 3; ++i) {
       const Measure& angle = Of(angles[i].id);
       if (!angle.value) return;
-      turns[i] = *angle.value - (angle.min.value_or(0) + angle.max.value_or(0)) / 2;
+      turns[i] = *angle.value - (angles[i].id == MeasureId::kHeadPosePitch ? kLevelPitch : 0);
       const std::string words = *angle.value < 0 ? angles[i].less : angles[i].more;
       label.rows.push_back({words + ValueText(std::abs(*angle.value), angle.unit), StateOf(angle), true});
     }

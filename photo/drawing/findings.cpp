@@ -53,6 +53,24 @@ std::string AdviceOf(const CheckLine& line) {
   return words + ": " + ValueText(missing, line.unit) + (isBelow ? " missing" : " too much");
 }
 
+std::string Rounded(double value, int places) {
+  char text[400];  // the largest double has 309 digits before its point
+  std::snprintf(text, sizeof text, "%.*f", places, value);
+  std::string number = text;
+  if (number.find('.') != std::string::npos) {
+    number.erase(number.find_last_not_of('0') + 1);
+    if (number.back() == '.') number.pop_back();
+  }
+  return number == "-0" ? "0" : number;
+}
+
+// Small numbers with enough digits to be told from their limit.
+std::string Fine(double value) {
+  return Rounded(value, std::abs(value) < 0.1 ? 3 : 2);
+}
+
+}  // namespace
+
 Finding FindingOf(const CheckLine& line) {
   Finding finding;
   finding.state = StateOf(line);
@@ -80,24 +98,6 @@ Finding FindingOf(const Measure& measure) {
   finding.reason = measure.reason;
   return finding;
 }
-
-std::string Rounded(double value, int places) {
-  char text[400];  // the largest double has 309 digits before its point
-  std::snprintf(text, sizeof text, "%.*f", places, value);
-  std::string number = text;
-  if (number.find('.') != std::string::npos) {
-    number.erase(number.find_last_not_of('0') + 1);
-    if (number.back() == '.') number.pop_back();
-  }
-  return number == "-0" ? "0" : number;
-}
-
-// Small numbers with enough digits to be told from their limit.
-std::string Fine(double value) {
-  return Rounded(value, std::abs(value) < 0.1 ? 3 : 2);
-}
-
-}  // namespace
 
 std::vector<Finding> FindingsOf(const PhotoCheck& check) {
   std::vector<Finding> findings;

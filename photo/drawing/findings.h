@@ -25,6 +25,8 @@ struct Finding {
   std::string reason;  // what is wrong and what to do, or why there is no verdict
 };
 
+Finding FindingOf(const CheckLine& line);
+Finding FindingOf(const Measure& measure);
 // Those of one state together, each in the order of the check.
 std::vector<Finding> FindingsOf(const PhotoCheck& check);
 size_t CountOf(const std::vector<Finding>& findings, FindingState state);

@@ -14,6 +14,15 @@ namespace qx::photo {
 
 inline constexpr size_t kIrisPoints = 5;  // centre, then four of the rim
 
+// The points around what shows of each eye, the left one first: from its left corner over the upper lid to the right
+// corner, which is number 8, and back below.
+inline constexpr int kEyeRings[2][16] = {
+    {33, 246, 161, 160, 159, 158, 157, 173, 133, 155, 154, 153, 145, 144, 163, 7},
+    {362, 398, 384, 385, 386, 387, 388, 466, 263, 249, 390, 373, 374, 380, 381, 382}};
+// The outer edge of the lips, from the left corner of the mouth over the upper lip.
+inline constexpr int kLipRing[20] = {61,  185, 40,  39,  37,  0,  267, 269, 270, 409,
+                                     291, 375, 321, 405, 314, 17, 84,  181, 91,  146};
+
 // In pixels of the picture at hand. Points are those of the canonical face mesh (Kartynnik et al., "Real-time Facial
 // Surface Geometry from Monocular Video on Mobile GPUs", 2019); left is left as one looks at an upright face.
 struct FaceMesh {

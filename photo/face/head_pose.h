@@ -19,6 +19,9 @@ struct SpacePoint {
 inline constexpr size_t kFittedPoints = QX_FACE_DEPTH_POINTS - 4;
 SpacePoint CanonicalPlace(size_t i);
 
+// What level heads read on the average: where a head counts as level hangs on its shape. Degrees.
+inline constexpr double kLevelPitch = 3.5;
+
 struct HeadPose {
   // Degrees: yaw towards the person's left (right in the picture), pitch down, roll towards the person's right
   // shoulder.

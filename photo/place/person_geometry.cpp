@@ -117,10 +117,6 @@ void MeasureHair(const MaskView& view, double left, double right, PersonGeometry
   person->topCut = view.turn.IsNone() && first > cut;
 }
 
-PlacePoint Middle(PlacePoint a, PlacePoint b) {
-  return {(a.x + b.x) / 2, (a.y + b.y) / 2};
-}
-
 // The chin's point.
 template <typename Points>
 auto Lowest(const Points& outline) {
@@ -129,12 +125,8 @@ auto Lowest(const Points& outline) {
 }
 
 FaceLengths LengthsOf(const std::array<PlacePoint, 2>& eyes, PlacePoint mouth, PlacePoint chin) {
-  const auto distance = [](PlacePoint a, PlacePoint b) {
-    const double dx = a.x - b.x, dy = a.y - b.y;
-    return std::sqrt(dx * dx + dy * dy);
-  };
   const PlacePoint between = Middle(eyes[0], eyes[1]);
-  return {distance(eyes[0], eyes[1]), distance(between, mouth), distance(between, chin)};
+  return {Distance(eyes[0], eyes[1]), Distance(between, mouth), Distance(between, chin)};
 }
 
 }  // namespace

@@ -97,12 +97,9 @@ bool IsInside(const std::vector<PlacePoint>& polygon, double x, double y) {
 
 // Adds the pixels between the lids beside the iris, the lightness as their weight.
 void AddEye(const Image& photograph, const FaceMesh& mesh, size_t eye, std::vector<Sample>* samples) {
-  constexpr std::array<std::array<int, 16>, 2> kLids = {
-      {{33, 7, 163, 144, 145, 153, 154, 155, 133, 173, 157, 158, 159, 160, 161, 246},
-       {263, 249, 390, 373, 374, 380, 381, 382, 362, 398, 384, 385, 386, 387, 388, 466}}};
   constexpr double kIris = 1.15, kLidsShadow = 0.85;
   std::vector<PlacePoint> lids;
-  for (const int i : kLids[eye]) lids.push_back(mesh[i]);
+  for (const int i : kEyeRings[eye]) lids.push_back(mesh[i]);
   PlacePoint low = lids[0], high = lids[0], middle;
   for (const PlacePoint& p : lids) {
     low = {std::min(low.x, p.x), std::min(low.y, p.y)};
