@@ -19,6 +19,9 @@ void AddBeautyCases(Table* table);
 // The skin stage on a painted face, and its two halves beside OpenCV's filters of the same look on the face alone.
 void AddSkinCases(Table* table);
 
+// Colours and sharpness of a finished photograph, beside OpenCV's conversions and filters.
+void AddAdjustCases(Table* table);
+
 // Detection and landmarks on a photograph of one face or more, scaled to 12 megapixels. False, after a line on standard
 // error, when the photograph cannot be read or has no face.
 bool AddEngineCases(const std::string& photo, Table* table);

@@ -39,6 +39,7 @@ int main(int argc, char** argv) {
   qx::bench::AddCropCases(&table);
   qx::bench::AddBeautyCases(&table);
   qx::bench::AddSkinCases(&table);
+  qx::bench::AddAdjustCases(&table);
   if (std::string(QX_SAMPLE_PHOTO).empty()) {
     std::fputs("qx_bench: detection and landmarks are left out; configure with -DQX_SAMPLE_PHOTO=FILE\n", stderr);
   } else if (!qx::bench::AddEngineCases(QX_SAMPLE_PHOTO, &table)) {
