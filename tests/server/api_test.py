@@ -164,7 +164,7 @@ class Description:
             self.validate(value, content[answer.type]["schema"])
         return answer
 
-    def target(self, name, **values):
+    def target(self, name, /, **values):
         method, path, _ = self.operations[name]
         return method, path.format(**{"id": NOBODY, "name": "us-passport", **values})
 
@@ -194,7 +194,7 @@ class Case(unittest.TestCase):
         assert result.returncode in (0, 1), result.stderr
         return result.stdout
 
-    def call(self, name, query=(), body=None, headers=None, status=200, **values):
+    def call(self, name, /, query=(), body=None, headers=None, status=200, **values):
         """What is answered, held to the description."""
         method, path = self.description.target(name, **values)
         if body is None and method == "POST":
