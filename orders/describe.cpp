@@ -12,6 +12,14 @@
 namespace qx::orders {
 namespace {
 
+// By the placeholder of the help, for what has no check that tells more.
+OptionFacts::Kind KindOf(const CLI::Option& option) {
+  if (option.get_items_expected_max() == 0) return OptionFacts::Kind::kFlag;
+  const std::string placeholder = option.get_type_name();
+  if (placeholder == "N") return OptionFacts::Kind::kWhole;
+  return placeholder == "X" ? OptionFacts::Kind::kNumber : OptionFacts::Kind::kText;
+}
+
 // See orders/options/checks.h.
 void ReadCheck(const std::string& name, OptionFacts* facts) {
   std::istringstream text(name);
@@ -39,7 +47,7 @@ OptionFacts FactsOf(CLI::Option& option) {
   OptionFacts facts;
   facts.name = option.get_lnames().at(0);
   facts.help = WithoutDashes(option.get_description());
-  if (option.get_items_expected_max() == 0) facts.kind = OptionFacts::Kind::kFlag;
+  facts.kind = KindOf(option);
   try {
     ReadCheck(option.get_validator()->get_name(), &facts);
   } catch (const CLI::OptionNotFound&) {
