@@ -31,6 +31,7 @@ std::string BoundOptions(const Failure& failure) {
 std::string NoFitAdvice(const Failure& failure) {
   if (failure.Word("what") == "pair") return HasField(failure, "relaxed") ? "" : ", or try --relax";
   if (!HasField(failure, "nearest")) return "";
+  if (HasField(failure, "moved")) return "; --relax takes it all the same";
   return "; " + BoundOptions(failure) + "; --relax takes this nearest one";
 }
 
@@ -45,6 +46,7 @@ std::string Advice(const Failure& failure) {
       return failure.Word("edit") == "background"   ? "; leave out --background, or add --force"
              : failure.Word("edit") == "retouching" ? "; leave out the retouching, or add --force"
              : failure.Word("edit") == "adjustment" ? "; leave out the adjustment, or add --force"
+             : failure.Word("edit") == "turn"       ? "; leave out --turn, or add --force"
                                                     : "";
     case FailureCode::kTooLarge: return HasField(failure, "limit") ? ", or raise --max-megapixels" : "";
     case FailureCode::kOutOfMemory:

@@ -4,6 +4,7 @@ _idphoto_options() {
   local document='--preset --size --dpi --head --head-to --top --face-width --eyes'
   local retouch='--beauty --mouth --tone --skin --detail --face'
   local adjust='--brightness --contrast --saturation --temperature --tint --white-balance --sharpness'
+  local framing='--zoom --offset-x --offset-y --turn'
   local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --child --strict --force --pair'
   local common='-h --help'
   case $1 in
@@ -11,8 +12,8 @@ _idphoto_options() {
     crop) echo "$common -o --output --ratio --bound --src-same --format --max-megapixels" ;;
     inspect) echo "$common --json --draw --points --max-megapixels" ;;
     make)
-      echo "$common -o --output $document $retouch $adjust $finish --mask --person --compare --quiet --json" \
-        "--max-megapixels"
+      echo "$common -o --output $document $retouch $adjust $framing $finish --mask --person --compare --quiet" \
+        "--json --max-megapixels"
       ;;
     mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
     background)
@@ -24,7 +25,8 @@ _idphoto_options() {
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     compress) echo "$common -o --output --max-kb --min-kb --dpi --quiet --json --max-megapixels" ;;
     batch)
-      echo "$common -o --output $document $retouch $adjust $finish --format --jobs --report --resume --max-megapixels"
+      echo "$common -o --output $document $retouch $adjust $framing $finish --format --jobs --report --resume" \
+        "--max-megapixels"
       ;;
     serve) echo "$common --listen --jobs --max-upload --token-file --open" ;;
   esac
@@ -64,6 +66,7 @@ _idphoto() {
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
+      --zoom | --offset-x | --offset-y | --turn | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
       --listen | --max-upload | --max-megapixels) return ;;
   esac

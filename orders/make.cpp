@@ -84,6 +84,10 @@ std::string MakeOrder::Report(const std::string& photograph, const std::string& 
                  {"quarter_turns", made.quarterTurns},
                  {"lean_degrees", std::round(made.lean * 100) / 100},
                  {"straightened_degrees", std::round(made.straightened * 100) / 100},
+                 {"turned_degrees", request_.framing.turnedBy},
+                 {"zoom", request_.framing.zoom},
+                 {"offset_x", request_.framing.offsetX},
+                 {"offset_y", request_.framing.offsetY},
                  {"enlargement", std::round(made.enlargement * 1000) / 1000},
                  {"retouched", !RetouchOf(document.retouch).IsNone()},
                  {"adjusted", !AdjustmentOf(document.adjust).IsNone()}};

@@ -13,6 +13,7 @@
 #include "photo/foreground/foreground.h"
 #include "photo/place/face_placement.h"
 #include "photo/place/fit_report.h"
+#include "photo/place/framing.h"
 #include "photo/place/pair_placement.h"
 #include "photo/render/colour_cast.h"
 #include "photo/render/extend_colours.h"
@@ -150,9 +151,30 @@ Attempt ChooseAttempt(const Measurer& measurer, const MakeRequest& request, bool
   return better ? std::move(*turned) : std::move(plain);
 }
 
+// What the request makes of the chosen rectangle. Of two persons no bounds count.
+void Reframe(const Measurer& measurer, Measured measured, const MakeRequest& request, bool relax, Placed* placed) {
+  if (request.framing.IsNone()) return;
+  const Frame frame = Reframed({-placed->straightened, placed->turn, placed->rectangle}, request.framing);
+  if (request.framing.turnedBy != 0) measured = measurer.Measure(frame.turn);
+  const PhotoMeasures measures = MeasuresIn(frame.rectangle, measured.persons[0]);
+  std::vector<Miss> misses;
+  if (measured.persons.size() == 1) misses = MissesOf(measures, BoundsOf(request.document));
+  for (const PersonGeometry& person : measured.persons) {
+    const std::string hindrance = Hindrance(frame.rectangle, person, ObstaclesOf(request));
+    if (hindrance.empty()) continue;
+    if (!misses.empty() && !request.relax) throw LeavesBounds(misses, request.document, false);
+    throw Hindered(hindrance);
+  }
+  if (!misses.empty() && !relax) throw LeavesBounds(misses, request.document, true);
+  placed->turn = frame.turn;
+  placed->rectangle = frame.rectangle;
+  placed->measures = measures;
+  placed->givenUp = std::move(misses);
+}
+
 // With `relax` the nearest rectangle serves where none meets the bounds.
 Placed PlaceOne(const Measurer& measurer, const MakeRequest& request, bool relax) {
-  const Attempt attempt = ChooseAttempt(measurer, request, relax);
+  Attempt attempt = ChooseAttempt(measurer, request, relax);
   const PersonGeometry& person = attempt.measured.persons[0];
   if (!attempt.rectangle || (!attempt.misses.empty() && !relax)) {
     throw NoFit(person, request.document, GoalsOf(request.document), ObstaclesOf(request), attempt.rectangle);
@@ -164,11 +186,12 @@ Placed PlaceOne(const Measurer& measurer, const MakeRequest& request, bool relax
   placed.rectangle = *attempt.rectangle;
   placed.measures = MeasuresIn(*attempt.rectangle, person);
   placed.givenUp = attempt.misses;
+  Reframe(measurer, std::move(attempt.measured), request, relax, &placed);
   return placed;
 }
 
 Placed PlaceTwo(const State& state, const Measurer& measurer, const MakeRequest& request, bool relax) {
-  const Measured measured = measurer.Measure(Turn());
+  Measured measured = measurer.Measure(Turn());
   const std::array<FacePlaces, 2> faces{measured.faces[0], measured.faces[1]};
   const std::array<PersonGeometry, 2> persons{measured.persons[0], measured.persons[1]};
   const PairGeometry pair = MeasurePair(faces, persons, state.coarse);
@@ -185,6 +208,7 @@ Placed PlaceTwo(const State& state, const Measurer& measurer, const MakeRequest&
   placed.rectangle = *rectangle;
   placed.measures = MeasuresIn(*rectangle, persons[0]);
   placed.pairProblem = problem;
+  Reframe(measurer, std::move(measured), request, relax, &placed);
   return placed;
 }
 
@@ -300,7 +324,7 @@ std::vector<std::vector<Measure>> MeasureSources(const State& state, const MakeR
   for (size_t i = 0; i < state.source.size(); ++i) {
     const ProbedFace& face = prepared.faces[i];
     const auto eyes = PlacesOf(face, part.box, part.ScaleX(), part.ScaleY(), Turn()).eyes;
-    const SourceUse use{placed.straightened != 0, enlargement, Distance(eyes[0], eyes[1])};
+    const SourceUse use{placed.straightened != 0, request.framing.turnedBy, enlargement, Distance(eyes[0], eyes[1])};
     std::vector<Measure> measures = MeasureSource(state.source[i], use, request.persons);
     if (request.background.IsKeep()) {
       const std::vector<Measure> wall = MeasureKeptBackground(part.picture, face, prepared.mask, request.persons);
@@ -352,7 +376,26 @@ void RefuseUnsuitable(const std::vector<std::vector<Measure>>& persons) {
   throw Failure(FailureCode::kUnsuitable, text, std::move(fields));
 }
 
-void AddRemarks(const State& state, const Document& document, const Placed& placed, MadePhoto* made) {
+// How the head leans in the photograph, and in the picture.
+void AddLean(const State& state, const Placed& placed, double turnedBy, MadePhoto* made) {
+  char text[160];
+  const auto side = [](double lean) { return lean > 0 ? "right" : "left"; };
+  if (placed.straightened != 0) {
+    std::snprintf(text, sizeof text, "straightened: the head leant %.1f degrees to the %s", std::abs(placed.lean),
+                  side(placed.lean));
+    made->remarks.push_back(text);
+  }
+  const double left = placed.lean - placed.straightened + turnedBy;
+  if (state.persons.size() != 1 || std::abs(left) <= kMostLean || HasFailed(made->source, MeasureId::kHeadPoseRoll)) {
+    return;
+  }
+  std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s%s", std::abs(left), side(left),
+                turnedBy == 0 ? "; hold it straight" : "");
+  made->remarks.push_back(text);
+}
+
+void AddRemarks(const State& state, const MakeRequest& request, const Placed& placed, MadePhoto* made) {
+  const Document& document = request.document;
   char text[160];
   made->remarks = RemarksOnFaces(state);
   for (const std::string& reason : ReasonsOf(made->source)) made->remarks.push_back(reason);
@@ -361,15 +404,7 @@ void AddRemarks(const State& state, const Document& document, const Placed& plac
                   made->enlargement, document.width, document.height);
     made->remarks.push_back(text);
   }
-  const double lean = std::abs(placed.lean);
-  const char* const side = placed.lean > 0 ? "right" : "left";
-  if (placed.straightened != 0) {
-    std::snprintf(text, sizeof text, "straightened: the head leant %.1f degrees to the %s", lean, side);
-    made->remarks.push_back(text);
-  } else if (state.persons.size() == 1 && lean > kMostLean && !HasFailed(made->source, MeasureId::kHeadPoseRoll)) {
-    std::snprintf(text, sizeof text, "the head leans %.0f degrees to the %s; hold it straight", lean, side);
-    made->remarks.push_back(text);
-  }
+  AddLean(state, placed, request.framing.turnedBy, made);
   if (state.persons.size() == 1) AddHair(document, made->measures, made);
   for (const Miss& miss : placed.givenUp) made->remarks.push_back("given up: " + MissText(miss, document));
   if (!placed.pairProblem.empty()) {
@@ -454,6 +489,7 @@ Cast MakePictures(FaceFinder& finder, const State& state, const MakeRequest& req
 }  // namespace
 
 MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::State* state, const MakeRequest& request) {
+  CheckRanges(request.framing);
   const Placed placed = PlaceFinely(upright, finder, request, state);
   MadePhoto made;
   made.measures = placed.measures;
@@ -465,7 +501,7 @@ MadePhoto RenderAnalysed(PhotoSource& upright, FaceFinder& finder, Analysis::Sta
   made.source = MeasureSources(*state, request, placed, made.enlargement);
   if (request.strict) RefuseUnsuitable(made.source);
   const Cast cast = MakePictures(finder, *state, request, placed, &made);
-  AddRemarks(*state, request.document, placed, &made);
+  AddRemarks(*state, request, placed, &made);
   if (request.adjustment.whiteBalance) AddBalance(cast, &made);
   if (!request.background.IsKeep() && state->map && state->map->hair) AddDoubt(state->map->hair->doubt, &made);
   return made;

@@ -167,6 +167,14 @@ void CheckAdjustment(const Preset& preset, const Adjustment& wanted, bool force)
                 {{"edit", "adjustment"}});
 }
 
+void CheckFraming(const Preset& preset, const Framing& wanted, bool force) {
+  CheckRanges(wanted);
+  if (wanted.turnedBy == 0 || preset.backgroundChange || force) return;
+  throw Failure(FailureCode::kForbiddenEdit,
+                preset.authority + " takes no photograph that was changed, and so no turned one (" + preset.name + ")",
+                {{"edit", "turn"}});
+}
+
 Studio::Studio() : engines_(std::make_unique<Engines>()) {}
 Studio::~Studio() = default;
 Studio::Studio(Studio&&) noexcept = default;

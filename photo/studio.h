@@ -27,6 +27,7 @@
 #include "photo/check/measures.h"
 #include "photo/document/presets.h"
 #include "photo/face/crops.h"
+#include "photo/place/framing.h"
 #include "photo/place/placement.h"
 #include "photo/render/adjust.h"
 #include "photo/render/background.h"
@@ -75,8 +76,12 @@ struct MakeRequest {
   Background background;  // white unless set; ChooseBackground gives what the authority wants
   // Turn a head that leans by 0.5 to 25 degrees, where there is background or picture around it.
   bool straighten = true;
-  bool relax = false;  // take the nearest rectangle when none meets the bounds
-  Retouch retouch;     // none unless set
+  bool relax =
+      false;  // take the nearest rectangle when none meets the bounds, and one that `framing` leads out of them
+  // Moves, scales and turns what the placement and the straightening give: as they do unless set. Of two persons no
+  // bounds count.
+  Framing framing;
+  Retouch retouch;  // none unless set
   // Of the finished photograph, after the retouching: none unless set. A new background keeps its colours.
   Adjustment adjustment;
   bool compare = false;  // make the picture without retouching and adjustment too
@@ -93,7 +98,7 @@ struct MadePhoto {
   Mask alpha, alphaBefore;           // opacity of both where the background is transparent, the colours not multiplied
                                      // by it; empty otherwise
   PhotoMeasures measures;            // of the person (of two: the left) in the finished photograph
-  std::vector<Miss> givenUp;         // by `relax`
+  std::vector<Miss> givenUp;         // by `relax`; of the document's own bounds where there is a framing
   std::vector<std::string> remarks;  // what the user should know, one line each
   // Of each person, from left to right: what a new background, cut and size cannot mend, measured in the photograph.
   // What failed is among the remarks. Backgrounds only where they are kept.
@@ -134,6 +139,10 @@ void CheckRetouch(const Preset& preset, const Retouch& wanted, bool force);
 // range.
 void CheckAdjustment(const Preset& preset, const Adjustment& wanted, bool force);
 
+// The same for a turn of one's own: where the background has to stay no photograph is turned. Throws Failure
+// (kBadOption) too when a number is out of its range.
+void CheckFraming(const Preset& preset, const Framing& wanted, bool force);
+
 // One photograph at a time; one thread at a time. The same input gives the same output. Every call throws Failure when
 // the photograph does not serve, its source fails or memory is short (kOutOfMemory); the studio then is as it was and
 // serves the next photograph. Nothing that a call is given is kept after it.
@@ -154,7 +163,8 @@ class Studio {
   // any quarter turn; null to make it here.
   Analysis Analyse(PhotoSource& source, const AnalyseRequest& request, const Mask* mask = nullptr);
   // Makes the finished photograph of what Analyse found in the same source: as often as something of the request
-  // changes. Throws Failure: kNoFit when no rectangle meets the bounds; kNoPerson or kTooSmall when the person cannot
+  // changes. Throws Failure: kNoFit when no rectangle meets the bounds, or the one that
+  // MakeRequest::framing makes of it does not or cannot be taken; kNoPerson or kTooSmall when the person cannot
   // be measured; kUnsuitable, see MakeRequest::strict. What the authority forbids is not asked here: see
   // ChooseBackground, CheckRetouch and CheckAdjustment. For two persons: the proportions of the document, both faces
   // with some room on all sides; its bounds are not used.

@@ -81,6 +81,7 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddEyesOption(command, options);
   AddRetouchOptions(command, &options->retouch);
   AddAdjustOptions(command, &options->adjust);
+  AddFramingOptions(command, &options->framing);
   AddBackgroundOption(
       command, &options->background,
       "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent");
@@ -91,9 +92,9 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   command.add_flag("--child", options->child, "Of a person under six, who may look aside, smile and lean");
   command.add_flag("--strict", options->strict, "Refuse a photograph whose persons are not shown as documents ask");
   command.add_flag("--relax", options->relax,
-                   "When no cut meets the bounds, take the nearest and say what was given up");
+                   "When no cut meets the bounds, take the nearest; or the one that was moved out of them");
   command.add_flag("--force", options->force,
-                   "Change the background, retouch or adjust even where the authority forbids it");
+                   "Change the background, retouch, adjust or turn even where the authority forbids it");
 }
 
 photo::Preset PresetOf(const DocumentOptions& options) {
@@ -127,6 +128,8 @@ photo::MakeRequest RequestOf(const DocumentOptions& options) {
   // A turned photograph is a changed one.
   request.straighten = !options.noStraighten && (preset.backgroundChange || options.force);
   request.keepRim = options.keepRim;
+  request.framing = FramingOf(options.framing);
+  photo::CheckFraming(preset, request.framing, options.force);
   request.persons = photo::OptionsFor(preset, request.document, {}, options.child);
   request.strict = options.strict;
   request.relax = options.relax;

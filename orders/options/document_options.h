@@ -10,6 +10,7 @@
 
 #include "codec/codec.h"
 #include "orders/options/adjust_options.h"
+#include "orders/options/framing_options.h"
 #include "orders/options/retouch_options.h"
 #include "photo/document/presets.h"
 #include "photo/studio.h"
@@ -32,12 +33,14 @@ struct DocumentOptions {
   bool strict = false;
   RetouchOptions retouch;
   AdjustOptions adjust;
+  FramingOptions framing;
 };
 
 // --preset, --size, --dpi, --head, --head-to, --top, --eyes, --face-width.
 void AddMeasureOptions(CLI::App& command, DocumentOptions* options);
 // The same, those of AddRetouchOptions (--eyes is both: a range of places or, as a plain number, a size) and of
-// AddAdjustOptions, and --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child, --strict, --relax,
+// AddAdjustOptions and AddFramingOptions, and --background, --min-kb, --max-kb, --no-straighten, --keep-rim, --child,
+// --strict, --relax,
 // --force.
 void AddMakeOptions(CLI::App& command, DocumentOptions* options);
 

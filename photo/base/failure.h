@@ -43,11 +43,12 @@ const char* NameOf(FailureCode code);
 // kUnknownPreset  similar (names, commas between), where some are
 // kNoSuchFace     faces (how many there are)
 // kNoFit          nearest (1), where MakeRequest::relax helps, and for each bound that the nearest rectangle misses, in
-//                 turn, bound (head, top, eyes or face_width), wanted_min, wanted_max and got (fractions); for two
-//                 persons what (pair), and relaxed (1) where that was tried
+//                 turn, bound (head, top, eyes or face_width), wanted_min, wanted_max and got (fractions); moved (1)
+//                 where the bounds could be met and MakeRequest::framing leads out of them, or to where it cannot be
+//                 taken at all; for two persons what (pair), and relaxed (1) where that was tried
 // kUnsuitable     for each measure that failed, in turn: person (left or right) of two, measure (its id, such as
 //                 HeadPoseYaw), and value, min and max as far as it has them
-// kForbiddenEdit  edit (background, retouching or adjustment)
+// kForbiddenEdit  edit (background, retouching, adjustment or turn)
 // kSheetFull      wanted, limit (photographs), where they are more than any sheet takes
 // kDamagedFile    format; kBadOption option (its name, where one is to blame); kFileSize what (picture)
 // kTooLarge       limit, got (pixels), for a picture in a file

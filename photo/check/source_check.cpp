@@ -1,6 +1,7 @@
 #include "photo/check/source_check.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "photo/check/document_rules.h"
@@ -65,6 +66,17 @@ void JudgePixels(const SourceUse& use, MeasureList* list) {
   measure.reason = enough ? "" : reason;
 }
 
+// How the head leans in the document after a turn that was asked for.
+void JudgeLean(const SourceUse& use, MeasureList* list) {
+  const Measure& roll = (*list)[MeasureId::kHeadPoseRoll];
+  if (!roll.value) return;
+  const double lean = (use.straightened ? 0 : *roll.value) + use.turnedBy;
+  char reason[80];
+  std::snprintf(reason, sizeof reason, "the head leans %.0f degrees to the %s as it was turned", std::abs(lean),
+                lean > 0 ? "right" : "left");
+  list->Judge(MeasureId::kHeadPoseRoll, lean, reason);
+}
+
 }  // namespace
 
 SourceFace LookAtSource(const Image& picture, const ProbedFace& face) {
@@ -78,8 +90,9 @@ std::vector<Measure> MeasureSource(const SourceFace& source, const SourceUse& us
   const auto align = [&source] { return source.aligned ? &*source.aligned : nullptr; };
   MeasureAligned(source.width, source.height, source.face, align, options,
                  {MeasurePoseAndGaze, MeasureExposureAndColour, MeasureEyesAndMouth, MeasureSharpness}, &list);
+  if (use.turnedBy != 0) JudgeLean(use, &list);
   HoldToDocument(options, &list);
-  if (use.straightened) list.NotAssessed(MeasureId::kHeadPoseRoll, "straightened");
+  if (use.straightened && use.turnedBy == 0) list.NotAssessed(MeasureId::kHeadPoseRoll, "straightened");
   JudgePixels(use, &list);
   return Pick(list, kOfSource);
 }

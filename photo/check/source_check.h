@@ -28,6 +28,7 @@ SourceFace LookAtSource(const Image& picture, const ProbedFace& face);
 // What became of the photograph in the document.
 struct SourceUse {
   bool straightened = false;  // turned until the head stood straight
+  double turnedBy = 0;        // degrees, clockwise, beyond that
   double enlargement = 1;     // pixels of the document for one of the photograph, along a side
   double eyeDistance = 0;     // in pixels of the photograph
 };

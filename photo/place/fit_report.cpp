@@ -23,32 +23,45 @@ std::string Trimmed(double number) {
   return trimmed;
 }
 
+constexpr Obstacles kNoObstacles{false, false, false, false};
+
+std::string SidesThatCut(const PersonGeometry& person) {
+  if (!person.turn.IsNone()) return "the person is cut off at the photograph's edge";
+  const bool left = person.leftCut < person.height, right = person.rightCut < person.height;
+  return std::string("the person is cut off at the photograph's ") + (left && right ? "left and right edges"
+                                                                      : left        ? "left edge"
+                                                                                    : "right edge");
+}
+
+constexpr const char* kKeptEnds = "the background that is kept ends with the photograph";
+constexpr const char* kHairIsCut = "the hair is cut off at the photograph's upper edge";
+
+void AddFields(const Miss& miss, FailureFields* fields) {
+  fields->insert(fields->end(), {{"bound", NameOf(miss.bound)},
+                                 {"wanted_min", miss.wanted.min},
+                                 {"wanted_max", miss.wanted.max},
+                                 {"got", miss.value}});
+}
+
 // Which obstacle alone keeps the goals from being met; empty when it is no single one.
 std::string Blame(const PersonGeometry& person, const Goals& goals, double proportions, const Obstacles& obstacles) {
   auto fits = [&](const Obstacles& fewer) {
     const auto nearest = FindNearest(person, goals, proportions, fewer);
     return nearest && MissesOf(MeasuresIn(*nearest, person), goals).empty();
   };
-  Obstacles none;
-  none.foot = none.sides = none.top = none.keep = false;
-  if (!fits(none)) return "for this face the bounds exclude each other";
+  if (!fits(kNoObstacles)) return "for this face the bounds exclude each other";
   Obstacles fewer = obstacles;
   fewer.keep = false;
-  if (obstacles.keep && fits(fewer)) return "the background that is kept ends with the photograph";
+  if (obstacles.keep && fits(fewer)) return kKeptEnds;
   fewer = obstacles;
   fewer.foot = false;
   if (fits(fewer)) return "the photograph ends too close below the chin";
   fewer = obstacles;
   fewer.sides = false;
-  if (fits(fewer)) {
-    const bool left = person.leftCut < person.height, right = person.rightCut < person.height;
-    return std::string("the person is cut off at the photograph's ") + (left && right ? "left and right edges"
-                                                                        : left        ? "left edge"
-                                                                                      : "right edge");
-  }
+  if (fits(fewer)) return SidesThatCut(person);
   fewer = obstacles;
   fewer.top = false;
-  if (fits(fewer)) return "the hair is cut off at the photograph's upper edge";
+  if (fits(fewer)) return kHairIsCut;
   return "the person is cut off at more than one edge of the photograph";
 }
 
@@ -104,12 +117,39 @@ Failure NoFit(const PersonGeometry& person, const Document& document, const Goal
   for (const Miss& miss : MissesOf(MeasuresIn(*nearest, person), goals)) {
     text += separator + MissAdvice(miss, document);
     separator = "; ";
-    fields.insert(fields.end(), {{"bound", NameOf(miss.bound)},
-                                 {"wanted_min", miss.wanted.min},
-                                 {"wanted_max", miss.wanted.max},
-                                 {"got", miss.value}});
+    AddFields(miss, &fields);
   }
   return {FailureCode::kNoFit, text, std::move(fields)};
+}
+
+Failure LeavesBounds(const std::vector<Miss>& misses, const Document& document, bool serves) {
+  std::string text = "the picture as it was moved leaves the bounds";
+  FailureFields fields{{"moved", 1.0}};
+  if (serves) fields.push_back({"nearest", 1.0});
+  const char* separator = ": ";
+  for (const Miss& miss : misses) {
+    text += separator + MissText(miss, document);
+    separator = "; ";
+    AddFields(miss, &fields);
+  }
+  return {FailureCode::kNoFit, text, std::move(fields)};
+}
+
+std::string Hindrance(const Rectangle& rectangle, const PersonGeometry& person, const Obstacles& obstacles) {
+  if (!HoldsHead(rectangle, person) || !IsClear(rectangle, person, kNoObstacles)) return "the head is not all in it";
+  const auto meets = [&](bool Obstacles::*obstacle) {
+    Obstacles one = kNoObstacles;
+    one.*obstacle = obstacles.*obstacle;
+    return !IsClear(rectangle, person, one);
+  };
+  if (meets(&Obstacles::keep)) return kKeptEnds;
+  if (meets(&Obstacles::foot)) return "the photograph ends above the picture's lower edge";
+  if (meets(&Obstacles::sides)) return SidesThatCut(person);
+  return meets(&Obstacles::top) ? kHairIsCut : "";
+}
+
+Failure Hindered(const std::string& hindrance) {
+  return {FailureCode::kNoFit, "the picture cannot be moved like that (" + hindrance + ")", {{"moved", 1.0}}};
 }
 
 }  // namespace qx::photo

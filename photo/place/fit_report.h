@@ -3,6 +3,7 @@
 #define QX_PHOTO_PLACE_FIT_REPORT_H
 
 #include <string>
+#include <vector>
 
 #include "photo/base/failure.h"
 #include "photo/place/placement.h"
@@ -21,6 +22,14 @@ const char* NameOf(Miss::Bound bound);
 // to blame, and what to do. `nearest`: as FindNearest finds it, not meeting the goals.
 Failure NoFit(const PersonGeometry& person, const Document& document, const Goals& goals, const Obstacles& obstacles,
               const std::optional<Rectangle>& nearest);
+
+// kNoFit, of a rectangle that was asked for and misses these bounds. `serves`: it can be taken all the same.
+Failure LeavesBounds(const std::vector<Miss>& misses, const Document& document, bool serves);
+
+// What a rectangle that was asked for must not show, or not leave out; empty when it may be taken.
+std::string Hindrance(const Rectangle& rectangle, const PersonGeometry& person, const Obstacles& obstacles);
+// kNoFit for such a hindrance.
+Failure Hindered(const std::string& hindrance);
 
 }  // namespace qx::photo
 

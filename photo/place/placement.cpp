@@ -85,8 +85,12 @@ bool HoldsCut(const Rectangle& rectangle, const PersonGeometry& person, double s
 
 }  // namespace
 
+Goals BoundsOf(const Document& document) {
+  return {document.head, document.top, document.eyes, document.faceWidth, document.headTo};
+}
+
 Goals GoalsOf(const Document& document) {
-  Goals goals{document.head, document.top, document.eyes, document.faceWidth, document.headTo};
+  Goals goals = BoundsOf(document);
   if (!goals.head && !goals.faceWidth) goals.head = Fraction{0.60, 0.72};
   if (!goals.top) {
     // With the eyes set, no more than that the hair stays inside; otherwise somewhat less room above than below.
@@ -141,6 +145,12 @@ bool IsClear(const Rectangle& rectangle, const PersonGeometry& person, const Obs
   const bool top = rectangle.top >= -slack;
   if (obstacles.sides && ((!left && bottom > person.leftCut) || (!right && bottom > person.rightCut))) return false;
   return !(obstacles.top && person.topCut && !top);
+}
+
+bool HoldsHead(const Rectangle& rectangle, const PersonGeometry& person) {
+  const double slack = kRounding * rectangle.height;
+  return person.headTop >= rectangle.top - slack && person.chin <= rectangle.Bottom() + slack &&
+         person.faceLeft >= rectangle.left - slack && person.faceLeft + person.faceWidth <= rectangle.Right() + slack;
 }
 
 std::optional<Rectangle> FindNearest(const PersonGeometry& person, const Goals& goals, double proportions,

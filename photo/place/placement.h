@@ -18,6 +18,8 @@ struct Goals {
   HeadTo headTo = HeadTo::kCrown;           // where `head` ends
 };
 Goals GoalsOf(const Document& document);
+// The document's own ones alone.
+Goals BoundsOf(const Document& document);
 // What to aim at within them for this person: where the document leaves the space above open, hair that stands above
 // the crown comes up to half of the usual least space closer to the edge, or the face would stand low in the picture.
 Goals AimsOf(const Document& document, const PersonGeometry& person);
@@ -50,6 +52,8 @@ struct Obstacles {
   bool keep = false;  // reach outside the photograph at all, for its background is kept
 };
 bool IsClear(const Rectangle& rectangle, const PersonGeometry& person, const Obstacles& obstacles);
+// Whether all of the head lies inside: from the top of the hair to the chin, the face to both sides.
+bool HoldsHead(const Rectangle& rectangle, const PersonGeometry& person);
 
 // The rectangle of these proportions (width to height), centred on the face, clear of all obstacles, that comes
 // nearest to the goals: the sum of the squares of what is missing is least. Nothing when no rectangle that holds the

@@ -171,13 +171,14 @@ ColourTable::ColourTable(const Adjustment& adjustment, const Cast& cast) {
 void ColourTable::Apply(uint8_t* bgr, size_t pixels) const {
   static const Steps steps = MakeSteps();
   constexpr uint64_t kHalf = uint64_t{1} << (kParts - 1), kHalves = kHalf | kHalf << kField | kHalf << (2 * kField);
+  const uint64_t* const nodes = nodes_.data();
   for (uint8_t* const end = bgr + 3 * pixels; bgr != end; bgr += 3) {
     const uint64_t b = steps[0][bgr[0]], g = steps[1][bgr[1]], r = steps[2][bgr[2]], all = b + g + r;
     const auto keyOf = [](uint64_t step) { return static_cast<uint32_t>(step); };
     const uint32_t high = std::max(std::max(keyOf(b), keyOf(g)), keyOf(r));
     const uint32_t low = std::min(std::min(keyOf(b), keyOf(g)), keyOf(r));
     const uint32_t most = high >> 16, least = low >> 16, middle = (keyOf(all) >> 16) - most - least;
-    const uint64_t* const node = nodes_.data() + (all >> 32);
+    const uint64_t* const node = nodes + (all >> 32);
     const uint64_t sum = node[0] * (kSpacing - most) + node[high & 0xffff] * (most - middle) +
                          node[kAcross - (low & 0xffff)] * (middle - least) + node[kAcross] * least + kHalves;
     bgr[0] = static_cast<uint8_t>(sum >> kParts);

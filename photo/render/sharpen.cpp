@@ -1,7 +1,9 @@
 #include "photo/render/sharpen.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstring>
 #include <vector>
 
 namespace qx::photo {
@@ -101,16 +103,41 @@ class Sharpening {
     }
   }
 
+  // In blocks: each pixel's change three times over, added to the bytes as if none could leave its range.
   void WriteRow(int32_t y) {
-    uint8_t* bgr = picture_.At(0, y);
-    for (int32_t x = 0; x < width_; ++x, bgr += 3) {
-      int32_t change = changes_[static_cast<size_t>(x)];
-      if (((bgr[0] + change) | (bgr[1] + change) | (bgr[2] + change)) & ~255) {  // one of them is out of range
-        const auto [low, high] = std::minmax({bgr[0], bgr[1], bgr[2]});
-        change = std::clamp(change, -static_cast<int32_t>(low), 255 - high);
+    constexpr int32_t kBlock = 128;
+    constexpr uint64_t kThrice = 1 | uint64_t{1} << 16 | uint64_t{1} << 32;
+    std::array<Luma, 3 * kBlock + 1> changes;  // one more: eight bytes are written for six
+    std::array<uint8_t, 3 * kBlock> moved;
+    for (int32_t first = 0; first < width_; first += kBlock) {
+      uint8_t* const bgr = picture_.At(first, y);
+      const Luma* const wanted = changes_.data() + first;
+      const int32_t count = std::min(kBlock, width_ - first);
+      Luma any = 0;
+      for (int32_t x = 0; x < count; ++x) any = static_cast<Luma>(any | wanted[x]);
+      if (any == 0) continue;
+      for (int32_t x = 0; x < count; ++x) {
+        const uint64_t thrice = static_cast<uint16_t>(wanted[x]) * kThrice;
+        std::memcpy(&changes[static_cast<size_t>(3 * x)], &thrice, sizeof thrice);
       }
-      for (int c = 0; c < 3; ++c) bgr[c] = static_cast<uint8_t>(bgr[c] + change);
+      unsigned outside = 0;
+      for (int32_t i = 0; i < 3 * count; ++i) {
+        const auto value = static_cast<uint16_t>(bgr[i] + changes[static_cast<size_t>(i)]);
+        outside |= value;
+        moved[static_cast<size_t>(i)] = static_cast<uint8_t>(value);
+      }
+      if (outside > 255) {
+        for (int32_t x = 0; x < count; ++x) MovePixel(wanted[x], bgr + 3 * x);
+      } else {
+        std::copy_n(moved.data(), 3 * count, bgr);
+      }
     }
+  }
+
+  static void MovePixel(int32_t change, uint8_t* bgr) {
+    const auto [low, high] = std::minmax({bgr[0], bgr[1], bgr[2]});
+    const int32_t possible = std::clamp(change, -static_cast<int32_t>(low), 255 - high);
+    for (int c = 0; c < 3; ++c) bgr[c] = static_cast<uint8_t>(bgr[c] + possible);
   }
 
   static constexpr int kUnit = 1 << 14;

@@ -48,12 +48,18 @@ TEST(ParseOrder, ReadsWhatTheCommandLineReads) {
                                         {"strict", "true"},
                                         {"compare", "false"},
                                         {"force", "true"},
+                                        {"zoom", "112.5"},
+                                        {"offset-x", "-3"},
+                                        {"offset-y", "4"},
+                                        {"turn", "1"},
                                         {"format", "PNG"},
                                         {"background", "transparent"}});
   const auto& order = As<MakeOrder>(make);
   EXPECT_EQ(-2.5, order.Request().retouch.eyes);
   EXPECT_EQ(3, order.Request().retouch.tone);
   EXPECT_EQ(120, order.Request().document.maxKb);
+  const photo::Framing& framing = order.Request().framing;
+  EXPECT_TRUE(framing.zoom == 112.5 && framing.offsetX == -3 && framing.offsetY == 4 && framing.turnedBy == 1);
   EXPECT_TRUE(order.document.eyes && order.Request().relax && order.Request().strict && order.document.force);
   EXPECT_FALSE(order.Request().compare);
   EXPECT_TRUE(order.Request().background.IsTransparent());
@@ -79,6 +85,7 @@ TEST(ParseOrder, RefusesInTheCommandsWordsWithoutDashes) {
   };
   const Case cases[] = {
       {"make", {{"size", "35x45mm"}, {"tone", "99"}}, "tone: Value 99 not in range 0 to 10", "tone"},
+      {"make", {{"size", "35x45mm"}, {"zoom", "151"}}, "zoom: must be between 70 and 150, not 151", "zoom"},
       {"make", {{"size", "big"}}, "size: \"big\" is no size", "size"},
       {"make", {{"size", "35x45mm"}, {"eyes", "11"}}, "or as a size from -10 to 10", "eyes"},
       {"make", {{"size", "35x45mm"}, {"dpi", "300"}, {"dpi", "301"}}, "dpi", "dpi"},
@@ -122,6 +129,7 @@ TEST(ParseOrder, RefusesInTheCommandsWordsWithoutDashes) {
   EXPECT_EQ(FailureCode::kUnknownPreset, RefusalOf("make", {{"preset", "none"}}).code);
   EXPECT_EQ(FailureCode::kUnknownPreset, RefusalOf("presets", {{"name", "none"}}).code);
   EXPECT_EQ(FailureCode::kForbiddenEdit, RefusalOf("make", {{"preset", "us-passport"}, {"beauty", "light"}}).code);
+  EXPECT_EQ(FailureCode::kForbiddenEdit, RefusalOf("make", {{"preset", "sg-passport"}, {"turn", "2"}}).code);
 }
 
 // Every option of every command is given values that try to be something else.

@@ -188,6 +188,29 @@ TEST(Adjust, TakesPicturesOfAnySize) {
   }
 }
 
+// All strengths at random ends at once.
+TEST(Adjust, KeepsBlackAndWhiteAndWhatIsTransparentAtEveryExtreme) {
+  std::mt19937 random(3);
+  for (int i = 0; i < 60; ++i) {
+    Adjustment ends;
+    for (const auto strength : kStrengths) ends.*strength = std::array{-10.0, 0.0, 10.0}[random() % 3];
+    const auto width = static_cast<int32_t>(1 + random() % 140), height = static_cast<int32_t>(1 + random() % 5);
+    const Image black = Flat(width, height, {0, 0, 0}), white = Flat(width, height, {255, 255, 255});
+    EXPECT_EQ(black.bgr, Adjusted(black, ends, {0.03, -0.05}).bgr);
+    Adjustment neutral = ends;  // under other light, white that is made darker takes its colour
+    neutral.temperature = neutral.tint = 0;
+    EXPECT_EQ(white.bgr, Adjusted(white, neutral).bgr);
+    const Image before = Noise(width, height);
+    Image own = before, finished = before;
+    AdjustPerson(ends, {}, Mask(width, height, 0), &own, &finished);
+    EXPECT_EQ(before.bgr, finished.bgr);
+    // A coverage of all and the picture itself are the same, wherever the blocks of a row end.
+    own = finished = before;
+    AdjustPerson(ends, {}, Mask(width, height, 255), &own, &finished);
+    EXPECT_EQ(Adjusted(before, ends).bgr, finished.bgr) << width << " x " << height;
+  }
+}
+
 TEST(Adjust, KeepsEveryByteOfTheBackground) {
   const Image background = Flat(60, 30, {250, 230, 180});
   Image own = Noise(60, 30), finished = background;
