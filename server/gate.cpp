@@ -174,7 +174,7 @@ void Gate::Admit(const Head& head, Visit* visit) const {
   CheckBody(head, request.route, visit);
   visit->takesSlot = TakesSlot(request.route, head.method);
   visit->ifNoneMatch = head.Only("If-None-Match");
-  visit->acceptsGzip = WeightOf(head.Only("Accept-Encoding"), "gzip") > 0;
+  visit->acceptsGzip = Named(RangesOf(head.Only("Accept-Encoding")), "gzip") > 0;
   request.options = std::move(target.query);
   request.contentType = head.Only("Content-Type");
   request.wanted = WantedBy(head.Only("Accept"));

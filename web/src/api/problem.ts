@@ -14,6 +14,10 @@ export class Problem extends Error {
     super(detail);
   }
 
+  has(field: string): boolean {
+    return this.fields.some(({ name }) => name === field);
+  }
+
   get unreachable(): boolean {
     return this.status === 0;
   }

@@ -95,6 +95,7 @@ export function allowed(settings: Settings, preset: Preset | undefined): Setting
   return Object.fromEntries(Object.entries(settings).filter(([name, value]) => {
     // Only a JPEG file can be made as small as one likes.
     if (name === "max-kb") return settings["type"] !== "image/png";
+    if (name === "turn") return preset.background_change_allowed;
     if (name === "background") return preset.background_change_allowed || value === "keep";
     const group = byName.get(name)?.group;
     const retouches = group === "retouch" || group === "light" || ["beauty", "detail", "white-balance"].includes(name);

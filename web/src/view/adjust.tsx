@@ -7,8 +7,8 @@ import { Choice, Fold, Slider, Switch } from "./fields";
 import { atDocumentsPlace, useMoved } from "./problem_box";
 import { Swatch } from "./swatch";
 
-function Sliders({ group }: { group: Group }) {
-  return <>{ranges.filter((option) => option.group === group).map((option) => <Slider key={option.name} name={option.name} />)}</>;
+function Sliders({ group, without }: { group: Group; without?: string }) {
+  return <>{ranges.filter((option) => option.group === group && option.name !== without).map((option) => <Slider key={option.name} name={option.name} />)}</>;
 }
 
 /** The two ends of `gradient:TOP-BOTTOM`, or null where another background is set. */
@@ -104,7 +104,8 @@ export function AdjustPanel({ preset }: { preset: Preset | undefined }) {
       </header>
       <Fold title={text.say("background.title")} open><Background preset={preset} /></Fold>
       <Fold title={text.say("position.title")} open>
-        <Sliders group="position" />
+        <Sliders group="position" without={preset.background_change_allowed ? undefined : "turn"} />
+        {!preset.background_change_allowed && <p class="reason">{text.say("position.noTurn", { authority: preset.authority })}</p>}
         {moved && (
           <button type="button" class="quiet" onClick={() => dispatch({ do: "setAll", values: atDocumentsPlace })}>
             {text.say("position.centre")}

@@ -17,19 +17,21 @@ export function ProblemBox({ problem, photo, over }: { problem: Problem; photo: 
   const moved = useMoved();
   const again = photo.phase === "failed" && problem.status >= 500;
   const misfit = problem.code === "no_fit";
+  const movedOut = misfit && problem.has("moved");
+  const word = !movedOut ? text.problem(problem) : text.say(problem.has("nearest") ? "problem.moved_out" : "problem.cannot_move");
   return (
     <div class={over ? "problem over" : "problem"} role="alert">
       <Icon name="fail" />
       <div>
-        <p>{misfit && moved ? text.say("problem.moved_out") : text.problem(problem)}</p>
+        <p>{word}</p>
         {misfit && <ul>{text.misses(problem).map((miss) => <li key={miss}>{miss}</li>)}</ul>}
         <div class="row">
           {again && <button type="button" onClick={() => dispatch({ do: "lost", key: photo.key })}>{text.say("problem.retry")}</button>}
           {misfit && moved && (
             <button type="button" onClick={() => dispatch({ do: "setAll", values: atDocumentsPlace })}>{text.say("position.centre")}</button>
           )}
-          {misfit && (
-            <button type="button" onClick={() => dispatch({ do: "set", name: "relax", value: true })}>{text.say(moved ? "problem.allow" : "problem.relax")}</button>
+          {misfit && problem.has("nearest") && (
+            <button type="button" onClick={() => dispatch({ do: "set", name: "relax", value: true })}>{text.say(movedOut ? "problem.allow" : "problem.relax")}</button>
           )}
         </div>
       </div>

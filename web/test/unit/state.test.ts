@@ -121,14 +121,14 @@ test("numbers stay in their range and on their step, defaults are not stored", (
 });
 
 test("only what the document takes is asked for", () => {
-  const settings: Settings = { preset: "a", background: "#fff", skin: 2, beauty: "light", brightness: 1, zoom: 90, "max-kb": 50, type: "image/png" };
+  const settings: Settings = { preset: "a", background: "#fff", skin: 2, beauty: "light", brightness: 1, zoom: 90, turn: 2, "max-kb": 50, type: "image/png" };
   const asked = (of: Preset): object => Object.fromEntries(queryOf(settings, of));
-  assert.deepEqual(asked(preset("a")), { preset: "a", background: "#fff", skin: "2", beauty: "light", brightness: "1", zoom: "90", format: "png" });
-  assert.deepEqual(asked(preset("a", { retouching_allowed: false })), { preset: "a", background: "#fff", zoom: "90", format: "png" });
+  assert.deepEqual(asked(preset("a")), { preset: "a", background: "#fff", skin: "2", beauty: "light", brightness: "1", zoom: "90", turn: "2", format: "png" });
+  assert.deepEqual(asked(preset("a", { retouching_allowed: false })), { preset: "a", background: "#fff", zoom: "90", turn: "2", format: "png" });
   assert.deepEqual(asked(preset("a", { retouching_allowed: false, background_change_allowed: false })), { preset: "a", zoom: "90", format: "png" });
   assert.deepEqual(asked(preset("a", { persons: 2 }))["pair" as never], "true");
-  assert.deepEqual(queryBefore(settings, preset("a"), true), [["background", "keep"], ["preset", "a"], ["zoom", "90"]]);
-  assert.deepEqual(queryBefore(settings, preset("a"), false), [["background", "#fff"], ["preset", "a"], ["zoom", "90"]]);
+  assert.deepEqual(queryBefore(settings, preset("a"), true), [["background", "keep"], ["preset", "a"], ["turn", "2"], ["zoom", "90"]]);
+  assert.deepEqual(queryBefore(settings, preset("a"), false), [["background", "#fff"], ["preset", "a"], ["turn", "2"], ["zoom", "90"]]);
 });
 
 test("documents are found by country in both languages, by code, without accents", () => {
