@@ -67,6 +67,8 @@ class Handler {
   virtual void Handle(Request request, std::function<void(Response)> reply) = 0;
   // Whether it can take work: /readyz.
   virtual bool Ready() const { return true; }
+  // "0.2.0", for /healthz; empty: not told.
+  virtual std::string Version() const { return ""; }
   // Lines to add to /metrics, each with its end.
   virtual std::string Metrics() const { return ""; }
 };

@@ -232,6 +232,10 @@ void Service::Ask(ChildRequest asked, Shape shape, Reply reply) {
   });
 }
 
+std::string Service::Version() const {
+  return orders::ProgramVersion();
+}
+
 std::string Service::Metrics() const {
   const ChildrenState state = children_.State();
   const auto line = [](const char* name, const char* kind, const char* help, uint64_t value) {
@@ -240,7 +244,10 @@ std::string Service::Metrics() const {
   };
   uint64_t memory = 0;
   for (const pid_t process : state.processes) memory += ResidentBytes(process);
-  return line("idphoto_children_ready", "gauge", "Processes that work on photographs or could.", state.ready) +
+  return "# HELP idphoto_build_info Always 1; the version is in its label.\n# TYPE idphoto_build_info gauge\n"
+         "idphoto_build_info{version=\"" +
+         Version() + "\"} 1\n" +
+         line("idphoto_children_ready", "gauge", "Processes that work on photographs or could.", state.ready) +
          line("idphoto_children_busy", "gauge", "Of these, those that do.", state.busy) +
          line("idphoto_requests_waiting", "gauge", "Requests that wait for such a process.", state.waiting) +
          line("idphoto_photographs_kept", "gauge", "Photographs kept for variations.", state.keptPhotos) +

@@ -19,6 +19,7 @@ class Service final : public Handler {
 
   void Handle(Request request, std::function<void(Response)> reply) override;
   bool Ready() const override { return children_.State().ready > 0; }
+  std::string Version() const override;
   std::string Metrics() const override;
 
  private:

@@ -184,7 +184,6 @@ class Commands(ServiceTest):
                 self.assertIn((answer.status, answer.json()["code"]), [(415, "not_a_picture"), (422, "damaged_file")])
                 if body in (grey, drawing):
                     self.assertEqual(answer.status, 415)
-        (self.folder / "blank.ppm").write_bytes(b"P6 200 200 255\n" + bytes([200]) * 120_000)
         cases = [
             (self.post("make", {"preset": "schengen-visa", "nonsense": "1"}), 400, "bad_option", ("option", "nonsense")),
             (self.post("make", {"preset": "schengen-visa", "dpi": "x"}), 400, "bad_option", ("option", "dpi")),
@@ -238,13 +237,6 @@ class KeptPhotographs(ServiceTest):
         self.assertEqual(kept["links"], {"self": here, "result": here + "/result", "preview": here + "/preview",
                                          "check": here + "/check"})
         self.assertNotEqual(self.keep().json()["id"], kept["id"])
-
-    def test_corners_are_those_of_the_upright_photograph(self):
-        from_top = self.keep().json()
-        self.run_program("background", "photo.png", "-o", "lying.png", "--background", "white")
-        # A quarter turn by way of the file's own word is no turn that was found.
-        pixels = (self.folder / "lying.png").read_bytes()
-        self.assertEqual(self.ask("POST", "/v1/photos", pixels).json()["quarter_turns"], from_top["quarter_turns"])
 
     def test_results_are_the_commands_files_and_checked_as_such(self):
         here = self.keep().json()["links"]
@@ -316,6 +308,9 @@ class KeptPhotographs(ServiceTest):
                 self.assertIn(kinds.get(name, kinds.get(base)), ("counter", "gauge", "summary", "histogram"), line)
                 self.assertIn(f"# HELP {name if name in kinds else base} ", text)
                 self.assertEqual(name.endswith("_total"), kinds.get(name) == "counter", line)
+        version = self.run_program("--version").split()[-1]
+        self.assertEqual(values[f'idphoto_build_info{{version="{version}"}}'], 1)
+        self.assertEqual(self.ask("GET", "/healthz").body.decode(), f"ok {version}\n")
         for stage in ("waiting", "analysis", "rendering", "encoding", "checking", "other"):
             self.assertGreater(values[f'idphoto_stage_seconds_sum{{stage="{stage}"}}'], 0, stage)
         self.assertGreater(values["idphoto_children_resident_bytes"], 20e6)
