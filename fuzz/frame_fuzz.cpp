@@ -53,6 +53,7 @@ void ReadMessages(const Frame& frame) {
       Expect(picture.name.find('/') == std::string::npos && picture.type.find('\n') == std::string::npos);
     }
     for (const qx::photo::FailureField& field : reply.reply.fields) Expect(field.number - field.number == 0);
+    for (const double seconds : reply.reply.seconds) Expect(seconds >= 0 && seconds < 1e7);
   } catch (const BadFrame&) {
   }
   try {
@@ -65,7 +66,7 @@ void ReadMessages(const Frame& frame) {
 void ReadHeading(FuzzedDataProvider& input) {
   Frame frame;
   frame.kind = input.ConsumeIntegralInRange<uint32_t>(1, 4);
-  frame.blobs.resize(input.ConsumeIntegralInRange<size_t>(0, 3));
+  frame.blobs.resize(input.ConsumeIntegralInRange<size_t>(0, kMostSheetPhotos + 2));
   const std::string heading = input.ConsumeRemainingBytesAsString();
   frame.heading.assign(heading.begin(), heading.end());
   ReadMessages(frame);

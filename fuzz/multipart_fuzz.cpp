@@ -35,17 +35,28 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   limits.parts = 8;
   limits.partHeadBytes = 200;
   limits.valueBytes = 100;
+  limits.sheetPhotos = 3;
   try {
     // Mostly a boundary that the seeds have.
     std::string boundary = "b";
     if (input.ConsumeBool()) boundary = BoundaryOf(input.ConsumeRandomLengthString(100));
     if (boundary.empty()) return 0;
+    const bool isSheet = input.ConsumeBool();
     Require(boundary.size() <= 70);
     const std::string body = input.ConsumeRemainingBytesAsString();
     TakeParts(body, boundary, limits);
     Request request;
+    request.route.place = Place::kCommand;
+    if (isSheet) request.route.name = "sheet";
     TakeForm({body.begin(), body.end()}, boundary, limits, &request);
-    Require(!request.photo.empty() && request.photo.size() + request.mask.size() < body.size());
+    size_t files = request.photo.size() + request.mask.size();
+    for (const Bytes& photo : request.morePhotos) {
+      Require(!photo.empty());
+      files += photo.size();
+    }
+    Require(!request.photo.empty() && files < body.size());
+    Require(request.morePhotos.size() < (isSheet ? limits.sheetPhotos : 1));
+    Require(request.copies.size() <= (isSheet ? request.morePhotos.size() + 1 : 0));
   } catch (const Problem& problem) {
     Require(problem.status == 400 || problem.status == 415);
     ProblemResponse(problem);

@@ -223,7 +223,10 @@ void Core::Handle(uint64_t connection, Request request) {
 std::optional<Response> Core::OwnAnswer(const Request& request) const {
   constexpr std::string_view kText = "text/plain; charset=utf-8";
   switch (request.route.place) {
-    case Place::kHealth: return TextResponse(200, kText, "ok\n");
+    case Place::kHealth: {
+      const std::string version = handler_->Version();
+      return TextResponse(200, kText, "ok" + (version.empty() ? "" : " " + version) + "\n");
+    }
     case Place::kReady: {
       if (!draining_ && handler_->Ready()) return TextResponse(200, kText, "ready\n");
       return BusyResponse(limits.retryAfter, draining_ ? "the server is ending" : "the server is not ready yet");

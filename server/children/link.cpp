@@ -28,6 +28,7 @@ ChildLink::ChildLink(const ChildrenSettings& settings)
 void ChildLink::Ask(ChildJob job) {
   askedId_ = job.request.keptId;
   askedCommand_ = job.request.command;
+  waited_ = std::chrono::duration<double>(Clock::now() - job.since).count();
   writer_.emplace(ToFrame(job.number, std::move(job.request)));
   job_ = std::move(job);
   ++asked_;
@@ -165,6 +166,7 @@ void ChildLink::Break(const std::string& why) {
 
 void ChildLink::Reply(ChildReply reply) {
   const ChildJob job = std::move(*std::exchange(job_, std::nullopt));
+  reply.seconds[static_cast<size_t>(Stage::kWaiting)] = waited_;
   job.callback(std::move(reply));
 }
 

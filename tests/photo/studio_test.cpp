@@ -180,6 +180,29 @@ TEST(Studio, RendersTheSameOfOneAnalysisAsOfMany) {
   EXPECT_TRUE(Same(Make(studio, photograph, requests[1]), studio.Render(source, analysis, requests[1])));
 }
 
+TEST(Studio, TellsWhereFacesAreInTheUprightPhotograph) {
+  // More pixels than faces are looked for in, and not as wide as high.
+  constexpr int kScale = 5;
+  const Image small = Reread(ToVips(Sample()).extract_area(0, 0, 512, 420));
+  const Image large = Reread(ToVips(small).resize(kScale));
+  FaceFinder finder;
+  const ProbedFace wanted = finder.Find(small).at(0);
+  Studio studio;
+  for (const int turns : {0, 1, 2}) {
+    ImageSource source(TurnClockwise(large, turns));
+    const Analysis analysis = studio.Analyse(source, {});
+    EXPECT_EQ(large.width, analysis.Width()) << turns;
+    EXPECT_EQ(large.height, analysis.Height()) << turns;
+    const std::vector<AnalysedFace> faces = analysis.Faces();
+    ASSERT_EQ(1u, faces.size()) << turns;
+    EXPECT_TRUE(faces[0].score > 0.5 && faces[0].score <= 1) << faces[0].score;
+    for (size_t i = 0; i < wanted.corners.size(); ++i) {
+      EXPECT_NEAR(kScale * wanted.corners[i].x, faces[0].corners[i].x, kScale * wanted.Width() / 15) << turns << i;
+      EXPECT_NEAR(kScale * wanted.corners[i].y, faces[0].corners[i].y, kScale * wanted.Width() / 15) << turns << i;
+    }
+  }
+}
+
 TEST(Studio, AdjustsThePersonAndNoNewBackground) {
   Studio studio;
   ImageSource source(Sample());

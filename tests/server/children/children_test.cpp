@@ -185,6 +185,10 @@ TEST(Children, WaitingRequestsCanBeCancelledAreBoundedAndStop) {
   EXPECT_TRUE(children->Cancel(number));
   EXPECT_FALSE(children->Cancel(number));
   EXPECT_FALSE(children->Cancel(running.Number()));
+  // Whoever has gone holds nobody up.
+  ChildRequest forNobody{"pid", {}, {}, {}, ""};
+  forNobody.abandoned = [] { return true; };
+  EXPECT_EQ(Kind::kCancelled, Waited(*children, std::move(forNobody)).Get().kind);
   children->Stop();
   EXPECT_EQ(Kind::kCancelled, second.Get().kind);
   EXPECT_EQ(Kind::kBusy, Ask(*children, "pid").kind);
