@@ -45,6 +45,7 @@ int Run(int argc, char** argv) {
   qx::cli::AddCheckCommand(app, &status);
   qx::cli::AddSheetCommand(app, &status);
   qx::cli::AddCompressCommand(app, &status);
+  qx::cli::AddWatermarkCommand(app, &status);
   qx::cli::AddBatchCommand(app, &status);
 #ifdef QX_WITH_SERVER
   qx::cli::AddServeCommand(app, &status);

@@ -14,15 +14,20 @@ _idphoto_options() {
       echo "$common -o --output $document $retouch $adjust $finish --mask --person --compare --quiet --json" \
         "--max-megapixels"
       ;;
-    mask) echo "$common -o --output --cutout --person --pair --keep-rim --quiet --max-megapixels" ;;
+    mask) echo "$common -o --output --cutout --person --pair --keep-rim --dpi --quiet --max-megapixels" ;;
     background)
-      echo "$common -o --output --background --person --pair --keep-rim --quiet --json --max-megapixels"
+      echo "$common -o --output --background --person --pair --keep-rim --max-kb --dpi --quiet --json" \
+        "--max-megapixels"
       ;;
     retouch) echo "$common -o --output --eyes $retouch --compare --person --quiet --max-megapixels" ;;
     presets) echo "$common --search --country --json" ;;
     check) echo "$common $document --child --json --verbose --draw --html --max-megapixels" ;;
     sheet) echo "$common -o --output --paper --copies --size --dpi --margin --gap --max-megapixels" ;;
     compress) echo "$common -o --output --max-kb --min-kb --dpi --quiet --json --max-megapixels" ;;
+    watermark)
+      echo "$common -o --output --text --opacity --angle --color --space --size --max-kb --dpi --quiet --json" \
+        "--max-megapixels"
+      ;;
     batch)
       echo "$common -o --output $document $retouch $adjust $finish --format --jobs --report --resume --max-megapixels"
       ;;
@@ -51,6 +56,7 @@ _idphoto() {
     --preset) _idphoto_words "$(_idphoto_presets "$program")" "$word" && return ;;
     --paper) _idphoto_words '3.5x5 4x6 5x7 6x8 8x10 A3 A4 A5 A6 A7 letter' "$word" && return ;;
     --head-to) _idphoto_words 'crown hair' "$word" && return ;;
+    --color) _idphoto_words 'white grey black red blue' "$word" && return ;;
     --white-balance) _idphoto_words 'auto keep' "$word" && return ;;
     --beauty) _idphoto_words 'light natural strong' "$word" && return ;;
     --format) _idphoto_words 'png jpg' "$word" && return ;;
@@ -65,12 +71,12 @@ _idphoto() {
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
-      --listen | --max-upload | --max-megapixels) return ;;
+      --text | --opacity | --angle | --space | --listen | --max-upload | --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress batch serve' "$word"
+    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress watermark batch serve' "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"
   else

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "orders/compress.h"
 #include "orders/options/common_options.h"
 #include "orders/options/document_options.h"
 #include "photo/base/failure.h"
@@ -24,13 +25,15 @@ std::optional<int32_t> DpiOf(const codec::FileSource& source) {
 }  // namespace
 
 void BackgroundOrder::AddOptions(CLI::App& command) {
-  AddBackgroundOption(
-      command, &background,
-      "A CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent");
+  AddBackgroundOption(command, &background,
+                      "A CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom),"
+                      " radial:COLOUR-COLOUR (middle to corners), or transparent");
   command.get_option("--background")->required();
   AddPersonOption(command, &person, "Number of the face, as inspect shows it; default the largest");
   command.add_flag("--pair", pair, "Two persons: the two largest faces");
   AddKeepRimFlag(command, &keepRim);
+  AddWhole(command, "--max-kb", &maxKb, 1, 1'000'000, "Largest size of a JPEG file");
+  AddWhole(command, "--dpi", &dpi, 72, 2400, "Pixels an inch, written into the file; default as it is");
 }
 
 void BackgroundOrder::AddChoices(CLI::App& command) {
@@ -71,9 +74,15 @@ BackgroundFile BackgroundOrder::Change(codec::FileSource& source, photo::Studio&
     cutOut.colours = photo::Composite(cutOut.colours, cutOut.mask, wanted_);
     cutOut.mask = photo::Mask();
   }
-  const std::optional<int32_t> dpi = DpiOf(source);
-  file.bytes = dpi ? codec::EncodeDocument(cutOut.colours, Format(), *dpi, {}, {}, cutOut.mask).bytes
-                   : codec::EncodeImage(cutOut.colours, Format(), cutOut.mask);
+  const std::optional<int32_t> written = dpi ? dpi : DpiOf(source);
+  if (!written && !maxKb) {
+    file.bytes = codec::EncodeImage(cutOut.colours, Format(), cutOut.mask);
+    return file;
+  }
+  auto document =
+      codec::EncodeDocument(cutOut.colours, Format(), written.value_or(UsualDpi(source)), {}, maxKb, cutOut.mask);
+  if (!document.Remark().empty()) file.remarks.push_back(document.Remark());
+  file.bytes = std::move(document.bytes);
   return file;
 }
 

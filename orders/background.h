@@ -29,13 +29,16 @@ class BackgroundOrder final : public Order {
   const photo::Background& Wanted() const { return wanted_; }  // once settled
 
   // Behind what is opaque of a picture that is transparent somewhere; of all others, behind the persons that the studio
-  // finds. The file has the photograph's resolution where that is told. Throws Failure as Studio::CutOut does.
+  // finds. The file has the photograph's resolution where that is told and no other asked for. Throws
+  // Failure as Studio::CutOut does, and kFileSize.
   BackgroundFile Change(codec::FileSource& source, photo::Studio& studio) const;
   std::string Report(const std::string& photograph, const std::string& output, const BackgroundFile& file) const;
 
   std::optional<std::string> background;
   std::optional<int> person;
   bool pair = false, keepRim = false;
+  std::optional<int32_t> maxKb;
+  std::optional<int32_t> dpi;                // none: as the file says
   std::optional<codec::ImageFormat> format;  // none: .jpg, or .png for what is transparent
 
  private:

@@ -11,15 +11,12 @@
 
 namespace qx::orders {
 using Json = nlohmann::ordered_json;
-namespace {
 
 int32_t UsualDpi(const codec::FileSource& source) {
   constexpr int32_t kUsual = 300, kMost = 65535;  // as documents have, and as files can hold
   const auto resolution = source.Resolution();
   return resolution ? static_cast<int32_t>(std::clamp(std::round(resolution->x), 1.0, 1.0 * kMost)) : kUsual;
 }
-
-}  // namespace
 
 void CompressOrder::AddOptions(CLI::App& command) {
   AddWhole(command, "--max-kb", &maxKb, 1, 1'000'000, "Largest size of the file");

@@ -20,6 +20,9 @@ struct CompressedFile {
   std::vector<std::string> remarks;  // what the user should know, one line each
 };
 
+// Pixels an inch as the file says, in whole numbers, or as documents have.
+int32_t UsualDpi(const codec::FileSource& source);
+
 class CompressOrder final : public Order {
  public:
   void AddOptions(CLI::App& command) override;

@@ -1,6 +1,7 @@
 #include "orders/make.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -37,6 +38,7 @@ void MakeOrder::AddOptions(CLI::App& command) {
 
 void MakeOrder::AddChoices(CLI::App& command) {
   AddFormatOption(command, &format, "jpg (default) or png");
+  command.add_flag("--own-size", ownSize, "The same cut as a second picture, with the photograph's own pixels");
 }
 
 void MakeOrder::Settle() {
@@ -114,6 +116,22 @@ Answer MakeOrder::AnswerOf(const std::string& photoName, const MadeFile& file) c
   return answer;
 }
 
+Picture MakeOrder::OwnSize(const std::string& photoName, double enlargement, codec::FileSource& source,
+                           photo::Analysis& analysis, photo::Studio& studio) const {
+  constexpr double kMostPixels = 24e6;  // what a child process has memory for
+  photo::MakeRequest request = request_;
+  request.compare = false;
+  int32_t &width = request.document.width, &height = request.document.height;
+  const double most = std::sqrt(kMostPixels / (1.0 * width * height));
+  const double scale = std::max(1.0, std::min(1 / enlargement, most));
+  width = static_cast<int32_t>(std::lround(width * scale));
+  height = static_cast<int32_t>(std::lround(height * scale));
+  const photo::MadePhoto made = studio.Render(source, analysis, request);
+  const codec::PrintFormat kind = PrintFormatOf(Format());
+  return {StemOf(photoName) + "-own-size" + EndingOf(kind), kind,
+          codec::EncodeDocument(made.image, Format(), request.document.dpi, {}, {}, made.alpha).bytes};
+}
+
 Picture MakeOrder::Preview(const std::string& photoName, const photo::MadePhoto& made) const {
   const bool isTransparent = !made.alpha.values.empty();
   const codec::PrintFormat kind = isTransparent ? codec::PrintFormat::kPng : codec::PrintFormat::kJpeg;
@@ -131,8 +149,13 @@ Answer MakeOrder::Work(Materials materials, photo::Studio& studio) const {
   photo::Analysis analysis =
       Timed(&steps.analysis, [&] { return studio.Analyse(source, faces_, isGiven ? &mask : nullptr); });
   photo::MadePhoto made = Timed(&steps.rendering, [&] { return studio.Render(source, analysis, request_); });
+  const double enlargement = made.enlargement;
   const MadeFile file = Timed(&steps.encoding, [&] { return Finish(std::move(made)); });
   Answer answer = AnswerOf(materials.photoName, file);
+  if (ownSize) {
+    answer.pictures.push_back(
+        Timed(&steps.rendering, [&] { return OwnSize(materials.photoName, enlargement, source, analysis, studio); }));
+  }
   answer.steps = steps;
   return answer;
 }

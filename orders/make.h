@@ -23,6 +23,7 @@ struct MadeFile {
 class MakeOrder final : public Order {
  public:
   void AddOptions(CLI::App& command) override;
+  // --format; --own-size, as a flag: the same cut as a second picture, with the photograph's own pixels.
   void AddChoices(CLI::App& command) override;
   // Also throws when the format, once it is told, cannot be transparent.
   void Settle() override;
@@ -45,11 +46,14 @@ class MakeOrder final : public Order {
 
   DocumentOptions document;
   std::optional<int> person;
-  bool pair = false, compare = false;
+  bool pair = false, compare = false, ownSize = false;
   // None: .jpg, or .png for what is transparent.
   std::optional<codec::ImageFormat> format;
 
  private:
+  // What was made by this enlargement, without it.
+  Picture OwnSize(const std::string& photoName, double enlargement, codec::FileSource& source,
+                  photo::Analysis& analysis, photo::Studio& studio) const;
   Answer Work(Materials materials, photo::Studio& studio) const override;
 
   photo::AnalyseRequest faces_;

@@ -15,6 +15,7 @@ void MaskOrder::AddOptions(CLI::App& command) {
   AddPersonOption(command, &person, "Number of the face, as inspect shows it; default the largest");
   command.add_flag("--pair", pair, "Two persons: the two largest faces");
   AddKeepRimFlag(command, &keepRim);
+  AddWhole(command, "--dpi", &dpi, 72, 2400, "Pixels an inch, written into the cut-out; default none");
 }
 
 void MaskOrder::AddChoices(CLI::App& command) {
@@ -28,6 +29,12 @@ void MaskOrder::Settle() {
   request_.keepRim = keepRim;
 }
 
+std::vector<uint8_t> MaskOrder::EncodeCutOut(const photo::CutOut& cutOut) const {
+  constexpr auto kPng = codec::ImageFormat::kPng;
+  return dpi ? codec::EncodeDocument(cutOut.colours, kPng, *dpi, {}, {}, cutOut.mask).bytes
+             : codec::EncodeImage(cutOut.colours, kPng, cutOut.mask);
+}
+
 Answer MaskOrder::Work(Materials materials, photo::Studio& studio) const {
   codec::FileSource source(std::move(materials.photo), limits);
   const photo::CutOut cutOut = studio.CutOut(source, request_);
@@ -37,8 +44,7 @@ Answer MaskOrder::Work(Materials materials, photo::Studio& studio) const {
     answer.pictures.push_back({stem + "-mask.png", codec::PrintFormat::kPng, codec::EncodeMask(cutOut.mask)});
   }
   if (request_.colours) {
-    answer.pictures.push_back({stem + "-cutout.png", codec::PrintFormat::kPng,
-                               codec::EncodeImage(cutOut.colours, codec::ImageFormat::kPng, cutOut.mask)});
+    answer.pictures.push_back({stem + "-cutout.png", codec::PrintFormat::kPng, EncodeCutOut(cutOut)});
   }
   Json report = {{"photograph", materials.photoName}, {"outputs", Json::array()}};
   for (const Picture& picture : answer.pictures) report["outputs"].push_back(picture.name);

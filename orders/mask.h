@@ -2,7 +2,9 @@
 #ifndef QX_ORDERS_MASK_H
 #define QX_ORDERS_MASK_H
 
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "orders/order.h"
 
@@ -18,7 +20,11 @@ class MaskOrder final : public Order {
   // Once settled. Its colours are asked for only where the cut-out is wanted.
   const photo::CutOutRequest& Request() const { return request_; }
 
+  // A PNG file.
+  std::vector<uint8_t> EncodeCutOut(const photo::CutOut& cutOut) const;
+
   std::optional<int> person;
+  std::optional<int32_t> dpi;  // of the cut-out's file; none: it says none
   bool pair = false, keepRim = false;
   bool wantsCutOut = false, wantsBoth = false;
 

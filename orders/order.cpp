@@ -14,6 +14,7 @@
 #include "orders/presets.h"
 #include "orders/retouch.h"
 #include "orders/sheet.h"
+#include "orders/watermark.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "qx_idp.h"
@@ -115,6 +116,7 @@ constexpr Entry kOrders[] = {
     {"presets", Make<PresetsOrder>},
     {"retouch", Make<RetouchOrder>},
     {"sheet", Make<SheetOrder>},
+    {"watermark", Make<WatermarkOrder>},
 };
 
 // Letters that no usual file system takes in a name, or that mean something there.

@@ -98,7 +98,8 @@ class Order {
 // Names and values, as they stand behind "--" on the command line; of flags "true", "false" or nothing.
 using OptionPairs = std::vector<std::pair<std::string, std::string>>;
 
-// The commands that can be ordered: background, check, compress, crop, inspect, make, mask, presets, retouch, sheet.
+// The commands that can be ordered: background, check, compress, crop, inspect, make, mask, presets, retouch, sheet,
+// watermark.
 const std::vector<std::string>& OrderNames();
 
 // An order without options; null for an unknown command.

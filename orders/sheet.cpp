@@ -42,8 +42,8 @@ auto Parsed(Parse parse, const std::string& text, const char* option) {
 }
 
 photo::PrintResolution ResolutionOf(const codec::FileSource& source, const photo::Image& image,
-                                    const std::optional<photo::Size>& size) {
-  if (const auto written = source.Resolution()) return *written;
+                                    const std::optional<photo::Size>& size, bool sizeCounts) {
+  if (const auto written = source.Resolution(); written && !(size && sizeCounts)) return *written;
   if (!size) {
     throw Failure(FailureCode::kBadOption, "says nothing about its print size; give one with --size 35x45mm",
                   {{"option", "size"}});
@@ -128,6 +128,7 @@ void SheetOrder::AddChoices(CLI::App& command) {
           "jpg (default), png or tiff")
       ->type_name("FORMAT")
       ->transform(OneOf({"png", "jpg", "tiff"}));
+  command.add_flag("--size-counts", sizeCounts, "The size counts even where a file tells another");
 }
 
 void SheetOrder::Settle() {
@@ -146,7 +147,7 @@ photo::SheetPhotograph SheetOrder::Take(codec::FileSource& source, const std::st
   photograph.name = name;
   photograph.copies = copies;
   photograph.image = source.Whole();
-  photograph.resolution = ResolutionOf(source, photograph.image, printSize_);
+  photograph.resolution = ResolutionOf(source, photograph.image, printSize_, sizeCounts);
   return photograph;
 }
 

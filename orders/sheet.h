@@ -23,6 +23,7 @@ struct SheetFile {
 class SheetOrder final : public Order {
  public:
   void AddOptions(CLI::App& command) override;
+  // --format; --size-counts, as a flag.
   void AddChoices(CLI::App& command) override;
   void Settle() override;
 
@@ -37,7 +38,8 @@ class SheetOrder final : public Order {
 
   std::string paper = "4x6";
   std::string margin = "3mm", gap = "2mm";
-  std::string size;  // empty: as the files say
+  std::string size;         // empty: as the files say
+  bool sizeCounts = false;  // even where they say another
   std::optional<int32_t> dpi;
   std::optional<int> copies;
   codec::PrintFormat format = codec::PrintFormat::kJpeg;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -50,6 +51,8 @@ struct Response {
   Bytes body;
   // Sent in place of `body` unless empty: bytes that live as long as the program.
   std::string_view still;
+  // Goes with the response, once it is sent or nobody waits for it; may be null.
+  std::shared_ptr<void> held = nullptr;
 
   size_t Size() const { return still.empty() ? body.size() : still.size(); }
 };

@@ -6,8 +6,25 @@
 namespace qx::server {
 namespace {
 
-constexpr std::array<std::string_view, 9> kCommands = {"inspect", "check", "make",       "crop",    "retouch",
-                                                       "sheet",   "mask",  "background", "compress"};
+constexpr std::array<std::string_view, 10> kCommands = {"inspect", "check", "make",       "crop",     "retouch",
+                                                        "sheet",   "mask",  "background", "compress", "watermark"};
+
+struct FormPath {
+  std::string_view name, label;
+};
+constexpr std::array<FormPath, 7> kForms = {{{"idphoto", "/idphoto"},
+                                             {"human_matting", "/human_matting"},
+                                             {"add_background", "/add_background"},
+                                             {"generate_layout_photos", "/generate_layout_photos"},
+                                             {"watermark", "/watermark"},
+                                             {"set_kb", "/set_kb"},
+                                             {"idphoto_crop", "/idphoto_crop"}}};
+
+const FormPath* FindForm(std::string_view name) {
+  const auto* const form =
+      std::find_if(kForms.begin(), kForms.end(), [name](const FormPath& path) { return path.name == name; });
+  return form == kForms.end() ? nullptr : form;
+}
 
 Place PlaceUnderVersion(const std::vector<std::string>& segments) {
   const std::string& what = segments[1];
@@ -31,6 +48,7 @@ Place PlaceOf(const std::vector<std::string>& segments) {
   if (segments.size() == 1 && segments[0] == "healthz") return Place::kHealth;
   if (segments.size() == 1 && segments[0] == "readyz") return Place::kReady;
   if (segments.size() == 1 && segments[0] == "metrics") return Place::kMetrics;
+  if (segments.size() == 1 && FindForm(segments[0])) return Place::kForm;
   return Place::kFile;
 }
 
@@ -47,6 +65,7 @@ Route FindRoute(const std::vector<std::string>& segments) {
   for (const std::string& segment : segments) route.path += "/" + segment;
   if (segments.empty()) route.path = "/";
   if (route.place == Place::kCommand) route.name = segments[1];
+  if (route.place == Place::kForm) route.name = segments[0];
   const bool named = route.place == Place::kPresets || route.place == Place::kPhoto || IsOfKept(route.place);
   if (named && segments.size() > 2) route.name = segments[2];
   return route;
@@ -56,6 +75,7 @@ std::string_view AllowedMethods(const Route& route) {
   switch (route.place) {
     case Place::kNone: return "OPTIONS";
     case Place::kCommand:
+    case Place::kForm:
     case Place::kPhotos: return "POST, OPTIONS";
     case Place::kPhoto: return "DELETE, OPTIONS";
     default: return "GET, HEAD, OPTIONS";
@@ -95,9 +115,9 @@ std::string_view LabelOf(const Route& route) {
     case Place::kPresets: return route.name.empty() ? "/v1/presets" : "/v1/presets/NAME";
     case Place::kCommand: {
       constexpr size_t kVersion = sizeof "/v1/" - 1;
-      constexpr std::array<std::string_view, 9> kLabels = {"/v1/inspect", "/v1/check",      "/v1/make",
-                                                           "/v1/crop",    "/v1/retouch",    "/v1/sheet",
-                                                           "/v1/mask",    "/v1/background", "/v1/compress"};
+      constexpr std::array<std::string_view, 10> kLabels = {
+          "/v1/inspect", "/v1/check", "/v1/make",       "/v1/crop",     "/v1/retouch",
+          "/v1/sheet",   "/v1/mask",  "/v1/background", "/v1/compress", "/v1/watermark"};
       for (const std::string_view label : kLabels) {
         if (label.substr(kVersion) == route.name) return label;
       }
@@ -107,6 +127,7 @@ std::string_view LabelOf(const Route& route) {
     case Place::kPhoto: return "/v1/photos/ID";
     case Place::kResult: return "/v1/photos/ID/result";
     case Place::kPreview: return "/v1/photos/ID/preview";
+    case Place::kForm: return FindForm(route.name)->label;
     case Place::kCheck: return "/v1/photos/ID/check";
     case Place::kFile: return "file";
   }

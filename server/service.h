@@ -21,6 +21,8 @@ class Service final : public Handler {
   bool Ready() const override { return children_.State().ready > 0; }
   std::string Version() const override;
   std::string Metrics() const override;
+  // For those who order work besides.
+  Children& Workers() { return children_; }
 
  private:
   using Reply = std::function<void(Response)>;

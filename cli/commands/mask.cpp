@@ -59,7 +59,7 @@ void WriteOutputs(const MaskOptions& options, const photo::CutOut& cutOut) {
   };
   if (!options.mask.empty()) write(options.mask, codec::EncodeMask(cutOut.mask), &mask);
   if (!options.cutOut.empty()) {
-    write(options.cutOut, codec::EncodeImage(cutOut.colours, codec::ImageFormat::kPng, cutOut.mask), &picture);
+    write(options.cutOut, options.order.EncodeCutOut(cutOut), &picture);
   }
   if (mask && picture) return OutputFile::CommitAll({&*mask, &*picture});
   (mask ? mask : picture)->Commit();

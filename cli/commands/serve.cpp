@@ -12,6 +12,7 @@
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
+#include "server/adapter/adapter.h"
 #include "server/listener.h"
 #include "server/service.h"
 #ifdef QX_WITH_PAGE
@@ -57,7 +58,8 @@ void Serve(const ServeOptions& options) {
   server::ChildrenSettings children;
   children.count = options.jobs;
   children.log = settings.log;
-  server::Service handler(children);
+  server::Service service(children);
+  server::Adapter handler(&service, &service.Workers(), settings.limits);
   server::Listener listener(std::move(settings), &handler);
   std::printf("%s\n", listener.Address().c_str());
   std::fflush(stdout);

@@ -83,9 +83,9 @@ void AddMakeOptions(CLI::App& command, DocumentOptions* options) {
   AddEyesOption(command, options);
   AddRetouchOptions(command, &options->retouch);
   AddAdjustOptions(command, &options->adjust);
-  AddBackgroundOption(
-      command, &options->background,
-      "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom), or transparent");
+  AddBackgroundOption(command, &options->background,
+                      "keep, a CSS colour (white, lightblue, #rrggbb), gradient:COLOUR-COLOUR (top to bottom),"
+                      " radial:COLOUR-COLOUR (middle to corners), or transparent");
   AddWhole(command, "--max-kb", &options->maxKb, 1, 1'000'000, "Largest size of a JPEG file");
   AddWhole(command, "--min-kb", &options->minKb, 1, 1'000'000, "Least size of a JPEG file");
   command.add_flag("--no-straighten", options->noStraighten, "Leave a head that leans as it is");

@@ -127,6 +127,16 @@ size_t FittingLength(std::string_view text, int size, int width) {
 
 }  // namespace
 
+std::string_view CharacterWithoutGlyph(std::string_view text) {
+  while (!text.empty()) {
+    const std::string_view rest = text;
+    const bool isText = Utf8Length(text) > 0;
+    const int32_t code = TakeCharacter(&text);
+    if (!isText || GlyphOf(code).code != code) return rest.substr(0, rest.size() - text.size());
+  }
+  return {};
+}
+
 int LineHeight(int size) {
   return (size * 5 + 3) / 4;
 }

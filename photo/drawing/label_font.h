@@ -13,6 +13,8 @@ namespace qx::photo {
 // `size` is the height of an em in pixels, at least 1; up to 40 the letters are smooth. Text is UTF-8 of printable
 // Latin-1 and a few marks; a character without a glyph, and each byte that is not UTF-8, is drawn as "?".
 
+// The first character of the text that is drawn as "?" in place of its own glyph; empty when there is none.
+std::string_view CharacterWithoutGlyph(std::string_view text);
 // Of one line, from its upper edge to that of the next.
 int LineHeight(int size);
 // Pixels that a line of text takes.

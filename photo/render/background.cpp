@@ -1,5 +1,6 @@
 #include "photo/render/background.h"
 
+#include <cmath>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -29,10 +30,11 @@ Background ParseBackground(std::string_view text) {
     background.kind = Background::Kind::kTransparent;
     return background;
   }
-  constexpr std::string_view kGradient = "gradient:";
+  constexpr std::string_view kGradient = "gradient:", kRadial = "radial:";
   std::optional<Colour> top, bottom;
-  if (text.substr(0, kGradient.size()) == kGradient) {
-    const std::string_view colours = text.substr(kGradient.size());
+  background.radial = text.substr(0, kRadial.size()) == kRadial;
+  if (background.radial || text.substr(0, kGradient.size()) == kGradient) {
+    const std::string_view colours = text.substr(background.radial ? kRadial.size() : kGradient.size());
     const size_t dash = colours.find('-');
     if (dash != std::string_view::npos) {
       top = ParseColour(colours.substr(0, dash));
@@ -61,6 +63,21 @@ Colour RowColour(const Background& background, int32_t row, int32_t height) {
           mix(background.top.red, background.bottom.red)};
 }
 
+void BackgroundRow::Start(int32_t row) {
+  row_ = row;
+  colour_ = RowColour(background_, row, height_);
+}
+
+Colour BackgroundRow::FromMiddle(int32_t column) const {
+  const double x = 2.0 * column + 1 - width_, y = 2.0 * row_ + 1 - height_;
+  const double part = std::sqrt((x * x + y * y) / (1.0 * width_ * width_ + 1.0 * height_ * height_));
+  const auto mix = [part](uint8_t middle, uint8_t corner) {
+    return static_cast<uint8_t>(middle + (corner - middle) * part + 0.5);
+  };
+  const Colour &middle = background_.top, &corner = background_.bottom;
+  return {mix(middle.blue, corner.blue), mix(middle.green, corner.green), mix(middle.red, corner.red)};
+}
+
 Image Composite(const Image& foreground, const Mask& mask, const Background& background) {
   if (!mask.IsOf(foreground)) {
     throw Failure(FailureCode::kBadMask, "the mask is not of the picture's size");
@@ -69,10 +86,12 @@ Image Composite(const Image& foreground, const Mask& mask, const Background& bac
   if (background.kind != Background::Kind::kFill) return result;
   uint8_t* pixel = result.bgr.data();
   const uint8_t* alpha = mask.values.data();
+  BackgroundRow row(background, result.width, result.height);
   for (int32_t y = 0; y < result.height; ++y) {
-    const Colour colour = RowColour(background, y, result.height);
-    const uint8_t behind[3] = {colour.blue, colour.green, colour.red};
+    row.Start(y);
     for (int32_t x = 0; x < result.width; ++x, pixel += 3, ++alpha) {
+      const Colour colour = row.At(x);
+      const uint8_t behind[3] = {colour.blue, colour.green, colour.red};
       for (int c = 0; c < 3; ++c) {
         pixel[c] = static_cast<uint8_t>((pixel[c] * *alpha + behind[c] * (255 - *alpha) + 127) / 255);
       }

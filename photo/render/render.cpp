@@ -198,10 +198,12 @@ class Rendering {
 
   // Before the background.
   void MixRow(int32_t j, uint8_t* out) const {
-    const Colour behind = RowColour(background_, j, height_);
-    const Pixel colour{static_cast<float>(behind.blue), static_cast<float>(behind.green),
-                       static_cast<float>(behind.red), 0};
+    BackgroundRow row(background_, width_, height_);
+    row.Start(j);
     for (int32_t i = 0; i < width_; ++i, out += 3) {
+      const Colour behind = row.At(i);
+      const Pixel colour{static_cast<float>(behind.blue), static_cast<float>(behind.green),
+                         static_cast<float>(behind.red), 0};
       Pixel sum = sums_[static_cast<size_t>(i)];
       sum += colour * (1 - sum[3]) + 0.5f;
       for (int c = 0; c < 3; ++c) out[c] = static_cast<uint8_t>(std::clamp(sum[c], 0.0f, 255.0f));

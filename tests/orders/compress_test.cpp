@@ -1,4 +1,4 @@
-// compress, and background on what is transparent already: neither needs a face.
+// compress and watermark, and background on what is transparent already: none needs a face.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -110,6 +110,21 @@ TEST(Background, StandsBehindWhatIsTransparentAlready) {
   ASSERT_TRUE(picture);
   EXPECT_EQ(colours.bgr, picture->colours.bgr);
   EXPECT_EQ(opacity.values, picture->opacity.values);
+
+  // A size of file and a resolution, which a limit of size brings with it.
+  codec::FileSource dense(Of(Only("background", {{"background", "white"}, {"dpi", "254"}, {"max-kb", "5"}}, file)));
+  EXPECT_EQ(254, dense.Resolution()->x);
+  codec::FileSource limited(Of(Only("background", {{"background", "white"}, {"max-kb", "5"}}, file)));
+  EXPECT_EQ(300, limited.Resolution()->x);
+
+  // A watermark leaves what is transparent so, unless the file cannot be.
+  codec::FileSource marked(Of(Only("watermark", {{"text", "mine"}, {"format", "png"}, {"dpi", "254"}}, file)));
+  EXPECT_EQ(254, marked.Resolution()->x);
+  const auto remaining = marked.Transparent();
+  ASSERT_TRUE(remaining);
+  EXPECT_NE(colours.bgr, remaining->colours.bgr);
+  EXPECT_EQ(opacity.values, remaining->opacity.values);
+  EXPECT_FALSE(codec::FileSource(Of(Only("watermark", {{"text", "mine"}}, file))).Transparent());
 }
 
 }  // namespace

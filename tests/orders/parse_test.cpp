@@ -109,6 +109,10 @@ TEST(ParseOrder, RefusesInTheCommandsWordsWithoutDashes) {
       {"inspect", {{"points", "key"}}, "points requires draw", "points"},
       {"sheet", {{"margin", "3q"}}, "margin: \"3q\" is no length; write it as 3mm", "margin"},
       {"sheet", {{"size", "30x40px"}}, "size is a print size", "size"},
+      {"watermark", {{"size", "20"}}, "text is required", "text"},
+      {"watermark", {{"text", " "}}, "the watermark has no text", "text"},
+      {"watermark", {{"text", "x"}, {"opacity", "1.5"}}, "must be between 0 and 1", "opacity"},
+      {"watermark", {{"text", "x"}, {"color", "blu"}}, "must be a colour", "color"},
       {"presets", {{"name", "de-passport"}, {"search", "visa"}}, "search excludes name", "search"},
   };
   for (const Case& c : cases) {

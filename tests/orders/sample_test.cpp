@@ -50,6 +50,11 @@ const Case kCases[] = {
      {"-o", "x.jpg", "--background", "lightblue", "--json"},
      {"x.jpg"},
      true},
+    {"watermark",
+     {{"text", "for you"}, {"angle", "-20"}, {"color", "white"}, {"max-kb", "60"}},
+     {"-o", "x.jpg", "--text", "for you", "--angle", "-20", "--color", "white", "--max-kb", "60", "--json"},
+     {"x.jpg"},
+     true},
     {"compress", {{"max-kb", "40"}}, {"-o", "x.jpg", "--max-kb", "40", "--json"}, {"x.jpg"}, true},
 };
 

@@ -59,8 +59,10 @@ TEST(Gate, EveryPlaceHasItsMethods) {
     EXPECT_EQ(Status(gate, MakeHead("OPTIONS", get)), 0U) << get;
     EXPECT_EQ(Status(gate, MakeHead("POST", get)), 405U) << get;
   }
-  for (const char* post : {"/v1/inspect", "/v1/check", "/v1/make", "/v1/crop", "/v1/retouch", "/v1/sheet", "/v1/mask",
-                           "/v1/background", "/v1/compress", "/v1/photos"}) {
+  for (const char* post :
+       {"/v1/inspect", "/v1/check", "/v1/make", "/v1/crop", "/v1/retouch", "/v1/sheet", "/v1/mask", "/v1/background",
+        "/v1/compress", "/v1/watermark", "/v1/photos", "/idphoto", "/human_matting", "/add_background",
+        "/generate_layout_photos", "/watermark", "/set_kb", "/idphoto_crop"}) {
     const Visit visit = Admit(gate, MakeHead("POST", post));
     EXPECT_TRUE(visit.takesSlot && visit.hasBody) << post;
     EXPECT_EQ(LabelOf(visit.request.route), post);

@@ -1,6 +1,8 @@
 // Backgrounds.
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "photo/render/background.h"
 #include "support/test_files.h"
 
@@ -45,6 +47,7 @@ TEST(Background, IsReadOrRefused) {
                            "gradient:#000000-whit",
                            "gradient:transparent-white",
                            "#12",
+                           "radial:#000000",
                            "#1234",
                            "gradient:#000000#111111",
                            "gradient:#000000-#111111-#222222",
@@ -66,6 +69,13 @@ TEST(Background, CompositesByHand) {
   const Image pixel{1, 1, {200, 0, 255}};
   EXPECT_EQ((Bytes{227, 127, 255}), Composite(pixel, Mask(1, 1, Bytes{128}), ParseBackground("white")).bgr);
   EXPECT_EQ((Bytes{0, 0, 0}), Composite(pixel, Mask(1, 1, Bytes{0}), gradient).bgr);
+  // Of 3 x 4 pixels the corners are 5 half pixels from the middle: middles of pixels have 1 (beside it), sqrt(5), 3 and
+  // sqrt(13) of them.
+  const Image radial = Composite(Image(3, 4, Bytes(36, 9)), Mask(3, 4, 0), ParseBackground("radial:#646464-#c80000"));
+  const auto red = [&radial](int32_t x, int32_t y) { return int{radial.At(x, y)[2]}; };
+  EXPECT_EQ((std::array{172, 160, 172, 145, 120, 145}),
+            (std::array{red(0, 0), red(1, 0), red(2, 0), red(0, 1), red(1, 1), red(2, 2)}));
+  EXPECT_EQ(80, radial.At(1, 2)[0]);
   EXPECT_THROW(Composite(pixel, Mask(2, 1, Bytes{1, 2}), gradient), Failure);
 }
 
