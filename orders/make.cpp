@@ -156,8 +156,11 @@ Answer MakeOrder::Work(Materials materials, photo::Studio& studio) const {
   const double enlargement = made.enlargement;
   const MadeFile file = Timed(&steps.encoding, [&] { return Finish(std::move(made)); });
   Answer answer = AnswerOf(materials.photoName, file);
+  if (ownSize) {
+    answer.pictures.push_back(
+        Timed(&steps.rendering, [&] { return OwnSize(materials.photoName, enlargement, source, analysis, studio); }));
+  }
   answer.steps = steps;
-  if (ownSize) answer.pictures.push_back(OwnSize(materials.photoName, enlargement, source, analysis, studio));
   return answer;
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "orders/compress.h"
+#include "orders/options/checks.h"
 #include "orders/options/common_options.h"
 #include "orders/options/retouch_options.h"
 #include "photo/base/failure.h"
@@ -29,12 +30,13 @@ void AddNumber(CLI::App& command, const std::string& name, double* target, doubl
             *target = *value;
           },
           help)
-      ->type_name("X");
+      ->type_name("X")
+      ->check(ReadAsNumber(min, max));
 }
 
 void AddLength(CLI::App& command, const std::string& name, int32_t* target, int32_t min, int32_t max,
                const std::string& help) {
-  command.add_option(name, *target, help)->type_name("N")->check(CLI::Range(min, max).description(""));
+  command.add_option(name, *target, help)->type_name("N")->check(WholeBetween(min, max));
 }
 
 }  // namespace

@@ -61,17 +61,20 @@ class Adapter::Desk : public std::enable_shared_from_this<Desk> {
   Desk(Children* children, std::chrono::seconds retryAfter) : children_(*children), retryAfter_(retryAfter) {}
 
   // From that step on.
-  void Work(const Translation& translation, size_t step, photo::Bytes picture, Reply reply) {
+  void Work(const Translation& translation, size_t step, photo::Bytes picture, std::function<bool()> abandoned,
+            Reply reply) {
     ChildRequest asked;
     asked.command = translation.steps[step].command;
     asked.options = translation.steps[step].options;
     asked.photo = std::move(picture);
-    const auto next = [self = shared_from_this(), translation, step, reply = std::move(reply)](ChildReply answer) {
+    asked.abandoned = abandoned;
+    const auto next = [self = shared_from_this(), translation, step, abandoned = std::move(abandoned),
+                       reply = std::move(reply)](ChildReply answer) {
       try {
         if (answer.kind != ChildReply::Kind::kAnswer) return reply(FailureAnswer(answer));
         const bool isLast = step + 1 == translation.steps.size() || answer.pictures.empty();
         if (isLast) return reply(self->Held(FormAnswer(translation.members, answer)));
-        self->Work(translation, step + 1, std::move(answer.pictures[0].bytes), reply);
+        self->Work(translation, step + 1, std::move(answer.pictures[0].bytes), abandoned, reply);
       } catch (const std::exception& exception) {
         reply(ProblemResponse(exception));
       }
@@ -105,7 +108,7 @@ void Adapter::Handle(Request request, std::function<void(Response)> reply) {
   Pairs fields = std::move(request.options);  // of the query: some clients put all fields there
   fields.insert(fields.end(), form.fields.begin(), form.fields.end());
   desk_->Work(Translate(request.route.name, fields), 0, photo::Bytes(form.picture.begin(), form.picture.end()),
-              std::move(reply));
+              std::move(request.abandoned), std::move(reply));
 }
 
 }  // namespace qx::server

@@ -24,6 +24,7 @@ class Adapter final : public Handler {
 
   void Handle(Request request, std::function<void(Response)> reply) override;
   bool Ready() const override { return others_.Ready(); }
+  std::string Version() const override { return others_.Version(); }
   std::string Metrics() const override { return others_.Metrics(); }
 
   class Desk;  // the source file's own

@@ -3,6 +3,7 @@
 usage: api_test.py IDPHOTO SOURCE_DIR SAMPLE_PHOTO
 """
 
+import base64
 import collections
 import contextlib
 import ctypes
@@ -255,7 +256,7 @@ class Structure(Case):
 
     def test_options_are_the_commands_own(self):
         """Each range and list of words is the one that is refused beyond, with the option's name."""
-        photo, needs = png(8, 8), {"background": {"background": "white"}}
+        photo, needs = png(8, 8), {"background": {"background": "white"}, "watermarkPhoto": {"text": "x"}}
         for name, (_, _, operation) in self.description.operations.items():
             if operation["tags"] != ["commands"]:
                 continue
@@ -419,6 +420,52 @@ class Answers(Case):
         self.call("dropPhoto", id=kept["id"], status=204)
         self.assertEqual(self.call("result", query, id=kept["id"], status=404).json()["code"], "not_kept")
 
+    def test_watermark(self):
+        query = {"text": "specimen", "size": "30"}
+        words = ["--text", "specimen", "--size", "30"]
+        self.run_program("watermark", "photo.png", "-o", "marked.jpg", *words)
+        picture = self.call("watermarkPhoto", query)
+        self.assertTrue(picture.body == (self.folder / "marked.jpg").read_bytes(), "not the command's bytes")
+        report = self.call("watermarkPhoto", query, headers={"Accept": JSON}).json()
+        self.assertEqual(report["bytes"], len(picture.body))
+        self.assertEqual(self.call("watermarkPhoto", {**query, "format": "png"}).type, "image/png")
+        self.archive("watermarkPhoto", query, headers={"Accept": ZIP})
+
+    def test_forms(self):
+        """Pictures go and come as text or as files; fields have the limits that are described."""
+
+        def fill(name, *fields, picture=self.photo):
+            headers, body = form(("input_image", picture), *fields)
+            answer = self.call(name, (), body, headers).json()
+            return [base64.b64decode(url.partition(",")[2]) for key, url in answer.items() if key != "status"]
+
+        size = [("width", "295"), ("height", "413")]
+        small, own = fill("idphoto", *size)
+        self.assertEqual(struct.unpack(">II", small[16:24]), (295, 413))
+        self.assertGreater(len(own), len(small))
+        self.assertEqual(len(fill("idphoto_crop", *size, ("hd", "false"))), 1)
+        (person,) = fill("human_matting")
+        self.assertEqual(len(fill("add_background", ("color", "438edb"), ("render", "2"), picture=person)), 1)
+        (sheet,) = fill("generate_layout_photos", *size, ("kb", "200"))
+        self.assertTrue(sheet.startswith(MAGIC["image/jpeg"]) and len(sheet) <= 200_000)
+        self.assertEqual(len(fill("watermark", ("text", "specimen"))), 1)
+        body = urllib.parse.urlencode({"input_image_base64": base64.b64encode(self.photo).decode(), "kb": "40"})
+        headers = {"Content-Type": "application/x-www-form-urlencoded"}
+        self.call("set_kb", (), body, headers)
+        for name, (_, _, operation) in self.description.operations.items():
+            if operation["tags"] != ["forms"]:
+                continue
+            schema = self.description.resolve(operation["requestBody"]["content"]["multipart/form-data"]["schema"])
+            text = [("text", "specimen")] if name == "watermark" else []
+            for field, said in schema["properties"].items():
+                if "maximum" not in said:
+                    continue
+                for value in [said["minimum"] - 1, said["maximum"] + 1]:
+                    with self.subTest(form=name, field=field, value=value):
+                        headers, body = form(("input_image", self.photo), *text, (field, str(value)))
+                        self.assertEqual(self.call(name, (), body, headers, status=400).json()["fields"],
+                                         [{"name": "option", "value": field}])
+
     def test_documents_and_state(self):
         printed = json.loads(self.run_program("presets", "--json"))
         self.assertEqual(self.call("presets").json(), printed)
@@ -479,12 +526,18 @@ class Problems(Case):
 
     def test_of_photographs(self):
         needs = {"check": {"preset": "us-passport"}, "make": {"preset": "us-passport"}, "sheet": {"size": "35x35mm"},
-                 "background": {"background": "white"}, "compress": {"dpi": "300"}}
-        for name, (method, _, _) in self.description.operations.items():
+                 "background": {"background": "white"}, "compress": {"dpi": "300"}, "watermarkPhoto": {"text": "specimen"}}
+        for name, (method, _, operation) in self.description.operations.items():
             if method != "POST":
                 continue
             with self.subTest(operation=name):
                 query = needs.get(name, {})
+                if operation["tags"] == ["forms"]:
+                    for picture, status, code in [(b"Dear Sir or Madam,", 415, "not_a_picture"),
+                                                  (png(600, 600, rows=10), 422, "damaged_file")]:
+                        headers, body = form(("input_image", picture), ("text", "specimen"))
+                        self.assertEqual(self.call(name, (), body, headers, status=status).json()["code"], code)
+                    continue
                 problem = self.call(name, query, b"Dear Sir or Madam,", status=415).json()
                 self.assertEqual(problem["code"], "not_a_picture")
                 problem = self.call(name, query, png(600, 600, rows=10), status=422).json()
