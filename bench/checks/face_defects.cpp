@@ -10,6 +10,7 @@
 namespace qx::bench::checks {
 namespace {
 
+using photo::kEyeRings;
 using photo::FaceMesh;
 using photo::Image;
 using photo::MeasureId;
