@@ -168,7 +168,8 @@ class Unit(unittest.TestCase):
         visitor = {"Host": "photos.example", "Origin": "https://photos.example"}
         try:
             address = server.stdout.readline().strip()
-            self.assertTrue(address, "no address")
+            if not address:
+                self.fail(server.stderr.read())
 
             def answer(path, body=None):
                 request = urllib.request.Request(address + path, data=body, headers=visitor)
