@@ -126,8 +126,9 @@ std::optional<PrintFormat> PrintFormatOfName(const std::filesystem::path& path);
 // kBadMask for an opacity of another size, kBadOption for one in a JPEG.
 std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format, const photo::Mask& opacity = {});
 
-// The bytes of a JPEG file to be looked at on a screen: quality 85, colour at full resolution. Throws Failure.
-std::vector<uint8_t> EncodeForScreen(const photo::Image& image);
+// The bytes of a JPEG file to be looked at on a screen: of that quality (1 to 100), colour at full resolution. Throws
+// Failure.
+std::vector<uint8_t> EncodeForScreen(const photo::Image& image, int quality = 85);
 
 // The bytes of a grey PNG file of 8 bits, which ReadMask reads. Throws Failure.
 std::vector<uint8_t> EncodeMask(const photo::Mask& mask);

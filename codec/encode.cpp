@@ -119,9 +119,8 @@ std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format, 
       EncodingFailure);
 }
 
-std::vector<uint8_t> EncodeForScreen(const photo::Image& image) {
-  constexpr int kQuality = 85;
-  return UseLibrary([&] { return Encoder(image, {}, std::nullopt).Jpeg(kQuality, true, true); }, EncodingFailure);
+std::vector<uint8_t> EncodeForScreen(const photo::Image& image, int quality) {
+  return UseLibrary([&] { return Encoder(image, {}, std::nullopt).Jpeg(quality, true, true); }, EncodingFailure);
 }
 
 std::vector<uint8_t> EncodeMask(const photo::Mask& mask) {

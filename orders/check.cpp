@@ -31,8 +31,9 @@ photo::PhotoCheck CheckOrder::Look(const photo::Image& photograph, codec::FileSo
 Answer CheckOrder::Work(Materials materials, photo::Studio& studio) const {
   codec::FileSource source(std::move(materials.photo), limits);
   const photo::Image photograph = source.Whole();
-  const photo::PhotoCheck check = Look(photograph, source, studio);
-  Answer answer{{}, CheckJson(materials.photoName, preset_.name, check)};
+  Steps steps;
+  const photo::PhotoCheck check = Timed(&steps.checking, [&] { return Look(photograph, source, studio); });
+  Answer answer{{}, CheckJson(materials.photoName, preset_.name, check), steps};
   if (draw) {
     answer.pictures.push_back({StemOf(materials.photoName) + "-check.png", codec::PrintFormat::kPng,
                                codec::EncodeImage(photo::DrawCheck(photograph, check), codec::ImageFormat::kPng)});

@@ -36,7 +36,12 @@ class MakeOrder final : public Order {
   MadeFile Finish(photo::MadePhoto made) const;
   // JSON; `output`: the finished file's name.
   std::string Report(const std::string& photograph, const std::string& output, const MadeFile& file) const;
-  Answer AnswerOf(const std::string& photoName, MadeFile file) const;
+  Answer AnswerOf(const std::string& photoName, const MadeFile& file) const;
+  // The picture alone, to be looked at while its options change: a JPEG whatever the limits of size ask, a PNG where
+  // the background is transparent. Throws Failure.
+  Picture Preview(const std::string& photoName, const photo::MadePhoto& made) const;
+  // Of the finished file.
+  codec::ImageFormat Format() const;
 
   DocumentOptions document;
   std::optional<int> person;
@@ -46,7 +51,6 @@ class MakeOrder final : public Order {
 
  private:
   Answer Work(Materials materials, photo::Studio& studio) const override;
-  codec::ImageFormat Format() const;
 
   photo::AnalyseRequest faces_;
   photo::MakeRequest request_;

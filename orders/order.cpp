@@ -193,6 +193,17 @@ std::unique_ptr<Order> NewOrder(std::string_view command) {
   return nullptr;
 }
 
+bool HasOption(std::string_view command, const std::string& name) {
+  const std::unique_ptr<Order> order = NewOrder(command);
+  if (!order) return false;
+  CLI::App parser;
+  parser.set_help_flag();
+  order->AddOptions(parser);
+  order->AddChoices(parser);
+  AddMaxMegapixels(parser, &order->limits.pixels);
+  return parser.get_option_no_throw("--" + name) != nullptr;
+}
+
 std::unique_ptr<Order> ParseOrder(std::string_view command, const OptionPairs& options, const codec::Limits& most) {
   std::unique_ptr<Order> order = NewOrder(command);
   if (!order) throw Failure(FailureCode::kBadOption, "there is no command " + Quoted(command));

@@ -7,6 +7,7 @@
 #ifndef QX_ORDERS_ORDER_H
 #define QX_ORDERS_ORDER_H
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -28,6 +29,10 @@ struct Materials {
   photo::Bytes photo;     // a file, as it is
   photo::Bytes mask;      // a file too; empty: none. Only make and background take one
   std::string photoName;  // of the photograph's file, for the report and for the names of what is made; any bytes
+  // Of sheets alone: files that go onto the same sheet after `photo`, and of all in turn, as far as it is told, how
+  // many copies, in digits; "0" for as many as there is room for, "" for as many as the order says.
+  std::vector<photo::Bytes> morePhotos = {};
+  std::vector<std::string> copies = {};
 };
 
 struct Picture {
@@ -36,9 +41,24 @@ struct Picture {
   std::vector<uint8_t> bytes;                             // of the file
 };
 
+// How long parts of the work took, in seconds; what belongs to none of them is in none.
+struct Steps {
+  double analysis = 0, rendering = 0, encoding = 0, checking = 0;
+};
+
+// What `step` gives; its time is added.
+template <typename Step>
+auto Timed(double* seconds, Step step) {
+  const auto begin = std::chrono::steady_clock::now();
+  auto result = step();
+  *seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  return result;
+}
+
 struct Answer {
   std::vector<Picture> pictures;  // in the order of the command's files; may be none
   std::string report;             // JSON, UTF-8, without an end of line
+  Steps steps = {};
 };
 
 // "image/jpeg".
@@ -83,6 +103,9 @@ const std::vector<std::string>& OrderNames();
 
 // An order without options; null for an unknown command.
 std::unique_ptr<Order> NewOrder(std::string_view command);
+
+// Whether ParseOrder takes an option of that name for that command.
+bool HasOption(std::string_view command, const std::string& name);
 
 // A settled one. Names and values may be hostile: a value is never taken for an option. `most`: what max-megapixels can
 // lower, not raise. Throws Failure as Settle does, and kBadOption (field "option") for an unknown name or a value that

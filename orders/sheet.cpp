@@ -1,6 +1,8 @@
 #include "orders/sheet.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -55,6 +57,43 @@ photo::PrintResolution ResolutionOf(const codec::FileSource& source, const photo
                   {{"option", "size"}});
   }
   return resolution;
+}
+
+// Of one photograph, see Materials.
+std::optional<int> ParseCopies(const std::string& text) {
+  int count = -1;
+  const char* const end = text.data() + text.size();
+  const auto [last, problem] = std::from_chars(text.data(), end, count);
+  if (problem != std::errc() || last != end || count < 0 || count > photo::kMaxTiles) {
+    throw Failure(
+        FailureCode::kBadOption,
+        "copies: \"" + photo::Printable(text) + "\" is no number from 0 to " + std::to_string(photo::kMaxTiles),
+        {{"option", "copies"}});
+  }
+  return count > 0 ? std::optional(count) : std::nullopt;
+}
+
+// The failure of one of several photographs.
+Failure About(size_t number, const Failure& failure) {
+  photo::FailureFields fields = failure.Fields();
+  fields.emplace_back("photograph", static_cast<double>(number));
+  return {failure.Code(), "photograph " + std::to_string(number) + ": " + failure.what(), std::move(fields)};
+}
+
+// How many of each photograph there are, and how large.
+Json PhotographsJson(const SheetFile& sheet) {
+  const auto millimetres = [&sheet](int32_t pixels) {
+    return std::round(photo::ToMillimetres(pixels, sheet.spec.dpi) * 100) / 100;
+  };
+  Json list = Json::array();
+  for (size_t i = 0; i < sheet.pictures.size(); ++i) {
+    const auto copies = std::count_if(sheet.layout.tiles.begin(), sheet.layout.tiles.end(),
+                                      [i](const photo::Tile& tile) { return tile.kind == i; });
+    list.push_back({{"copies", copies},
+                    {"width_mm", millimetres(sheet.pictures[i].width)},
+                    {"height_mm", millimetres(sheet.pictures[i].height)}});
+  }
+  return list;
 }
 
 }  // namespace
@@ -119,13 +158,34 @@ SheetFile SheetOrder::Draw(const std::vector<photo::SheetPhotograph>& photograph
   return sheet;
 }
 
+std::vector<photo::SheetPhotograph> SheetOrder::TakeAll(Materials* materials) const {
+  std::vector<photo::Bytes> files;
+  files.push_back(std::move(materials->photo));
+  for (photo::Bytes& file : materials->morePhotos) files.push_back(std::move(file));
+  std::vector<photo::SheetPhotograph> photographs;
+  for (size_t i = 0; i < files.size(); ++i) {
+    try {
+      codec::FileSource source(std::move(files[i]), limits);
+      photographs.push_back(Take(
+          source, files.size() == 1 ? photo::Printable(materials->photoName) : "photograph " + std::to_string(i + 1)));
+      if (i < materials->copies.size() && !materials->copies[i].empty()) {
+        photographs.back().copies = ParseCopies(materials->copies[i]);
+      }
+    } catch (const Failure& failure) {
+      if (files.size() == 1) throw;
+      throw About(i + 1, failure);
+    }
+  }
+  return photographs;
+}
+
 Answer SheetOrder::Work(Materials materials, photo::Studio&) const {
-  codec::FileSource source(std::move(materials.photo), limits);
-  SheetFile sheet = Draw({Take(source, photo::Printable(materials.photoName))});
+  SheetFile sheet = Draw(TakeAll(&materials));
   const std::string name = StemOf(materials.photoName) + "-sheet" + EndingOf(format);
   const Json report = {
-      {"photograph", materials.photoName}, {"output", name},        {"width", sheet.layout.width},
-      {"height", sheet.layout.height},     {"dpi", sheet.spec.dpi}, {"copies", sheet.layout.tiles.size()}};
+      {"photograph", materials.photoName},    {"output", name},        {"width", sheet.layout.width},
+      {"height", sheet.layout.height},        {"dpi", sheet.spec.dpi}, {"copies", sheet.layout.tiles.size()},
+      {"photographs", PhotographsJson(sheet)}};
   Answer answer{{}, report.dump(-1, ' ', false, Json::error_handler_t::replace)};
   answer.pictures.push_back({name, format, std::move(sheet.bytes)});
   return answer;

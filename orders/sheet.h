@@ -44,6 +44,7 @@ class SheetOrder final : public Order {
 
  private:
   Answer Work(Materials materials, photo::Studio& studio) const override;
+  std::vector<photo::SheetPhotograph> TakeAll(Materials* materials) const;
 
   photo::SheetSpec spec_;
   std::optional<photo::Size> printSize_;

@@ -27,13 +27,13 @@ struct Analysis::State {
   int32_t width = 0, height = 0;            // of the upright photograph
   double toOverviewX = 1, toOverviewY = 1;  // pixels of the overview for one of the photograph
   std::vector<ProbedFace> persons;          // the chosen ones, in pixels of the upright overview, from left to right
+  std::vector<AnalysedFace> faces;          // all, in pixels of the upright photograph
   std::vector<SourceFace> source;           // what is to be measured on them; none where only the persons are cut out
-  size_t facesFound = 0;
-  int number = 0;                        // of the first chosen one among them, from 1
-  std::optional<PersonMap> map;          // none where a mask was given
-  Mask given;                            // of the upright photograph, as made elsewhere; empty otherwise
-  Mask coarse;                           // of the whole photograph, at a small size
-  std::optional<PreparedPart> prepared;  // the last one, for the next rendering
+  int number = 0;                           // of the first chosen one among them, from 1
+  std::optional<PersonMap> map;             // none where a mask was given
+  Mask given;                               // of the upright photograph, as made elsewhere; empty otherwise
+  Mask coarse;                              // of the whole photograph, at a small size
+  std::optional<PreparedPart> prepared;     // the last one, for the next rendering
 };
 
 // The mask of a part of the photograph whose picture is at hand.

@@ -16,6 +16,8 @@
 namespace qx::photo {
 namespace {
 
+constexpr double kScoreParts = 1000;  // the engine's scores are thousandths
+
 // Enough for the faces, and for the person's map at its working size.
 constexpr int64_t kOverviewPixels = 2'000'000;
 
@@ -110,8 +112,17 @@ Analysis::~Analysis() = default;
 int Analysis::QuarterTurns() const {
   return state_->quarterTurns;
 }
+int32_t Analysis::Width() const {
+  return state_->width;
+}
+int32_t Analysis::Height() const {
+  return state_->height;
+}
 size_t Analysis::FacesFound() const {
-  return state_->facesFound;
+  return state_->faces.size();
+}
+std::vector<AnalysedFace> Analysis::Faces() const {
+  return state_->faces;
 }
 double Analysis::LeanDegrees() const {
   return state_->persons[0].Roll();
@@ -125,8 +136,8 @@ Mask MaskOfPart(const Analysis::State& state, const PhotographPart& part) {
 }
 
 std::vector<std::string> RemarksOnFaces(const Analysis::State& state) {
-  if (state.facesFound <= state.persons.size()) return {};
-  return {Count(state.facesFound, "face") + " found, the " +
+  if (state.faces.size() <= state.persons.size()) return {};
+  return {Count(state.faces.size(), "face") + " found, the " +
           (state.persons.size() == 1 ? "one of number " + std::to_string(state.number) : std::string("two largest")) +
           " taken"};
 }
@@ -188,7 +199,10 @@ std::unique_ptr<Analysis::State> Studio::FindPersons(PhotoSource& source, const 
   state->height = turned.Height();
   state->toOverviewX = static_cast<double>(upright.image.width) / state->width;
   state->toOverviewY = static_cast<double>(upright.image.height) / state->height;
-  state->facesFound = upright.facesFound;
+  for (const ProbedFace& face : upright.faces) {
+    const ProbedFace there = face.Moved(0, 0, 1 / state->toOverviewX, 1 / state->toOverviewY);
+    state->faces.push_back({face.score / kScoreParts, there.corners});
+  }
   state->number = upright.number;
   for (const size_t person : upright.persons) state->persons.push_back(upright.faces[person]);
   std::vector<FaceBox> persons, others;

@@ -12,6 +12,7 @@
 #ifndef QX_PHOTO_STUDIO_H
 #define QX_PHOTO_STUDIO_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -19,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "photo/base/geometry.h"
 #include "photo/base/image.h"
 #include "photo/base/photo_source.h"
 #include "photo/check/check.h"
@@ -37,6 +39,12 @@ struct AnalyseRequest {
   bool pair = false;        // the two largest instead
 };
 
+// A face as it shows in the upright photograph.
+struct AnalysedFace {
+  double score;                  // of the detector, 0 to 1
+  std::array<Point, 4> corners;  // top-left, top-right, bottom-left, bottom-right of the face's own upright frame
+};
+
 // What was found in one photograph: its faces and the mask of the chosen persons. Serves any number of renderings, by
 // any studio, one at a time; keeps the part of the photograph that the last one needed. After it was moved from it may
 // only be assigned to or destroyed.
@@ -46,8 +54,12 @@ class Analysis {
   Analysis& operator=(Analysis&&) noexcept;
   ~Analysis();
 
-  int QuarterTurns() const;    // 0 to 3, clockwise, that made the photograph upright
-  size_t FacesFound() const;   // in the photograph
+  int QuarterTurns() const;   // 0 to 3, clockwise, that made the photograph upright
+  int32_t Width() const;      // of the upright photograph, in pixels
+  int32_t Height() const;     // the same
+  size_t FacesFound() const;  // in the photograph
+  // All of them, in pixels of the upright photograph; the one of number N (AnalyseRequest::face) is at N - 1.
+  std::vector<AnalysedFace> Faces() const;
   double LeanDegrees() const;  // of the first person's head in the upright photograph, clockwise positive
 
   struct State;  // the source files' own

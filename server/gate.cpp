@@ -15,27 +15,66 @@ bool HasHeader(const Pairs& headers, std::string_view name) {
                      [name](const auto& header) { return SameWord(header.first, name); });
 }
 
-// The weight of a kind in Accept, 0 where it is not named (RFC 9110, section 12.4.2).
-double WeightOf(std::string_view accept, std::string_view kind) {
-  double most = 0;
+struct MediaRange {
+  std::string type;  // "image/*"
+  double weight;     // 0 to 1
+};
+
+// RFC 9110, section 12.4.2.
+std::vector<MediaRange> RangesOf(std::string_view accept) {
+  std::vector<MediaRange> ranges;
   while (!accept.empty()) {
     const size_t end = std::min(accept.find(','), accept.size());
     std::string entry(accept.substr(0, end));
     accept.remove_prefix(std::min(end + 1, accept.size()));
-    entry.erase(std::remove(entry.begin(), entry.end(), ' '), entry.end());
-    if (!SameWord(std::string_view(entry).substr(0, kind.size()), kind)) continue;
-    const size_t q = entry.find(";q=");
+    const auto isSpace = [](char c) { return c == ' ' || c == '\t'; };
+    entry.erase(std::remove_if(entry.begin(), entry.end(), isSpace), entry.end());
+    const size_t q = std::min(entry.find(";q="), entry.find(";Q="));
     const double weight = q == std::string::npos ? 1 : std::strtod(entry.c_str() + q + 3, nullptr);
-    most = std::max(most, std::min(weight, 1.0));
+    // What is no number is no wish.
+    ranges.push_back({entry.substr(0, entry.find(';')), weight > 0 ? std::min(weight, 1.0) : 0});
+  }
+  return ranges;
+}
+
+// The most that is given to this type, or to one of this kind: "image/".
+double Named(const std::vector<MediaRange>& ranges, std::string_view type) {
+  double most = 0;
+  for (const MediaRange& range : ranges) {
+    const std::string_view name = range.type;
+    const bool isNamed = type.back() == '/' ? name.size() > type.size() && SameWord(name.substr(0, type.size()), type)
+                                            : SameWord(name, type);
+    if (isNamed) most = std::max(most, range.weight);
   }
   return most;
 }
 
+// The weight of the range that tells most of the type.
+double WeightOf(const std::vector<MediaRange>& ranges, std::string_view type) {
+  for (const std::string_view name : {type, std::string_view("image/*"), std::string_view("*/*")}) {
+    for (const MediaRange& range : ranges) {
+      if (SameWord(range.type, name)) return range.weight;
+    }
+  }
+  return 0;
+}
+
+std::string FormatOf(const std::vector<MediaRange>& ranges) {
+  const double png = WeightOf(ranges, "image/png"), jpeg = WeightOf(ranges, "image/jpeg"),
+               tiff = WeightOf(ranges, "image/tiff");
+  if (png > std::max(jpeg, tiff)) return "png";
+  if (jpeg > std::max(png, tiff)) return "jpg";
+  return tiff > std::max(png, jpeg) ? "tiff" : "";
+}
+
 }  // namespace
 
-bool PrefersJson(std::string_view accept) {
-  const double json = WeightOf(accept, "application/json");
-  return json > 0 && json > WeightOf(accept, "image/");
+Wanted WantedBy(std::string_view accept) {
+  const std::vector<MediaRange> ranges = RangesOf(accept);
+  const double json = Named(ranges, "application/json"), picture = Named(ranges, "image/"),
+               zip = Named(ranges, "application/zip");
+  return {json > 0 && json > picture, picture > 0 && picture >= json, zip > 0 && zip > std::max(json, picture),
+          FormatOf(ranges)};
 }
 
 std::string_view Head::Only(std::string_view name) const {
@@ -137,7 +176,9 @@ void Gate::Admit(const Head& head, Visit* visit) const {
   visit->ifNoneMatch = head.Only("If-None-Match");
   request.options = std::move(target.query);
   request.contentType = head.Only("Content-Type");
-  request.wantsJson = PrefersJson(head.Only("Accept"));
+  request.wanted = WantedBy(head.Only("Accept"));
+  request.wantsJson = request.wanted.json;
+  request.ifNoneMatch = visit->ifNoneMatch;
 }
 
 void Gate::TakeBody(Bytes body, Visit* visit) const {

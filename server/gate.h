@@ -80,8 +80,8 @@ class Gate {
 // unless the response says how it may be kept. Headers that could break a line go.
 void AddStandardHeaders(Response* response);
 
-// Whether an Accept rather wants the report than the picture: it names JSON, and no picture at least as much.
-bool PrefersJson(std::string_view accept);
+// Reads an Accept; what cannot be read in it counts for nothing.
+Wanted WantedBy(std::string_view accept);
 
 }  // namespace qx::server
 

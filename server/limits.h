@@ -36,6 +36,7 @@ struct Limits {
   size_t nameBytes = 64;
   size_t valueBytes = 4 << 10;
   size_t partHeadBytes = 2 << 10;
+  size_t sheetPhotos = 16;
 };
 
 }  // namespace qx::server

@@ -17,6 +17,14 @@ using Bytes = std::vector<uint8_t>;
 // Names may come twice, and stand in the order in which they came.
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
+// What a client would rather have, by its Accept (RFC 9110, section 12.5.1).
+struct Wanted {
+  bool json = false;     // JSON is named, and no picture at least as much
+  bool picture = false;  // a picture is named, and JSON no more than it
+  bool zip = false;      // ZIP is named, and neither of them at least as much
+  std::string format;    // png, jpg or tiff: the kind of picture wanted more than the other two; else empty
+};
+
 struct Request {
   std::string method;       // GET, POST or DELETE; a HEAD comes as GET
   Route route;              // what was asked for
@@ -25,7 +33,13 @@ struct Request {
   Bytes mask;               // the form's file of that name
   std::string photoName;    // the form's name of the photograph, without folders; may be empty. Not for logs
   std::string contentType;  // of the photograph, as the client says; not to be relied on
-  bool wantsJson = false;   // rather the report than the picture
+  bool wantsJson = false;   // wanted.json: rather the report than the picture
+  Wanted wanted;
+  std::string ifNoneMatch;  // as it came
+  // Of a form for a sheet that has several photographs: those after `photo`, and of all in turn how many copies, in
+  // digits; "0": as many as there is room for, "": as the options say.
+  std::vector<Bytes> morePhotos;
+  std::vector<std::string> copies;
   // Whether nobody waits for the answer any more. For any thread; never null.
   std::function<bool()> abandoned;
 };

@@ -185,33 +185,94 @@ std::vector<Part> ParseMultipart(std::string_view body, std::string_view boundar
   return parts;
 }
 
-void TakeForm(Bytes body, std::string_view boundary, const Limits& limits, Request* request) {
-  const std::string_view text(reinterpret_cast<const char*>(body.data()), body.size());
-  const Part* photo = nullptr;
+namespace {
+
+// What is found in a form, in its order.
+struct FormFiles {
+  std::vector<const Part*> photos;
   const Part* mask = nullptr;
-  const std::vector<Part> parts = ParseMultipart(text, boundary, limits);
-  for (const Part& part : parts) {
-    const bool file = part.name == "photo" || part.name == "mask";
-    if (file) {
-      const Part*& place = part.name == "photo" ? photo : mask;
-      if (place) throw Problem(400, "bad_form", "the form has more than one file \"" + part.name + "\"");
-      place = &part;
+};
+
+class FormReader {
+ public:
+  FormReader(std::string_view body, const Limits& limits, Request* request)
+      : body_(body),
+        limits_(limits),
+        request_(*request),
+        mostPhotos_(request->route.place == Place::kCommand && request->route.name == "sheet" ? limits.sheetPhotos
+                                                                                              : 1) {}
+
+  FormFiles Read(const std::vector<Part>& parts) {
+    for (const Part& part : parts) Take(part);
+    return files_;
+  }
+
+ private:
+  void Take(const Part& part) {
+    if (part.name == "photo") {
+      if (files_.photos.size() == mostPhotos_) throw TooMany(part.name);
+      files_.photos.push_back(&part);
+    } else if (part.name == "mask") {
+      if (files_.mask) throw TooMany(part.name);
+      files_.mask = &part;
     } else if (!part.fileName.empty()) {
       throw Problem(400, "bad_form", "the form has a file other than \"photo\" and \"mask\"");
     } else {
-      const std::string_view value = text.substr(part.begin, part.size);
-      CheckOption(part.name, value, limits);
-      if (request->options.size() >= limits.parts) throw Problem(400, "bad_option", "too many options");
-      request->options.emplace_back(part.name, value);
+      TakeOption(part);
     }
   }
-  if (!photo || photo->size == 0) throw Problem(400, "no_photo", "the form has no file \"photo\"");
+
+  void TakeOption(const Part& part) {
+    const std::string_view value = body_.substr(part.begin, part.size);
+    CheckOption(part.name, value, limits_);
+    if (mostPhotos_ > 1 && part.name == "copies" && !files_.photos.empty()) return TakeCopies(value);
+    if (request_.options.size() >= limits_.parts) throw Problem(400, "bad_option", "too many options");
+    request_.options.emplace_back(part.name, value);
+  }
+
+  void TakeCopies(std::string_view value) {
+    if (request_.copies.size() == files_.photos.size()) {
+      throw Problem(400, "bad_option", "copies: comes twice for one photograph", {{"option", "copies"}});
+    }
+    request_.copies.resize(files_.photos.size());
+    request_.copies.back() = value;
+  }
+
+  Problem TooMany(const std::string& name) const {
+    if (mostPhotos_ == 1 || name == "mask") {
+      return {400, "bad_form", "the form has more than one file \"" + name + "\""};
+    }
+    return {400,
+            "bad_form",
+            "the form has more photographs than a sheet takes here, " + std::to_string(mostPhotos_),
+            {{"limit", static_cast<double>(mostPhotos_)}}};
+  }
+
+  const std::string_view body_;
+  const Limits& limits_;
+  Request& request_;
+  const size_t mostPhotos_;
+  FormFiles files_;
+};
+
+}  // namespace
+
+void TakeForm(Bytes body, std::string_view boundary, const Limits& limits, Request* request) {
+  const std::string_view text(reinterpret_cast<const char*>(body.data()), body.size());
+  const std::vector<Part> parts = ParseMultipart(text, boundary, limits);
+  const FormFiles files = FormReader(text, limits, request).Read(parts);
+  const bool isMissing = files.photos.empty() || std::any_of(files.photos.begin(), files.photos.end(),
+                                                             [](const Part* photo) { return photo->size == 0; });
+  if (isMissing) throw Problem(400, "no_photo", "the form has no file \"photo\", or an empty one");
   const auto at = [&body](size_t offset) { return body.begin() + static_cast<std::ptrdiff_t>(offset); };
-  if (mask) request->mask.assign(at(mask->begin), at(mask->begin + mask->size));
-  request->photoName = photo->fileName;
-  request->contentType = photo->type;
-  body.erase(at(photo->begin + photo->size), body.end());
-  body.erase(body.begin(), at(photo->begin));
+  const auto copy = [&at](const Part& part) { return Bytes(at(part.begin), at(part.begin + part.size)); };
+  if (files.mask) request->mask = copy(*files.mask);
+  for (size_t i = 1; i < files.photos.size(); ++i) request->morePhotos.push_back(copy(*files.photos[i]));
+  const Part& first = *files.photos[0];
+  request->photoName = first.fileName;
+  request->contentType = first.type;
+  body.erase(at(first.begin + first.size), body.end());
+  body.erase(body.begin(), at(first.begin));
   request->photo = std::move(body);
 }
 

@@ -28,8 +28,10 @@ std::string BoundaryOf(std::string_view contentType);
 // limits.parts parts, or heads of parts beyond limits.partHeadBytes.
 std::vector<Part> ParseMultipart(std::string_view body, std::string_view boundary, const Limits& limits);
 
-// Takes the files "photo" and "mask" and the other fields as options into the request. The photograph stays in the
-// memory of the body. Throws Problem (400) as above, for files of other names, and where a photograph is missing.
+// Takes the files "photo" and "mask" and the other fields as options into the request. A form for a sheet may have
+// several photographs; a field "copies" behind one counts for that one alone. A single photograph stays in the memory
+// of the body. Throws Problem (400) as above, for files of other names, more than limits.sheetPhotos photographs, and
+// where a photograph is missing.
 void TakeForm(Bytes body, std::string_view boundary, const Limits& limits, Request* request);
 
 }  // namespace qx::server

@@ -22,6 +22,7 @@ Place PlaceUnderVersion(const std::vector<std::string>& segments) {
   if (segments.size() == 3 && what == "photos") return Place::kPhoto;
   if (segments.size() == 4 && what == "photos" && segments[3] == "result") return Place::kResult;
   if (segments.size() == 4 && what == "photos" && segments[3] == "preview") return Place::kPreview;
+  if (segments.size() == 4 && what == "photos" && segments[3] == "check") return Place::kCheck;
   return Place::kNone;
 }
 
@@ -33,6 +34,11 @@ Place PlaceOf(const std::vector<std::string>& segments) {
   return Place::kFile;
 }
 
+// Whether something is made of a photograph that is kept.
+bool IsOfKept(Place place) {
+  return place == Place::kResult || place == Place::kPreview || place == Place::kCheck;
+}
+
 }  // namespace
 
 Route FindRoute(const std::vector<std::string>& segments) {
@@ -41,8 +47,7 @@ Route FindRoute(const std::vector<std::string>& segments) {
   for (const std::string& segment : segments) route.path += "/" + segment;
   if (segments.empty()) route.path = "/";
   if (route.place == Place::kCommand) route.name = segments[1];
-  const bool named = route.place == Place::kPresets || route.place == Place::kPhoto || route.place == Place::kResult ||
-                     route.place == Place::kPreview;
+  const bool named = route.place == Place::kPresets || route.place == Place::kPhoto || IsOfKept(route.place);
   if (named && segments.size() > 2) route.name = segments[2];
   return route;
 }
@@ -73,7 +78,7 @@ bool TakesBody(const Route& route, std::string_view method) {
 
 bool TakesSlot(const Route& route, std::string_view method) {
   if (method == "OPTIONS") return false;
-  return TakesBody(route, method) || route.place == Place::kResult || route.place == Place::kPreview;
+  return TakesBody(route, method) || IsOfKept(route.place);
 }
 
 bool IsOpen(const Route& route) {
@@ -102,6 +107,7 @@ std::string_view LabelOf(const Route& route) {
     case Place::kPhoto: return "/v1/photos/ID";
     case Place::kResult: return "/v1/photos/ID/result";
     case Place::kPreview: return "/v1/photos/ID/preview";
+    case Place::kCheck: return "/v1/photos/ID/check";
     case Place::kFile: return "file";
   }
   return "none";

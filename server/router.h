@@ -20,6 +20,7 @@ enum class Place {
   kPhoto,    // /v1/photos/ID with `name`
   kResult,   // /v1/photos/ID/result with `name`
   kPreview,  // /v1/photos/ID/preview with `name`
+  kCheck,    // /v1/photos/ID/check with `name`
   kFile,     // whatever does not begin with /v1/: a file of the page, if there is one of that path
 };
 

@@ -1,22 +1,28 @@
 #include "server/service.h"
 
 #include <sys/random.h>
+#include <unistd.h>
 
 #include <array>
-#include <chrono>
+#include <cstdio>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "orders/presets.h"
 #include "photo/base/failure.h"
+#include "server/answer.h"
+#include "server/children/process.h"
+#include "server/files.h"
 #include "server/problem.h"
+#include "server/zip.h"
 
 namespace qx::server {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using photo::FailureCode;
 
-constexpr std::chrono::seconds kSoon{2};
+constexpr char kJsonType[] = "application/json";
 
 // 128 bits that nobody guesses.
 std::string NewId() {
@@ -30,103 +36,205 @@ std::string NewId() {
   return id;
 }
 
-unsigned StatusOfName(const std::string& code, const photo::FailureFields& fields) {
-  if (code == kNotKept) return 404;
-  for (int i = 0; i <= static_cast<int>(FailureCode::kEngine); ++i) {
-    const auto known = static_cast<FailureCode>(i);
-    if (code == NameOf(known)) return StatusOf(known, fields);
-  }
-  return 500;
+// RFC 3339, in UTC.
+std::string TimeIn(std::chrono::seconds time) {
+  const std::time_t then = std::time(nullptr) + time.count();
+  std::tm parts = {};
+  gmtime_r(&then, &parts);
+  char text[40];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return text;
 }
 
-Response FailureResponse(const ChildReply& reply) {
-  switch (reply.kind) {
-    case ChildReply::Kind::kFailure:
-      return ProblemResponse(Problem(StatusOfName(reply.code, reply.fields), reply.code, reply.text, reply.fields));
-    // A file that costs a child its life is refused; the server goes on.
-    case ChildReply::Kind::kDied:
-      return ProblemResponse(Problem(422, "not_possible", "the photograph could not be worked on"));
-    case ChildReply::Kind::kTimedOut:
-      return ProblemResponse(Problem(422, "not_possible", "the photograph took too long to be worked on"));
-    case ChildReply::Kind::kKilled: return BusyResponse(kSoon, "the work on the photograph was ended; send it again");
-    default: return BusyResponse(kSoon, "too many photographs at once");
-  }
+std::string TagOf(std::string_view text) {
+  char tag[40];
+  std::snprintf(tag, sizeof tag, "\"%08x-%zx\"", Crc32(text), text.size());
+  return tag;
 }
 
-Response AnswerResponse(ChildReply reply, bool wantsJson, unsigned status) {
-  if (wantsJson || reply.pictures.empty()) return TextResponse(status, "application/json", reply.report);
-  if (reply.pictures.size() > 1) {
-    return ProblemResponse(Problem(406, "several_pictures", "that would be several pictures; ask for the report"));
-  }
-  Response response;
-  response.status = status;
-  response.headers = {{"Content-Type", reply.pictures[0].type}};
-  response.body = Bytes(reply.pictures[0].bytes.begin(), reply.pictures[0].bytes.end());
-  return response;
+std::string PathOf(const std::string& id) {
+  return "/v1/photos/" + id;
 }
 
-// The form's and the query's options; in results the kind of file is asked for by Accept.
+std::string Member(const char* name, const Json& value) {
+  return Json(name).dump() + ":" + value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// What the client sent, its options for the query of links kept.
 ChildRequest RequestOf(std::string command, Request* request, std::string id) {
   ChildRequest asked;
   asked.command = std::move(command);
-  asked.options = std::move(request->options);
+  asked.options = request->options;
   asked.photo = photo::Bytes(request->photo.begin(), request->photo.end());
   asked.mask = photo::Bytes(request->mask.begin(), request->mask.end());
   asked.keptId = std::move(id);
+  for (const Bytes& photo : request->morePhotos) asked.morePhotos.emplace_back(photo.begin(), photo.end());
+  asked.copies = std::move(request->copies);
+  asked.abandoned = std::move(request->abandoned);
+  request->photo = request->mask = Bytes();
+  request->morePhotos.clear();
   return asked;
+}
+
+// Where the same can be asked for again, with the photograph, and what else belongs to it.
+Json LinksOfCommand(const Request& request) {
+  Json links = {{"picture", request.route.path + QueryOf(request.options)}};
+  for (const auto& [name, value] : request.options) {
+    if (name == "preset") links["document"] = "/v1/presets/" + value;
+  }
+  return links;
+}
+
+Json LinksOfResult(const Request& request) {
+  const std::string photo = PathOf(request.route.name), query = QueryOf(request.options);
+  return {{"picture", photo + "/result" + query}, {"check", photo + "/check" + query}, {"photo", photo}};
+}
+
+Response WithLinks(const ChildReply& answer, const Json& links) {
+  return TextResponse(200, kJsonType, WithMembers(answer.report, "", Member("links", links)));
 }
 
 }  // namespace
 
-void Service::Ask(ChildRequest asked, bool wantsJson, unsigned status, std::function<void(Response)> reply) {
-  children_.Run(std::move(asked), [wantsJson, status, reply = std::move(reply)](ChildReply answer) {
-    reply(answer.kind == ChildReply::Kind::kAnswer ? AnswerResponse(std::move(answer), wantsJson, status)
-                                                   : FailureResponse(answer));
-  });
-}
+Service::Service(const ChildrenSettings& settings)
+    : keptTime_(settings.limits.keptSeconds),
+      presets_(orders::PresetsJson(orders::PresetsOrder().Found())),
+      children_(settings) {}
 
 void Service::Handle(Request request, std::function<void(Response)> reply) {
-  const bool wantsJson = request.wantsJson;
-  const std::string name = request.route.name;
-  if (request.method == "POST" && request.photo.empty()) {
-    throw Problem(400, "no_photograph", "the body is empty; send the photograph");
-  }
   switch (request.route.place) {
-    case Place::kPresets: {
-      if (!name.empty()) request.options.emplace_back("name", name);
-      return Ask(RequestOf("presets", &request, ""), true, 200, std::move(reply));
-    }
-    case Place::kCommand: return Ask(RequestOf(name, &request, ""), wantsJson, 200, std::move(reply));
-    case Place::kPhotos: {
-      const std::string id = NewId();
-      const auto created = [reply = std::move(reply), id](Response response) {
-        if (response.status == 201) {
-          Json report = Json::parse(response.body.begin(), response.body.end());
-          report["id"] = id;
-          response = TextResponse(201, "application/json", report.dump());
-          response.headers.emplace_back("Location", "/v1/photos/" + id);
-        }
-        reply(std::move(response));
-      };
-      return Ask(RequestOf(kKeep, &request, id), true, 201, created);
-    }
-    case Place::kPhoto: return Ask(RequestOf(kDrop, &request, name), true, 204, std::move(reply));
+    case Place::kPresets: return reply(Presets(request));
+    case Place::kCommand: return Command(std::move(request), std::move(reply));
+    case Place::kPhotos: return Keep(std::move(request), std::move(reply));
+    case Place::kPhoto: return Drop(std::move(request), std::move(reply));
     case Place::kResult:
-    case Place::kPreview: return Ask(RequestOf(kRender, &request, name), wantsJson, 200, std::move(reply));
+    case Place::kPreview:
+    case Place::kCheck: return WorkOnKept(std::move(request), std::move(reply));
     default: throw Problem(404, "not_found", "there is no such path");
   }
 }
 
+// No photograph is in it: it is answered here, and a client may keep it as long as its tag is the same. It is not
+// compressed: a proxy that speaks to the outside does so, and on the own computer the time would be lost.
+Response Service::Presets(const Request& request) const {
+  const std::string& name = request.route.name;
+  const bool isWhole = name.empty() && request.options.empty();
+  std::string some;
+  if (!isWhole) {
+    Pairs options = request.options;
+    if (!name.empty()) options.emplace_back("name", name);
+    try {
+      const auto order = orders::ParseOrder("presets", options);
+      const auto& presets = dynamic_cast<const orders::PresetsOrder&>(*order);
+      some = presets.name.empty() ? orders::PresetsJson(presets.Found())
+                                  : orders::PresetJson(photo::FindPreset(presets.name));
+    } catch (const photo::Failure& failure) {
+      if (name.empty() || failure.Code() != photo::FailureCode::kUnknownPreset) throw;
+      throw Problem(404, NameOf(failure.Code()), failure.what(), failure.Fields());
+    }
+  }
+  const std::string& text = isWhole ? presets_ : some;
+  const std::string tag = TagOf(text);
+  Response response = HasTag(request.ifNoneMatch, tag) ? Response() : TextResponse(200, kJsonType, text);
+  if (response.body.empty()) response.status = 304;
+  response.headers.emplace_back("ETag", tag);
+  response.headers.emplace_back("Cache-Control", "no-cache");
+  return response;
+}
+
+void Service::Command(Request request, Reply reply) {
+  const std::string command = request.route.name;
+  ChildRequest asked = RequestOf(command, &request, "");
+  if (request.wanted.format != "tiff" || command == "sheet") asked.wishedFormat = request.wanted.format;
+  // These two are reports, to the letter the command's; the others report on a picture.
+  const bool isReport = command == "check" || command == "inspect";
+  const bool isLinked = request.wanted.json && !isReport;
+  Ask(
+      std::move(asked),
+      [request, isLinked](const ChildReply& answer) {
+        return isLinked ? WithLinks(answer, LinksOfCommand(request)) : AnswerOf(answer, request.wanted);
+      },
+      std::move(reply));
+}
+
+void Service::Keep(Request request, Reply reply) {
+  const std::string id = NewId();
+  Ask(
+      RequestOf(kKeep, &request, id),
+      [id, time = keptTime_](const ChildReply& answer) {
+        const std::string photo = PathOf(id);
+        const Json links = {{"self", photo},
+                            {"result", photo + "/result"},
+                            {"preview", photo + "/preview"},
+                            {"check", photo + "/check"}};
+        const std::string after = Member("expires", TimeIn(time)) + "," + Member("links", links);
+        Response response = TextResponse(201, kJsonType, WithMembers(answer.report, Member("id", id), after));
+        response.headers.emplace_back("Location", photo);
+        return response;
+      },
+      std::move(reply));
+}
+
+void Service::Drop(Request request, Reply reply) {
+  const std::string id = request.route.name;
+  Ask(
+      RequestOf(kDrop, &request, id),
+      [](const ChildReply&) {
+        Response response;
+        response.status = 204;
+        return response;
+      },
+      std::move(reply));
+}
+
+void Service::WorkOnKept(Request request, Reply reply) {
+  const Place place = request.route.place;
+  Wanted wanted = request.wanted;
+  const bool isLinked = place == Place::kResult && wanted.json;
+  // A check is a report unless its drawing is asked for, a preview never one.
+  wanted.json = place == Place::kResult ? wanted.json : place == Place::kCheck && !wanted.picture;
+  const char* const command = place == Place::kPreview  ? kPreview
+                              : place == Place::kResult ? kRender
+                              : wanted.json             ? kMeasure
+                                                        : kDraw;
+  ChildRequest asked = RequestOf(command, &request, request.route.name);
+  if (place == Place::kResult && wanted.format != "tiff") asked.wishedFormat = wanted.format;
+  Ask(
+      std::move(asked),
+      [request, wanted, isLinked](const ChildReply& answer) {
+        return isLinked ? WithLinks(answer, LinksOfResult(request)) : AnswerOf(answer, wanted);
+      },
+      std::move(reply));
+}
+
+void Service::Ask(ChildRequest asked, Shape shape, Reply reply) {
+  children_.Run(std::move(asked), [this, shape = std::move(shape), reply = std::move(reply)](ChildReply answer) {
+    stages_.Add(answer.seconds);
+    try {
+      reply(answer.kind == ChildReply::Kind::kAnswer ? shape(answer) : FailureAnswer(answer));
+    } catch (const std::exception& exception) {
+      reply(ProblemResponse(exception));
+    }
+  });
+}
+
 std::string Service::Metrics() const {
   const ChildrenState state = children_.State();
-  const auto line = [](const char* name, const char* kind, uint64_t value) {
-    return std::string("# TYPE ") + name + " " + kind + "\n" + name + " " + std::to_string(value) + "\n";
+  const auto line = [](const char* name, const char* kind, const char* help, uint64_t value) {
+    return std::string("# HELP ") + name + " " + help + "\n# TYPE " + name + " " + kind + "\n" + name + " " +
+           std::to_string(value) + "\n";
   };
-  return line("idphoto_children_ready", "gauge", state.ready) + line("idphoto_children_busy", "gauge", state.busy) +
-         line("idphoto_requests_waiting", "gauge", state.waiting) +
-         line("idphoto_photographs_kept", "gauge", state.keptPhotos) +
-         line("idphoto_children_started_total", "counter", state.started) +
-         line("idphoto_children_died_total", "counter", state.died);
+  uint64_t memory = 0;
+  for (const pid_t process : state.processes) memory += ResidentBytes(process);
+  return line("idphoto_children_ready", "gauge", "Processes that work on photographs or could.", state.ready) +
+         line("idphoto_children_busy", "gauge", "Of these, those that do.", state.busy) +
+         line("idphoto_requests_waiting", "gauge", "Requests that wait for such a process.", state.waiting) +
+         line("idphoto_photographs_kept", "gauge", "Photographs kept for variations.", state.keptPhotos) +
+         line("idphoto_children_started_total", "counter", "Processes started.", state.started) +
+         line("idphoto_children_died_total", "counter", "Processes that a photograph or a limit ended.", state.died) +
+         line("idphoto_children_resident_bytes", "gauge", "Memory of these processes, shared pages in each.", memory) +
+         line("process_resident_memory_bytes", "gauge", "Memory of the server itself.", ResidentBytes(getpid())) +
+         stages_.Text();
 }
 
 }  // namespace qx::server

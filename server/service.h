@@ -2,10 +2,12 @@
 #ifndef QX_SERVER_SERVICE_H
 #define QX_SERVER_SERVICE_H
 
+#include <chrono>
 #include <functional>
 #include <string>
 
 #include "server/children/children.h"
+#include "server/children/stage_times.h"
 #include "server/message.h"
 
 namespace qx::server {
@@ -13,16 +15,28 @@ namespace qx::server {
 class Service final : public Handler {
  public:
   // Starts the children. Throws std::system_error.
-  explicit Service(const ChildrenSettings& settings) : children_(settings) {}
+  explicit Service(const ChildrenSettings& settings);
 
   void Handle(Request request, std::function<void(Response)> reply) override;
   bool Ready() const override { return children_.State().ready > 0; }
   std::string Metrics() const override;
 
  private:
-  void Ask(ChildRequest asked, bool wantsJson, unsigned status, std::function<void(Response)> reply);
+  using Reply = std::function<void(Response)>;
+  // An answer as a response; what it throws is answered as a problem.
+  using Shape = std::function<Response(const ChildReply&)>;
 
-  Children children_;
+  Response Presets(const Request& request) const;
+  void Command(Request request, Reply reply);
+  void Keep(Request request, Reply reply);
+  void Drop(Request request, Reply reply);
+  void WorkOnKept(Request request, Reply reply);
+  void Ask(ChildRequest asked, Shape shape, Reply reply);
+
+  const std::chrono::seconds keptTime_;
+  const std::string presets_;  // all documents
+  StageTimes stages_;
+  Children children_;  // ends first: its replies use the others
 };
 
 }  // namespace qx::server

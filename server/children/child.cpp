@@ -65,6 +65,10 @@ ChildReply AnswerOf(ChildWorker& worker, ChildRequest request) {
   try {
     return worker.Answer(std::move(request));
   } catch (const std::exception& exception) {
+    // What was not foreseen is told to who runs the server, nobody else.
+    const bool isForeseen =
+        dynamic_cast<const photo::Failure*>(&exception) || dynamic_cast<const std::bad_alloc*>(&exception);
+    if (!isForeseen) std::fprintf(stderr, "error: %s\n", exception.what());
     return FailureReply(exception);
   }
 }

@@ -166,7 +166,9 @@ class Children::Pool {
     const Clock::time_point now = Clock::now();
     for (auto job = waiting_.begin(); job != waiting_.end();) {
       ChildLink* const link = isStopped_ ? nullptr : LinkFor(job->request);
-      if (isStopped_) {
+      if (job->request.abandoned && job->request.abandoned()) {
+        replies.emplace_back(std::move(job->callback), Refusal(ChildReply::Kind::kCancelled, "nobody waits for it"));
+      } else if (isStopped_) {
         replies.emplace_back(std::move(job->callback), Refusal(ChildReply::Kind::kCancelled, "the server is stopping"));
       } else if (!link && NeedsKept(job->request)) {
         replies.emplace_back(std::move(job->callback), FailureReply(kNotKept, "the photograph is kept no longer"));
@@ -239,6 +241,7 @@ class Children::Pool {
       state.ready += isBusy || link->Now() == ChildLink::State::kIdle;
       state.busy += isBusy;
       state.keptPhotos += link->Kept();
+      state.processes.push_back(link->Id());
     }
     state.started = started_;
     state.died = died_;

@@ -5,12 +5,15 @@
 #ifndef QX_SERVER_CHILDREN_CHILDREN_H
 #define QX_SERVER_CHILDREN_CHILDREN_H
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "server/children/message.h"
 
@@ -42,6 +45,7 @@ struct ChildrenState {
   size_t waiting = 0;
   size_t keptPhotos = 0;
   uint64_t started = 0, died = 0, replaced = 0;
+  std::vector<pid_t> processes;  // of all children that have not ended
 };
 
 // For any thread.

@@ -6,13 +6,22 @@
 #include <cstddef>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "codec/codec.h"
+#include "orders/make.h"
 #include "photo/studio.h"
 #include "server/children/message.h"
 
 namespace qx::server {
+
+// A finished photograph and what it was made by.
+struct FinishedPhoto {
+  orders::OptionPairs options;  // but for the format
+  codec::ImageFormat format;
+  orders::MadeFile file;
+};
 
 struct KeptPhoto {
   KeptPhoto(photo::Bytes file, const codec::Limits& limits) : source(std::move(file), limits) {}
@@ -21,6 +30,8 @@ struct KeptPhoto {
   photo::Mask mask;  // given with the photograph, or empty
   photo::AnalyseRequest asked;
   std::unique_ptr<photo::Analysis> analysis;  // for what was asked
+  // The last one: its picture, its report and its check are asked for one after the other.
+  std::optional<FinishedPhoto> finished = {};
 };
 
 // Bounded in number, memory and time; what was asked for the longest ago goes first.

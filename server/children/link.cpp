@@ -46,6 +46,7 @@ void ChildLink::Ask(ChildJob job) {
   // What is kept has been read already, and may be asked for many times while somebody moves a slider.
   isForKept_ = NeedsKept(job.request);
   if (!isForKept_) ++read_;
+  waited_ = std::chrono::duration<double>(Clock::now() - job.since).count();
   writer_.emplace(ToFrame(job.number, std::move(job.request)));
   job_ = std::move(job);
   ++asked_;
@@ -198,6 +199,7 @@ void ChildLink::Break(const std::string& why) {
 
 void ChildLink::Reply(ChildReply reply) {
   const ChildJob job = std::move(*std::exchange(job_, std::nullopt));
+  reply.seconds[static_cast<size_t>(Stage::kWaiting)] = waited_;
   job.callback(std::move(reply));
 }
 

@@ -25,6 +25,7 @@ struct ChildJob {
   ChildRequest request;
   Children::Callback callback;
   Clock::time_point until;  // it waits no longer
+  Clock::time_point since = Clock::now();
 };
 
 // Of the thread of the children alone.
@@ -42,6 +43,7 @@ class ChildLink {
   explicit ChildLink(const ChildrenSettings& settings);
 
   State Now() const { return state_; }
+  pid_t Id() const { return process_.Id(); }
   bool IsRetiring() const { return isRetiring_; }
   bool Keeps(const std::string& id) const { return kept_.count(id) > 0; }
   size_t Kept() const { return kept_.size(); }
@@ -88,6 +90,7 @@ class ChildLink {
   std::optional<FrameWriter> writer_;
   std::optional<ChildJob> job_;
   std::string askedId_, askedCommand_;
+  double waited_ = 0;                              // seconds, the request at hand
   std::map<std::string, Clock::time_point> kept_;  // and when each was last asked for
   size_t asked_ = 0, read_ = 0;                    // requests, and those of them that brought a photograph
   bool isRetiring_ = false, isLate_ = false, isClosed_ = false, hasDied_ = false, hasAnswered_ = false;

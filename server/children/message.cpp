@@ -11,6 +11,7 @@ namespace qx::server {
 namespace {
 
 constexpr size_t kMostNameBytes = 256, kMostValueBytes = 4096, kMostOptions = 256, kMostFields = 256;
+constexpr double kMostSeconds = 1e6;
 
 class HeadingWriter {
  public:
@@ -153,9 +154,13 @@ Frame ToFrame(uint64_t number, ChildRequest request) {
     heading.Text(value);
   }
   heading.Text(request.keptId);
+  heading.Text(request.wishedFormat);
+  heading.Number(request.copies.size());
+  for (const std::string& copies : request.copies) heading.Text(copies);
   Frame frame = heading.Done(kRequestFrame);
   frame.blobs.push_back(std::move(request.photo));
   frame.blobs.push_back(std::move(request.mask));
+  for (photo::Bytes& photo : request.morePhotos) frame.blobs.push_back(std::move(photo));
   return frame;
 }
 
@@ -172,6 +177,7 @@ Frame ToFrame(uint64_t number, ChildReply reply) {
     heading.Text(field.word);
     heading.Real(field.number);
   }
+  for (const double seconds : reply.seconds) heading.Real(seconds);
   for (const ChildPicture& picture : reply.pictures) {
     heading.Text(picture.name);
     heading.Text(picture.type);
@@ -194,7 +200,9 @@ ChildLimits LimitsOf(const Frame& frame) {
 
 NumberedRequest RequestOf(Frame frame) {
   CheckKind(frame, kRequestFrame);
-  if (frame.blobs.size() != 2) throw BadFrame("a request has a photograph and a mask");
+  if (frame.blobs.size() < 2 || frame.blobs.size() > kMostSheetPhotos + 1) {
+    throw BadFrame("a request has a photograph, a mask and as many more as a sheet takes");
+  }
   HeadingReader heading(frame.heading);
   NumberedRequest numbered{heading.Number(), {}};
   ChildRequest& request = numbered.request;
@@ -204,9 +212,14 @@ NumberedRequest RequestOf(Frame frame) {
     request.options.emplace_back(std::move(name), heading.Text(kMostValueBytes));
   }
   request.keptId = heading.Text(kMostNameBytes);
+  request.wishedFormat = heading.Text(kMostNameBytes);
+  for (size_t left = heading.Number(kMostSheetPhotos); left > 0; --left) {
+    request.copies.push_back(heading.Text(kMostValueBytes));
+  }
   heading.End();
   request.photo = std::move(frame.blobs[0]);
   request.mask = std::move(frame.blobs[1]);
+  for (size_t i = 2; i < frame.blobs.size(); ++i) request.morePhotos.push_back(std::move(frame.blobs[i]));
   return numbered;
 }
 
@@ -220,6 +233,7 @@ NumberedReply ReplyOf(Frame frame) {
   reply.code = Word(heading.Text(kMostNameBytes), "_");
   reply.text = photo::Printable(heading.Text(kMostValueBytes));
   reply.fields = ReadFields(heading);
+  for (double& seconds : reply.seconds) seconds = std::clamp(heading.Real(), 0.0, kMostSeconds);
   for (photo::Bytes& blob : frame.blobs) {
     std::string name = FileName(heading.Text(kMostNameBytes));
     std::string type = Word(heading.Text(kMostNameBytes), "/+-.");

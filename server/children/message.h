@@ -2,7 +2,9 @@
 #ifndef QX_SERVER_CHILDREN_MESSAGE_H
 #define QX_SERVER_CHILDREN_MESSAGE_H
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,11 +21,26 @@ struct ChildRequest {
   std::vector<std::pair<std::string, std::string>> options;  // in the order in which they were given
   photo::Bytes photo, mask;                                  // bytes of files; the mask's may be empty
   std::string keptId;  // the name under which a child keeps, or has kept, the photograph; empty otherwise
+  // The kind of file, png say, where no option tells it and the command has a choice; empty: the command's own.
+  std::string wishedFormat = {};
+  // For a sheet: the other photographs, and of all in turn how many copies, see orders::Materials.
+  std::vector<photo::Bytes> morePhotos = {};
+  std::vector<std::string> copies = {};
+  // Whether nobody waits for the reply any more; may be empty. For any thread; stays with the server.
+  std::function<bool()> abandoned = {};
 };
+inline constexpr size_t kMostSheetPhotos = 16;
 
 // Requests that only the child serves which keeps the photograph.
 bool NeedsKept(const ChildRequest& request);
-inline constexpr char kKeep[] = "keep", kRender[] = "render", kDrop[] = "drop";
+inline constexpr char kKeep[] = "keep", kDrop[] = "drop";
+// As make, of the kept photograph: the file itself, a picture to look at, and the check and its drawing of the file.
+inline constexpr char kRender[] = "render", kPreview[] = "preview", kMeasure[] = "measure", kDraw[] = "draw";
+
+// What the time between a request and its reply goes into.
+enum class Stage { kWaiting, kAnalysis, kRendering, kEncoding, kChecking, kOther };
+inline constexpr size_t kStages = 6;
+using StageSeconds = std::array<double, kStages>;
 
 struct ChildPicture {
   std::string name;  // of a file, without folders
@@ -39,7 +56,7 @@ struct ChildReply {
     kKilled,     // from outside, or by the system for want of memory: the photograph is not to blame
     kTimedOut,   // it took longer than a request may, and was ended
     kBusy,       // too many others wait, or it has waited too long
-    kCancelled,  // by Stop, before it began
+    kCancelled,  // before it began: by Stop, or since nobody waits any more
   };
   Kind kind = Kind::kAnswer;
   std::vector<ChildPicture> pictures;
@@ -47,6 +64,7 @@ struct ChildReply {
   std::string code;    // NameOf a FailureCode, or kNotKept
   std::string text;    // one line for people
   photo::FailureFields fields;
+  StageSeconds seconds = {};
 };
 
 // The failure of a request for a photograph that is kept no longer: its time is up, or its child has ended.
@@ -81,7 +99,8 @@ struct NumberedReply {
   ChildReply reply;  // kAnswer or kFailure
 };
 // Throw BadFrame. What comes out of a reply is safe to hand on: names have no folders, types and codes only the letters
-// of such, texts are printable lines and numbers finite.
+// of such, texts are printable lines and numbers finite,
+// times not negative.
 ChildLimits LimitsOf(const Frame& frame);
 NumberedRequest RequestOf(Frame frame);
 NumberedReply ReplyOf(Frame frame);

@@ -1,10 +1,16 @@
 #include "server/children/photo_worker.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <numeric>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "codec/codec.h"
+#include "orders/check.h"
 #include "orders/make.h"
 #include "orders/order.h"
 #include "photo/base/failure.h"
@@ -15,7 +21,11 @@
 namespace qx::server {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
+
+double& At(StageSeconds& seconds, Stage stage) {
+  return seconds[static_cast<size_t>(stage)];
+}
 
 ChildReply ReplyOf(orders::Answer answer) {
   ChildReply reply;
@@ -24,7 +34,35 @@ ChildReply ReplyOf(orders::Answer answer) {
                               photo::Bytes(picture.bytes.begin(), picture.bytes.end())});
   }
   reply.report = std::move(answer.report);
+  At(reply.seconds, Stage::kAnalysis) = answer.steps.analysis;
+  At(reply.seconds, Stage::kRendering) = answer.steps.rendering;
+  At(reply.seconds, Stage::kEncoding) = answer.steps.encoding;
+  At(reply.seconds, Stage::kChecking) = answer.steps.checking;
   return reply;
+}
+
+bool IsFormat(const std::pair<std::string, std::string>& option) {
+  return option.first == "format";
+}
+
+// The options, with the kind of file that is wished for where they tell none.
+orders::OptionPairs OptionsOf(const ChildRequest& request, std::string_view command) {
+  orders::OptionPairs options = request.options;
+  const bool isOpen = std::none_of(options.begin(), options.end(), IsFormat);
+  if (isOpen && !request.wishedFormat.empty() && orders::HasOption(command, "format")) {
+    options.emplace_back("format", request.wishedFormat);
+  }
+  return options;
+}
+
+Json ToJson(const std::vector<photo::AnalysedFace>& faces) {
+  Json list = Json::array();
+  for (const photo::AnalysedFace& face : faces) {
+    Json corners = Json::array();
+    for (const photo::Point& corner : face.corners) corners.push_back({corner.x, corner.y});
+    list.push_back({{"face", list.size() + 1}, {"score", face.score}, {"corners", std::move(corners)}});
+  }
+  return list;
 }
 
 class PhotoWorker final : public ChildWorker {
@@ -35,54 +73,114 @@ class PhotoWorker final : public ChildWorker {
   }
 
   ChildReply Answer(ChildRequest request) override {
-    if (request.command == kKeep) return Keep(std::move(request));
-    if (request.command == kRender) return Render(request);
-    if (request.command == kDrop) {
-      kept_.Drop(request.keptId);
-      return {};
-    }
-    const auto order = orders::ParseOrder(request.command, request.options, limits_);
-    return ReplyOf(order->Fill({std::move(request.photo), std::move(request.mask), kPhotoName}, studio_));
+    steps_ = {};
+    double all = 0;
+    ChildReply reply = orders::Timed(&all, [&] { return Work(std::move(request)); });
+    const double known = std::accumulate(reply.seconds.begin(), reply.seconds.end(), 0.0);
+    At(reply.seconds, Stage::kOther) = std::max(0.0, all - known);
+    return reply;
   }
   void Rest() override { kept_.Tidy(); }
 
  private:
+  ChildReply Work(ChildRequest request) {
+    if (request.command == kKeep) return Keep(std::move(request));
+    if (!request.keptId.empty()) return WorkOnKept(request);
+    const auto order = orders::ParseOrder(request.command, OptionsOf(request, request.command), limits_);
+    return ReplyOf(order->Fill({std::move(request.photo), std::move(request.mask), kPhotoName,
+                                std::move(request.morePhotos), std::move(request.copies)},
+                               studio_));
+  }
+
   void Analyse(const photo::AnalyseRequest& asked, KeptPhoto* photo) {
     if (photo->analysis && photo->asked.face == asked.face && photo->asked.pair == asked.pair) return;
-    photo->analysis = std::make_unique<photo::Analysis>(
-        studio_.Analyse(photo->source, asked, photo->mask.values.empty() ? nullptr : &photo->mask));
+    photo->analysis = orders::Timed(&steps_.analysis, [&] {
+      return std::make_unique<photo::Analysis>(
+          studio_.Analyse(photo->source, asked, photo->mask.values.empty() ? nullptr : &photo->mask));
+    });
     photo->asked = asked;
   }
 
   ChildReply Keep(ChildRequest request) {
     if (request.keptId.empty() || !request.options.empty()) {
-      throw photo::Failure(photo::FailureCode::kBadOption, "a photograph is kept under an id, without options");
+      throw photo::Failure(photo::FailureCode::kBadOption, "a photograph is kept without options");
     }
     auto photo = std::make_unique<KeptPhoto>(std::move(request.photo), limits_);
     if (!request.mask.empty()) {
       photo->mask = codec::ReadMask(std::move(request.mask), photo->source.Width(), photo->source.Height(), limits_);
     }
     Analyse({}, photo.get());
-    ChildReply reply;
-    reply.report = Json{{"width", photo->source.Width()},
-                        {"height", photo->source.Height()},
-                        {"faces_found", photo->analysis->FacesFound()},
-                        {"quarter_turns", photo->analysis->QuarterTurns()}}
-                       .dump();
+    const photo::Analysis& analysis = *photo->analysis;
+    const Json report = {{"width", analysis.Width()},
+                         {"height", analysis.Height()},
+                         {"quarter_turns", analysis.QuarterTurns()},
+                         {"faces_found", analysis.FacesFound()},
+                         {"faces", ToJson(analysis.Faces())}};
     kept_.Add(request.keptId, std::move(photo));
-    return reply;
+    return ReplyOf({{}, report.dump(), steps_});
   }
 
-  ChildReply Render(const ChildRequest& request) {
-    const auto order = orders::ParseOrder("make", request.options, limits_);
+  ChildReply WorkOnKept(const ChildRequest& request) {
+    if (request.command == kDrop) {
+      kept_.Drop(request.keptId);
+      return {};
+    }
+    const orders::OptionPairs options = OptionsOf(request, kMake);
+    const auto order = orders::ParseOrder(kMake, options, limits_);
     const auto& make = dynamic_cast<const orders::MakeOrder&>(*order);
     KeptPhoto* const photo = kept_.Find(request.keptId);
     if (!photo) return FailureReply(kNotKept, "the photograph is kept no longer");
-    Analyse(make.Faces(), photo);
-    return ReplyOf(
-        make.AnswerOf(kPhotoName, make.Finish(studio_.Render(photo->source, *photo->analysis, make.Request()))));
+    orders::Answer answer;
+    if (request.command == kPreview) {
+      answer = Preview(make, photo);
+    } else if (request.command == kMeasure || request.command == kDraw) {
+      answer = Check(make, Finished(make, options, photo), request.command == kDraw);
+    } else {
+      answer = make.AnswerOf(kPhotoName, Finished(make, options, photo));
+    }
+    answer.steps = steps_;
+    return ReplyOf(std::move(answer));
   }
 
+  photo::MadePhoto Render(const orders::MakeOrder& make, const photo::MakeRequest& wanted, KeptPhoto* photo) {
+    Analyse(make.Faces(), photo);
+    return orders::Timed(&steps_.rendering, [&] { return studio_.Render(photo->source, *photo->analysis, wanted); });
+  }
+
+  const orders::MadeFile& Finished(const orders::MakeOrder& make, orders::OptionPairs options, KeptPhoto* photo) {
+    // Whether the format was told or is the usual one changes nothing.
+    options.erase(std::remove_if(options.begin(), options.end(), IsFormat), options.end());
+    std::optional<FinishedPhoto>& last = photo->finished;
+    if (last && last->options == options && last->format == make.Format()) return last->file;
+    photo::MadePhoto made = Render(make, make.Request(), photo);
+    orders::MadeFile file = orders::Timed(&steps_.encoding, [&] { return make.Finish(std::move(made)); });
+    return last.emplace(FinishedPhoto{std::move(options), make.Format(), std::move(file)}).file;
+  }
+
+  orders::Answer Preview(const orders::MakeOrder& make, KeptPhoto* photo) {
+    photo::MakeRequest wanted = make.Request();
+    wanted.compare = false;
+    const photo::MadePhoto made = Render(make, wanted, photo);
+    orders::Answer answer;
+    answer.pictures.push_back(orders::Timed(&steps_.encoding, [&] { return make.Preview(kPhotoName, made); }));
+    return answer;
+  }
+
+  // Of the finished file's own bytes, as if it came from somewhere else.
+  orders::Answer Check(const orders::MakeOrder& make, const orders::MadeFile& file, bool draw) {
+    orders::CheckOrder check;
+    check.document = make.document;
+    check.child = make.document.child;
+    check.draw = draw;
+    check.Settle();
+    const std::string name = kPhotoName + std::string(orders::EndingOf(orders::PrintFormatOf(make.Format())));
+    const std::vector<uint8_t>& bytes = file.file.bytes;
+    return orders::Timed(&steps_.checking, [&] {
+      return check.Fill({photo::Bytes(bytes.begin(), bytes.end()), {}, name}, studio_);
+    });
+  }
+
+  static constexpr char kMake[] = "make";
   // What a visitor's file is called is not told.
   static constexpr char kPhotoName[] = "photo";
 
@@ -90,6 +188,7 @@ class PhotoWorker final : public ChildWorker {
   const codec::Limits limits_;
   photo::Studio studio_;
   KeptPhotos kept_;
+  orders::Steps steps_;  // of the request at hand
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <string_view>
@@ -159,6 +160,15 @@ std::optional<int> ChildProcess::Collect() {
   if (isCollected_ || waitpid(id_, &status, WNOHANG) != id_) return std::nullopt;
   isCollected_ = true;
   return status;
+}
+
+uint64_t ResidentBytes(pid_t process) {
+  const Descriptor file(open(("/proc/" + std::to_string(process) + "/statm").c_str(), O_RDONLY | O_CLOEXEC));
+  char text[200] = {};
+  unsigned long long pages = 0;
+  if (file.Number() < 0 || read(file.Number(), text, sizeof text - 1) <= 0) return 0;
+  if (std::sscanf(text, "%*u %llu", &pages) != 1) return 0;
+  return pages * static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
 std::string WordsFor(int waitStatus) {

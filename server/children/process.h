@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -56,6 +57,9 @@ class ChildProcess {
   bool isCollected_ = false;
   Descriptor socket_, log_, exit_;
 };
+
+// What the process has in memory now, pages shared with others too; 0 where the system does not tell.
+uint64_t ResidentBytes(pid_t process);
 
 // "ended with status 3", "forbidden system call".
 std::string WordsFor(int waitStatus);

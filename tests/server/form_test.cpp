@@ -91,6 +91,32 @@ TEST(Form, WhatIsMalformedIsRefused) {
   EXPECT_NE(Refusal(many + end).find("too many parts"), std::string::npos);
 }
 
+TEST(Form, ASheetTakesSeveralPhotographs) {
+  const auto photo = [](const std::string& content) { return PartOf("name=photo; filename=a", content); };
+  const auto copies = [](const std::string& count) { return PartOf("name=copies", count); };
+  const auto taken = [](const std::string& body) {
+    Request request;
+    request.route = {Place::kCommand, "sheet", "/v1/sheet"};
+    TakeForm(ToBytes(body + "--b--"), "b", kLimits, &request);
+    return request;
+  };
+  const Request two = taken(copies("3") + photo("one") + photo("two") + PartOf("name=paper", "A5") + copies("0"));
+  EXPECT_EQ(Text(two.photo), "one");
+  ASSERT_EQ(two.morePhotos.size(), 1U);
+  EXPECT_EQ(Text(two.morePhotos[0]), "two");
+  EXPECT_EQ(two.copies, (std::vector<std::string>{"", "0"}));
+  EXPECT_EQ(two.options, (Pairs{{"copies", "3"}, {"paper", "A5"}}));
+  EXPECT_EQ(taken(photo("one")).copies.size(), 0U);
+
+  std::string many;
+  for (size_t i = 0; i < kLimits.sheetPhotos; ++i) many += photo("x");
+  EXPECT_EQ(taken(many).morePhotos.size(), kLimits.sheetPhotos - 1);
+  for (const std::string& bad : {many + photo("x"), photo("x") + copies("1") + copies("1"), photo("x") + photo(""),
+                                 copies("1"), photo("x") + copies("\n")}) {
+    EXPECT_THROW(taken(bad), Problem) << bad;
+  }
+}
+
 TEST(Form, BoundariesAreReadFromTheType) {
   EXPECT_EQ(BoundaryOf("multipart/form-data; boundary=----WebKitFormBoundaryAbC"), "----WebKitFormBoundaryAbC");
   EXPECT_EQ(BoundaryOf("Multipart/Form-Data ; charset=utf-8; BOUNDARY=\"a b\""), "a b");

@@ -51,9 +51,9 @@ unsigned Status(const Gate& gate, const Head& head) {
 TEST(Gate, EveryPlaceHasItsMethods) {
   const Gate gate = MakeGate();
   const std::string id = "/v1/photos/q8Zr", presets = "/v1/presets";
-  for (const std::string& get :
-       {std::string("/"), std::string("/healthz"), std::string("/readyz"), std::string("/metrics"),
-        std::string("/v1/openapi.json"), presets, presets + "/de-passport", id + "/result?dpi=300", id + "/preview"}) {
+  for (const std::string& get : {std::string("/"), std::string("/healthz"), std::string("/readyz"),
+                                 std::string("/metrics"), std::string("/v1/openapi.json"), presets,
+                                 presets + "/de-passport", id + "/result?dpi=300", id + "/preview", id + "/check"}) {
     EXPECT_EQ(Status(gate, MakeHead("GET", get)), 0U) << get;
     EXPECT_EQ(Status(gate, MakeHead("HEAD", get)), 0U) << get;
     EXPECT_EQ(Status(gate, MakeHead("OPTIONS", get)), 0U) << get;
@@ -70,6 +70,7 @@ TEST(Gate, EveryPlaceHasItsMethods) {
   EXPECT_EQ(Status(gate, MakeHead("GET", id)), 405U);
   EXPECT_EQ(Admit(gate, MakeHead("GET", id + "/result")).request.route.name, "q8Zr");
   EXPECT_TRUE(Admit(gate, MakeHead("GET", id + "/result")).takesSlot);
+  EXPECT_EQ(LabelOf(Admit(gate, MakeHead("GET", id + "/check")).request.route), "/v1/photos/ID/check");
   EXPECT_FALSE(Admit(gate, MakeHead("GET", presets)).takesSlot);
   for (const char* none : {"/v1", "/v1/nothing", "/v1/make/more", "/v1/photos/a/b", "/v1/photos/a/result/x", "/secret",
                            "/v1/presets/a/b", "/index.html"}) {
@@ -229,11 +230,11 @@ TEST(Gate, FilesAreKeptByTheirTags) {
 TEST(Gate, AcceptChoosesReportOrPicture) {
   for (const char* json :
        {"application/json", "application/json, text/plain, */*", "image/*;q=0.5, application/json"}) {
-    EXPECT_TRUE(PrefersJson(json)) << json;
+    EXPECT_TRUE(WantedBy(json).json) << json;
   }
   for (const char* picture : {"", "*/*", "image/png, application/json", "application/json;q=0", "image/*",
                               "application/json; q=0.5, image/jpeg"}) {
-    EXPECT_FALSE(PrefersJson(picture)) << picture;
+    EXPECT_FALSE(WantedBy(picture).json) << picture;
   }
 }
 
@@ -298,6 +299,34 @@ TEST(Gate, OriginsAreWrittenAsBrowsersDo) {
                            "ftp://a", "https://a b", "https://u@a", "https://a\r\nb"}) {
     EXPECT_EQ(OriginOf(none), "") << none;
   }
+}
+
+TEST(Gate, AcceptChoosesTheKindOfFile) {
+  const std::pair<const char*, const char*> formats[] = {
+      {"", ""},
+      {"*/*", ""},
+      {"image/*", ""},
+      {"image/png", "png"},
+      {"IMAGE/JPEG", "jpg"},
+      {"image/tiff, image/*;q=0.9", "tiff"},
+      {"image/avif,image/webp,image/*,*/*;q=0.8", ""},
+      {"image/png;q=0.4, image/jpeg;q=0.5", "jpg"},
+      {"image/jpeg;q=0.2, image/*;q=0.5, */*;q=0.9", ""},
+      {"image/png , */* ; q=0.5", "png"},
+      {"image/*, image/png;q=0", ""},
+      {"image/png;q=nan, image/jpeg;q=0.001", "jpg"},
+      {"image/jpegs", ""},
+      {",;q=,image/png;level=1;q=9e99,", "png"},
+  };
+  for (const auto& [accept, format] : formats) EXPECT_EQ(WantedBy(accept).format, format) << accept;
+  EXPECT_TRUE(WantedBy("image/*").picture);
+  EXPECT_TRUE(WantedBy("image/png, application/json").picture);
+  for (const char* none : {"", "*/*", "application/json, image/png;q=0.5", "imagepng", "image/"}) {
+    EXPECT_FALSE(WantedBy(none).picture) << none;
+  }
+  EXPECT_TRUE(WantedBy("application/zip, image/*;q=0.5").zip);
+  EXPECT_FALSE(WantedBy("application/zip, image/*").zip);
+  EXPECT_FALSE(WantedBy("*/*").zip);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "server/metrics.h"
 #include "server/problem.h"
 #include "server/token.h"
+#include "server/zip.h"
 
 namespace {
 
@@ -95,6 +96,28 @@ TEST(Metrics, AreWhatPrometheusReads) {
         "idphoto_sent_bytes_total 25\n", "idphoto_connections 3\n", "idphoto_waiting 2\n", "idphoto_slots_free 1\n"}) {
     EXPECT_NE(text.find(line), std::string::npos) << line << text;
   }
+}
+
+TEST(Zip, IsLaidOutAsTheFormatSays) {
+  EXPECT_EQ(Crc32("123456789"), 0xCBF43926U);  // the check value that catalogues of CRCs give
+  EXPECT_EQ(Crc32(""), 0U);
+  const Bytes zip = ZipOf({{"a.jpg", "one"}, {"b", ""}});
+  const auto number = [&zip](size_t at, int count) {
+    uint32_t value = 0;
+    for (int i = 0; i < count; ++i) value |= static_cast<uint32_t>(zip.at(at + static_cast<size_t>(i))) << (8 * i);
+    return value;
+  };
+  const size_t end = zip.size() - 22, first = 30 + 5 + 3, second = 30 + 1;
+  EXPECT_EQ(number(0, 4), 0x04034B50U);
+  EXPECT_EQ(number(14, 4), Crc32("one"));
+  EXPECT_EQ(std::string(zip.begin() + 30, zip.begin() + 38), "a.jpgone");
+  EXPECT_EQ(number(end, 4), 0x06054B50U);
+  EXPECT_EQ(number(end + 10, 2), 2U);
+  EXPECT_EQ(number(end + 16, 4), first + second);
+  // The second entry of the list tells where its file begins.
+  EXPECT_EQ(number(first + second + 46 + 5 + 42, 4), first);
+  EXPECT_EQ(ZipOf({}).size(), 22U);
+  EXPECT_THROW(ZipOf({{std::string(70'000, 'n'), ""}}), std::length_error);
 }
 
 class NoHandler final : public Handler {

@@ -86,6 +86,9 @@ TEST(Frames, BeyondTheirLimitsAreRefusedBeforeMemoryIsTaken) {
 
 TEST(Messages, ComeOutAsTheyWentIn) {
   ChildRequest request{"make", {{"preset", "de"}, {"preset", ""}}, BytesOf("photo"), BytesOf("mask"), "id"};
+  request.wishedFormat = "png";
+  request.morePhotos = {BytesOf("two"), {}};
+  request.copies = {"", "0", "4"};
   const NumberedRequest asked = RequestOf(ToFrame(1ull << 40, request));
   EXPECT_EQ(1ull << 40, asked.number);
   EXPECT_EQ(request.command, asked.request.command);
@@ -93,14 +96,19 @@ TEST(Messages, ComeOutAsTheyWentIn) {
   EXPECT_EQ(request.photo, asked.request.photo);
   EXPECT_EQ(request.mask, asked.request.mask);
   EXPECT_EQ(request.keptId, asked.request.keptId);
+  EXPECT_EQ(request.wishedFormat, asked.request.wishedFormat);
+  EXPECT_EQ(request.morePhotos, asked.request.morePhotos);
+  EXPECT_EQ(request.copies, asked.request.copies);
 
   ChildReply reply;
   reply.report = "{\"a\":1}";
   reply.pictures = {{"a.jpg", "image/jpeg", BytesOf("jpeg")}, {"b.png", "image/png", {}}};
+  reply.seconds = {0, 0.5, 1, 0, 2, 3};
   const NumberedReply told = ReplyOf(ToFrame(5, reply));
   EXPECT_TRUE(told.number == 5 && told.reply.kind == ChildReply::Kind::kAnswer && told.reply.report == reply.report);
   ASSERT_EQ(2u, told.reply.pictures.size());
   EXPECT_EQ("b.png", told.reply.pictures[1].name);
+  EXPECT_EQ(reply.seconds, told.reply.seconds);
   EXPECT_EQ("image/jpeg", told.reply.pictures[0].type);
   EXPECT_EQ("jpeg", TextOf(told.reply.pictures[0].bytes));
 
@@ -116,11 +124,13 @@ TEST(Messages, OfATakenOverChildCarryNothingHarmful) {
   auto replyWith = [](const std::string& name, const std::string& type, const std::string& code) {
     ChildReply reply = FailureReply(code, "a\r\nb\x1b[2J", {{"n", std::numeric_limits<double>::quiet_NaN()}});
     reply.pictures.push_back({name, type, {}});
+    reply.seconds = {-1, std::numeric_limits<double>::infinity(), 1e300, std::nan(""), 1, 0};
     return ReplyOf(ToFrame(1, reply)).reply;
   };
   const ChildReply cleaned = replyWith("a.jpg", "image/jpeg", "no_face");
   EXPECT_EQ("a\\x0D\\x0Ab\\x1B[2J", cleaned.text);
   EXPECT_EQ(0, cleaned.fields[0].number);
+  EXPECT_EQ((StageSeconds{0, 0, 1e6, 0, 1, 0}), cleaned.seconds);
   for (const char* name : {"", ".", "../a", "a/b", "a\\b", "a\"b", "a\nb"})
     EXPECT_THROW(replyWith(name, "image/jpeg", "no_face"), BadFrame) << name;
   for (const char* type : {"image/jpeg\r\nX: y", "text/html;a"})
@@ -138,6 +148,11 @@ TEST(Messages, CutOrOutOfTurnAreRefused) {
   Frame longer = whole, alone = whole;
   longer.heading.push_back(0);
   alone.blobs.pop_back();
+  Frame many = whole;
+  many.blobs.resize(kMostSheetPhotos + 2);
+  EXPECT_THROW(RequestOf(many), BadFrame);
+  many.blobs.pop_back();
+  EXPECT_EQ(kMostSheetPhotos - 1, RequestOf(many).request.morePhotos.size());
   EXPECT_THROW(RequestOf(longer), BadFrame);
   EXPECT_THROW(RequestOf(alone), BadFrame);
   EXPECT_THROW(ReplyOf(whole), BadFrame);
