@@ -18,9 +18,11 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+constexpr char kOrigin[] = "https://studio.example";
+
 Gate MakeGate() {
   const std::vector<File> files = {{"/", "text/html", "\"a\"", "page", false}};
-  return {HostList("127.0.0.1", true, {}), Token("0123456789abcdef"), files, Limits()};
+  return {HostList("127.0.0.1", true, {}), Token("0123456789abcdef"), files, Limits(), {kOrigin}};
 }
 
 Head MakeHead(FuzzedDataProvider& input) {
@@ -41,6 +43,18 @@ Head MakeHead(FuzzedDataProvider& input) {
   }
   head.target = input.ConsumeRemainingBytesAsString();
   return head;
+}
+
+// Whatever was answered, nobody but the pages that are named is told that they may read it.
+void CheckOrigin(const Head& head, const Visit& visit, const Gate& gate) {
+  Response response;
+  gate.AddOriginHeaders(visit, &response);
+  bool named = false;
+  for (const auto& [name, value] : head.headers) named = named || OriginOf(value) == kOrigin;
+  for (const auto& [name, value] : response.headers) {
+    Require(name != "Access-Control-Allow-Credentials");
+    Require(name != "Access-Control-Allow-Origin" || (named && value == kOrigin));
+  }
 }
 
 // What is let in has one path, printable words, and rights to be there.
@@ -71,8 +85,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Require(problem.status >= 400 && problem.status <= 501 && *ReasonPhrase(problem.status) != '\0');
     Response response = ProblemResponse(problem);
     AddStandardHeaders(&response);
+    CheckOrigin(head, visit, gate);
     return 0;
   }
+  CheckOrigin(head, visit, gate);
   Check(head, visit, gate);
   return 0;
 }

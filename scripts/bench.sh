@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # usage: scripts/bench.sh [OPTION...]
 # Builds and runs the benchmarks and prints one table. Takes the options of Google Benchmark, such as
-# --benchmark_filter=grey. Installs what is missing first. bench/program.sh times the program idphoto as a whole.
+# --benchmark_filter=grey. Installs what is missing first. bench/program.sh times the program idphoto as a whole,
+# bench/serve.py its server.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 

@@ -85,8 +85,7 @@ Response FailureAnswer(const ChildReply& reply) {
     case ChildReply::Kind::kDied: break;
     case ChildReply::Kind::kTimedOut:
       return ProblemResponse(Problem(422, kNotPossible, "the photograph took too long to be worked on"));
-    case ChildReply::Kind::kKilled:
-      return BusyResponse(kSoon, "the work on the photograph was ended from outside; send it again");
+    case ChildReply::Kind::kKilled: return BusyResponse(kSoon, "the work on the photograph was ended; send it again");
     case ChildReply::Kind::kBusy:
     case ChildReply::Kind::kCancelled: return BusyResponse(kSoon, "too many photographs at once; try again later");
   }

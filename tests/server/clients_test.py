@@ -240,11 +240,11 @@ class Limits(unittest.TestCase):
             self.assertEqual(send(running, post(b"abc")).status, 200)
 
     def test_many_large_uploads_at_once_take_turns(self):
-        size, slots = 10 * MIB, 4
-        with server(f"body_bytes={16 * MIB}", f"slots={slots}") as running:
+        size, slots, many = (MIB if wire.is_sanitized(PROGRAM) else 10 * MIB), 4, 64
+        with server(f"body_bytes={16 * MIB}", f"slots={slots}", "wait=200000", "answer=100000") as running:
             body = post(bytes(size), b"/v1/make?wait=20")
-            with concurrent.futures.ThreadPoolExecutor(64) as pool:
-                answers = list(pool.map(lambda _: send(running, body), range(64)))
+            with concurrent.futures.ThreadPoolExecutor(many) as pool:
+                answers = list(pool.map(lambda _: send(running, body), range(many)))
             self.assertEqual({answer.status for answer in answers}, {200})
             if not wire.is_sanitized(PROGRAM):
                 self.assertLess(running.peak(), (slots + 4) * size)
@@ -297,11 +297,13 @@ class Limits(unittest.TestCase):
             self.assertEqual(send(running, post(b"abc")).status, 200)
 
     def test_connections_are_bounded_and_descriptors_may_run_out(self):
-        with server("connections=8", "head=1000") as running, contextlib.ExitStack() as clients:
+        with server("connections=8", "head=3000") as running, contextlib.ExitStack() as clients:
             for _ in range(20):
                 clients.enter_context(running.connect())
             self.assertEqual(send(running, get(b"/healthz")).status, 200)  # when the idle ones were cut
-        with server("head=1000", files=24) as running, contextlib.ExitStack() as clients:
+        if wire.is_sanitized(PROGRAM):
+            return  # it takes a descriptor to see whether an object may be read, and for want of one that it may not
+        with server("head=3000", files=24) as running, contextlib.ExitStack() as clients:
             for _ in range(40):
                 clients.enter_context(running.connect())
             times = os.sysconf("SC_CLK_TCK")

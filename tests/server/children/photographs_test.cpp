@@ -19,6 +19,7 @@ ChildrenSettings Settings(size_t count) {
   settings.count = count;
   settings.requestTime = std::chrono::seconds(120);
   settings.startTime = std::chrono::seconds(60);
+  settings.waitTime = std::chrono::seconds(120);
   return settings;
 }
 
