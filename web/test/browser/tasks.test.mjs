@@ -215,11 +215,11 @@ test("a print sheet of one kind and of several, as picture and PDF", async () =>
   const visaPath = join(scratch, "v.jpg");
   writeFileSync(visaPath, made("v.jpg", "--preset", "two-inch"));
   command("sheet", `${finishedPath}:3`, `${visaPath}:1`, "-o", sheetPath, "--paper", "A5");
+  await page.getByRole("combobox", { name: "Papier" }).selectOption("A5");
   await page.getByRole("button", { name: "Weitere Art" }).click();
   await page.getByRole("combobox", { name: "Dokument 2" }).selectOption("two-inch");
   await page.getByRole("spinbutton", { name: "Anzahl 1" }).fill("3");
   await page.getByRole("spinbutton", { name: "Anzahl 2" }).fill("1");
-  await page.getByRole("combobox", { name: "Papier" }).selectOption("A5");
   assert.equal(await page.getByRole("combobox", { name: "Foto 2" }).count(), 1);
   await assertAccessible(page, "sheet of two kinds");
   await page.locator(".paper[aria-busy=false]").waitFor();
