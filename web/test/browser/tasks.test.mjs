@@ -91,6 +91,7 @@ test("a slider that is dragged shows previews on the way, and the finished pictu
   await addPhotos(page, astronaut);
   await finished(page);
   const slider = page.getByRole("slider", { name: "Links und rechts" });
+  await slider.scrollIntoViewIfNeeded();
   const box = await slider.boundingBox();
   const asked = await asksFor(page, async () => {
     await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
