@@ -25,10 +25,11 @@ function forward(request, response) {
 
 createServer(async (request, response) => {
   const { pathname } = new URL(request.url, service);
-  const type = types[extname(pathname === "/" ? ".html" : pathname)];
+  const name = pathname === "/" ? "index.html" : basename(pathname);
+  const type = types[extname(name)];
   if (!type || pathname.startsWith("/v1/")) return forward(request, response);
   try {
-    const file = await readFile(join(page, pathname === "/" ? "index.html" : basename(pathname)));
+    const file = await readFile(join(page, name));
     response.writeHead(200, { "Content-Type": type, "Cache-Control": "no-store" }).end(file);
   } catch {
     response.writeHead(404).end();

@@ -69,6 +69,11 @@ export function valueOf<T extends Value>(settings: Settings, name: string): T {
   return (settings[name] ?? defaultOf(name)) as T;
 }
 
+export function sameSettings(one: Settings, two: Settings): boolean {
+  const names = Object.keys(one);
+  return names.length === Object.keys(two).length && names.every((name) => one[name] === two[name]);
+}
+
 /** The settings with one of them changed. Numbers are brought into their range and onto their step. */
 export function withValue(settings: Settings, name: string, value: Value): Settings {
   const option = byName.get(name);

@@ -1,7 +1,7 @@
 import type { Problem } from "../api/problem";
 import type { Check, Kept } from "../api/types";
 import { advance, begin, redo, settle, undo, type History } from "./history";
-import { withValue, type Settings, type Value } from "./options";
+import { sameSettings, withValue, type Settings, type Value } from "./options";
 
 export type Phase = "waiting" | "reading" | "ready" | "failed";
 
@@ -82,7 +82,7 @@ function add(state: State, files: readonly { name: string; file: Blob }[]): Stat
 
 /** A verdict on settings that were changed meanwhile is none. */
 function judge(state: State, { key, settings }: { key: number; settings: Settings }, verdict: Photo["verdict"]): State {
-  return change(state, key, (photo) => (photo.history.present === settings ? { ...photo, verdict } : photo));
+  return change(state, key, (photo) => (sameSettings(photo.history.present, settings) ? { ...photo, verdict } : photo));
 }
 
 function remove(state: State, key: number): State {
@@ -106,6 +106,7 @@ function chooseDocument(state: State, preset: string): State {
     ...state,
     start: edit(state.start),
     photos: state.photos.map(({ history, ...photo }) => {
+      if (history.present["preset"] === preset) return { ...photo, history };
       const next = edit(history.present);
       // The first document is no step to take back: there is no picture without one.
       return { ...photo, verdict: undefined, history: history.present["preset"] ? advance(history, next) : begin(next) };

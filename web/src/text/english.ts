@@ -28,7 +28,7 @@ export const english = {
   "list.likeThis": "Same look for all",
   "list.zip": "Download all as ZIP",
   "list.zipping": "{done} of {count} made …",
-  "list.zipped": "{done} photographs in the ZIP file; {failed} not possible.",
+  "list.zipped": "In the ZIP file: {done}; not possible: {failed}.",
 
   "camera.title": "Camera",
   "camera.hint": "Face the light, look into the lens and keep your head inside the oval.",

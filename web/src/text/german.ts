@@ -29,7 +29,7 @@ export const german: Record<Key, string> = {
   "list.likeThis": "Gleiches Aussehen für alle",
   "list.zip": "Alle als ZIP herunterladen",
   "list.zipping": "{done} von {count} fertig …",
-  "list.zipped": "{done} Fotos in der ZIP-Datei; {failed} nicht möglich.",
+  "list.zipped": "In der ZIP-Datei: {done}; nicht möglich: {failed}.",
 
   "camera.title": "Kamera",
   "camera.hint": "Schauen Sie zum Licht und in die Linse, der Kopf im Oval.",

@@ -97,7 +97,7 @@ export function ChecksPanel({ result }: { result: Result }) {
   const word = toMend > 0 ? text.say("checks.toMend", { count: toMend })
     : remarks.length > 0 ? text.say("checks.toLook", { count: remarks.length }) : text.say("checks.passed");
   return (
-    <section class="checks" aria-labelledby="checks-title">
+    <section class="checks" aria-labelledby="checks-title" aria-busy={!result.settled}>
       <h2 id="checks-title">{text.say("checks.title")}</h2>
       {!check ? <p class="soft">{text.say("checks.waiting")}</p> : (
         <>

@@ -3,7 +3,7 @@ import { queryString, type PictureType, type Query } from "../api/client";
 import { isAbort, Problem } from "../api/problem";
 import type { Check, Preset, Report } from "../api/types";
 import { currentPhoto, currentSettings } from "../state/reducer";
-import { queryBefore, queryOf, valueOf, type Settings } from "../state/options";
+import { queryBefore, queryOf, sameSettings, valueOf, type Settings } from "../state/options";
 import { Latest } from "./latest";
 import type { Studio } from "./studio";
 
@@ -26,11 +26,13 @@ export interface Result {
   measured: Settings;
   problem: Problem | null;
   busy: boolean;
+  /** Whether picture and check are those of the settings as they are. */
+  settled: boolean;
 }
 
 interface Question { key: number; id: string; query: Query; type: PictureType; settings: Settings; preview: boolean }
 
-const nothing: Result = { shown: null, check: null, report: null, measured: {}, problem: null, busy: false };
+const nothing: Result = { shown: null, check: null, report: null, measured: {}, problem: null, busy: false, settled: false };
 
 /** Keeps the picture of the current photograph and its checks up to date with the settings. */
 export function useResult(studio: Studio, preset: Preset | undefined): Result {
@@ -91,6 +93,9 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
   // A picture of another photograph must not stand under this one's name.
   useEffect(() => setResult((old) => (old.shown?.key === photo?.key ? old : nothing)), [photo?.key]);
 
+  // Lines that were measured for another document would stand in the wrong places.
+  useEffect(() => setResult((old) => ({ ...old, check: null, report: null })), [preset?.name]);
+
   useEffect(() => {
     checks.current?.abort();
     if (!photo?.kept || !preset || !state.online) return latest.cancel();
@@ -98,7 +103,7 @@ export function useResult(studio: Studio, preset: Preset | undefined): Result {
     latest.post({ key: photo.key, id: photo.kept.id, query, type, settings, preview: moving }, moving);
   }, [photo?.kept?.id, queryString(query), type, moving, state.returns, preset?.name]);
 
-  return result;
+  return { ...result, settled: !!result.check && !result.busy && sameSettings(result.measured, settings) };
 }
 
 /** Whether two pictures show the head at the same place, so that a divider between them tears no face. */

@@ -65,7 +65,7 @@ export async function addPhotos(page, ...files) {
 export async function finished(page) {
   await page.locator(".frame > img").first().waitFor();
   await page.locator(".frame[aria-busy=false]").waitFor();
-  await page.locator(".verdict").waitFor({ state: "attached" });
+  await page.locator(".checks[aria-busy=false] .verdict").waitFor({ state: "attached" });
 }
 
 export async function chooseDocument(page, typed) {
