@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "server/multipart.h"
-#include "server/problem.h"
+#include "server/http/multipart.h"
+#include "server/http/problem.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "photo/base/text.h"
-#include "server/gate.h"
-#include "server/problem.h"
+#include "server/http/gate.h"
+#include "server/http/problem.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-rooms=(cli/commands cli web server/adapter server server/description server/children orders orders/options codec jobs
+rooms=(cli/commands cli web server/adapter server server/description server/children server/http orders orders/options codec jobs
   photo photo/drawing photo/check photo/sheet photo/render photo/place photo/foreground photo/person photo/face photo/document photo/base
   src/api src/quality src/beauty src/beauty/skin src/beauty/spots src/beauty/shape src/beauty/detail
   src/mask src/crop src/face src/kernels src/base include engine nn)

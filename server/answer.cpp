@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "photo/base/failure.h"
-#include "server/problem.h"
+#include "server/http/problem.h"
 #include "server/zip.h"
 
 namespace qx::server {

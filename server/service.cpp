@@ -14,8 +14,8 @@
 #include "server/answer.h"
 #include "server/children/process.h"
 #include "server/description/openapi.h"
-#include "server/files.h"
-#include "server/problem.h"
+#include "server/http/files.h"
+#include "server/http/problem.h"
 #include "server/zip.h"
 
 namespace qx::server {

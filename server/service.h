@@ -8,7 +8,7 @@
 
 #include "server/children/children.h"
 #include "server/children/stage_times.h"
-#include "server/message.h"
+#include "server/http/message.h"
 
 namespace qx::server {
 

@@ -1,6 +1,7 @@
 #include "server/zip.h"
 
-#include <array>
+#include <zlib.h>
+
 #include <stdexcept>
 
 namespace qx::server {
@@ -12,17 +13,6 @@ constexpr uint16_t kVersion = 20, kUtf8Names = 1 << 11;
 constexpr uint16_t kDate = 1 << 5 | 1, kTime = 0;
 constexpr uint64_t kMostBytes = 0xFFFFFFFE;
 constexpr size_t kMostFiles = 0xFFFE, kMostName = 0xFFFF;
-
-constexpr std::array<uint32_t, 256> MakeCrcTable() {
-  std::array<uint32_t, 256> table{};
-  for (uint32_t i = 0; i < table.size(); ++i) {
-    uint32_t value = i;
-    for (int bit = 0; bit < 8; ++bit) value = (value & 1) != 0 ? 0xEDB88320 ^ value >> 1 : value >> 1;
-    table[i] = value;
-  }
-  return table;
-}
-constexpr std::array<uint32_t, 256> kCrcTable = MakeCrcTable();
 
 class Writer {
  public:
@@ -79,9 +69,7 @@ void CheckSizes(const std::vector<ZipFile>& files) {
 }  // namespace
 
 uint32_t Crc32(std::string_view bytes) {
-  uint32_t crc = 0xFFFFFFFF;
-  for (const char c : bytes) crc = kCrcTable[(crc ^ static_cast<uint8_t>(c)) & 0xFF] ^ crc >> 8;
-  return ~crc;
+  return static_cast<uint32_t>(crc32_z(0, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
 }
 
 Bytes ZipOf(const std::vector<ZipFile>& files) {

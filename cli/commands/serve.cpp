@@ -16,10 +16,10 @@
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
-#include "server/access.h"
 #include "server/adapter/adapter.h"
 #include "server/children/confinement.h"
-#include "server/listener.h"
+#include "server/http/access.h"
+#include "server/http/listener.h"
 #include "server/service.h"
 #ifdef QX_WITH_PAGE
 #include "web/page.h"

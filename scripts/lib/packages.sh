@@ -5,7 +5,7 @@ build_packages=(
   build-essential cmake ninja-build pkgconf ca-certificates
   libxnnpack-dev libpthreadpool-dev libflatbuffers-dev flatbuffers-compiler # engine and nn
   libvips-dev libcli11-dev nlohmann-json3-dev                               # photo, codec, cli
-  libboost-dev                                                              # server
+  libboost-dev zlib1g-dev                                                   # server
   libseccomp-dev                                                            # server/children
 )
 

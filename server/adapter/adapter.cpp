@@ -9,7 +9,7 @@
 #include "server/adapter/base64.h"
 #include "server/adapter/form.h"
 #include "server/answer.h"
-#include "server/problem.h"
+#include "server/http/problem.h"
 
 namespace qx::server {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "server/adapter/translate.h"
 #include "server/children/children.h"
-#include "server/limits.h"
-#include "server/message.h"
+#include "server/http/limits.h"
+#include "server/http/message.h"
 
 namespace qx::server {
 

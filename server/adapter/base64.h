@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "server/message.h"
+#include "server/http/message.h"
 
 namespace qx::server {
 

@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "server/access.h"
 #include "server/adapter/base64.h"
-#include "server/multipart.h"
-#include "server/problem.h"
-#include "server/query.h"
+#include "server/http/access.h"
+#include "server/http/multipart.h"
+#include "server/http/problem.h"
+#include "server/http/query.h"
 
 namespace qx::server {
 namespace {

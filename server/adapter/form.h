@@ -5,8 +5,8 @@
 
 #include <string_view>
 
-#include "server/limits.h"
-#include "server/message.h"
+#include "server/http/limits.h"
+#include "server/http/message.h"
 
 namespace qx::server {
 

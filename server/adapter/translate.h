@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "server/message.h"
+#include "server/http/message.h"
 
 namespace qx::server {
 

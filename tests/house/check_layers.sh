@@ -78,8 +78,8 @@ while read -r file included; do
   [[ $included == web/* || $included == page_table.inc ]] || refuse "$file" "$included" "web/ is the page, which knows the service by its addresses alone"
 done < <(includes web)
 # Each file that includes it takes half a minute to compile.
-if grep -rlE '#include <boost/beast' server | grep -v '^server/connection.cpp$'; then
-  echo "Beast is for server/connection.cpp alone" && failed=1
+if grep -rlE '#include <boost/beast' server | grep -v '^server/http/connection.cpp$'; then
+  echo "Beast is for server/http/connection.cpp alone" && failed=1
 fi
 
 if grep -rnE '#include <(vips|CLI|glib)' photo jobs server; then echo "photo/, jobs/ and server/ know no image or option library" && failed=1; fi

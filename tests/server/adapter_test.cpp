@@ -8,7 +8,7 @@
 #include "server/adapter/base64.h"
 #include "server/adapter/form.h"
 #include "server/adapter/translate.h"
-#include "server/problem.h"
+#include "server/http/problem.h"
 
 namespace qx::server {
 namespace {

@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
 
 #include "photo/base/failure.h"
-#include "server/problem.h"
+#include "server/http/problem.h"
+#include "server/zip.h"
 
 namespace qx::server {
 namespace {
@@ -86,6 +88,26 @@ TEST(Answer, LinksAreAddedAsText) {
   EXPECT_EQ(QueryOf({}), "");
   EXPECT_EQ(QueryOf({{"background", "#fff"}, {"pair", ""}, {"search", "a b&\xC3\xBC~"}}),
             "?background=%23fff&pair=&search=a%20b%26%C3%BC~");
+}
+
+TEST(Zip, IsLaidOutAsTheFormatSays) {
+  const Bytes zip = ZipOf({{"a.jpg", "one"}, {"b", ""}});
+  const auto number = [&zip](size_t at, int count) {
+    uint32_t value = 0;
+    for (int i = 0; i < count; ++i) value |= static_cast<uint32_t>(zip.at(at + static_cast<size_t>(i))) << (8 * i);
+    return value;
+  };
+  const size_t end = zip.size() - 22, first = 30 + 5 + 3, second = 30 + 1;
+  EXPECT_EQ(number(0, 4), 0x04034B50U);
+  EXPECT_EQ(number(14, 4), Crc32("one"));
+  EXPECT_EQ(std::string(zip.begin() + 30, zip.begin() + 38), "a.jpgone");
+  EXPECT_EQ(number(end, 4), 0x06054B50U);
+  EXPECT_EQ(number(end + 10, 2), 2U);
+  EXPECT_EQ(number(end + 16, 4), first + second);
+  // The second entry of the list tells where its file begins.
+  EXPECT_EQ(number(first + second + 46 + 5 + 42, 4), first);
+  EXPECT_EQ(ZipOf({}).size(), 22U);
+  EXPECT_THROW(ZipOf({{std::string(70'000, 'n'), ""}}), std::length_error);
 }
 
 }  // namespace
