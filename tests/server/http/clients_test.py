@@ -16,6 +16,7 @@ import sys
 import time
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
 import wire
 from wire import HOST, MIB, PATIENCE, chunked, get, post, read_answer, send
 
