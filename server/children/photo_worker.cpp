@@ -1,6 +1,8 @@
 #include "server/children/photo_worker.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <optional>
@@ -63,6 +65,16 @@ Json ToJson(const std::vector<photo::AnalysedFace>& faces) {
     list.push_back({{"face", list.size() + 1}, {"score", face.score}, {"corners", std::move(corners)}});
   }
   return list;
+}
+
+// Documents of 600 dots an inch have more pixels than a screen shows, and take longer than a moved slider has time.
+void FitScreen(photo::Document* document) {
+  constexpr int32_t kMostSide = 640;
+  int32_t &width = document->width, &height = document->height;
+  const double scale = 1.0 * kMostSide / std::max(width, height);
+  if (scale >= 1) return;
+  width = std::max(1, static_cast<int32_t>(std::lround(width * scale)));
+  height = std::max(1, static_cast<int32_t>(std::lround(height * scale)));
 }
 
 class PhotoWorker final : public ChildWorker {
@@ -160,6 +172,7 @@ class PhotoWorker final : public ChildWorker {
   orders::Answer Preview(const orders::MakeOrder& make, KeptPhoto* photo) {
     photo::MakeRequest wanted = make.Request();
     wanted.compare = false;
+    FitScreen(&wanted.document);
     const photo::MadePhoto made = Render(make, wanted, photo);
     orders::Answer answer;
     answer.pictures.push_back(orders::Timed(&steps_.encoding, [&] { return make.Preview(kPhotoName, made); }));

@@ -268,7 +268,7 @@ class KeptPhotographs(ServiceTest):
         png = self.ask("GET", here["result"] + query(VISA), accept="image/png")
         self.assertTrue(png.body == self.by_command("make", "photo.png.png", VISA))
 
-    def test_previews_have_the_documents_size_and_no_limit(self):
+    def test_previews_fit_a_screen_and_have_no_limit(self):
         here = self.keep().json()["links"]
         options = {"preset": "schengen-visa", "max-kb": "1"}
         self.assertEqual(self.ask("GET", here["result"] + query(options)).json()["code"], "file_size")
@@ -277,6 +277,10 @@ class KeptPhotographs(ServiceTest):
         (self.folder / "preview.jpg").write_bytes(jpeg.body)
         seen = json.loads(self.run_program("inspect", "preview.jpg", "--json"))
         self.assertEqual((seen["width"], seen["height"]), (413, 531))
+        large = self.ask("GET", here["preview"] + query({"preset": "de-passport", "relax": "true"}))
+        (self.folder / "large.jpg").write_bytes(large.body)
+        seen = json.loads(self.run_program("inspect", "large.jpg", "--json"))
+        self.assertEqual((seen["width"], seen["height"]), (498, 640))
         clear = self.ask("GET", here["preview"] + query({**options, "background": "transparent"}), accept="image/jpeg")
         self.assertEqual((clear.status, clear.type, clear.body[25]), (200, "image/png", 6))  # RGB with opacity
         self.assertEqual(self.ask("GET", here["preview"] + query(NO_FIT)).json()["code"], "no_fit")
