@@ -27,6 +27,8 @@ constexpr double kMostLean = 5;                                     // degrees, 
 constexpr double kLeastStraightened = 0.5, kMostStraightened = 25;  // degrees
 constexpr double kFineness = 2;  // pixels of the part for one of the document, where the photograph has them
 constexpr double kRoom = 0.04;   // of the rectangle's height, by which the finer measures may still move it
+// The same for drafts, which move on.
+constexpr double kDraftFineness = 1.3, kDraftRoom = 0.2;
 constexpr int kMostPlacings = 3;
 
 // The persons of the photograph as measured, in the turned photograph.
@@ -243,10 +245,23 @@ bool Holds(const PixelBox& box, const PixelBox& inner) {
   return inner.left >= box.left && inner.top >= box.top && inner.right <= box.right && inner.bottom <= box.bottom;
 }
 
+// Whether the part at hand does for a draft: it holds the picture, is nearly as fine as one read for it, and not so
+// much finer that its pixels cost more than the reading.
+bool ServesDraft(const State& state, const Placed& placed, const Document& document) {
+  if (!state.prepared) return false;
+  const PhotographPart& part = state.prepared->part;
+  const double wanted = std::min(1.0, kDraftFineness * document.height / placed.rectangle.height);
+  const double fineness = part.picture.height / (wanted * part.box.Height());
+  return fineness >= 0.8 && fineness <= 2 && Holds(part.box, BoxAround(state, placed, document, 0));
+}
+
 // Reads the part, unless it is the one at hand.
-void Prepare(PhotoSource& upright, FaceFinder& finder, const Placed& placed, const Document& document, State* state) {
-  const PixelBox box = BoxAround(*state, placed, document, kRoom);
-  double scale = std::min(1.0, kFineness * document.height / placed.rectangle.height);
+void Prepare(PhotoSource& upright, FaceFinder& finder, const Placed& placed, const MakeRequest& request, State* state) {
+  const Document& document = request.document;
+  if (request.draft && ServesDraft(*state, placed, document)) return;
+  const PixelBox box = BoxAround(*state, placed, document, request.draft ? kDraftRoom : kRoom);
+  const double fineness = request.draft ? kDraftFineness : kFineness;
+  double scale = std::min(1.0, fineness * document.height / placed.rectangle.height);
   constexpr double kNotWorthIt = 0.85;
   if (scale > kNotWorthIt) scale = 1;
   const auto size = [scale](int32_t side) { return std::max(1, static_cast<int32_t>(std::ceil(side * scale))); };
@@ -273,11 +288,11 @@ void Prepare(PhotoSource& upright, FaceFinder& finder, const Placed& placed, con
 Placed PlaceFinely(PhotoSource& upright, FaceFinder& finder, const MakeRequest& request, State* state) {
   Placed placed = Place(*state, nullptr, request);
   for (int i = 0; i < kMostPlacings; ++i) {
-    Prepare(upright, finder, placed, request.document, state);
+    Prepare(upright, finder, placed, request, state);
     placed = Place(*state, &*state->prepared, request);
     if (Holds(state->prepared->part.box, BoxAround(*state, placed, request.document, 0))) return placed;
   }
-  Prepare(upright, finder, placed, request.document, state);  // the measures waver: the last ones stand
+  Prepare(upright, finder, placed, request, state);  // the measures waver: the last ones stand
   return placed;
 }
 

@@ -86,6 +86,10 @@ struct MakeRequest {
   Adjustment adjustment;
   bool compare = false;  // make the picture without retouching and adjustment too
   bool keepRim = false;  // leave the old surroundings' light on the rim of hair and shoulders
+  // For a screen, while somebody moves an option: takes what the rendering before has read of the photograph, where
+  // that holds the picture, or reads somewhat more of it, less finely. What is made then is nearly the picture, not to
+  // the bit.
+  bool draft = false;
   // What the document asks of the persons themselves: what does not meet it becomes a remark or, with `strict`, the
   // Failure kUnsuitable.
   MeasureOptions persons;

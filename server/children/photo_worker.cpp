@@ -172,6 +172,7 @@ class PhotoWorker final : public ChildWorker {
   orders::Answer Preview(const orders::MakeOrder& make, KeptPhoto* photo) {
     photo::MakeRequest wanted = make.Request();
     wanted.compare = false;
+    wanted.draft = true;
     FitScreen(&wanted.document);
     const photo::MadePhoto made = Render(make, wanted, photo);
     orders::Answer answer;

@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 #include "codec/codec.h"
 #include "photo/face/upright.h"
@@ -178,6 +180,52 @@ TEST(Studio, RendersTheSameOfOneAnalysisAsOfMany) {
   impossible.document.head = impossible.document.top = Fraction{0.9, 0.95};
   EXPECT_THROW(studio.Render(source, analysis, impossible), Failure);
   EXPECT_TRUE(Same(Make(studio, photograph, requests[1]), studio.Render(source, analysis, requests[1])));
+}
+
+// Counts the parts that are asked for.
+class CountingSource final : public PhotoSource {
+ public:
+  explicit CountingSource(Image image) : source_(std::move(image)) {}
+  int32_t Width() override { return source_.Width(); }
+  int32_t Height() override { return source_.Height(); }
+  Image Overview(int64_t leastPixels) override { return source_.Overview(leastPixels); }
+  Image Part(const PixelBox& box, int32_t width, int32_t height) override {
+    ++parts;
+    return source_.Part(box, width, height);
+  }
+
+  int parts = 0;
+
+ private:
+  ImageSource source_;
+};
+
+TEST(Studio, DraftsReadLittleAreNearAndLeaveNothingBehind) {
+  const Image photograph = Reread(ToVips(Sample()).resize(4));
+  Studio studio;
+  CountingSource source(photograph);
+  Analysis analysis = studio.Analyse(source, {});
+  MakeRequest request = RequestFor("schengen-visa");
+  request.relax = true;
+  int read = 0;
+  for (const double percent : {0.0, 1.0, 2.0, 3.0, 4.0, 5.0}) {
+    request.framing = {100 + percent / 2, percent, percent, 0};
+    const MadePhoto exact = Make(studio, photograph, request);
+    request.draft = true;
+    const int before = source.parts;
+    const MadePhoto draft = studio.Render(source, analysis, request);
+    read += source.parts - before;
+    request.draft = false;
+    ASSERT_EQ(exact.image.bgr.size(), draft.image.bgr.size());
+    double sum = 0;
+    for (size_t i = 0; i < exact.image.bgr.size(); ++i) sum += std::abs(exact.image.bgr[i] - draft.image.bgr[i]);
+    // The measures waver by a pixel or two with what they are taken from.
+    EXPECT_LT(sum / static_cast<double>(exact.image.bgr.size()), 6) << percent;
+    EXPECT_NEAR(exact.measures.head, draft.measures.head, 0.006) << percent;
+    EXPECT_NEAR(exact.measures.eyes, draft.measures.eyes, 0.006) << percent;
+  }
+  EXPECT_LE(read, 2);
+  EXPECT_TRUE(Same(Make(studio, photograph, request), studio.Render(source, analysis, request)));
 }
 
 TEST(Studio, TellsWhereFacesAreInTheUprightPhotograph) {
