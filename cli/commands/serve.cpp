@@ -102,10 +102,11 @@ void Serve(const ServeOptions& options) {
   server::Service service(children);
   server::Adapter handler(&service, &service.Workers(), settings.limits);
   server::Listener listener(std::move(settings), &handler);
+  listener.StopAtSignals();  // before anybody knows that it runs
   std::printf("%s\n", listener.Address().c_str());
   std::fflush(stdout);
   if (options.open) OpenInBrowser(listener.Address());
-  listener.Run(true);
+  listener.Run();
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ class Core {
   Core& operator=(const Core&) = delete;
 
   std::string Address() const;
-  void Run(bool signals);
+  void StopAtSignals();
+  void Run();
   void Stop();
 
   // Has the handler answer; the answer comes to the connection's Deliver, once.

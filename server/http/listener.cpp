@@ -137,12 +137,13 @@ std::string Core::Address() const {
          "/";
 }
 
-void Core::Run(bool signals) {
-  if (signals) {
-    signals_.add(SIGTERM);
-    signals_.add(SIGINT);
-    WaitForSignal();
-  }
+void Core::StopAtSignals() {
+  signals_.add(SIGTERM);
+  signals_.add(SIGINT);
+  WaitForSignal();
+}
+
+void Core::Run() {
   Accept();
   for (;;) {
     try {
@@ -281,8 +282,12 @@ Listener::~Listener() = default;
 std::string Listener::Address() const {
   return core_->Address();
 }
-void Listener::Run(bool signals) {
-  core_->Run(signals);
+void Listener::StopAtSignals() {
+  core_->StopAtSignals();
+}
+
+void Listener::Run() {
+  core_->Run();
 }
 void Listener::Stop() {
   core_->Stop();

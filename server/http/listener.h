@@ -44,10 +44,11 @@ class Listener {
   // "http://127.0.0.1:8080/", with the port that was taken.
   std::string Address() const;
 
-  // Serves until it is stopped, by Stop or, if `signals`, by SIGTERM or SIGINT: takes no more connections, closes those
-  // that ask for nothing, finishes the others and returns within limits.drain. A second signal ends it at once.
-  // Once.
-  void Run(bool signals);
+  // From now on, before Run too, SIGTERM and SIGINT stop it; a second one ends it at once.
+  void StopAtSignals();
+  // Serves until it is stopped: takes no more connections then, closes those that ask for nothing, finishes the others
+  // and returns within limits.drain. Once.
+  void Run();
   // For any thread.
   void Stop();
 

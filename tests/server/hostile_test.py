@@ -401,6 +401,12 @@ class Deaths(unittest.TestCase):
 
 
 class Start(unittest.TestCase):
+    def test_it_can_be_ended_as_soon_as_its_address_is_known(self):
+        for _ in range(5):
+            with serve(jobs=1) as server:
+                server.process.send_signal(signal.SIGTERM)
+                self.assertEqual(server.process.wait(PATIENCE), 0)
+
     def test_a_log_that_nobody_reads_holds_nothing_up(self):
         read, write = os.pipe()
         with serve(jobs=1, stderr=write) as server:

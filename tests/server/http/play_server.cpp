@@ -110,9 +110,10 @@ int main(int argc, char** argv) {
   try {
     PlayHandler handler;
     Listener listener(ReadSettings(argc, argv), &handler);
+    listener.StopAtSignals();
     std::printf("%s\n", listener.Address().c_str());
     std::fflush(stdout);
-    listener.Run(true);
+    listener.Run();
   } catch (const std::exception& exception) {
     std::fprintf(stderr, "%s\n", exception.what());
     return 2;
