@@ -37,9 +37,9 @@ void CheckRanges(const Adjustment& adjustment);
 // Alternatives to Perlin's Bias and Gain Functions", 1994), so that nothing is clipped; a colour keeps its hue and, but
 // for `saturation`, its chromaticity, as if there were more or less light. The white balance weighs the cone responses
 // (J. von Kries, 1902) and keeps the luminance of greys. What would leave sRGB comes nearer to the grey of its
-// luminance, smoothly; white therefore stays white. The sharpness is an unsharp mask of luma alone over 5 x 5 pixels:
-// it passes over differences below 1.5 levels, and goes beyond the lightest and darkest neighbour by at most 3. Throws
-// Failure as CheckRanges does, the picture untouched.
+// luminance, smoothly; white therefore stays white unless something else darkens it. The sharpness is an unsharp mask
+// of luma alone over 5 x 5 pixels: it passes over differences below 1.5 levels, and goes beyond the lightest and
+// darkest neighbour by at most 3. Throws Failure as CheckRanges does, the picture untouched.
 void Adjust(const Adjustment& adjustment, const Cast& cast, Image* picture);
 
 // The same for a person before a background that keeps every byte. `own`: the person's own colours, not multiplied by
