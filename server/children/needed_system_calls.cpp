@@ -26,6 +26,11 @@ constexpr int kNeeded[] = {
     SCMP_SYS(clock_gettime), SCMP_SYS(clock_nanosleep), SCMP_SYS(gettimeofday), SCMP_SYS(getrandom), SCMP_SYS(sysinfo),
     SCMP_SYS(rt_sigaction), SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn), SCMP_SYS(restart_syscall)};
 
+// The library's own macros are C's.
+scmp_arg_cmp Where(unsigned argument, scmp_compare how, scmp_datum_t a, scmp_datum_t b = 0) {
+  return {argument, how, a, b};
+}
+
 class Filter {
  public:
   explicit Filter(uint32_t otherwise) : context_(seccomp_init(otherwise), seccomp_release) {
@@ -52,13 +57,13 @@ void AllowOnlyNeededCalls() {
   for (const int call : kNeeded) filter.Add(SCMP_ACT_ALLOW, call);
   // Memory is for data: none of it becomes code.
   for (const int call : {SCMP_SYS(mmap), SCMP_SYS(mprotect)})
-    filter.Add(SCMP_ACT_ALLOW, call, SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0));
+    filter.Add(SCMP_ACT_ALLOW, call, Where(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0));
   // Threads, not processes. The newer call hides what it makes behind a pointer; the C library does without it.
-  filter.Add(SCMP_ACT_ALLOW, SCMP_SYS(clone), SCMP_A0(SCMP_CMP_MASKED_EQ, kThread, kThread));
+  filter.Add(SCMP_ACT_ALLOW, SCMP_SYS(clone), Where(0, SCMP_CMP_MASKED_EQ, kThread, kThread));
   filter.Add(SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3));
-  filter.Add(SCMP_ACT_ALLOW, SCMP_SYS(prctl), SCMP_A0(SCMP_CMP_EQ, PR_SET_NAME));
+  filter.Add(SCMP_ACT_ALLOW, SCMP_SYS(prctl), Where(0, SCMP_CMP_EQ, PR_SET_NAME));
   // abort() ends the process by its own signal.
-  filter.Add(SCMP_ACT_ALLOW, SCMP_SYS(tgkill), SCMP_A0(SCMP_CMP_EQ, static_cast<scmp_datum_t>(getpid())));
+  filter.Add(SCMP_ACT_ALLOW, SCMP_SYS(tgkill), Where(0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(getpid())));
   filter.Load();
 }
 

@@ -119,7 +119,7 @@ TEST(ChildrenPhotographs, OfEveryFormatAreReadAndDamagedOnesRefused) {
     const ChildReply read = Waited(children, {"inspect", {}, whole, {}, ""}).Get();
     EXPECT_TRUE(Contains(read.report, "\"width\":300")) << name << ": " << read.text;
     // Cut, and with bytes of all places changed: a refusal or a picture, never the end of the child.
-    for (const size_t part : {2, 7}) {
+    for (const size_t part : {size_t{2}, size_t{7}}) {
       photo::Bytes cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(whole.size() * part / 8)), changed = whole;
       for (size_t at = part * 5; at < changed.size(); at += 97 * part) changed[at] = static_cast<uint8_t>(at * 31);
       EXPECT_EQ(Kind::kFailure, Waited(children, {"inspect", {}, cut, {}, ""}).Get().kind) << name << part;
