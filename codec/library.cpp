@@ -99,9 +99,9 @@ bool HasMemory(int64_t bytes) {
 bool IsAboutMemory(const std::string& message) {
   // Threads are refused where there is no room for their stacks. The C library's words for that are those for any
   // shortage, such as of processes: it passes too, and is none of the picture's faults.
-  for (const char* words : {"out of memory", "Out of memory", "nsufficient memory", "Memory allocation", "No space for",
-                            "Cannot allocate memory", "unable to create thread", "creating thread",
-                            "Resource temporarily unavailable"}) {
+  for (const char* words :
+       {"out of memory", "Out of memory", "nsufficient memory", "Memory allocation", "No space for",
+        "Cannot allocate memory", "unable to create thread", "creating thread", "Resource temporarily unavailable"}) {
     if (message.find(words) != std::string::npos) return true;
   }
   return false;

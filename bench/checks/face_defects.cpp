@@ -10,9 +10,9 @@
 namespace qx::bench::checks {
 namespace {
 
-using photo::kEyeRings;
 using photo::FaceMesh;
 using photo::Image;
+using photo::kEyeRings;
 using photo::MeasureId;
 using photo::PlacePoint;
 
