@@ -39,7 +39,8 @@ bool IsPlainText(std::string_view text) {
   if (control) return false;
   while (!text.empty()) {
     const size_t length = photo::Utf8Length(text);
-    if (length == 0) return false;
+    // U+0080 to U+009F are controls too.
+    if (length == 0 || (text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0)) return false;
     text.remove_prefix(length);
   }
   return true;
