@@ -11,6 +11,7 @@
 
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/order.h"
 #include "photo/base/failure.h"
 
 namespace qx::cli {
@@ -60,6 +61,18 @@ auto AsSetup(Call call) {
     throw SetupFailure(Wording(failure));
   }
 }
+
+// Of a command that makes one picture file of another.
+struct PictureFiles {
+  std::string photograph, output;
+  bool quiet = false, json = false;
+};
+
+// The files, the order's own options and those of the report.
+void AddPictureOptions(CLI::App& command, orders::Order* order, PictureFiles* files);
+// Writes the output and says so as was asked: `facts` ("413 x 531 pixels") and remarks, or the report. Throws Failure.
+void WritePicture(const PictureFiles& files, const std::vector<uint8_t>& bytes, const std::string& facts,
+                  const std::vector<std::string>& remarks, const std::string& report);
 
 // The name of the second picture beside the output: that of the output with "-compare" before the ending.
 std::string CompareName(const std::string& output);

@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -6,6 +7,7 @@
 #include "cli/output_file.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/options/common_options.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 
@@ -36,6 +38,28 @@ void RunOnPhotograph(const std::string& photograph, int* status, const std::func
     std::fprintf(stderr, "idphoto: %s: %s\n", photo::Printable(photograph).c_str(), Wording(exception).c_str());
     *status = kSomeFailed;
   }
+}
+
+void AddPictureOptions(CLI::App& command, orders::Order* order, PictureFiles* files) {
+  command.add_option("PHOTO", files->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
+  command.add_option("-o,--output", files->output, "The .jpg or .png file to write")->type_name("OUT")->required();
+  order->AddOptions(command);
+  CLI::Option* quiet = command.add_flag("--quiet", files->quiet, "Print nothing when all went well");
+  command.add_flag("--json", files->json, "Print the report as one JSON object")->excludes(quiet);
+  orders::AddMaxMegapixels(command, &order->limits.pixels);
+}
+
+void WritePicture(const PictureFiles& files, const std::vector<uint8_t>& bytes, const std::string& facts,
+                  const std::vector<std::string>& remarks, const std::string& report) {
+  WriteFile(files.output, bytes);
+  if (files.quiet) return;
+  if (files.json) {
+    std::printf("%s\n", report.c_str());
+    return;
+  }
+  std::printf("%s: %s, %s\n", photo::Printable(files.photograph).c_str(), photo::Printable(files.output).c_str(),
+              facts.c_str());
+  for (const std::string& remark : remarks) std::printf("  %s\n", remark.c_str());
 }
 
 std::string CompareName(const std::string& output) {

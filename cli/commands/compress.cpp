@@ -4,38 +4,29 @@
 #include <string>
 
 #include "cli/commands/commands.h"
-#include "cli/output_file.h"
 #include "codec/codec.h"
 #include "orders/compress.h"
-#include "orders/options/common_options.h"
-#include "photo/base/text.h"
 #include "photo/document/presets.h"
 
 namespace qx::cli {
 namespace {
 
 struct CompressOptions {
-  std::string photograph, output;
-  bool quiet = false, json = false;
+  PictureFiles files;
   orders::CompressOrder order;
 };
 
 void Run(CompressOptions& options) {
   orders::CompressOrder& order = options.order;
   AsSetup([&order] { order.Settle(); });
-  order.format = CheckPictureName(options.output, {{"photograph", options.photograph}});
-  codec::FileSource source(options.photograph, order.limits);
+  order.format = CheckPictureName(options.files.output, {{"photograph", options.files.photograph}});
+  codec::FileSource source(options.files.photograph, order.limits);
   const orders::CompressedFile compressed = order.Compress(source);
-  WriteFile(options.output, compressed.file.bytes);
-  if (options.quiet) return;
-  if (options.json) {
-    std::printf("%s\n", order.Report(options.photograph, options.output, compressed).c_str());
-    return;
-  }
-  std::printf("%s: %s, %d x %d pixels, %d dpi, %.1f kB\n", photo::Printable(options.photograph).c_str(),
-              photo::Printable(options.output).c_str(), compressed.width, compressed.height, compressed.dpi,
-              static_cast<double>(compressed.file.bytes.size()) / photo::kCeilingKilobyte);
-  for (const std::string& remark : compressed.remarks) std::printf("  %s\n", remark.c_str());
+  char facts[100];
+  std::snprintf(facts, sizeof facts, "%d x %d pixels, %d dpi, %.1f kB", compressed.width, compressed.height,
+                compressed.dpi, static_cast<double>(compressed.file.bytes.size()) / photo::kCeilingKilobyte);
+  WritePicture(options.files, compressed.file.bytes, facts, compressed.remarks,
+               order.Report(options.files.photograph, options.files.output, compressed));
 }
 
 }  // namespace
@@ -43,12 +34,7 @@ void Run(CompressOptions& options) {
 void AddCompressCommand(CLI::App& app, int* status) {
   auto options = std::make_shared<CompressOptions>();
   CLI::App* command = app.add_subcommand("compress", "Bring a picture to a size of file and a resolution");
-  command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
-  command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
-  options->order.AddOptions(*command);
-  CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
-  command->add_flag("--json", options->json, "Print the report as one JSON object")->excludes(quiet);
-  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
+  AddPictureOptions(*command, &options->order, &options->files);
   command->footer(
       "The picture keeps its width and height in pixels and loses what else its file says: where it was taken, say. A\n"
       "JPEG file that is within the limits already keeps its pixels to the bit; every other one is compressed anew, "
@@ -62,7 +48,7 @@ void AddCompressCommand(CLI::App& app, int* status) {
       "  idphoto compress passport.jpg -o small.jpg --max-kb 240\n"
       "  idphoto compress scan.tiff -o upload.jpg --min-kb 50 --max-kb 500 --dpi 300\n"
       "  idphoto compress photo.jpg -o print.jpg --dpi 600");
-  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Run(*options); }); });
+  command->callback([options, status] { RunOnPhotograph(options->files.photograph, status, [&] { Run(*options); }); });
 }
 
 }  // namespace qx::cli

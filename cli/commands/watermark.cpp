@@ -4,36 +4,27 @@
 #include <string>
 
 #include "cli/commands/commands.h"
-#include "cli/output_file.h"
 #include "codec/codec.h"
-#include "orders/options/common_options.h"
 #include "orders/watermark.h"
-#include "photo/base/text.h"
 
 namespace qx::cli {
 namespace {
 
 struct WatermarkOptions {
-  std::string photograph, output;
-  bool quiet = false, json = false;
+  PictureFiles files;
   orders::WatermarkOrder order;
 };
 
 void Run(WatermarkOptions& options) {
   orders::WatermarkOrder& order = options.order;
   AsSetup([&order] { order.Settle(); });
-  order.format = CheckPictureName(options.output, {{"photograph", options.photograph}});
-  codec::FileSource source(options.photograph, order.limits);
+  order.format = CheckPictureName(options.files.output, {{"photograph", options.files.photograph}});
+  codec::FileSource source(options.files.photograph, order.limits);
   const orders::WatermarkedFile marked = order.Mark(source);
-  WriteFile(options.output, marked.file.bytes);
-  if (options.quiet) return;
-  if (options.json) {
-    std::printf("%s\n", order.Report(options.photograph, options.output, marked).c_str());
-    return;
-  }
-  std::printf("%s: %s, %d x %d pixels, %d dpi\n", photo::Printable(options.photograph).c_str(),
-              photo::Printable(options.output).c_str(), marked.width, marked.height, marked.dpi);
-  for (const std::string& remark : marked.remarks) std::printf("  %s\n", remark.c_str());
+  char facts[100];
+  std::snprintf(facts, sizeof facts, "%d x %d pixels, %d dpi", marked.width, marked.height, marked.dpi);
+  WritePicture(options.files, marked.file.bytes, facts, marked.remarks,
+               order.Report(options.files.photograph, options.files.output, marked));
 }
 
 }  // namespace
@@ -41,12 +32,7 @@ void Run(WatermarkOptions& options) {
 void AddWatermarkCommand(CLI::App& app, int* status) {
   auto options = std::make_shared<WatermarkOptions>();
   CLI::App* command = app.add_subcommand("watermark", "Write a text all over a picture, turned and half transparent");
-  command->add_option("PHOTO", options->photograph, "JPEG, PNG, WebP, HEIF or TIFF file")->type_name("")->required();
-  command->add_option("-o,--output", options->output, "The .jpg or .png file to write")->type_name("OUT")->required();
-  options->order.AddOptions(*command);
-  CLI::Option* quiet = command->add_flag("--quiet", options->quiet, "Print nothing when all went well");
-  command->add_flag("--json", options->json, "Print the report as one JSON object")->excludes(quiet);
-  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
+  AddPictureOptions(*command, &options->order, &options->files);
   command->footer(
       "The picture keeps its width and height in pixels; a .png file stays as transparent as it was. The letters are\n"
       "those of western European languages; a text with any other is refused.\n\n"
@@ -56,7 +42,7 @@ void AddWatermarkCommand(CLI::App& app, int* status) {
       "  idphoto watermark visa.jpg -o proof.jpg --text \"Studio Miller\"\n"
       "  idphoto watermark visa.jpg -o copy.jpg --text \"for the bank only\" --size 32 --opacity 0.3 --angle 45\n"
       "  idphoto watermark me.png -o me-proof.png --text PROOF --color white --space 60");
-  command->callback([options, status] { RunOnPhotograph(options->photograph, status, [&] { Run(*options); }); });
+  command->callback([options, status] { RunOnPhotograph(options->files.photograph, status, [&] { Run(*options); }); });
 }
 
 }  // namespace qx::cli
