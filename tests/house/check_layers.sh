@@ -59,6 +59,11 @@ done < <(includes orders)
 if grep -rnE '#include <(filesystem|fstream|iostream|cstdio|thread|vips|unistd|sys/|netinet)' orders; then
   echo "orders/ knows no files, terminal, threads or sockets" && failed=1
 fi
+# What photographs are is for whoever works on the jobs.
+while read -r file included; do
+  count=$((count + 1))
+  [[ $included == worker/* || $included == photo/base/* ]] || refuse "$file" "$included" "worker/ may use photo/base only"
+done < <(includes worker)
 # The server itself reads no photograph: that is for its children, which alone know what can. Outside them orders are
 # known by their names and options. What the interface offers must be there for every program: nothing of one program's
 # words or files.
@@ -82,9 +87,9 @@ if grep -rlE '#include <boost/beast' server | grep -v '^server/http/connection.c
   echo "Beast is for server/http/connection.cpp alone" && failed=1
 fi
 
-if grep -rnE '#include <(vips|CLI|glib)' photo jobs server; then echo "photo/, jobs/ and server/ know no image or option library" && failed=1; fi
+if grep -rnE '#include <(vips|CLI|glib)' photo jobs server worker; then echo "photo/, jobs/, server/ and worker/ know no image or option library" && failed=1; fi
 # What options can do about a failure is said by those who have some.
-if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs server; then
+if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs server worker; then
   echo "texts that name options or commands" && failed=1
 fi
 # Packages come from wherever the machine fetches packages; their hashes say which they are.

@@ -1,0 +1,39 @@
+// The other end of a queue: where jobs are handed in and answers fetched.
+#ifndef QX_WORKER_JOB_DESK_H
+#define QX_WORKER_JOB_DESK_H
+
+#include <cstddef>
+#include <functional>
+
+#include "worker/job_source.h"
+#include "worker/message.h"
+
+namespace qx::worker {
+
+struct AnswerTakers {
+  std::function<void(const Answer&)> answer;
+  std::function<void(const Dead&)> dead;
+};
+
+// Calls throw SourceFailure, and BadMessage for a job that is none.
+class JobDesk {
+ public:
+  virtual ~JobDesk() = default;
+  JobDesk(const JobDesk&) = delete;
+  JobDesk& operator=(const JobDesk&) = delete;
+
+  // Returns once the job is kept; false when one of that id waits, is in hand or has an answer that nobody fetched. One
+  // that was buried is tried anew.
+  virtual bool Submit(const Job& job) = 0;
+  // Hands over what is there, and forgets each when its taker returns, which has kept it by then. The same answer may
+  // come again in a later call. Returns how many there were.
+  virtual size_t Collect(const AnswerTakers& takers) = 0;
+  virtual SourceCounts Count() = 0;
+
+ protected:
+  JobDesk() = default;
+};
+
+}  // namespace qx::worker
+
+#endif  // QX_WORKER_JOB_DESK_H

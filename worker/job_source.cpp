@@ -1,0 +1,7 @@
+#include "worker/job_source.h"
+
+namespace qx::worker {
+
+JobSource::~JobSource() = default;
+
+}  // namespace qx::worker
