@@ -20,15 +20,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// "12 photographs made, 1 failed", as far as there is something to say.
-std::string SummaryText(const BatchSummary& summary) {
-  std::string text = photo::Count(summary.done, "photograph") + " made";
-  if (summary.skipped > 0) text += ", " + std::to_string(summary.skipped) + " left as they were";
-  if (summary.failed > 0) text += ", " + std::to_string(summary.failed) + " failed";
-  if (summary.left > 0) text += ", " + std::to_string(summary.left) + " not tried";
-  return text;
-}
-
 class Batch {
  public:
   Batch(const std::vector<BatchItem>& items, BatchReport* report)
@@ -55,8 +46,7 @@ class Batch {
     summary_.skipped = skipped;
     summary_.left = items_.size() - summary_.done - summary_.failed;
     progress_.Summary(SummaryText(summary_));
-    const std::string failures = failures_.Lines(), remarks = remarks_.Lines();
-    progress_.Close((failures.empty() ? "" : "failed:\n" + failures) + (remarks.empty() ? "" : "remarks:\n" + remarks));
+    progress_.Close(ReasonLines(failures_, remarks_));
     return summary_;
   }
 
@@ -108,6 +98,14 @@ class Batch {
 };
 
 }  // namespace
+
+std::string SummaryText(const BatchSummary& summary) {
+  std::string text = photo::Count(summary.done, "photograph") + " made";
+  if (summary.skipped > 0) text += ", " + std::to_string(summary.skipped) + " left as they were";
+  if (summary.failed > 0) text += ", " + std::to_string(summary.failed) + " failed";
+  if (summary.left > 0) text += ", " + std::to_string(summary.left) + " not tried";
+  return text;
+}
 
 BatchSummary RunBatch(const std::vector<BatchItem>& items, const std::function<BatchWorker()>& makeWorker,
                       const BatchSettings& settings) {

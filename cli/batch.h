@@ -30,6 +30,9 @@ struct BatchSummary {
   size_t left = 0;     // not tried: the run was interrupted
 };
 
+// "12 photographs made, 1 failed", as far as there is something to say.
+std::string SummaryText(const BatchSummary& summary);
+
 // Works on all items, whatever becomes of each, says so on the way, and counts the reasons at the end, with those of
 // items that an earlier run did. `makeWorker` is called once in each thread.
 // After an interrupt (SIGINT) the photographs at work are finished and no others begun. Throws SetupFailure when the

@@ -88,4 +88,9 @@ std::string ReasonCounts::Lines() const {
   return lines;
 }
 
+std::string ReasonLines(const ReasonCounts& failures, const ReasonCounts& remarks) {
+  const std::string failed = failures.Lines(), remarked = remarks.Lines();
+  return (failed.empty() ? "" : "failed:\n" + failed) + (remarked.empty() ? "" : "remarks:\n" + remarked);
+}
+
 }  // namespace qx::cli

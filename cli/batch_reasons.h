@@ -27,6 +27,9 @@ class ReasonCounts {
   std::map<std::string, size_t> photographs_;  // by the reason in words
 };
 
+// Both under their headings, as far as there are any.
+std::string ReasonLines(const ReasonCounts& failures, const ReasonCounts& remarks);
+
 }  // namespace qx::cli
 
 #endif  // QX_CLI_BATCH_REASONS_H

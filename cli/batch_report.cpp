@@ -38,7 +38,39 @@ Json Number(double value) {
   return rounded;
 }
 
+[[noreturn]] void Fail(const fs::path& file, const char* what, int error) {
+  throw SetupFailure(photo::Printable(file.native()) + ": cannot " + what + " the report (" +
+                     std::generic_category().message(error) + "); check the folder, its permissions and the disk");
+}
+
+ReportLine Parsed(const std::string& text) {
+  const Json line = Json::parse(text);
+  const std::string status = line.at("status");
+  return {text,
+          line.at("input"),
+          line.at("output"),
+          status == "done",
+          line.value("reasons", std::vector<std::string>()),
+          line.at("options")};
+}
+
 }  // namespace
+
+std::vector<ReportLine> ReadReport(const fs::path& name) {
+  std::ifstream file(name, std::ios::binary);
+  if (!file) Fail(name, "read", errno);
+  std::vector<ReportLine> lines;
+  for (std::string text; std::getline(file, text);) {
+    if (file.eof()) break;
+    try {
+      lines.push_back(Parsed(text));
+    } catch (const Json::exception&) {
+      throw SetupFailure(photo::Printable(name.native()) + ": is not a report of an earlier run; name another file");
+    }
+  }
+  if (file.bad()) Fail(name, "read", EIO);
+  return lines;
+}
 
 BatchReport::BatchReport(fs::path file, std::string options, bool resume)
     : file_(std::move(file)), options_(std::move(options)) {
@@ -50,32 +82,20 @@ BatchReport::~BatchReport() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-void BatchReport::Fail(const char* what, int error) const {
-  throw SetupFailure(photo::Printable(file_.native()) + ": cannot " + what + " the report (" +
-                     std::generic_category().message(error) + "); check the folder, its permissions and the disk");
-}
-
 void BatchReport::Read() {
   std::error_code error;
   if (!fs::exists(file_, error)) return;
-  std::ifstream file(file_, std::ios::binary);
-  if (!file) Fail("read", errno);
-  for (std::string text; std::getline(file, text);) {
-    if (file.eof()) break;  // without its end: a line that was being written when the machine went down
-    try {
-      const Json line = Json::parse(text);
-      const bool done = line.at("status") == "done" && line.at("options") == options_;
-      lines_[{line.at("input"), line.at("output")}] = {text, done, line.value("reasons", std::vector<std::string>())};
-    } catch (const Json::exception&) {
-      throw SetupFailure(photo::Printable(file_.native()) + ": is not a report of an earlier run; name another file");
-    }
+  for (ReportLine& line : ReadReport(file_)) {
+    line.done = line.done && line.options == options_;
+    const Key key{line.input, line.output};
+    lines_[key] = std::move(line);
   }
 }
 
 void BatchReport::Open(bool truncate) {
   if (descriptor_ >= 0) close(descriptor_);
   descriptor_ = open(file_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (truncate ? O_TRUNC : 0), 0666);
-  if (descriptor_ < 0) Fail("write", errno);
+  if (descriptor_ < 0) Fail(file_, "write", errno);
 }
 
 bool BatchReport::IsDone(const BatchItem& item) const {
@@ -119,7 +139,7 @@ void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
   const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
   for (size_t from = 0; from < text.size();) {
     const ssize_t written = write(descriptor_, text.data() + from, text.size() - from);
-    if (written < 0 && errno != EINTR) Fail("write", errno);
+    if (written < 0 && errno != EINTR) Fail(file_, "write", errno);
     if (written > 0) from += static_cast<size_t>(written);
   }
 }

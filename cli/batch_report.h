@@ -23,6 +23,19 @@ struct BatchOutcome {
   double seconds = 0;
 };
 
+// What one line of a report says.
+struct ReportLine {
+  std::string text;           // of the whole line, without its end
+  std::string input, output;  // names as in the file
+  bool done = false;
+  std::vector<std::string> reasons;
+  std::string options;
+};
+
+// The lines of a report, in the file's order; an unfinished last one, which was being written when the machine went
+// down, is left out. Throws SetupFailure when the file cannot be read or is no report.
+std::vector<ReportLine> ReadReport(const std::filesystem::path& file);
+
 // Each line is one object: "input", "output", "status" ("done" or "failed"), "message", "reasons" (an array of
 // names: codes of failures or identifiers of measures that failed), "measures" (an object of numbers), "seconds" and
 // "options", the text that says with which options the run was made. A line is written at once and whole, so that an
@@ -46,20 +59,14 @@ class BatchReport {
   void Append(const BatchItem& item, const BatchOutcome& outcome);
 
  private:
-  struct Line {
-    std::string text;  // of the whole line, without its end
-    bool done;         // with the same options
-    std::vector<std::string> reasons;
-  };
   using Key = std::pair<std::string, std::string>;  // input and output as in the file
 
   void Read();
   void Open(bool truncate);
-  [[noreturn]] void Fail(const char* what, int error) const;
 
   std::filesystem::path file_;
   std::string options_;
-  std::map<Key, Line> lines_;  // of earlier runs; the last one counts
+  std::map<Key, ReportLine> lines_;  // of earlier runs; the last one counts; done: with the same options
   int descriptor_ = -1;
 };
 

@@ -47,6 +47,7 @@ int Run(int argc, char** argv) {
   qx::cli::AddCompressCommand(app, &status);
   qx::cli::AddWatermarkCommand(app, &status);
   qx::cli::AddBatchCommand(app, &status);
+  qx::cli::AddReportCommand(app, &status);
 #ifdef QX_WITH_SERVER
   qx::cli::AddServeCommand(app, &status);
 #endif

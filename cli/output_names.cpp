@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <numeric>
 #include <set>
+#include <string_view>
 #include <system_error>
 
 #include "cli/wording.h"
@@ -96,6 +99,32 @@ std::vector<std::string> ExpandPhotographs(const std::vector<std::string>& argum
     }
   }
   return photographs;
+}
+
+Shard ParseShard(const std::string& text) {
+  constexpr size_t kMost = 1'000'000;
+  const auto number = [](std::string_view digits) {
+    size_t value = 0;
+    const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    return end.ec == std::errc() && end.ptr == digits.data() + digits.size() ? value : 0;
+  };
+  const size_t slash = std::min(text.find('/'), text.size());
+  const std::string_view view(text);
+  const Shard shard{number(view.substr(0, slash)), number(view.substr(std::min(slash + 1, text.size())))};
+  if (shard.number < 1 || shard.number > shard.count || shard.count > kMost) {
+    throw SetupFailure("--shard: \"" + photo::Printable(text) + "\" is no share; the third of ten is 3/10");
+  }
+  return shard;
+}
+
+std::vector<size_t> ItemsOf(const Shard& shard, const std::vector<std::string>& names) {
+  std::vector<size_t> order(names.size());
+  std::iota(order.begin(), order.end(), size_t{0});
+  std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return names[a] < names[b]; });
+  std::vector<size_t> items;
+  for (size_t i = shard.number - 1; i < order.size(); i += shard.count) items.push_back(order[i]);
+  std::sort(items.begin(), items.end());
+  return items;
 }
 
 void RefuseToReplace(const std::vector<std::string>& photographs, const std::vector<fs::path>& outputs) {

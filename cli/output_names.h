@@ -2,6 +2,7 @@
 #ifndef QX_CLI_OUTPUT_NAMES_H
 #define QX_CLI_OUTPUT_NAMES_H
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -16,6 +17,17 @@ std::vector<std::string> OutputStems(const std::vector<std::string>& photographs
 // without those of folders below, sorted by name), a pattern with *, ? or [ for the files it matches (sorted), and
 // anything else for itself, whether it exists or not. Throws SetupFailure for a folder or pattern without photographs.
 std::vector<std::string> ExpandPhotographs(const std::vector<std::string>& arguments);
+
+// One of several runs that share a list of photographs.
+struct Shard {
+  size_t number = 1, count = 1;  // number from 1 to count
+};
+// Of "3/10". Throws SetupFailure.
+Shard ParseShard(const std::string& text);
+// Which of these names are the shard's, in the order of the list: every count-th of the names once they are sorted byte
+// by byte, so that all runs agree, in whatever order their shells hand the names on. None where there are more shards
+// than names.
+std::vector<size_t> ItemsOf(const Shard& shard, const std::vector<std::string>& names);
 
 // Throws SetupFailure when writing one of the outputs would replace one of the photographs.
 void RefuseToReplace(const std::vector<std::string>& photographs, const std::vector<std::filesystem::path>& outputs);

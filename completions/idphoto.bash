@@ -31,8 +31,9 @@ _idphoto_options() {
       ;;
     batch)
       echo "$common -o --output $document $retouch $adjust $framing $finish --format --jobs --report --resume" \
-        "--max-megapixels"
+        "--shard --max-megapixels"
       ;;
+    report) echo "$common -o --output" ;;
     serve) echo "$common --listen --jobs --max-upload --token-file --host --cors --open" ;;
   esac
 }
@@ -73,13 +74,14 @@ _idphoto() {
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --zoom | --offset-x | --offset-y | --turn | \
-      --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --search | --country | \
+      --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --shard | --search | --country | \
       --text | --opacity | --angle | --space | --listen | --host | --max-upload | --max-megapixels) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress watermark batch serve' "$word"
+    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress watermark batch report serve' \
+      "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"
   else

@@ -31,6 +31,7 @@ constexpr size_t kMaxJobs = 256;
 struct BatchOptions {
   std::vector<std::string> photographs;
   std::string folder, report;
+  std::string shard = "1/1";
   orders::DocumentOptions document;
   codec::ImageFormat format = codec::ImageFormat::kJpeg;
   bool pair = false, resume = false;
@@ -38,7 +39,8 @@ struct BatchOptions {
   int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
-std::vector<BatchItem> PlanBatch(const BatchOptions& options, const fs::path& report) {
+// The whole list is planned even where a shard takes a part of it: the outputs' names must not hang on who makes them.
+std::vector<BatchItem> PlanBatch(const BatchOptions& options, const Shard& shard, const fs::path& report) {
   const std::vector<std::string> photographs = ExpandPhotographs(options.photographs);
   const std::vector<std::string> stems = OutputStems(photographs);
   const std::string ending = options.format == codec::ImageFormat::kJpeg ? ".jpg" : ".png";
@@ -49,12 +51,22 @@ std::vector<BatchItem> PlanBatch(const BatchOptions& options, const fs::path& re
     outputs.push_back(items.back().output);
   }
   RefuseToReplace(photographs, outputs);
-  return items;
+  std::vector<BatchItem> share;
+  for (const size_t i : ItemsOf(shard, photographs)) share.push_back(items[i]);
+  return share;
+}
+
+// Shards that run at once must not write into one file.
+fs::path ReportName(const BatchOptions& options, const Shard& shard) {
+  if (!options.report.empty()) return options.report;
+  const std::string share = std::to_string(shard.number) + "-of-" + std::to_string(shard.count);
+  return fs::path(options.folder) / (shard.count == 1 ? "report.jsonl" : "report-" + share + ".jsonl");
 }
 
 // What decides how the outputs look: the program and the options given.
 std::string OptionsText(const CLI::App& command) {
-  static const std::set<std::string> others = {"--help", "PHOTO", "--output", "--report", "--resume", "--jobs"};
+  static const std::set<std::string> others = {"--help",   "PHOTO",  "--output", "--report",
+                                               "--resume", "--jobs", "--shard"};
   std::string text = "idphoto " + orders::ProgramVersion();
   for (const CLI::Option* option : command.get_options()) {
     if (option->count() == 0 || others.count(option->get_name()) != 0) continue;
@@ -114,9 +126,10 @@ int RunBatchCommand(const BatchOptions& options, const std::string& text) {
   AsSetup([&] { orders::CheckTransparency(request.background, options.format, "add --format png"); });
   const bool forbidden = request.background.IsKeep() && !options.document.background;
   const std::string remark = forbidden ? "background kept: " + preset.authority + " takes no changed one" : "";
+  const Shard shard = ParseShard(options.shard);
   PrepareOutputFolder(options.folder);
-  const fs::path report = options.report.empty() ? fs::path(options.folder) / "report.jsonl" : fs::path(options.report);
-  const std::vector<BatchItem> items = PlanBatch(options, report);
+  const fs::path report = ReportName(options, shard);
+  const std::vector<BatchItem> items = PlanBatch(options, shard, report);
 
   const auto makeWorker = [&]() -> BatchWorker {
     const auto worker = std::make_shared<Worker>(options, request, remark);
@@ -152,6 +165,9 @@ void AddBatchCommand(CLI::App& app, int* status) {
   command->add_option("--report", options->report, "What became of each, as JSON lines; default DIR/report.jsonl")
       ->type_name("FILE");
   command->add_flag("--resume", options->resume, "Leave out photographs that the report lists as done");
+  command
+      ->add_option("--shard", options->shard, "Of N runs that share the work this is the I-th; each reports of its own")
+      ->type_name("I/N");
   orders::AddMaxMegapixels(*command, &options->maxPixels);
   command->footer(
       "The finished photographs are DIR/NAME.jpg; existing files of these names are replaced, the photographs never.\n"
@@ -163,11 +179,15 @@ void AddBatchCommand(CLI::App& app, int* status) {
       "Remarks say what a new background, cut and size cannot mend, such as closed eyes or bad light; with --strict\n"
       "such photographs fail. At the end the reasons are counted; with --resume also those of photographs that an\n"
       "earlier run has done.\n\n"
+      "With --shard each of N runs, on one machine or several with the same folders, takes every Nth of the sorted\n"
+      "photographs and gives the names that one run would give; their report is DIR/report-I-of-N.jsonl. Give all the\n"
+      "same arguments. idphoto report joins what they report.\n\n"
       "Exit status: 0 all done, 1 some photograph failed or was not tried after an interrupt, 2 nothing was tried.\n\n"
       "Examples:\n"
       "  idphoto batch class-3b/ -o passports --preset de-passport\n"
       "  idphoto batch 'scans/*.tiff' -o badges --size 300x400px --head 55-65% --jobs 4\n"
-      "  idphoto batch class-3b/ -o passports --preset de-passport --resume");
+      "  idphoto batch class-3b/ -o passports --preset de-passport --resume\n"
+      "  idphoto batch students/ -o cards --preset de-passport --shard 3/10");
   command->callback([options, command, status] { *status = RunBatchCommand(*options, OptionsText(*command)); });
 }
 

@@ -35,6 +35,7 @@ void AddPresetsCommand(CLI::App& app, int* status);
 void AddCheckCommand(CLI::App& app, int* status);
 void AddSheetCommand(CLI::App& app, int* status);
 void AddBatchCommand(CLI::App& app, int* status);
+void AddReportCommand(CLI::App& app, int* status);
 void AddWatermarkCommand(CLI::App& app, int* status);
 void AddServeCommand(CLI::App& app, int* status);
 

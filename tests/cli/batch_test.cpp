@@ -12,6 +12,7 @@
 #include <sstream>
 #include <thread>
 
+#include "cli/joined_report.h"
 #include "cli/output_names.h"
 #include "cli/wording.h"
 #include "support/test_files.h"
@@ -26,7 +27,7 @@ using namespace qx::codec;
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
-std::vector<Json> ReadReport(const fs::path& path) {
+std::vector<Json> ReportLines(const fs::path& path) {
   std::vector<Json> lines;
   std::istringstream file(ReadBytes(path));
   for (std::string line; std::getline(file, line);) lines.push_back(Json::parse(line));
@@ -83,7 +84,7 @@ TEST_F(BatchThreads, WorksOnAllWhateverBecomesOfEach) {
   EXPECT_TRUE(Contains(err_, "b: is bad; take another")) << err_;
 
   std::map<std::string, Json> lines;
-  for (const Json& line : ReadReport(folder_ / "report")) lines[line.at("input")] = line;
+  for (const Json& line : ReportLines(folder_ / "report")) lines[line.at("input")] = line;
   ASSERT_EQ(5u, lines.size());
   const Json& good = lines.at((folder_ / "a").native());
   EXPECT_EQ("done", good.at("status"));
@@ -124,15 +125,15 @@ TEST_F(BatchThreads, ResumesWhereItStopped) {
   calls_ = 0;
   Run(Items(names), true);
   EXPECT_EQ(4, calls_);
-  EXPECT_EQ(4u, ReadReport(folder_ / "report").size());  // one line for each
+  EXPECT_EQ(4u, ReportLines(folder_ / "report").size());  // one line for each
 
   calls_ = 0;
   EXPECT_EQ(0u, Run(Items({"a", "b"}), true, "other options").skipped);
   EXPECT_EQ(2, calls_);
-  EXPECT_EQ(4u, ReadReport(folder_ / "report").size());
+  EXPECT_EQ(4u, ReportLines(folder_ / "report").size());
   EXPECT_EQ(2u, Run(Items(names), true).skipped);
   Run(Items({"a"}));  // without --resume the report starts anew
-  EXPECT_EQ(1u, ReadReport(folder_ / "report").size());
+  EXPECT_EQ(1u, ReportLines(folder_ / "report").size());
 
   WriteBytes(folder_ / "report", "Dear Sir or Madam,\n");
   EXPECT_THROW(BatchReport(folder_ / "report", "A", true), SetupFailure);
@@ -161,10 +162,10 @@ TEST_F(BatchThreads, FinishesWhatIsAtWorkWhenInterruptedAndStopsAtTheSecondInter
     ASSERT_EQ(child, waitpid(child, &status, 0));
     if (interrupts == 1) {
       EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 42) << status;
-      EXPECT_EQ(3u, ReadReport(folder_ / "report").size());
+      EXPECT_EQ(3u, ReportLines(folder_ / "report").size());
     } else {
       EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
-      EXPECT_EQ(2u, ReadReport(folder_ / "report").size());
+      EXPECT_EQ(2u, ReportLines(folder_ / "report").size());
     }
   }
   calls_ = 0;
@@ -193,6 +194,94 @@ TEST_F(BatchThreads, StopWhenTheReportCannotBeWrittenAnyMore) {
   setrlimit(RLIMIT_FSIZE, &before);
   signal(SIGXFSZ, handler);
   EXPECT_GT(10, calls);
+}
+
+// As a batch writes it.
+std::string Line(const std::string& input, const std::string& status, const std::string& reason,
+                 const std::string& options = "A") {
+  const Json reasons = reason.empty() ? Json::array() : Json::array({reason});
+  return Json{{"input", input},
+              {"output", "out/" + input},
+              {"status", status},
+              {"reasons", reasons},
+              {"options", options}}
+             .dump() +
+         "\n";
+}
+
+TEST(Reports, AreJoinedAndWhatWasMadeCounts) {
+  const TestFolder folder;
+  const std::string made = Line("b", "done", "EyesOpen"), again = Line("c", "failed", "no_face");
+  WriteBytes(folder / "1", Line("d", "failed", "no_face") + Line("c", "failed", "no_fit") + made);
+  WriteBytes(folder / "2",
+             again + Line("b", "failed", "no_face") + Line("a", "done", "") + Line("e", "done", "").substr(9));
+  EXPECT_EQ(2, StatusOfRefusal(folder, {"report", "1", "2"}, "2: is not a report"));
+  WriteBytes(folder / "2",
+             again + Line("b", "failed", "no_face") + Line("a", "done", "") + Line("e", "done", "").substr(0, 9));
+  const ProgramRun run = RunProgram(folder, {"report", "1", "2", "-o", "all"});
+  EXPECT_EQ(1, run.status) << run.err;
+  EXPECT_EQ(
+      "2 photographs made, 2 failed; 2 lines about the same ones left out\n"
+      "failed:\n  2 photographs: no face was found\nremarks:\n  1 photograph: the eyes look closed\n",
+      run.out);
+  EXPECT_EQ(Line("a", "done", "") + made + again + Line("d", "failed", "no_face"), ReadBytes(folder / "all"));
+
+  // In whatever order they come, and joined once more, the same.
+  EXPECT_EQ(1, RunProgram(folder, {"report", "2", "all", "1", "-o", "again"}).status);
+  EXPECT_EQ(Names({"1", "2", "again", "all"}), folder.Names());
+  EXPECT_TRUE(Contains(ReadBytes(folder / "again"), made)) << ReadBytes(folder / "again");
+
+  WriteBytes(folder / "other", Line("z", "done", "", "B"));
+  EXPECT_TRUE(Contains(RunProgram(folder, {"report", "other", "all"}).out, "; not all with the same options"));
+  EXPECT_EQ(0, RunProgram(folder, {"report", "other"}).status);
+  EXPECT_EQ(2, StatusOfRefusal(folder, {"report", "other", "-o", "./other"}, "would replace that report"));
+  EXPECT_EQ(2, StatusOfRefusal(folder, {"report", "gone"}, "gone: cannot read the report"));
+  EXPECT_EQ(2, StatusOfRefusal(folder, {"report", "other", "-o", "none/all"}, "none/all"));
+}
+
+// Names that are the same in several folders, so that one depends on another; handed on in another order.
+TEST(Shards, DoTogetherWhatOneRunDoes) {
+  const TestFolder folder;
+  Names arguments = {"b/x.jpg", "a/x.jpg", "a/y.jpg", "b/y.jpg", "b/z.jpg"};
+  fs::create_directory(folder / "a");
+  fs::create_directory(folder / "b");
+  for (const std::string& name : arguments) WriteBytes(folder / name, "Dear Sir or Madam,");
+  const auto run = [&](const Names& more) {
+    const Names options = {"-o", "out", "--size", "35x45mm", "--head", "70-80%"};
+    return RunProgram(folder, Joined(Joined(Joined({"batch"}, arguments), options), more));
+  };
+  const auto outputs = [&](const Names& reports) {
+    std::map<std::string, std::string> found;
+    for (const std::string& report : reports) {
+      for (const Json& line : ReportLines(folder / report)) {
+        EXPECT_TRUE(found.emplace(line.at("input").get<std::string>(), line.at("output").get<std::string>()).second)
+            << line;
+      }
+    }
+    return found;
+  };
+  EXPECT_EQ(1, run({}).status);
+  const auto whole = outputs({"out/report.jsonl"});
+  ASSERT_EQ(5u, whole.size());
+  for (int shard : {1, 2, 3}) EXPECT_EQ(1, run({"--shard", std::to_string(shard) + "/3"}).status);
+  const Names reports = {"out/report-1-of-3.jsonl", "out/report-2-of-3.jsonl", "out/report-3-of-3.jsonl"};
+  EXPECT_EQ(whole, outputs(reports));
+  EXPECT_EQ(2u, outputs({reports[1]}).size());
+  const ProgramRun joined = RunProgram(folder, Joined({"report"}, reports));
+  EXPECT_EQ("0 photographs made, 5 failed\nfailed:\n  5 photographs: not a photograph\n", joined.out);
+
+  // Which photographs are whose does not hang on the order in which a shell hands them on.
+  const auto second = outputs({reports[1]});
+  std::reverse(arguments.begin(), arguments.end());
+  run({"--shard", "2/3", "--report", "second"});
+  for (const auto& [input, output] : second) EXPECT_EQ(1u, outputs({"second"}).count(input));
+  EXPECT_EQ(0, run({"--shard", "6/6"}).status);  // more runs than photographs
+  for (const char* wrong : {"0/3", "4/3", "3", "/3", "3/", "1/2/3", "-1/3", "1/0", "1 /3", "99999999999999999999/1"}) {
+    EXPECT_EQ(2,
+              StatusOfRefusal(folder, {"batch", "a", "-o", "out", "--size", "35x45mm", std::string("--shard=") + wrong},
+                              "is no share"))
+        << wrong;
+  }
 }
 
 TEST(OutputNames, AreUniqueAndLeaveNaturalNamesAlone) {
