@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "cli/batch.h"
+#include "cli/batch/batch.h"
+#include "cli/batch/output_names.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
-#include "cli/output_names.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/options/common_options.h"

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "cli/batch/output_names.h"
 #include "cli/check_page.h"
 #include "cli/check_text.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
-#include "cli/output_names.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/batch/output_names.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
-#include "cli/output_names.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/batch/joined_report.h"
 #include "cli/commands/commands.h"
-#include "cli/joined_report.h"
 #include "cli/output_file.h"
 #include "cli/wording.h"
 #include "photo/base/text.h"

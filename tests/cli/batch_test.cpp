@@ -1,4 +1,4 @@
-#include "cli/batch.h"
+#include "cli/batch/batch.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -12,8 +12,8 @@
 #include <sstream>
 #include <thread>
 
-#include "cli/joined_report.h"
-#include "cli/output_names.h"
+#include "cli/batch/joined_report.h"
+#include "cli/batch/output_names.h"
 #include "cli/wording.h"
 #include "support/test_files.h"
 

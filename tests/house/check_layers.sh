@@ -22,7 +22,7 @@ count=0
 while read -r file included; do
   count=$((count + 1))
   case $included in
-    codec/* | orders/* | cli/* | jobs/* | server/* | worker/*) refuse "$file" "$included" "photo/ stands below it" ;;
+    codec/* | orders/* | cli/* | jobs/* | server/* | worker/* | queue/*) refuse "$file" "$included" "photo/ stands below it" ;;
     photo/*)
       from=$(floor_of "$file") to=$(floor_of "$included")
       [[ $from != none && $to != none ]] || refuse "$file" "$included" "a room without a floor"
@@ -62,7 +62,15 @@ fi
 # What photographs are is for whoever works on the jobs.
 while read -r file included; do
   count=$((count + 1))
-  [[ $included == worker/* || $included == photo/base/* ]] || refuse "$file" "$included" "worker/ may use photo/base only"
+  [[ $included == queue/* || $included == photo/base/* ]] || refuse "$file" "$included" "queue/ may use photo/base only"
+done < <(includes queue)
+# Who works on jobs asks the processes that read photographs, as the server does, and what the orders' options are.
+while read -r file included; do
+  count=$((count + 1))
+  case $included in
+    worker/* | queue/* | server/children/* | server/http/* | orders/order.h | photo/base/* | photo/document/*) ;;
+    *) refuse "$file" "$included" "worker/ may use queue, server/children, server/http and photo/base only" ;;
+  esac
 done < <(includes worker)
 # The server itself reads no photograph: that is for its children, which alone know what can. Outside them orders are
 # known by their names and options. What the interface offers must be there for every program: nothing of one program's
@@ -87,9 +95,9 @@ if grep -rlE '#include <boost/beast' server | grep -v '^server/http/connection.c
   echo "Beast is for server/http/connection.cpp alone" && failed=1
 fi
 
-if grep -rnE '#include <(vips|CLI|glib)' photo jobs server worker; then echo "photo/, jobs/, server/ and worker/ know no image or option library" && failed=1; fi
+if grep -rnE '#include <(vips|CLI|glib)' photo jobs server worker queue; then echo "photo/, jobs/, server/, worker/ and queue/ know no image or option library" && failed=1; fi
 # What options can do about a failure is said by those who have some.
-if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs server worker; then
+if grep -rnE '"[^"]*(--[a-z]|idphoto )[^"]*"' --include='*.h' --include='*.cpp' photo codec jobs server worker queue; then
   echo "texts that name options or commands" && failed=1
 fi
 # Packages come from wherever the machine fetches packages; their hashes say which they are.

@@ -1,13 +1,13 @@
-#include "worker/folder_source.h"
+#include "queue/folder_source.h"
 
 #include <algorithm>
 #include <atomic>
 #include <utility>
 #include <vector>
 
-#include "worker/folder_desk.h"
+#include "queue/folder_desk.h"
 
-namespace qx::worker {
+namespace qx::queue {
 namespace {
 
 using Clock = FolderSettings::Clock;
@@ -235,4 +235,4 @@ void FolderSource::LetGo(const std::string& tag) {
   inHand_.erase(tag);
 }
 
-}  // namespace qx::worker
+}  // namespace qx::queue

@@ -7,8 +7,8 @@
 //
 // What a source needs to stay in touch, such as signs of life, it sends from a thread of its own, however long the work
 // on a job takes. Calls are for any thread.
-#ifndef QX_WORKER_JOB_SOURCE_H
-#define QX_WORKER_JOB_SOURCE_H
+#ifndef QX_QUEUE_JOB_SOURCE_H
+#define QX_QUEUE_JOB_SOURCE_H
 
 #include <chrono>
 #include <cstddef>
@@ -16,9 +16,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "worker/message.h"
+#include "queue/message.h"
 
-namespace qx::worker {
+namespace qx::queue {
 
 // Tries after which a job is buried.
 inline constexpr int kMostTries = 3;
@@ -68,6 +68,6 @@ class JobSource {
   JobSource() = default;
 };
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_JOB_SOURCE_H
+#endif  // QX_QUEUE_JOB_SOURCE_H

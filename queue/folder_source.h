@@ -1,6 +1,6 @@
 // Jobs that are files of a folder, which one computer has or several share.
-#ifndef QX_WORKER_FOLDER_SOURCE_H
-#define QX_WORKER_FOLDER_SOURCE_H
+#ifndef QX_QUEUE_FOLDER_SOURCE_H
+#define QX_QUEUE_FOLDER_SOURCE_H
 
 #include <chrono>
 #include <condition_variable>
@@ -14,10 +14,10 @@
 #include <string>
 #include <thread>
 
-#include "worker/job_source.h"
-#include "worker/queue_folder.h"
+#include "queue/job_source.h"
+#include "queue/queue_folder.h"
 
-namespace qx::worker {
+namespace qx::queue {
 
 struct FolderSettings {
   using Clock = std::chrono::steady_clock;
@@ -78,6 +78,6 @@ class FolderSource final : public JobSource {
   std::thread lifeSigns_;
 };
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_FOLDER_SOURCE_H
+#endif  // QX_QUEUE_FOLDER_SOURCE_H

@@ -1,4 +1,4 @@
-#include "worker/message.h"
+#include "queue/message.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 
 #include "photo/base/text.h"
 
-namespace qx::worker {
+namespace qx::queue {
 using Json = nlohmann::ordered_json;
 namespace {
 
@@ -277,4 +277,4 @@ Dead ParseDead(std::string_view text) {
   return dead;
 }
 
-}  // namespace qx::worker
+}  // namespace qx::queue

@@ -1,10 +1,10 @@
-#include "cli/joined_report.h"
+#include "cli/batch/joined_report.h"
 
 #include <algorithm>
 #include <set>
 
-#include "cli/batch.h"
-#include "cli/batch_reasons.h"
+#include "cli/batch/batch.h"
+#include "cli/batch/reasons.h"
 #include "photo/base/text.h"
 
 namespace qx::cli {

@@ -1,14 +1,14 @@
 // The other end of a queue: where jobs are handed in and answers fetched.
-#ifndef QX_WORKER_JOB_DESK_H
-#define QX_WORKER_JOB_DESK_H
+#ifndef QX_QUEUE_JOB_DESK_H
+#define QX_QUEUE_JOB_DESK_H
 
 #include <cstddef>
 #include <functional>
 
-#include "worker/job_source.h"
-#include "worker/message.h"
+#include "queue/job_source.h"
+#include "queue/message.h"
 
-namespace qx::worker {
+namespace qx::queue {
 
 struct AnswerTakers {
   std::function<void(const Answer&)> answer;
@@ -34,6 +34,6 @@ class JobDesk {
   JobDesk() = default;
 };
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_JOB_DESK_H
+#endif  // QX_QUEUE_JOB_DESK_H

@@ -1,7 +1,7 @@
 // What goes through a queue of photographs: jobs, answers and jobs that were given up, as JSON. The schema is installed
 // as docs/schema/queue.schema.json. Photographs themselves never travel: their files do.
-#ifndef QX_WORKER_MESSAGE_H
-#define QX_WORKER_MESSAGE_H
+#ifndef QX_QUEUE_MESSAGE_H
+#define QX_QUEUE_MESSAGE_H
 
 #include <cstddef>
 #include <stdexcept>
@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace qx::worker {
+namespace qx::queue {
 
 // Of the form of all three messages. Whoever meets another one leaves the message alone.
 inline constexpr int kMessageVersion = 1;
@@ -68,6 +68,6 @@ Dead ParseDead(std::string_view text);
 // Whether it can be the id of a job.
 bool IsJobId(std::string_view text);
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_MESSAGE_H
+#endif  // QX_QUEUE_MESSAGE_H

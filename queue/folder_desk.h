@@ -1,15 +1,15 @@
 // Hands jobs to, and fetches answers from, a queue that is a folder.
-#ifndef QX_WORKER_FOLDER_DESK_H
-#define QX_WORKER_FOLDER_DESK_H
+#ifndef QX_QUEUE_FOLDER_DESK_H
+#define QX_QUEUE_FOLDER_DESK_H
 
 #include <filesystem>
 #include <set>
 #include <string>
 
-#include "worker/job_desk.h"
-#include "worker/queue_folder.h"
+#include "queue/job_desk.h"
+#include "queue/queue_folder.h"
 
-namespace qx::worker {
+namespace qx::queue {
 
 // For one thread. Several programs may submit and collect at once.
 class FolderDesk final : public JobDesk {
@@ -30,6 +30,6 @@ class FolderDesk final : public JobDesk {
 // Of a folder: what waits and is in hand.
 SourceCounts CountOf(const QueueFolder& folder);
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_FOLDER_DESK_H
+#endif  // QX_QUEUE_FOLDER_DESK_H

@@ -1,8 +1,8 @@
-#include "worker/folder_desk.h"
+#include "queue/folder_desk.h"
 
 #include <algorithm>
 
-namespace qx::worker {
+namespace qx::queue {
 
 FolderDesk::FolderDesk(const std::filesystem::path& path) : self_(Owner::Self()), folder_(path) {}
 
@@ -54,4 +54,4 @@ SourceCounts CountOf(const QueueFolder& folder) {
   return {waiting, count(QueueFolder::kClaims)};
 }
 
-}  // namespace qx::worker
+}  // namespace qx::queue

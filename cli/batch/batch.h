@@ -1,6 +1,6 @@
 // Many photographs at once.
-#ifndef QX_CLI_BATCH_H
-#define QX_CLI_BATCH_H
+#ifndef QX_CLI_BATCH_BATCH_H
+#define QX_CLI_BATCH_BATCH_H
 
 #include <cstddef>
 #include <filesystem>
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/batch_report.h"
+#include "cli/batch/report.h"
 
 namespace qx::cli {
 
@@ -42,4 +42,4 @@ BatchSummary RunBatch(const std::vector<BatchItem>& items, const std::function<B
 
 }  // namespace qx::cli
 
-#endif  // QX_CLI_BATCH_H
+#endif  // QX_CLI_BATCH_BATCH_H

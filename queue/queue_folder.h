@@ -8,8 +8,8 @@
 //   answers/ID.json                what became of it
 //   dead/ID.json                   why nobody could answer it
 //   temporary/ID-N.OWNER           being written
-#ifndef QX_WORKER_QUEUE_FOLDER_H
-#define QX_WORKER_QUEUE_FOLDER_H
+#ifndef QX_QUEUE_QUEUE_FOLDER_H
+#define QX_QUEUE_QUEUE_FOLDER_H
 
 #include <cstddef>
 #include <filesystem>
@@ -19,9 +19,9 @@
 #include <string_view>
 #include <vector>
 
-#include "worker/owner.h"
+#include "queue/owner.h"
 
-namespace qx::worker {
+namespace qx::queue {
 
 struct JobName {
   std::string id;
@@ -70,6 +70,6 @@ class QueueFolder {
   std::function<void()> step_;
 };
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_QUEUE_FOLDER_H
+#endif  // QX_QUEUE_QUEUE_FOLDER_H

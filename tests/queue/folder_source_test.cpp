@@ -1,4 +1,4 @@
-#include "worker/folder_source.h"
+#include "queue/folder_source.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -12,9 +12,9 @@
 #include <map>
 #include <set>
 
-#include "worker/folder_desk.h"
+#include "queue/folder_desk.h"
 
-namespace qx::worker {
+namespace qx::queue {
 namespace {
 
 namespace fs = std::filesystem;
@@ -265,4 +265,4 @@ TEST_F(FolderSourceTest, ManyWorkersOfWhichSomeAreKilledAnswerEachJobOnce) {
 }
 
 }  // namespace
-}  // namespace qx::worker
+}  // namespace qx::queue

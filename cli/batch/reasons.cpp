@@ -1,4 +1,4 @@
-#include "cli/batch_reasons.h"
+#include "cli/batch/reasons.h"
 
 #include <algorithm>
 #include <new>

@@ -1,4 +1,4 @@
-#include "worker/queue_folder.h"
+#include "queue/queue_folder.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,10 +13,10 @@
 #include <utility>
 
 #include "photo/base/text.h"
-#include "worker/job_source.h"
-#include "worker/message.h"
+#include "queue/job_source.h"
+#include "queue/message.h"
 
-namespace qx::worker {
+namespace qx::queue {
 namespace fs = std::filesystem;
 namespace {
 
@@ -210,4 +210,4 @@ std::optional<fs::file_time_type> QueueFolder::TimeOf(const char* folder, const 
   return error ? std::nullopt : std::optional(time);
 }
 
-}  // namespace qx::worker
+}  // namespace qx::queue

@@ -3,11 +3,11 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "worker/message.h"
+#include "queue/message.h"
 
 namespace {
 
-using namespace qx::worker;
+using namespace qx::queue;
 
 std::string Again(const std::string& line) {
   const nlohmann::json message = nlohmann::json::parse(line, nullptr, false);

@@ -1,6 +1,6 @@
 // Which process holds a claim, in a form that other processes can ask about.
-#ifndef QX_WORKER_OWNER_H
-#define QX_WORKER_OWNER_H
+#ifndef QX_QUEUE_OWNER_H
+#define QX_QUEUE_OWNER_H
 
 #include <sys/types.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace qx::worker {
+namespace qx::queue {
 
 // A process number is given again to others, so it only counts with the time at which the process began; and only where
 // it was given: `place` is of this computer since it was last started, and of this container.
@@ -33,6 +33,6 @@ struct Owner {
 // Whether that process of this very place has not ended.
 bool IsAlive(const Owner& owner);
 
-}  // namespace qx::worker
+}  // namespace qx::queue
 
-#endif  // QX_WORKER_OWNER_H
+#endif  // QX_QUEUE_OWNER_H

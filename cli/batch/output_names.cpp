@@ -1,4 +1,4 @@
-#include "cli/output_names.h"
+#include "cli/batch/output_names.h"
 
 #include <glob.h>
 

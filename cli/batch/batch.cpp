@@ -1,4 +1,4 @@
-#include "cli/batch.h"
+#include "cli/batch/batch.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,7 +8,7 @@
 #include <memory>
 #include <mutex>
 
-#include "cli/batch_reasons.h"
+#include "cli/batch/reasons.h"
 #include "cli/interrupt.h"
 #include "cli/progress.h"
 #include "cli/wording.h"

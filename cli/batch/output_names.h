@@ -1,6 +1,6 @@
 // Which files a run over several photographs reads and writes.
-#ifndef QX_CLI_OUTPUT_NAMES_H
-#define QX_CLI_OUTPUT_NAMES_H
+#ifndef QX_CLI_BATCH_OUTPUT_NAMES_H
+#define QX_CLI_BATCH_OUTPUT_NAMES_H
 
 #include <cstddef>
 #include <filesystem>
@@ -34,4 +34,4 @@ void RefuseToReplace(const std::vector<std::string>& photographs, const std::vec
 
 }  // namespace qx::cli
 
-#endif  // QX_CLI_OUTPUT_NAMES_H
+#endif  // QX_CLI_BATCH_OUTPUT_NAMES_H

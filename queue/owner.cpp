@@ -1,4 +1,4 @@
-#include "worker/owner.h"
+#include "queue/owner.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace qx::worker {
+namespace qx::queue {
 namespace {
 
 constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-";
@@ -94,4 +94,4 @@ bool IsAlive(const Owner& owner) {
   return state && state->started == owner.started && state->letter != 'Z' && state->letter != 'X';
 }
 
-}  // namespace qx::worker
+}  // namespace qx::queue

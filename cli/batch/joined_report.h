@@ -1,6 +1,6 @@
 // Reports of several runs as one.
-#ifndef QX_CLI_JOINED_REPORT_H
-#define QX_CLI_JOINED_REPORT_H
+#ifndef QX_CLI_BATCH_JOINED_REPORT_H
+#define QX_CLI_BATCH_JOINED_REPORT_H
 
 #include <cstddef>
 #include <filesystem>
@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "cli/batch_report.h"
+#include "cli/batch/report.h"
 
 namespace qx::cli {
 
@@ -36,4 +36,4 @@ JoinedReport JoinReports(const std::vector<std::filesystem::path>& files);
 
 }  // namespace qx::cli
 
-#endif  // QX_CLI_JOINED_REPORT_H
+#endif  // QX_CLI_BATCH_JOINED_REPORT_H

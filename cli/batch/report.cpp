@@ -1,4 +1,4 @@
-#include "cli/batch_report.h"
+#include "cli/batch/report.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,0 +1,7 @@
+#include "queue/job_source.h"
+
+namespace qx::queue {
+
+JobSource::~JobSource() = default;
+
+}  // namespace qx::queue
