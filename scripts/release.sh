@@ -13,11 +13,17 @@ container() { "$root/packaging/container.sh" --try; }
 sanitized_page() {
   IDPHOTO=$root/build/asan+ubsan/bin/idphoto SAMPLE_PHOTO=$sample_photo node "$root/web/test/run.mjs" browser
 }
+# Only here: its daemons are many packages that nothing else needs.
+cluster() {
+  install_packages "${cluster_packages[@]}"
+  "$root/tests/cluster/slurm_test.sh" "$root/build/release/bin/idphoto" "$sample_photo" "$root/docs/fleet.md" \
+    "$root/build/slurm_test"
+}
 pictures() { "$root/scripts/docs.sh"; }
 
 logs=$root/build/logs passed=() failed=()
 mkdir -p "$logs"
-for step in all_tests container sanitized_page pictures; do
+for step in all_tests cluster container sanitized_page pictures; do
   start=$SECONDS
   if "$step" >"$logs/release_$step.log" 2>&1; then
     passed+=("$step") outcome=passed

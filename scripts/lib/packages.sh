@@ -11,6 +11,7 @@ build_packages=(
 
 bench_packages=(libbenchmark-dev libopencv-dev)
 container_packages=(buildah mmdebstrap dpkg-dev file curl) # packaging/container.sh
+cluster_packages=(slurmctld slurmd slurm-client munge) # tests/cluster
 training_packages=(python3-torch python3-numpy) # the weights of the network of hair
 
 browser_packages=(chromium) # shows the page to its tests, and for its picture
