@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/batch/batch.h"
+#include "cli/batch/options_text.h"
 #include "cli/batch/output_names.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
@@ -61,19 +62,6 @@ fs::path ReportName(const BatchOptions& options, const Shard& shard) {
   if (!options.report.empty()) return options.report;
   const std::string share = std::to_string(shard.number) + "-of-" + std::to_string(shard.count);
   return fs::path(options.folder) / (shard.count == 1 ? "report.jsonl" : "report-" + share + ".jsonl");
-}
-
-// What decides how the outputs look: the program and the options given.
-std::string OptionsText(const CLI::App& command) {
-  static const std::set<std::string> others = {"--help",   "PHOTO",  "--output", "--report",
-                                               "--resume", "--jobs", "--shard"};
-  std::string text = "idphoto " + orders::ProgramVersion();
-  for (const CLI::Option* option : command.get_options()) {
-    if (option->count() == 0 || others.count(option->get_name()) != 0) continue;
-    text += " " + option->get_name();
-    for (const std::string& value : option->results()) text += "=" + value;
-  }
-  return text;
 }
 
 // The worker of one thread.
@@ -164,7 +152,10 @@ void AddBatchCommand(CLI::App& app, int* status) {
       "  idphoto batch 'scans/*.tiff' -o badges --size 300x400px --head 55-65% --jobs 4\n"
       "  idphoto batch class-3b/ -o passports --preset de-passport --resume\n"
       "  idphoto batch students/ -o cards --preset de-passport --shard 3/10");
-  command->callback([options, command, status] { *status = RunBatchCommand(*options, OptionsText(*command)); });
+  command->callback([options, command, status] {
+    const std::set<std::string> others = {"--help", "PHOTO", "--output", "--report", "--resume", "--jobs", "--shard"};
+    *status = RunBatchCommand(*options, OptionsText(GivenOptions(*command, others)));
+  });
 }
 
 }  // namespace qx::cli
