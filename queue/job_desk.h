@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <string>
 
 #include "queue/job_source.h"
 #include "queue/message.h"
@@ -13,6 +14,14 @@ namespace qx::queue {
 struct AnswerTakers {
   std::function<void(const Answer&)> answer;
   std::function<void(const Dead&)> dead;
+  // May be empty. Told, in one printable line, of what is no message of this version: it is left where it is.
+  std::function<void(const std::string& why)> unreadable = {};
+};
+
+// The queue is as long as it may be; the same call may succeed later.
+class QueueFull : public SourceFailure {
+ public:
+  using SourceFailure::SourceFailure;
 };
 
 // Calls throw SourceFailure, and BadMessage for a job that is none.
@@ -22,8 +31,8 @@ class JobDesk {
   JobDesk(const JobDesk&) = delete;
   JobDesk& operator=(const JobDesk&) = delete;
 
-  // Returns once the job is kept; false when one of that id waits, is in hand or has an answer that nobody fetched. One
-  // that was buried is tried anew.
+  // Returns once the job is kept, and throws QueueFull at once where there is no room; false when one of that id waits,
+  // is in hand or has an answer that nobody fetched. One that was buried is tried anew.
   virtual bool Submit(const Job& job) = 0;
   // Hands over what is there, and forgets each when its taker returns, which has kept it by then. The same answer may
   // come again in a later call. Returns how many there were.
