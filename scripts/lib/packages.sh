@@ -7,6 +7,7 @@ build_packages=(
   libvips-dev libcli11-dev nlohmann-json3-dev                               # photo, codec, cli
   libboost-dev zlib1g-dev                                                   # server
   libseccomp-dev                                                            # server/children
+  pybind11-dev python3-dev                                                  # python
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
@@ -19,6 +20,7 @@ browser_packages=(chromium) # shows the page to its tests, and for its picture
 test_packages=(
   libgtest-dev libgmock-dev
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
+  python3-numpy python3-pytest python3-wheel python3-pip # the Python module and its wheel
   python3 python3-jsonschema  # make the colour table again, hold papers and reports against the program
   mandoc zsh                  # check the man pages, complete as a user's shell does
   curl                        # the calls of docs/http.md, as they stand there
