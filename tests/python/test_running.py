@@ -13,7 +13,7 @@ from concurrent.futures import ThreadPoolExecutor
 import idphoto
 import numpy
 import pytest
-from idphoto import _batch, _failures, _pictures, _studio
+from idphoto import _batch, _pictures, _studio
 
 
 def test_threads_share_a_studio(sample):
@@ -108,7 +108,7 @@ def test_batch_keeps_the_order(sample):
 
 
 def test_examples(sample):
-    for module in (_batch, _failures, _pictures, _studio):
+    for module in (idphoto, _batch, _pictures, _studio):
         outcome = doctest.testmod(
             module, extraglobs={"sample": sample}, optionflags=doctest.ELLIPSIS | doctest.IGNORE_EXCEPTION_DETAIL
         )
