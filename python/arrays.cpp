@@ -1,7 +1,6 @@
 #include "python/arrays.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "codec/codec.h"
 
@@ -43,19 +42,6 @@ void CheckShape(const py::array& array, int channels) {
   }
 }
 
-// Into the other order or as it is.
-void CopyPixels(const uint8_t* from, uint8_t* to, size_t pixels, ChannelOrder order) {
-  if (order == ChannelOrder::kBgr) {
-    std::memcpy(to, from, pixels * 3);
-    return;
-  }
-  for (const uint8_t* const end = from + pixels * 3; from != end; from += 3, to += 3) {
-    to[0] = from[2];
-    to[1] = from[1];
-    to[2] = from[0];
-  }
-}
-
 }  // namespace
 
 ChannelOrder ParseChannelOrder(const std::string& name) {
@@ -73,12 +59,6 @@ ArrayView::ArrayView(py::handle object, int channels) {
   samples_ = static_cast<const uint8_t*>(array_.data());
 }
 
-photo::Image ArrayView::Image(ChannelOrder order) const {
-  photo::Image image(width_, height_);
-  CopyPixels(samples_, image.bgr.data(), image.Pixels(), order);
-  return image;
-}
-
 photo::Mask ArrayView::Mask() const {
   photo::Mask mask(width_, height_);
   std::copy_n(samples_, mask.values.size(), mask.values.data());
@@ -87,7 +67,11 @@ photo::Mask ArrayView::Mask() const {
 
 py::array_t<uint8_t> ToArray(const photo::Image& image, ChannelOrder order) {
   py::array_t<uint8_t> array({py::ssize_t{image.height}, py::ssize_t{image.width}, py::ssize_t{3}});
-  CopyPixels(image.bgr.data(), array.mutable_data(), image.Pixels(), order);
+  if (order == ChannelOrder::kRgb) {
+    photo::SwapChannels(image.bgr.data(), array.mutable_data(), image.Pixels());
+  } else {
+    std::copy_n(image.bgr.data(), image.bgr.size(), array.mutable_data());
+  }
   return array;
 }
 

@@ -9,11 +9,11 @@
 #include <string>
 
 #include "photo/base/image.h"
+#include "photo/base/pixel_view.h"
 
 namespace qx::python {
 
-// How the three samples of a pixel lie in an array.
-enum class ChannelOrder { kRgb, kBgr };
+using photo::ChannelOrder;
 
 // "rgb" or "bgr". Raises ValueError for all else.
 ChannelOrder ParseChannelOrder(const std::string& name);
@@ -26,8 +26,8 @@ class ArrayView {
   // ValueError for another shape, gaps between rows and sizes that no picture has.
   ArrayView(pybind11::handle array, int channels);
 
-  photo::Image Image(ChannelOrder order) const;
-  photo::Mask Mask() const;
+  photo::PixelView View(ChannelOrder order) const { return {samples_, width_, height_, order}; }
+  photo::Mask Mask() const;  // a copy
 
  private:
   pybind11::array array_;

@@ -16,6 +16,7 @@
 #include "photo/base/failure.h"
 #include "python/arrays.h"
 #include "python/failures.h"
+#include "python/forked.h"
 #include "python/photograph.h"
 #include "python/studios.h"
 
@@ -26,6 +27,7 @@ namespace {
 // Runs without the interpreter's lock: other threads of Python go on.
 template <typename Work>
 auto Unlocked(Work work) {
+  CheckNotForked();
   const py::gil_scoped_release unlocked;
   return work();
 }
@@ -46,8 +48,12 @@ py::bytes ToBytes(const Container& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-py::object Optional(const photo::Mask& mask) {
-  return mask.values.empty() ? py::object(py::none()) : ToArray(mask);
+py::object ArrayOf(const photo::Image* image, const std::string& order) {
+  return image != nullptr ? py::object(ToArray(*image, ParseChannelOrder(order))) : py::object(py::none());
+}
+
+py::object ArrayOf(const photo::Mask* mask) {
+  return mask != nullptr && !mask->values.empty() ? py::object(ToArray(*mask)) : py::object(py::none());
 }
 
 py::tuple Encoded(const Finished& finished, const std::string& format) {
@@ -59,18 +65,11 @@ py::tuple Encoded(const Finished& finished, const std::string& format) {
 void BindFinished(py::module_& module) {
   py::class_<Finished>(module, "Finished")
       .def_property_readonly("format", [](const Finished& f) { return NameOfFormat(f.format); })
-      .def_readonly("faces", &Finished::faces)
-      .def("image",
-           [](const Finished& f, const std::string& order) { return ToArray(f.image, ParseChannelOrder(order)); })
-      .def("alpha", [](const Finished& f) { return Optional(f.alpha); })
-      .def("before",
-           [](const Finished& f, const std::string& order) {
-             return f.before ? py::object(ToArray(*f.before, ParseChannelOrder(order))) : py::object(py::none());
-           })
-      .def("encode", Encoded)
-      .def("shown", [](const Finished& f) {
-        return ToBytes(Unlocked([&] { return codec::EncodeImage(f.image, codec::ImageFormat::kPng, f.alpha); }));
-      });
+      .def_property_readonly("has_image", [](const Finished& f) { return f.image != nullptr; })
+      .def("image", [](const Finished& f, const std::string& order) { return ArrayOf(f.image.get(), order); })
+      .def("alpha", [](const Finished& f) { return ArrayOf(f.alpha.get()); })
+      .def("before", [](const Finished& f, const std::string& order) { return ArrayOf(f.before.get(), order); })
+      .def("encode", Encoded);
 }
 
 // A call of Studios on one photograph.
@@ -91,14 +90,26 @@ Finished Make(Studios& studios, py::handle object, const std::string& order, con
 }
 
 void BindStudios(py::module_& module) {
-  py::class_<Studios>(module, "Studios")
+  py::class_<Studios, std::shared_ptr<Studios>>(module, "Studios")
       .def(py::init<>())
       .def("make", Make)
       .def("crop", Call(&Studios::Crop))
       .def("retouch", Call(&Studios::Retouch))
+      .def("mask", Call(&Studios::CutOut))
+      .def("background", Call(&Studios::Background))
       .def("inspect", Call(&Studios::Inspect))
       .def("check", Call(&Studios::Check))
+      .def("draw_faces", Call(&Studios::DrawFaces))
+      .def("draw_check", Call(&Studios::DrawCheck))
       .def_property_readonly("made", &Studios::Made);
+}
+
+// The same where no studio is needed.
+auto Call(Finished (*call)(const Photograph&, const orders::OptionPairs&)) {
+  return [call](py::handle object, const std::string& order, const orders::OptionPairs& options) {
+    const Photograph photograph(object, ParseChannelOrder(order));
+    return Unlocked([&] { return call(photograph, options); });
+  };
 }
 
 Finished Sheet(const std::vector<py::object>& objects, const std::string& order, const std::vector<std::string>& copies,
@@ -122,12 +133,24 @@ py::array_t<uint8_t> Read(py::handle object, const std::string& order, int64_t m
   return ToArray(Unlocked([&] { return photograph.Whole({maxPixels}); }), channels);
 }
 
+// Pixels and opacity of a file; None for an opacity of 255 throughout.
+py::tuple ReadPicture(py::handle file, const std::string& order) {
+  const ChannelOrder channels = ParseChannelOrder(order);
+  const Photograph photograph(file, channels);
+  const codec::TransparentPicture picture = Unlocked([&] {
+    const auto source = photograph.File({codec::kHighestMaxPixels});
+    auto transparent = source->Transparent();
+    return transparent ? std::move(*transparent) : codec::TransparentPicture{source->Whole(), {}};
+  });
+  return py::make_tuple(ToArray(picture.colours, channels), ArrayOf(&picture.opacity));
+}
+
 py::bytes Encode(py::handle array, const std::string& format, const std::string& order, int32_t dpi) {
   const codec::PrintFormat kind = ParseFormat(format);
   const ArrayView view(array, 3);
   const ChannelOrder channels = ParseChannelOrder(order);
   return ToBytes(Unlocked([&] {
-    const photo::Image image = view.Image(channels);
+    const photo::Image image = photo::CopyOf(view.View(channels));
     if (dpi != 0) return codec::EncodePrint(image, kind, dpi);
     if (kind == codec::PrintFormat::kTiff) {
       throw photo::Failure(photo::FailureCode::kBadOption, "a TIFF file wants a resolution; say dpi",
@@ -162,12 +185,16 @@ PYBIND11_MODULE(_native, module) {
   // Never ended: at the interpreter's end threads of its may still be at work.
   static const auto* const library = new codec::ImageLibrary;
   static_cast<void>(library);
+  WatchForks();
   TranslateFailures();
   BindFinished(module);
   BindStudios(module);
   module.def("sheet", Sheet);
+  module.def("compress", Call(Compress));
+  module.def("watermark", Call(Watermark));
   module.def("presets", Presets);
   module.def("read", Read);
+  module.def("read_picture", ReadPicture);
   module.def("encode", Encode);
   module.def("options", Options);
 }

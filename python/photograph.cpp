@@ -23,7 +23,7 @@ Photograph::Photograph(py::handle object, ChannelOrder order) : order_(order) {
 
 photo::Bytes Photograph::FileBytes(const codec::Limits& limits) const {
   if (array_) {
-    const std::vector<uint8_t> file = codec::EncodeImage(array_->Image(order_), codec::ImageFormat::kPng);
+    const std::vector<uint8_t> file = codec::EncodeImage(Whole(limits), codec::ImageFormat::kPng);
     return {file.begin(), file.end()};
   }
   return kept_ ? photo::Bytes(bytes_.begin(), bytes_.end()) : codec::ReadFileBytes(path_, limits);
@@ -34,12 +34,12 @@ std::unique_ptr<codec::FileSource> Photograph::File(const codec::Limits& limits)
 }
 
 std::unique_ptr<photo::PhotoSource> Photograph::Source(const codec::Limits& limits) const {
-  if (array_) return std::make_unique<photo::ImageSource>(array_->Image(order_));
+  if (array_) return std::make_unique<photo::ViewSource>(array_->View(order_));
   return File(limits);
 }
 
 photo::Image Photograph::Whole(const codec::Limits& limits) const {
-  return array_ ? array_->Image(order_) : File(limits)->Whole();
+  return array_ ? photo::CopyOf(array_->View(order_)) : File(limits)->Whole();
 }
 
 MaskOfPersons::MaskOfPersons(py::handle object) {

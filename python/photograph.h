@@ -13,6 +13,7 @@
 #include "codec/codec.h"
 #include "photo/base/image.h"
 #include "photo/base/photo_source.h"
+#include "photo/base/pixel_view.h"
 #include "python/arrays.h"
 
 namespace qx::python {
@@ -28,9 +29,16 @@ class Photograph {
   bool IsArray() const { return array_.has_value(); }
   // Of a path or bytes.
   std::unique_ptr<codec::FileSource> File(const codec::Limits& limits) const;
-  // Of all three. An array is upright and sRGB as it is.
+  // Of all three. An array is upright and sRGB as it is; a source that reads it where it lies must not outlive this.
   std::unique_ptr<photo::PhotoSource> Source(const codec::Limits& limits) const;
-  photo::Image Whole(const codec::Limits& limits) const;
+  photo::Image Whole(const codec::Limits& limits) const;  // of an array a copy
+  // What `work` makes of all pixels: of an array where they lie.
+  template <typename Work>
+  auto WithPixels(const codec::Limits& limits, Work work) const {
+    if (array_) return work(array_->View(order_));
+    const photo::Image whole = Whole(limits);
+    return work(photo::PixelView(whole));
+  }
   // The file's own bytes; of an array, those of a PNG that holds the same pixels.
   photo::Bytes FileBytes(const codec::Limits& limits) const;
 

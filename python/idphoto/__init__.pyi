@@ -3,25 +3,29 @@ import os
 from typing import Any, Dict, Iterable, Iterator, List, Optional, Sequence, Tuple, Union
 
 import numpy
+from numpy.typing import NDArray
 
-PathLike = Union[str, "os.PathLike[str]"]
-Photograph = Union[PathLike, bytes, numpy.ndarray, Picture]
+_Array = NDArray[numpy.uint8]
+_PathLike = Union[str, "os.PathLike[str]"]
+Photograph = Union[_PathLike, bytes, _Array, Picture]
+_Mask = Union[None, _PathLike, bytes, _Array, Picture]
 __version__: str
 
 class Picture:
+    def __init__(self, native: Any, order: str) -> None: ...
     order: str
     format: str
     @property
-    def image(self) -> numpy.ndarray: ...
+    def image(self) -> _Array: ...
     @property
-    def alpha(self) -> Optional[numpy.ndarray]: ...
+    def alpha(self) -> Optional[_Array]: ...
     @property
-    def before(self) -> Optional[numpy.ndarray]: ...
+    def before(self) -> Optional[_Array]: ...
     @property
     def data(self) -> bytes: ...
     @property
     def report(self) -> Dict[str, Any]: ...
-    def save(self, path: PathLike) -> None: ...
+    def save(self, path: _PathLike) -> None: ...
     def _repr_png_(self) -> bytes: ...
 
 class Studio:
@@ -35,6 +39,15 @@ class Studio:
         order: Optional[str] = ...,
         max_megapixels: Optional[int] = ...,
     ) -> Dict[str, Any]: ...
+    def draw_faces(
+        self,
+        photograph: Photograph,
+        *,
+        order: Optional[str] = ...,
+        format: Optional[str] = ...,
+        max_megapixels: Optional[int] = ...,
+        points: Optional[str] = ...,
+    ) -> Picture: ...
     def crop(
         self,
         photograph: Photograph,
@@ -44,46 +57,46 @@ class Studio:
         format: Optional[str] = ...,
         max_megapixels: Optional[int] = ...,
         ratio: Optional[float] = ...,
-        src_same: bool = ...,
+        src_same: Optional[bool] = ...,
     ) -> List[Picture]: ...
     def make(
         self,
         photograph: Photograph,
         *,
         order: Optional[str] = ...,
-        mask: Union[PathLike, bytes, numpy.ndarray, None] = ...,
-        pair: bool = ...,
+        mask: _Mask = ...,
         background: Optional[str] = ...,
         beauty: Optional[str] = ...,
         brightness: Optional[float] = ...,
-        child: bool = ...,
-        compare: bool = ...,
+        child: Optional[bool] = ...,
+        compare: Optional[bool] = ...,
         contrast: Optional[float] = ...,
-        detail: bool = ...,
+        detail: Optional[bool] = ...,
         dpi: Optional[int] = ...,
         eyes: Optional[str] = ...,
         face: Optional[float] = ...,
         face_width: Optional[str] = ...,
-        force: bool = ...,
+        force: Optional[bool] = ...,
         format: Optional[str] = ...,
         head: Optional[str] = ...,
         head_to: Optional[str] = ...,
-        keep_rim: bool = ...,
+        keep_rim: Optional[bool] = ...,
         max_kb: Optional[int] = ...,
         max_megapixels: Optional[int] = ...,
         min_kb: Optional[int] = ...,
         mouth: Optional[float] = ...,
-        no_straighten: bool = ...,
+        no_straighten: Optional[bool] = ...,
         offset_x: Optional[float] = ...,
         offset_y: Optional[float] = ...,
+        pair: Optional[bool] = ...,
         person: Optional[int] = ...,
         preset: Optional[str] = ...,
-        relax: bool = ...,
+        relax: Optional[bool] = ...,
         saturation: Optional[float] = ...,
         sharpness: Optional[float] = ...,
         size: Optional[str] = ...,
         skin: Optional[float] = ...,
-        strict: bool = ...,
+        strict: Optional[bool] = ...,
         temperature: Optional[float] = ...,
         tint: Optional[float] = ...,
         tone: Optional[int] = ...,
@@ -97,38 +110,38 @@ class Studio:
         photograph: Photograph,
         *,
         order: Optional[str] = ...,
-        mask: Union[PathLike, bytes, numpy.ndarray, None] = ...,
+        mask: _Mask = ...,
         background: Optional[str] = ...,
         beauty: Optional[str] = ...,
         brightness: Optional[float] = ...,
-        child: bool = ...,
-        compare: bool = ...,
+        child: Optional[bool] = ...,
+        compare: Optional[bool] = ...,
         contrast: Optional[float] = ...,
-        detail: bool = ...,
+        detail: Optional[bool] = ...,
         dpi: Optional[int] = ...,
         eyes: Optional[str] = ...,
         face: Optional[float] = ...,
         face_width: Optional[str] = ...,
-        force: bool = ...,
+        force: Optional[bool] = ...,
         format: Optional[str] = ...,
         head: Optional[str] = ...,
         head_to: Optional[str] = ...,
-        keep_rim: bool = ...,
+        keep_rim: Optional[bool] = ...,
         max_kb: Optional[int] = ...,
         max_megapixels: Optional[int] = ...,
         min_kb: Optional[int] = ...,
         mouth: Optional[float] = ...,
-        no_straighten: bool = ...,
+        no_straighten: Optional[bool] = ...,
         offset_x: Optional[float] = ...,
         offset_y: Optional[float] = ...,
         person: Optional[int] = ...,
         preset: Optional[str] = ...,
-        relax: bool = ...,
+        relax: Optional[bool] = ...,
         saturation: Optional[float] = ...,
         sharpness: Optional[float] = ...,
         size: Optional[str] = ...,
         skin: Optional[float] = ...,
-        strict: bool = ...,
+        strict: Optional[bool] = ...,
         temperature: Optional[float] = ...,
         tint: Optional[float] = ...,
         tone: Optional[int] = ...,
@@ -143,8 +156,8 @@ class Studio:
         *,
         order: Optional[str] = ...,
         beauty: Optional[str] = ...,
-        compare: bool = ...,
-        detail: bool = ...,
+        compare: Optional[bool] = ...,
+        detail: Optional[bool] = ...,
         eyes: Optional[float] = ...,
         face: Optional[float] = ...,
         format: Optional[str] = ...,
@@ -154,12 +167,38 @@ class Studio:
         skin: Optional[float] = ...,
         tone: Optional[int] = ...,
     ) -> Picture: ...
+    def mask(
+        self,
+        photograph: Photograph,
+        *,
+        order: Optional[str] = ...,
+        cutout: Optional[bool] = ...,
+        dpi: Optional[int] = ...,
+        keep_rim: Optional[bool] = ...,
+        max_megapixels: Optional[int] = ...,
+        pair: Optional[bool] = ...,
+        person: Optional[int] = ...,
+    ) -> Picture: ...
+    def background(
+        self,
+        photograph: Photograph,
+        *,
+        order: Optional[str] = ...,
+        background: Optional[str] = ...,
+        dpi: Optional[int] = ...,
+        format: Optional[str] = ...,
+        keep_rim: Optional[bool] = ...,
+        max_kb: Optional[int] = ...,
+        max_megapixels: Optional[int] = ...,
+        pair: Optional[bool] = ...,
+        person: Optional[int] = ...,
+    ) -> Picture: ...
     def check(
         self,
         photograph: Photograph,
         *,
         order: Optional[str] = ...,
-        child: bool = ...,
+        child: Optional[bool] = ...,
         dpi: Optional[int] = ...,
         eyes: Optional[str] = ...,
         face_width: Optional[str] = ...,
@@ -170,6 +209,22 @@ class Studio:
         size: Optional[str] = ...,
         top: Optional[str] = ...,
     ) -> Dict[str, Any]: ...
+    def draw_check(
+        self,
+        photograph: Photograph,
+        *,
+        order: Optional[str] = ...,
+        child: Optional[bool] = ...,
+        dpi: Optional[int] = ...,
+        eyes: Optional[str] = ...,
+        face_width: Optional[str] = ...,
+        head: Optional[str] = ...,
+        head_to: Optional[str] = ...,
+        max_megapixels: Optional[int] = ...,
+        preset: Optional[str] = ...,
+        size: Optional[str] = ...,
+        top: Optional[str] = ...,
+    ) -> Picture: ...
 
 def inspect(
     photograph: Photograph,
@@ -177,6 +232,14 @@ def inspect(
     order: Optional[str] = ...,
     max_megapixels: Optional[int] = ...,
 ) -> Dict[str, Any]: ...
+def draw_faces(
+    photograph: Photograph,
+    *,
+    order: Optional[str] = ...,
+    format: Optional[str] = ...,
+    max_megapixels: Optional[int] = ...,
+    points: Optional[str] = ...,
+) -> Picture: ...
 def crop(
     photograph: Photograph,
     *,
@@ -185,45 +248,45 @@ def crop(
     format: Optional[str] = ...,
     max_megapixels: Optional[int] = ...,
     ratio: Optional[float] = ...,
-    src_same: bool = ...,
+    src_same: Optional[bool] = ...,
 ) -> List[Picture]: ...
 def make(
     photograph: Photograph,
     *,
     order: Optional[str] = ...,
-    mask: Union[PathLike, bytes, numpy.ndarray, None] = ...,
-    pair: bool = ...,
+    mask: _Mask = ...,
     background: Optional[str] = ...,
     beauty: Optional[str] = ...,
     brightness: Optional[float] = ...,
-    child: bool = ...,
-    compare: bool = ...,
+    child: Optional[bool] = ...,
+    compare: Optional[bool] = ...,
     contrast: Optional[float] = ...,
-    detail: bool = ...,
+    detail: Optional[bool] = ...,
     dpi: Optional[int] = ...,
     eyes: Optional[str] = ...,
     face: Optional[float] = ...,
     face_width: Optional[str] = ...,
-    force: bool = ...,
+    force: Optional[bool] = ...,
     format: Optional[str] = ...,
     head: Optional[str] = ...,
     head_to: Optional[str] = ...,
-    keep_rim: bool = ...,
+    keep_rim: Optional[bool] = ...,
     max_kb: Optional[int] = ...,
     max_megapixels: Optional[int] = ...,
     min_kb: Optional[int] = ...,
     mouth: Optional[float] = ...,
-    no_straighten: bool = ...,
+    no_straighten: Optional[bool] = ...,
     offset_x: Optional[float] = ...,
     offset_y: Optional[float] = ...,
+    pair: Optional[bool] = ...,
     person: Optional[int] = ...,
     preset: Optional[str] = ...,
-    relax: bool = ...,
+    relax: Optional[bool] = ...,
     saturation: Optional[float] = ...,
     sharpness: Optional[float] = ...,
     size: Optional[str] = ...,
     skin: Optional[float] = ...,
-    strict: bool = ...,
+    strict: Optional[bool] = ...,
     temperature: Optional[float] = ...,
     tint: Optional[float] = ...,
     tone: Optional[int] = ...,
@@ -236,38 +299,38 @@ def make_pair(
     photograph: Photograph,
     *,
     order: Optional[str] = ...,
-    mask: Union[PathLike, bytes, numpy.ndarray, None] = ...,
+    mask: _Mask = ...,
     background: Optional[str] = ...,
     beauty: Optional[str] = ...,
     brightness: Optional[float] = ...,
-    child: bool = ...,
-    compare: bool = ...,
+    child: Optional[bool] = ...,
+    compare: Optional[bool] = ...,
     contrast: Optional[float] = ...,
-    detail: bool = ...,
+    detail: Optional[bool] = ...,
     dpi: Optional[int] = ...,
     eyes: Optional[str] = ...,
     face: Optional[float] = ...,
     face_width: Optional[str] = ...,
-    force: bool = ...,
+    force: Optional[bool] = ...,
     format: Optional[str] = ...,
     head: Optional[str] = ...,
     head_to: Optional[str] = ...,
-    keep_rim: bool = ...,
+    keep_rim: Optional[bool] = ...,
     max_kb: Optional[int] = ...,
     max_megapixels: Optional[int] = ...,
     min_kb: Optional[int] = ...,
     mouth: Optional[float] = ...,
-    no_straighten: bool = ...,
+    no_straighten: Optional[bool] = ...,
     offset_x: Optional[float] = ...,
     offset_y: Optional[float] = ...,
     person: Optional[int] = ...,
     preset: Optional[str] = ...,
-    relax: bool = ...,
+    relax: Optional[bool] = ...,
     saturation: Optional[float] = ...,
     sharpness: Optional[float] = ...,
     size: Optional[str] = ...,
     skin: Optional[float] = ...,
-    strict: bool = ...,
+    strict: Optional[bool] = ...,
     temperature: Optional[float] = ...,
     tint: Optional[float] = ...,
     tone: Optional[int] = ...,
@@ -281,8 +344,8 @@ def retouch(
     *,
     order: Optional[str] = ...,
     beauty: Optional[str] = ...,
-    compare: bool = ...,
-    detail: bool = ...,
+    compare: Optional[bool] = ...,
+    detail: Optional[bool] = ...,
     eyes: Optional[float] = ...,
     face: Optional[float] = ...,
     format: Optional[str] = ...,
@@ -292,11 +355,35 @@ def retouch(
     skin: Optional[float] = ...,
     tone: Optional[int] = ...,
 ) -> Picture: ...
+def mask(
+    photograph: Photograph,
+    *,
+    order: Optional[str] = ...,
+    cutout: Optional[bool] = ...,
+    dpi: Optional[int] = ...,
+    keep_rim: Optional[bool] = ...,
+    max_megapixels: Optional[int] = ...,
+    pair: Optional[bool] = ...,
+    person: Optional[int] = ...,
+) -> Picture: ...
+def background(
+    photograph: Photograph,
+    *,
+    order: Optional[str] = ...,
+    background: Optional[str] = ...,
+    dpi: Optional[int] = ...,
+    format: Optional[str] = ...,
+    keep_rim: Optional[bool] = ...,
+    max_kb: Optional[int] = ...,
+    max_megapixels: Optional[int] = ...,
+    pair: Optional[bool] = ...,
+    person: Optional[int] = ...,
+) -> Picture: ...
 def check(
     photograph: Photograph,
     *,
     order: Optional[str] = ...,
-    child: bool = ...,
+    child: Optional[bool] = ...,
     dpi: Optional[int] = ...,
     eyes: Optional[str] = ...,
     face_width: Optional[str] = ...,
@@ -307,6 +394,46 @@ def check(
     size: Optional[str] = ...,
     top: Optional[str] = ...,
 ) -> Dict[str, Any]: ...
+def draw_check(
+    photograph: Photograph,
+    *,
+    order: Optional[str] = ...,
+    child: Optional[bool] = ...,
+    dpi: Optional[int] = ...,
+    eyes: Optional[str] = ...,
+    face_width: Optional[str] = ...,
+    head: Optional[str] = ...,
+    head_to: Optional[str] = ...,
+    max_megapixels: Optional[int] = ...,
+    preset: Optional[str] = ...,
+    size: Optional[str] = ...,
+    top: Optional[str] = ...,
+) -> Picture: ...
+def compress(
+    photograph: Photograph,
+    *,
+    order: Optional[str] = ...,
+    dpi: Optional[int] = ...,
+    format: Optional[str] = ...,
+    max_kb: Optional[int] = ...,
+    max_megapixels: Optional[int] = ...,
+    min_kb: Optional[int] = ...,
+) -> Picture: ...
+def watermark(
+    photograph: Photograph,
+    text: str,
+    *,
+    order: Optional[str] = ...,
+    angle: Optional[float] = ...,
+    color: Optional[str] = ...,
+    dpi: Optional[int] = ...,
+    format: Optional[str] = ...,
+    max_kb: Optional[int] = ...,
+    max_megapixels: Optional[int] = ...,
+    opacity: Optional[float] = ...,
+    size: Optional[int] = ...,
+    space: Optional[int] = ...,
+) -> Picture: ...
 def sheet(
     photographs: Union[Photograph, Sequence[Photograph]],
     *,
@@ -319,21 +446,21 @@ def sheet(
     max_megapixels: Optional[int] = ...,
     paper: Optional[str] = ...,
     size: Optional[str] = ...,
-    size_counts: bool = ...,
+    size_counts: Optional[bool] = ...,
 ) -> Picture: ...
 def batch(
     photographs: Iterable[Photograph], *, jobs: Optional[int] = ..., studio: Optional[Studio] = ..., **options: Any
 ) -> Iterator[Tuple[Photograph, Union[Picture, Failure]]]: ...
 def presets(name: str = ..., *, search: str = ..., country: str = ...) -> Any: ...
-def read(photograph: Union[PathLike, bytes], *, order: str = ..., max_megapixels: float = ...) -> numpy.ndarray: ...
-def encode(array: numpy.ndarray, format: str, *, order: str, dpi: Optional[int] = ...) -> bytes: ...
-def write(path: PathLike, array: numpy.ndarray, *, order: str, dpi: Optional[int] = ...) -> None: ...
+def read(photograph: Union[_PathLike, bytes], *, order: str = ..., max_megapixels: float = ...) -> _Array: ...
+def encode(array: _Array, format: str, *, order: str, dpi: Optional[int] = ...) -> bytes: ...
+def write(path: _PathLike, array: _Array, *, order: str, dpi: Optional[int] = ...) -> None: ...
 
 class Failure(Exception):
     code: str
     fields: Tuple[Tuple[str, Union[float, str]], ...]
     def __init__(self, text: str, fields: Tuple[Tuple[str, Union[float, str]], ...] = ...) -> None: ...
-    def field(self, name: str, default: Union[float, str, None] = ...) -> Union[float, str, None]: ...
+    def field(self, name: str, default: Union[None, float, str] = ...) -> Union[None, float, str]: ...
 
 class OptionFailure(Failure, ValueError): ...
 class PhotographFailure(Failure): ...

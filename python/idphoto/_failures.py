@@ -19,7 +19,7 @@ class Failure(Exception):
     ...     idphoto.presets("de-pasport")
     ... except idphoto.Failure as failure:
     ...     print(type(failure).__name__, failure.code, failure.field("similar"))
-    UnknownPreset unknown_preset de-passport
+    UnknownPreset unknown_preset de-passport, ...
     """
 
     code = "failure"
@@ -32,7 +32,7 @@ class Failure(Exception):
         """The first value of that name, or ``default``."""
         return next((value for key, value in self.fields if key == name), default)
 
-    def __reduce__(self) -> tuple:
+    def __reduce__(self) -> Tuple[Type[Failure], Tuple[str, Tuple[Tuple[str, Value], ...]]]:
         return type(self), (str(self), self.fields)
 
 

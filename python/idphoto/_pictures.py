@@ -5,15 +5,17 @@ from __future__ import annotations
 import json
 import os
 import tempfile
-from functools import cached_property
-from typing import Any, Dict, Optional, Union
+from typing import Any, Callable, Dict, Optional, Tuple, TypeVar, Union
 
 import numpy
+from numpy.typing import NDArray
 
 from . import _native
 from ._failures import BadOption
 
 PathLike = Union[str, "os.PathLike[str]"]
+Array = NDArray[numpy.uint8]
+Value = TypeVar("Value")
 _FORMATS = {".jpg": "jpg", ".jpeg": "jpg", ".png": "png", ".tif": "tiff", ".tiff": "tiff"}
 
 
@@ -53,45 +55,56 @@ class Picture:
     (413, True)
     """
 
-    def __init__(self, native: "_native.Finished", order: str, report: Optional[Dict[str, Any]] = None) -> None:
+    def __init__(self, native: "_native.Finished", order: str) -> None:
         self._native = native
-        self._given_report = report
-        self._files: Dict[str, Any] = {}
+        self._read: Dict[str, Any] = {}
+        self._files: Dict[str, Tuple[bytes, bytes, str]] = {}
         self.order = order
         #: The format of ``data``: "jpg", "png" or "tiff".
         self.format = native.format
         self._file(self.format)  # what a limit of size refuses is said by the call that made the picture
 
-    def _file(self, format: str) -> Any:
+    def _file(self, format: str) -> Tuple[bytes, bytes, str]:
         if format not in self._files:
             self._files[format] = self._native.encode(format)
         return self._files[format]
 
-    @cached_property
-    def image(self) -> numpy.ndarray:
+    def _once(self, name: str, make: Callable[[], Value]) -> Value:
+        if name not in self._read:
+            self._read[name] = make()
+        value: Value = self._read[name]
+        return value
+
+    def _of_file(self) -> Tuple[Array, Optional[Array]]:
+        return self._once("file", lambda: _native.read_picture(self.data, self.order))
+
+    @property
+    def image(self) -> Array:
         """uint8, height x width x 3, sRGB in the order that ``order`` names, colours not multiplied by ``alpha``."""
-        return self._native.image(self.order)
+        native = self._native
+        return self._once("image", lambda: native.image(self.order) if native.has_image else self._of_file()[0])
 
-    @cached_property
-    def alpha(self) -> Optional[numpy.ndarray]:
+    @property
+    def alpha(self) -> Optional[Array]:
         """uint8, height x width, 255 opaque; None where there is no transparent background."""
-        return self._native.alpha()
+        native = self._native
+        return self._once("alpha", lambda: native.alpha() if native.has_image else self._of_file()[1])
 
-    @cached_property
-    def before(self) -> Optional[numpy.ndarray]:
+    @property
+    def before(self) -> Optional[Array]:
         """Like ``image``, without retouching and adjustment; None unless it was asked for."""
-        return self._native.before(self.order)
+        return self._once("before", lambda: self._native.before(self.order))
 
     @property
     def data(self) -> bytes:
         """The file that the command writes, in ``format``."""
         return self._file(self.format)[0]
 
-    @cached_property
+    @property
     def report(self) -> Dict[str, Any]:
         """What the command says of the file with ``--json``, as a dict, under the name that it has by default."""
-        text = self._file(self.format)[2]
-        return json.loads(text) if text else dict(self._given_report or {})
+        report: Dict[str, Any] = self._once("report", lambda: dict(json.loads(self._file(self.format)[2])))
+        return report
 
     def save(self, path: PathLike) -> None:
         """Writes the command's own bytes, in the format that the name's ending asks for.
@@ -107,14 +120,14 @@ class Picture:
             write_whole(stem + "-compare" + ending, comparison)
 
     def _repr_png_(self) -> bytes:
-        return self._native.shown()
+        return self.data if self.format == "png" else _native.encode(self.image, "png", self.order, 0)
 
     def __repr__(self) -> str:
         height, width = self.image.shape[:2]
         return f"<idphoto.Picture {width} x {height} pixels, {self.format}, {len(self.data)} bytes>"
 
 
-def read(photograph: Union[PathLike, bytes], *, order: str = "rgb", max_megapixels: float = 300) -> numpy.ndarray:
+def read(photograph: Union[PathLike, bytes], *, order: str = "rgb", max_megapixels: float = 300) -> Array:
     """Reads a JPEG, PNG, WebP, HEIF or TIFF file, given by its path or its bytes.
 
     Returns uint8, height x width x 3, upright and in sRGB, on white where the file is transparent. ``order`` is "rgb"
@@ -132,7 +145,7 @@ def read(photograph: Union[PathLike, bytes], *, order: str = "rgb", max_megapixe
     return _native.read(source, order, max(1, int(max_megapixels * 1e6)))
 
 
-def encode(array: numpy.ndarray, format: str, *, order: str, dpi: Optional[int] = None) -> bytes:
+def encode(array: Array, format: str, *, order: str, dpi: Optional[int] = None) -> bytes:
     """The bytes of a file that holds the array: ``format`` is "png", "jpg" (quality 95) or, with ``dpi``, "tiff".
 
     ``array``: uint8, height x width x 3, sRGB in the ``order`` "rgb" or "bgr". Raises TypeError and ValueError for
@@ -148,7 +161,7 @@ def encode(array: numpy.ndarray, format: str, *, order: str, dpi: Optional[int] 
     return _native.encode(array, format, order, dpi or 0)
 
 
-def write(path: PathLike, array: numpy.ndarray, *, order: str, dpi: Optional[int] = None) -> None:
+def write(path: PathLike, array: Array, *, order: str, dpi: Optional[int] = None) -> None:
     """Writes the array to a file in the format that the name's ending asks for, whole or not at all; see ``encode``.
 
     >>> import idphoto, numpy, os, tempfile

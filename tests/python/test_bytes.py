@@ -51,11 +51,51 @@ def test_save_in_another_format_is_the_command_s_file(sample, command, tmp_path)
     assert sorted(file.name for file in tmp_path.iterdir()) == ["mine.PNG", "theirs.png"]
 
 
-def test_other_calls(sample, command, tmp_path):
+# Of each call its options and how the command writes the same files.
+WHOLE_PICTURES = {
+    "retouch": ("retouch", {"skin": 3, "detail": True}, ["--skin", 3, "--detail", "-o"], ["jpg", "png"]),
+    "mask": ("mask", {"keep_rim": True}, ["--keep-rim", "-o"], ["png"]),
+    "cutout": ("mask", {"cutout": True, "dpi": 300}, ["--dpi", 300, "--cutout"], ["png"]),
+    "background": ("background", {"background": "gradient:white-blue"}, None, ["jpg", "png"]),
+    "transparent": ("background", {"background": "transparent"}, None, ["png"]),
+    "compress": ("compress", {"max_kb": 60, "dpi": 240}, ["--max-kb", 60, "--dpi", 240, "-o"], ["jpg"]),
+    "watermark": ("watermark", {"text": "copy", "angle": 45, "opacity": 0.25}, None, ["jpg", "png"]),
+    "draw_faces": ("inspect", {"points": "dense"}, ["--points", "dense", "--draw"], ["jpg", "png"]),
+    "draw_check": ("check", {"preset": "schengen-visa"}, ["--preset", "schengen-visa", "--draw"], ["jpg", "png"]),
+}
+
+
+@pytest.mark.parametrize("name", WHOLE_PICTURES)
+def test_whole_pictures(sample, command, tmp_path, name):
+    word, options, arguments, endings = WHOLE_PICTURES[name]
+    call = getattr(idphoto, word if not name.startswith("draw") else name)
+    arguments = arguments or [part for key, value in options.items() for part in ("--" + key, value)] + ["-o"]
+    picture = call(sample, **options)
+    for ending in endings:
+        command(word, sample, *arguments, tmp_path / ("theirs." + ending))
+        theirs = (tmp_path / ("theirs." + ending)).read_bytes()
+        picture.save(tmp_path / ("mine." + ending))
+        assert (tmp_path / ("mine." + ending)).read_bytes() == theirs
+        if picture.format == ending:
+            assert picture.data == theirs
+    if "png" in endings and name not in ("cutout", "transparent"):
+        assert (idphoto.read(tmp_path / "mine.png") == picture.image).all() or picture.format != "png"
+    assert (picture.alpha is not None) == (name in ("mask", "cutout", "transparent"))
+    assert picture._repr_png_().startswith(b"\x89PNG")
+    if name == "mask":
+        grey = picture.image[..., 0]
+        assert (grey == picture.alpha).all() and picture.report["width"] == grey.shape[1]
+        with pytest.raises(idphoto.BadOption):
+            picture.save(tmp_path / "mask.jpg")
+    if name == "transparent":
+        with pytest.raises(idphoto.BadOption):
+            picture.save(tmp_path / "mine.jpg")
+
+
+def test_reports_and_sheets(sample, command, tmp_path):
     assert idphoto.inspect(sample) == json.loads(command("inspect", sample, "--json")[1])
     assert idphoto.presets() == json.loads(command("presets", "--json")[1])
-    theirs, _ = command("retouch", sample, "--skin", 3, output="r.png")
-    assert idphoto.retouch(sample, skin=3, format="png").data == theirs
+    assert idphoto.presets(country="DE") == json.loads(command("presets", "--country", "DE", "--json")[1])
 
     (tmp_path / "crops").mkdir()
     command("crop", sample, "--bound", 700, output="crops")
@@ -70,6 +110,33 @@ def test_other_calls(sample, command, tmp_path):
     for ending in ("jpg", "png", "tiff"):
         mine = idphoto.sheet([made, made], copies=[2, 1], dpi=300, format=ending)
         assert mine.data == command("sheet", f"{made}:2", f"{made}:1", "--dpi", 300, output="sheet." + ending)[0]
+
+
+def test_arrays_are_read_as_files_are(sample, tmp_path):
+    """Lying, and so large that the faces are looked for in a smaller picture and parts are read on their own."""
+    large = numpy.ascontiguousarray(numpy.rot90(idphoto.read(sample).repeat(6, 0).repeat(6, 1)[:, 200:]))
+    file = idphoto.encode(large, "png", order="rgb")
+    calls = [
+        lambda *given, **order: idphoto.make(*given, preset="de-passport", compare=True, **order).data,
+        lambda *given, **order: idphoto.crop(*given, bound=600, **order)[0].data,
+        lambda *given, **order: idphoto.inspect(*given, **order),
+        lambda *given, **order: idphoto.mask(*given, **order).data,
+    ]
+    for number, call in enumerate(calls):
+        theirs = call(file)
+        assert call(large, order="rgb") == theirs, number
+        assert call(numpy.ascontiguousarray(large[..., ::-1]), order="bgr") == theirs, number
+    small = numpy.ascontiguousarray(large[::6, ::6])
+    file = idphoto.encode(small, "png", order="rgb")
+    for call in (
+        lambda *given, **order: idphoto.retouch(*given, skin=5, **order).data,
+        lambda *given, **order: idphoto.background(*given, background="red", **order).data,
+        lambda *given, **order: idphoto.watermark(*given, "copy", **order).data,
+        lambda *given, **order: idphoto.compress(*given, dpi=300, **order).data,
+        lambda *given, **order: idphoto.sheet(*given, size="51.2x47.9mm", **order).data,
+    ):
+        theirs = call(file)
+        assert call(small, order="rgb") == theirs == call(numpy.ascontiguousarray(small[..., ::-1]), order="bgr")
 
 
 def test_make_pair(sample, command, tmp_path):

@@ -1,6 +1,5 @@
 """Threads, long runs, interrupts, and the papers of the package."""
 
-import ast
 import doctest
 import os
 import pathlib
@@ -13,7 +12,7 @@ from concurrent.futures import ThreadPoolExecutor
 import idphoto
 import numpy
 import pytest
-from idphoto import _batch, _pictures, _studio
+from idphoto import _batch, _failures, _pictures, _studio
 
 
 def test_threads_share_a_studio(sample):
@@ -60,23 +59,27 @@ def resident():
 
 
 def test_memory_stays_flat(sample):
-    small = idphoto.make(sample, size="300x300px").data
-    array = numpy.zeros((300, 300, 3), numpy.uint8)
+    array = numpy.ascontiguousarray(idphoto.read(sample)[:60, :80])
+    small = idphoto.encode(array, "png", order="rgb")
 
     def calls(times):
         for _ in range(times):
             picture = idphoto.read(small)
             idphoto.encode(picture, "jpg", order="bgr")
-            for failing in (lambda: idphoto.read(b"none"), lambda: idphoto.crop(array, order="rgb")):
-                with pytest.raises(idphoto.Failure):
-                    failing()
+            with pytest.raises(idphoto.NotAPicture):
+                idphoto.read(b"none")
+            with pytest.raises(ValueError):
+                idphoto.encode(array[::2], "png", order="rgb")
             idphoto.presets("de-passport")
+        for _ in range(times // 500):
+            made = idphoto.make(sample, size="300x300px")
+            assert made.image.any() and made.report
 
-    calls(20)
-    before = resident()
-    calls(150)
-    # One array or file that was kept each time would be 40 MB and more.
-    assert resident() - before < 16 << 20
+    calls(1000)
+    before, references = resident(), sys.getrefcount(array)
+    calls(10000)
+    # One array or file that was kept each time would be 100 MB and more.
+    assert resident() - before < 16 << 20 and sys.getrefcount(array) == references
 
 
 def test_ctrl_c_ends_a_batch(sample):
@@ -93,6 +96,53 @@ def test_ctrl_c_ends_a_batch(sample):
     finally:
         running.kill()
     assert b"KeyboardInterrupt" in errors and running.returncode in (-signal.SIGINT, 130)
+
+
+def test_ctrl_c_during_a_call_comes_back(sample):
+    program = (
+        "import idphoto, sys\n"
+        "large = idphoto.read(sys.argv[1]).repeat(8, 0).repeat(8, 1)\n"
+        "print('begun', flush=True)\n"
+        "while True:\n"
+        "    idphoto.make(large, order='rgb', preset='schengen-visa', beauty='studio')\n"
+    )
+    running = subprocess.Popen([sys.executable, "-c", program, sample], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    try:
+        assert running.stdout.readline() == b"begun\n"
+        running.send_signal(signal.SIGINT)
+        _, errors = running.communicate(timeout=120)
+    finally:
+        running.kill()
+    assert b"KeyboardInterrupt" in errors and running.returncode in (-signal.SIGINT, 130)
+
+
+def worked_in_a_fork(sample):
+    import multiprocessing
+
+    def work(pipe):
+        try:
+            pipe.send(len(idphoto.make(sample, preset="schengen-visa").data))
+        except RuntimeError as error:
+            pipe.send(str(error))
+
+    here, there = multiprocessing.Pipe()
+    process = multiprocessing.get_context("fork").Process(target=work, args=(there,))
+    process.start()
+    try:
+        return here.recv() if here.poll(60) else None
+    finally:
+        process.kill()
+        process.join()
+
+
+def test_forks(sample):
+    # A fork lacks the threads of its parent: it is told so, and does not wait for them.
+    idphoto.make(sample, preset="schengen-visa")
+    assert "spawn" in worked_in_a_fork(sample)
+    program = "import sys; sys.path.insert(0, sys.argv[2]); import test_running as t; print(t.worked_in_a_fork(sys.argv[1]))"
+    # Where nothing was made before it, it works.
+    fresh = [sys.executable, "-c", program, sample, os.path.dirname(__file__)]
+    assert int(subprocess.run(fresh, stdout=subprocess.PIPE, check=True).stdout) > 10000
 
 
 def test_batch_keeps_the_order(sample):
@@ -115,14 +165,32 @@ def test_examples(sample):
         assert outcome.attempted > 0 and outcome.failed == 0
 
 
-def test_stubs_name_every_option():
-    folder = pathlib.Path(idphoto.__file__).parent
-    assert (folder / "py.typed").exists()
-    tree = ast.parse((folder / "__init__.pyi").read_text())
-    functions = {node.name: node for node in tree.body if isinstance(node, ast.FunctionDef)}
-    names = {node.name for node in tree.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))} | {"__version__"}
-    assert names >= set(idphoto.__all__)
-    own = {"order", "mask", "copies"}
-    for call in ("make", "crop", "retouch", "inspect", "check", "sheet"):
-        stub = {argument.arg for argument in functions[call].args.kwonlyargs} - own
-        assert stub - {"pair"} == _studio.option_names(call), call
+def test_stubs(tmp_path):
+    """What mypy reads is what there is at run time, to every option, and the package is strictly typed."""
+    pytest.importorskip("mypy", reason="skipped: python3-mypy is missing")
+    folder = os.path.dirname(os.path.dirname(idphoto.__file__))
+    (tmp_path / "allowed").write_text(r"idphoto\._.*")
+    (tmp_path / "use.py").write_text(
+        "import idphoto\n"
+        "made = idphoto.make('a.jpg', preset='de-passport', max_kb=120)\n"
+        "width: int = made.image.shape[1]\n"
+        "idphoto.make('a.jpg', colour='red')  # type: ignore[call-arg]\n"
+        "idphoto.make('a.jpg', max_kb='many')  # type: ignore[arg-type]\n"
+    )
+    for arguments in (
+        ["mypy.stubtest", "idphoto", "--ignore-missing-stub", "--ignore-unused-allowlist", "--allowlist", "allowed"],
+        ["mypy", "--strict", "-p", "idphoto"],
+        ["mypy", "--strict", "use.py"],
+    ):
+        done = subprocess.run([sys.executable, "-m", *arguments], cwd=tmp_path, env={**os.environ, "MYPYPATH": folder},
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        assert done.returncode == 0, done.stdout.decode()
+
+
+def test_every_call_shows_its_options_and_an_example():
+    calls = set(idphoto.__all__) - {"Photograph", "__version__"} - {kind.__name__ for kind in _failures.BY_CODE.values()}
+    for name in calls - {"OptionFailure", "PhotographFailure", "FileFailure"}:
+        words = getattr(idphoto, name).__doc__
+        assert ">>> " in words, name
+    assert "max_kb (int)" in idphoto.make.__doc__
+    assert (pathlib.Path(idphoto.__file__).parent / "py.typed").exists()
