@@ -32,16 +32,40 @@ GOOD = numpy.zeros((40, 30, 3), numpy.uint8)
     ],
 )
 def test_wrong_arrays(array, error, word):
-    calls = [
-        lambda: idphoto.inspect(array, order="rgb"),
-        lambda: idphoto.make(array, order="bgr", preset="schengen-visa"),
-        lambda: idphoto.check(array, order="rgb", preset="schengen-visa"),
-        lambda: idphoto.sheet([array], order="rgb", size="35x45mm"),
-        lambda: idphoto.encode(array, "png", order="rgb"),
-    ]
-    for call in calls:
-        with pytest.raises(error, match=word):
-            call()
+    calls = {
+        "make": {"preset": "schengen-visa"},
+        "make_pair": {"preset": "cn-marriage-certificate"},
+        "check": {"preset": "schengen-visa"},
+        "draw_check": {"preset": "schengen-visa"},
+        "background": {"background": "white"},
+        "compress": {"max_kb": 50},
+        "watermark": {"text": "copy"},
+        "encode": {"format": "png"},
+        **dict.fromkeys(["inspect", "draw_faces", "crop", "retouch", "mask"], {}),
+    }
+    for name, options in calls.items():
+        for order in ("rgb", "bgr"):
+            with pytest.raises(error, match=word):
+                getattr(idphoto, name)(array, order=order, **options)
+    with pytest.raises(error, match=word):
+        idphoto.sheet([array], order="rgb", size="35x45mm")
+
+
+@pytest.mark.parametrize(
+    "mask, error, word",
+    [
+        (numpy.zeros((512, 512), bool), TypeError, "bool"),
+        (numpy.ones((512, 512), numpy.float32), TypeError, "float32"),
+        (numpy.zeros((512, 512, 3), numpy.uint8), ValueError, "height, width"),
+        (numpy.zeros((512, 1024), numpy.uint8)[:, ::2], ValueError, "ascontiguousarray"),
+        (numpy.full((512, 511), 255, numpy.uint8), idphoto.BadMask, "size"),
+        (numpy.zeros((512, 512), numpy.uint8), idphoto.Failure, "person"),
+        (b"no picture", idphoto.NotAPicture, "the mask"),
+    ],
+)
+def test_wrong_masks(sample, mask, error, word):
+    with pytest.raises(error, match=word):
+        idphoto.make(sample, preset="schengen-visa", mask=mask)
 
 
 def test_order_is_said():
