@@ -1,4 +1,5 @@
 // Pictures whose file is made straight from the photograph's: of an array, from those of a PNG that holds it.
+#include <algorithm>
 #include <utility>
 
 #include "orders/background.h"
@@ -50,18 +51,6 @@ std::shared_ptr<const photo::Image> PictureOf(const photo::Mask& mask) {
 }
 
 }  // namespace
-
-codec::ImageFormat PictureFormat(codec::PrintFormat format) {
-  if (format == codec::PrintFormat::kTiff) {
-    throw photo::Failure(photo::FailureCode::kBadOption, "only sheets are written as TIFF; choose jpg or png",
-                         {{"option", "format"}});
-  }
-  return format == codec::PrintFormat::kPng ? codec::ImageFormat::kPng : codec::ImageFormat::kJpeg;
-}
-
-std::string OutputName(const std::string& photograph, codec::PrintFormat format) {
-  return orders::StemOf(photograph) + orders::EndingOf(format);
-}
 
 Finished Studios::CutOut(const Photograph& photograph, const orders::OptionPairs& options) {
   const auto order = Parsed<orders::MaskOrder>("mask", options);

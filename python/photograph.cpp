@@ -10,8 +10,9 @@ namespace py = pybind11;
 
 Photograph::Photograph(py::handle object, ChannelOrder order) : order_(order) {
   if (py::isinstance<py::str>(object)) {
-    const auto encoded = py::reinterpret_steal<py::bytes>(PyUnicode_EncodeFSDefault(object.ptr()));
-    if (!encoded) throw py::error_already_set();
+    PyObject* converted = nullptr;  // refused with a byte of 0 within, where a name would end
+    if (PyUnicode_FSConverter(object.ptr(), &converted) == 0) throw py::error_already_set();
+    const auto encoded = py::reinterpret_steal<py::bytes>(converted);
     path_ = std::string(encoded);
   } else if (py::isinstance<py::bytes>(object)) {
     kept_ = py::reinterpret_borrow<py::object>(object);

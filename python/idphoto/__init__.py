@@ -47,6 +47,6 @@ _exceptions = [kind.__name__ for kind in vars(_failures).values()
 for _name in _exceptions:
     globals()[_name] = getattr(_failures, _name)
     globals()[_name].__module__ = __name__
-__all__ = ["Photograph", "Picture", "Studio", "__version__", "background", "batch", "check", "compress", "crop", "draw_check",
-           "draw_faces", "encode", "inspect", "make", "make_pair", "mask", "presets", "read", "retouch", "sheet",
-           "watermark", "write", *_exceptions]
+__all__ = ["Photograph", "Picture", "Studio", "__version__", "background", "batch", "check", "compress", "crop",
+           "draw_check", "draw_faces", "encode", "inspect", "make", "make_pair", "mask", "presets", "read", "retouch",
+           "sheet", "watermark", "write", *_exceptions]

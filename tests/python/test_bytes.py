@@ -171,7 +171,7 @@ def test_ways_to_hand_over_a_photograph(sample, command, tmp_path):
     }
     assert {name: picture.data == theirs for name, picture in made.items()} == dict.fromkeys(made, True)
     assert (made["bgr"].image[..., ::-1] == made["rgb"].image).all()
-    for mask_as in (tmp_path / "mask.png", mask, grey):
+    for mask_as in (tmp_path / "mask.png", mask, grey, idphoto.mask(tmp_path / "copy.png")):
         assert idphoto.make(rgb, order="rgb", mask=mask_as, preset="schengen-visa").data == masked
     assert idphoto.make(bgr, order="bgr", background="transparent", size="300x300px").alpha.shape == (300, 300)
 

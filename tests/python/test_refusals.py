@@ -76,6 +76,12 @@ def test_order_is_said():
             idphoto.encode(GOOD, "png", order=order)
 
 
+def test_names_end_where_they_end(sample):
+    for call in (idphoto.read, idphoto.inspect, lambda name: idphoto.make(sample, mask=name, size="300x300px")):
+        with pytest.raises(ValueError, match="null"):
+            call(sample + "\0.png")
+
+
 def test_failures(sample, tmp_path):
     (tmp_path / "half.png").write_bytes(idphoto.make(sample, preset="schengen-visa", format="png").data[:5000])
     big = idphoto.encode(numpy.zeros((1100, 1000, 3), numpy.uint8), "png", order="rgb")

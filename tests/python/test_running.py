@@ -136,7 +136,11 @@ def test_forks(sample):
     # A fork lacks the threads of its parent: it is told so, and does not wait for them.
     idphoto.make(sample, preset="schengen-visa")
     assert "spawn" in worked_in_a_fork(sample)
-    program = "import sys; sys.path.insert(0, sys.argv[2]); import test_running as t; print(t.worked_in_a_fork(sys.argv[1]))"
+    program = (
+        "import sys; sys.path.insert(0, sys.argv[2])\n"
+        "import test_running\n"
+        "print(test_running.worked_in_a_fork(sys.argv[1]))\n"
+    )
     # Where nothing was made before it, it works.
     fresh = [sys.executable, "-c", program, sample, os.path.dirname(__file__)]
     assert int(subprocess.run(fresh, stdout=subprocess.PIPE, check=True).stdout) > 10000

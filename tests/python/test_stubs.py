@@ -18,7 +18,10 @@ def test_stubs(tmp_path):
     (tmp_path / "allowed").write_text(r"idphoto\._.*")
     # Of what others made nothing is known, and nothing read.
     (tmp_path / "examples.ini").write_text(
-        "[mypy]\n[mypy-dask.*,distributed.*,pandas.*,matplotlib.*]\nfollow_imports = skip\nignore_missing_imports = True\n"
+        "[mypy]\n"
+        "[mypy-dask.*,distributed.*,pandas.*,matplotlib.*]\n"
+        "follow_imports = skip\n"
+        "ignore_missing_imports = True\n"
     )
     (tmp_path / "use.py").write_text(
         "import idphoto\n"

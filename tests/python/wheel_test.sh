@@ -10,7 +10,8 @@ rm -rf "$work" && mkdir -p "$work/elsewhere"
 wheel=$(echo "$work"/dist/idphoto-*.whl)
 echo "${wheel##*/}: $(stat -c %s "$wheel") bytes"
 unset PYTHONPATH LD_LIBRARY_PATH
-"$python" -m pip install --quiet --no-index --no-deps --no-cache-dir --root-user-action=ignore --target "$work/empty" "$wheel"
+"$python" -m pip install --quiet --no-index --no-deps --no-cache-dir --root-user-action=ignore \
+  --target "$work/empty" "$wheel"
 
 module=$(echo "$work"/empty/idphoto/_native*.so)
 [[ $(readelf -d "$module" | sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p') == '$ORIGIN' ]] || fail "the module looks elsewhere"
