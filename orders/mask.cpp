@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "codec/codec.h"
 #include "orders/options/common_options.h"
@@ -35,6 +36,16 @@ std::vector<uint8_t> MaskOrder::EncodeCutOut(const photo::CutOut& cutOut) const 
              : codec::EncodeImage(cutOut.colours, kPng, cutOut.mask);
 }
 
+std::string MaskOrder::Report(const std::string& photograph, const std::vector<std::string>& outputs,
+                              const photo::CutOut& cutOut) const {
+  const Json report = {{"photograph", photograph},
+                       {"outputs", outputs},
+                       {"width", cutOut.mask.width},
+                       {"height", cutOut.mask.height},
+                       {"remarks", cutOut.remarks}};
+  return report.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 Answer MaskOrder::Work(Materials materials, photo::Studio& studio) const {
   codec::FileSource source(std::move(materials.photo), limits);
   const photo::CutOut cutOut = studio.CutOut(source, request_);
@@ -46,12 +57,9 @@ Answer MaskOrder::Work(Materials materials, photo::Studio& studio) const {
   if (request_.colours) {
     answer.pictures.push_back({stem + "-cutout.png", codec::PrintFormat::kPng, EncodeCutOut(cutOut)});
   }
-  Json report = {{"photograph", materials.photoName}, {"outputs", Json::array()}};
-  for (const Picture& picture : answer.pictures) report["outputs"].push_back(picture.name);
-  report["width"] = cutOut.mask.width;
-  report["height"] = cutOut.mask.height;
-  report["remarks"] = cutOut.remarks;
-  answer.report = report.dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::vector<std::string> outputs;
+  for (const Picture& picture : answer.pictures) outputs.push_back(picture.name);
+  answer.report = Report(materials.photoName, outputs, cutOut);
   return answer;
 }
 

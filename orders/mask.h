@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "orders/order.h"
@@ -20,6 +21,9 @@ class MaskOrder final : public Order {
   // Once settled. Its colours are asked for only where the cut-out is wanted.
   const photo::CutOutRequest& Request() const { return request_; }
 
+  // JSON; `outputs`: names of the files.
+  std::string Report(const std::string& photograph, const std::vector<std::string>& outputs,
+                     const photo::CutOut& cutOut) const;
   // A PNG file.
   std::vector<uint8_t> EncodeCutOut(const photo::CutOut& cutOut) const;
 

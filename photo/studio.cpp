@@ -179,11 +179,11 @@ Studio::Studio() : engines_(std::make_unique<Engines>()) {}
 Studio::~Studio() = default;
 Studio::Studio(Studio&&) noexcept = default;
 
-std::vector<ProbedFace> Studio::Inspect(const Image& photograph) {
+std::vector<ProbedFace> Studio::Inspect(const PixelView& photograph) {
   return Told([&] { return engines_->finder.Find(photograph); });
 }
 
-std::vector<Image> Studio::Crop(const Image& photograph, const CropSettings& settings) {
+std::vector<Image> Studio::Crop(const PixelView& photograph, const CropSettings& settings) {
   CheckSettings(settings);
   return Told([&] {
     std::vector<Image> crops;

@@ -23,6 +23,7 @@
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
 #include "photo/base/photo_source.h"
+#include "photo/base/pixel_view.h"
 #include "photo/check/check.h"
 #include "photo/check/measures.h"
 #include "photo/document/presets.h"
@@ -157,10 +158,10 @@ class Studio {
   Studio(Studio&&) noexcept;
 
   // The faces of the photograph as it is, best first; may be none.
-  std::vector<ProbedFace> Inspect(const Image& photograph);
+  std::vector<ProbedFace> Inspect(const PixelView& photograph);
 
   // The rough crop of every face, best first; at least one. Throws Failure when there is no face.
-  std::vector<Image> Crop(const Image& photograph, const CropSettings& settings);
+  std::vector<Image> Crop(const PixelView& photograph, const CropSettings& settings);
 
   // Finds the faces and the persons, once for a photograph. Throws Failure: kNoFace, kNoSuchFace, kTooFewFaces,
   // kFacesTurned, kNoPerson, kBadMask. `mask`: of the persons, made elsewhere, of the size that the source has, before

@@ -10,6 +10,7 @@
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
+#include "photo/base/pixel_view.h"
 
 namespace qx::photo {
 
@@ -37,7 +38,23 @@ class PhotoSource {
   virtual Image Part(const PixelBox& box, int32_t width, int32_t height) = 0;
 };
 
-// A photograph in memory, upright, of at least one pixel. Parts are resampled with a Lanczos kernel of three lobes.
+// A photograph in memory that belongs to somebody else, upright, of at least one pixel: read where it lies, of all of
+// it only the overview is made. Parts are resampled with a Lanczos kernel of three lobes.
+class ViewSource : public PhotoSource {
+ public:
+  explicit ViewSource(const PixelView& view);  // whose memory outlives the source
+  ~ViewSource() override;
+
+  int32_t Width() override { return view_.width; }
+  int32_t Height() override { return view_.height; }
+  Image Overview(int64_t leastPixels) override;
+  Image Part(const PixelBox& box, int32_t width, int32_t height) override;
+
+ private:
+  const PixelView view_;
+};
+
+// The same of a photograph that belongs to the source.
 class ImageSource : public PhotoSource {
  public:
   explicit ImageSource(Image image);

@@ -50,7 +50,7 @@ Taps MakeTaps(double start, double length, int32_t samples) {
 class SourceRows {
  public:
   // `left`, `right`: the columns from and to which the kernel reaches.
-  SourceRows(const Image& picture, int32_t left, int32_t right, int32_t count)
+  SourceRows(const PixelView& picture, int32_t left, int32_t right, int32_t count)
       : picture_(picture),
         left_(left),
         right_(right),
@@ -85,7 +85,7 @@ class SourceRows {
     for (size_t i = 0; i < stride_; ++i) to[i] = static_cast<float>(from[i]);
   }
 
-  const Image& picture_;
+  const PixelView picture_;
   const int32_t left_, right_, first_, end_, count_;
   const size_t stride_;
   Floats ring_;
@@ -117,7 +117,7 @@ int32_t LanczosReach(double scale) {
   return static_cast<int32_t>(std::ceil(kLobes * std::max(scale, 1.0))) + 1;
 }
 
-Image ResizeLanczos(const Image& picture, const Rectangle& part, int32_t width, int32_t height) {
+Image ResizeLanczos(const PixelView& picture, const Rectangle& part, int32_t width, int32_t height) {
   const Taps columns = MakeTaps(part.left, part.width, width), rows = MakeTaps(part.top, part.height, height);
   // At least one column of the picture takes part.
   const int32_t left = std::min(columns.first.front(), picture.width - 1);
@@ -131,6 +131,7 @@ Image ResizeLanczos(const Image& picture, const Rectangle& part, int32_t width, 
     source.Blend(rows.first[row], rows.weights.data() + row * static_cast<size_t>(rows.count), line.data());
     ResizeLine(line.data(), left, columns, target.At(0, y));
   }
+  ToBgr(picture.order, &target);
   return target;
 }
 

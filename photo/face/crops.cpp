@@ -22,9 +22,9 @@ qx::CropSettings ToLibrary(const CropSettings& settings) {
   return library;
 }
 
-FaceRecord Cut(const Image& picture, const ProbedFace& face, const CropSettings& settings) {
+FaceRecord Cut(const PixelView& picture, const ProbedFace& face, const CropSettings& settings) {
   FaceRecord record(ToFoundFace(face));
-  CropPortrait({picture.bgr.data(), picture.width, picture.height, 3}, ToLibrary(settings), &record);
+  CropPortrait({picture.samples, picture.width, picture.height, 3}, ToLibrary(settings), &record);
   if (record.cropWidth <= 0 || record.cropHeight <= 0) {
     throw Failure(FailureCode::kTooSmall, "the crop is empty; the face is too small to be framed");
   }
@@ -63,11 +63,12 @@ void CheckSettings(const CropSettings& settings) {
   }
 }
 
-Image CropFace(const Image& picture, const ProbedFace& face, const CropSettings& settings) {
+Image CropFace(const PixelView& picture, const ProbedFace& face, const CropSettings& settings) {
   CheckSettings(settings);
   const FaceRecord record = Cut(picture, face, settings);
   Image crop(record.cropWidth, record.cropHeight);
   std::memcpy(crop.bgr.data(), record.cropImage.data(), crop.bgr.size());
+  ToBgr(picture.order, &crop);  // every channel is cut alike
   return crop;
 }
 

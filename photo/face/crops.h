@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "photo/base/image.h"
+#include "photo/base/pixel_view.h"
 #include "photo/face/face_finder.h"
 #include "qx_idp.h"
 
@@ -23,7 +24,7 @@ void CheckSettings(const CropSettings& settings);
 
 // The rough crop of a face of the picture, upright to the quarter turn; white outside the picture. Throws Failure when
 // it is empty or does not fit into memory.
-Image CropFace(const Image& picture, const ProbedFace& face, const CropSettings& settings);
+Image CropFace(const PixelView& picture, const ProbedFace& face, const CropSettings& settings);
 
 // The four scores of the library's quality check, from the face's crop at the picture's own scale. Throws Failure when
 // there is no such crop.

@@ -19,9 +19,18 @@ Failure MemoryShort() {
           "smaller"};
 }
 
-Bytes ToGrey(const Image& picture) {
+Bytes ToGrey(const PixelView& picture) {
   Bytes grey(picture.Pixels());
-  GreyConvert({picture.bgr.data(), picture.width, picture.height, 3}, grey.data());
+  if (picture.order == ChannelOrder::kBgr) {
+    GreyConvert({picture.samples, picture.width, picture.height, 3}, grey.data());
+    return grey;
+  }
+  // A row at a time in the other order, not the whole picture.
+  Image row(picture.width, 1);
+  for (int32_t y = 0; y < picture.height; ++y) {
+    SwapChannels(picture.At(0, y), row.bgr.data(), row.Pixels());
+    GreyConvert({row.bgr.data(), row.width, 1, 3}, grey.data() + static_cast<size_t>(y) * row.Pixels());
+  }
   return grey;
 }
 
@@ -109,7 +118,7 @@ FaceFinder::FaceFinder() : engine_(std::make_unique<FaceEngine>()) {
 FaceFinder::~FaceFinder() = default;
 FaceFinder::FaceFinder(FaceFinder&&) noexcept = default;
 
-std::vector<ProbedFace> FaceFinder::Find(const Image& picture) {
+std::vector<ProbedFace> FaceFinder::Find(const PixelView& picture) {
   const Bytes pixels = ToGrey(picture);
   const ImageView grey{pixels.data(), picture.width, picture.height, 1};
   FaceList list;

@@ -9,6 +9,7 @@
 
 #include "photo/base/geometry.h"
 #include "photo/base/image.h"
+#include "photo/base/pixel_view.h"
 #include "photo/face/face_mesh.h"
 #include "qx_face_sdk.h"
 
@@ -53,7 +54,7 @@ class FaceFinder {
   FaceFinder(FaceFinder&&) noexcept;
 
   // In the engine's order, best first; empty when there is no face. Throws Failure when memory is short.
-  std::vector<ProbedFace> Find(const Image& picture);
+  std::vector<ProbedFace> Find(const PixelView& picture);
 
   // Describes a face anew whose box and tag are known, say from a smaller picture. Throws Failure when memory is short.
   // False when the engine does not see a face there; `face` stays as it is then.

@@ -8,6 +8,7 @@ build_packages=(
   libboost-dev zlib1g-dev                                                   # server
   libseccomp-dev                                                            # server/children
   libcurl4-openssl-dev libssl-dev                                           # worker
+  pybind11-dev python3-dev                                                  # python
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
@@ -21,6 +22,8 @@ browser_packages=(chromium) # shows the page to its tests, and for its picture
 test_packages=(
   libgtest-dev libgmock-dev
   clang-14 libclang-rt-14-dev # second compiler, libFuzzer
+  python3-numpy python3-pytest mypy python3-wheel python3-pip # the Python module, its types and its wheel
+  python3-dask python3-distributed python3-pandas python3-matplotlib # its example programs
   python3 python3-jsonschema  # make the colour table again, hold papers and reports against the program
   mandoc zsh                  # check the man pages, complete as a user's shell does
   curl                        # the calls of docs/http.md, as they stand there

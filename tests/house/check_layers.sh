@@ -56,6 +56,14 @@ while read -r file included; do
   esac
 done < <(includes orders)
 
+while read -r file included; do
+  count=$((count + 1))
+  case $included in
+    python/* | orders/* | codec/codec.h | photo/*) ;;
+    *) refuse "$file" "$included" "python/ may use orders/, codec/ and photo/ only" ;;
+  esac
+done < <(includes python)
+
 if grep -rnE '#include <(filesystem|fstream|iostream|cstdio|thread|vips|unistd|sys/|netinet)' orders; then
   echo "orders/ knows no files, terminal, threads or sockets" && failed=1
 fi
