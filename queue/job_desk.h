@@ -15,6 +15,12 @@ struct AnswerTakers {
   std::function<void(const Dead&)> dead;
 };
 
+// There is room for no more jobs until workers have taken some. Nothing was kept.
+class QueueIsFull : public SourceFailure {
+ public:
+  using SourceFailure::SourceFailure;
+};
+
 // Calls throw SourceFailure, and BadMessage for a job that is none.
 class JobDesk {
  public:
@@ -22,8 +28,9 @@ class JobDesk {
   JobDesk(const JobDesk&) = delete;
   JobDesk& operator=(const JobDesk&) = delete;
 
-  // Returns once the job is kept; false when one of that id waits, is in hand or has an answer that nobody fetched. One
-  // that was buried is tried anew.
+  // Returns once the job is kept; false when one of that id is known to wait, be in hand or have an answer that nobody
+  // fetched. What not every queue can know is done twice, with the same result. One that was buried is tried anew.
+  // Throws QueueIsFull.
   virtual bool Submit(const Job& job) = 0;
   // Hands over what is there, and forgets each when its taker returns, which has kept it by then. The same answer may
   // come again in a later call. Returns how many there were.
