@@ -1,5 +1,6 @@
 #include "queue/amqp/amqp_source.h"
 
+#include <algorithm>
 #include <charconv>
 #include <thread>
 #include <utility>
@@ -11,6 +12,8 @@ namespace qx::queue {
 namespace {
 
 using Clock = AmqpSettings::Clock;
+
+constexpr std::chrono::milliseconds kMostRoomWait{2'000};
 
 std::string TagOf(const DeliveryName& name) {
   return std::to_string(name.link) + "." + std::to_string(name.number);
@@ -114,7 +117,8 @@ void AmqpSource::SendBack(const DeliveryName& name, const std::string& text, con
 // Until its queue has room, or patience ends.
 void AmqpSource::Send(const Letter& letter) {
   const auto until = Clock::now() + settings_.patience;
-  for (auto wait = std::chrono::milliseconds(50); !publisher_.Send(letter); wait = wait * 2) {
+  std::chrono::milliseconds wait{50};
+  for (; !publisher_.Send(letter); wait = std::min(wait * 2, kMostRoomWait)) {
     if (Clock::now() + wait > until) throw SourceFailure("the queue " + letter.queue + " is full");
     std::this_thread::sleep_for(wait);
   }

@@ -1,12 +1,15 @@
 #include "queue/amqp/consumer.h"
 
+#include <algorithm>
 #include <memory>
+#include <thread>
 #include <utility>
 
 namespace qx::queue {
 namespace {
 
 constexpr char kNoLeader[] = "the queue has no leader that can be reached";
+constexpr std::chrono::milliseconds kUnderway{100};
 
 }  // namespace
 
@@ -82,10 +85,21 @@ QueueState Consumer::Look(Link& link) {
 }
 
 size_t Consumer::Waiting() {
+  size_t waiting = LookAndReceive();
+  // What is on its way here waits no more and has not come: the server answers before it sends that.
+  if (waiting == 0 && Ready() == 0) {
+    std::this_thread::sleep_for(kUnderway);
+    waiting = LookAndReceive();
+  }
+  return waiting;
+}
+
+size_t Consumer::LookAndReceive() {
   const auto waiting = std::make_shared<std::optional<size_t>>();
   thread_.Call([this, waiting](Link& link) {
     const QueueState state = Look(link);
     if (!consumes_ || state.consumers > 0) *waiting = state.waiting;
+    while (auto event = link.Next()) Handle(std::move(*event));
   });
   if (!*waiting) throw SourceFailure(kNoLeader);
   return **waiting;

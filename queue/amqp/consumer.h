@@ -42,7 +42,7 @@ class Consumer final : private LinkUser {
 
   // No deliveries come until the next Take. Returns when that is so.
   void Pause();
-  // Messages in the queues that wait for nobody in particular. Throws SourceFailure.
+  // Messages that wait in the queues. When it is none, what was on its way here has come. Throws SourceFailure.
   size_t Waiting();
 
  private:
@@ -57,6 +57,7 @@ class Consumer final : private LinkUser {
   void Lose(const std::string& why) override;
 
   void Settle(const DeliveryName& name, bool requeue);
+  size_t LookAndReceive();
   QueueState Look(Link& link);
   void LookNowAndThen(Link& link);
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <system_error>
+#include <utility>
 
 namespace qx::queue {
 namespace {
@@ -80,6 +81,9 @@ void LinkThread::Run() {
     const AmqpAddress::Host host = settings_.address.hosts[host_ % hosts];
     try {
       Serve(host);
+    } catch (const LinkRenewal& renewal) {
+      failures_ = -1;
+      Lose(renewal.what(), true);
     } catch (const SourceFailure& failure) {
       Lose(failure.what());
     } catch (const std::exception& failure) {
@@ -112,7 +116,7 @@ void LinkThread::Serve(const AmqpAddress::Host& host) {
     state_ = State::kLinked;
     changed_.notify_all();
   }
-  if (!first) Say("connected to " + settings_.address.NameOf(host) + " again");
+  if (!first && !std::exchange(isQuiet_, false)) Say("connected to " + settings_.address.NameOf(host) + " again");
   ServeLink(link);
 }
 
@@ -160,7 +164,7 @@ void LinkThread::EndTask(const std::shared_ptr<Task>& task, const std::string& f
   changed_.notify_all();
 }
 
-void LinkThread::Lose(const std::string& why) {
+void LinkThread::Lose(const std::string& why, bool isWanted) {
   bool wasLinked = false;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -175,8 +179,9 @@ void LinkThread::Lose(const std::string& why) {
     changed_.notify_all();
   }
   user_->Lose(why);
-  // One line when it is lost and one for each round of attempts, however long that lasts.
-  if (wasLinked || (state_ == State::kLost && failures_ % 8 == 7)) Say(why + "; trying again");
+  // A line when it is lost, and one now and then for as long as that lasts.
+  isQuiet_ = isWanted;
+  if ((wasLinked && !isWanted) || failures_ % 8 == 7) Say(why + "; trying again");
 }
 
 void LinkThread::Pause() {

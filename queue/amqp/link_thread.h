@@ -19,6 +19,12 @@
 
 namespace qx::queue {
 
+// Thrown to have a new link soon, without anything being wrong.
+class LinkRenewal : public SourceFailure {
+ public:
+  using SourceFailure::SourceFailure;
+};
+
 // What happens on a link, on its thread alone. What throws SourceFailure ends the link.
 class LinkUser {
  public:
@@ -60,12 +66,11 @@ class LinkThread {
   };
 
   void Run();
-  bool ConnectFirst();
   void Serve(const AmqpAddress::Host& host);
   void ServeLink(Link& link);
   void RunTasks(Link& link);
   void EndTask(const std::shared_ptr<Task>& task, const std::string& failure);
-  void Lose(const std::string& why);
+  void Lose(const std::string& why, bool isWanted = false);
   void Pause();
   std::chrono::milliseconds NextWait();
   void Say(const std::string& line) const;
@@ -78,7 +83,8 @@ class LinkThread {
   std::atomic<bool> ends_{false};
   // Of the thread alone.
   size_t host_ = 0;
-  int failures_ = 0;  // since a link last lasted
+  int failures_ = 0;      // since a link last lasted
+  bool isQuiet_ = false;  // about the link to come
   std::minstd_rand random_;
 
   std::mutex mutex_;  // of all below

@@ -3,8 +3,14 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <set>
 
 namespace qx::queue {
+namespace {
+
+constexpr std::chrono::milliseconds kMostRefusing{5'000};
+
+}  // namespace
 
 Publisher::Publisher(const AmqpSettings& settings) : settings_(settings), thread_(settings, "sending", this) {
   thread_.Start();
@@ -37,6 +43,7 @@ QueueState Publisher::Look(const char* queue) {
 void Publisher::Begin(Link& link) {
   link.DeclareQueues();
   link.SelectConfirms();
+  refused_.clear();
   const std::lock_guard<std::mutex> lock(mutex_);
   last_ = 0;
   failure_.clear();
@@ -67,13 +74,30 @@ void Publisher::Work(Link& link) {
 
 void Publisher::Handle(LinkEvent event) {
   if (event.kind == LinkEvent::Kind::kDelivery) throw SourceFailure("the server sends what nobody asked for");
-  const auto state = event.kind == LinkEvent::Kind::kKept ? Request::State::kKept : Request::State::kRefused;
-  const std::lock_guard<std::mutex> lock(mutex_);
-  for (Request& request : requests_) {
-    const bool isMeant = request.number == event.number || (event.andBefore && request.number < event.number);
-    if (isMeant && request.number != 0 && request.state == Request::State::kWaits) request.state = state;
+  const bool isKept = event.kind == LinkEvent::Kind::kKept;
+  std::set<std::string> queues;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Request& request : requests_) {
+      const bool isMeant = request.number == event.number || (event.andBefore && request.number < event.number);
+      if (!isMeant || request.number == 0 || request.state != Request::State::kWaits) continue;
+      request.state = isKept ? Request::State::kKept : Request::State::kRefused;
+      queues.insert(request.letter.queue);
+    }
+    changed_.notify_all();
   }
-  changed_.notify_all();
+  for (const std::string& queue : queues) CountRefusals(queue, isKept);
+}
+
+// A channel that first sends to a queue while its leader is gone is refused for ever, though the queue has room and a
+// new leader (3.10). That looks as a full queue does, of which a new link learns no less.
+void Publisher::CountRefusals(const std::string& queue, bool isKept) {
+  const auto now = AmqpSettings::Clock::now();
+  if (isKept) {
+    refused_.erase(queue);
+  } else if (now - refused_.emplace(queue, now).first->second > kMostRefusing) {
+    throw LinkRenewal("the queue " + queue + " refuses what it is sent");
+  }
 }
 
 void Publisher::Lose(const std::string& why) {

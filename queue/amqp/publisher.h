@@ -4,6 +4,7 @@
 
 #include <condition_variable>
 #include <list>
+#include <map>
 #include <mutex>
 #include <string>
 
@@ -38,6 +39,7 @@ class Publisher final : private LinkUser {
   void Handle(LinkEvent event) override;
   void Work(Link& link) override;
   void Lose(const std::string& why) override;
+  void CountRefusals(const std::string& queue, bool isKept);
 
   const AmqpSettings& settings_;
   std::mutex mutex_;  // of all below
@@ -45,6 +47,8 @@ class Publisher final : private LinkUser {
   std::list<Request> requests_;
   uint64_t last_ = 0;
   std::string failure_;
+  // Of the thread alone: queues that refuse everything on this link, each since when.
+  std::map<std::string, AmqpSettings::Clock::time_point> refused_;
   LinkThread thread_;
 };
 

@@ -2,8 +2,8 @@
 //
 // usage: queue_driver work|submit|collect ADDRESS [NAME=VALUE...]
 //   password, ca, cert, key (files); heartbeat (s), patience, confirm, look (ms); prefetch
-//   submit   count, from, options=NAME (of each job's one option); prints "submitted N full M"
-//   work     ms (of fake work a job), idle=MS (ends when nothing came for so long) or drain=1, threads; a job whose
+//   submit   count, from, options=NAME (of each job's one option); prints "submitted N full M", with retry=1 when all
+//   are work     ms (of fake work a job), idle=MS (ends when nothing came for so long) or drain=1, threads; a job whose
 //   option
 //            is "poison" kills the process, "fails" is given back, "bury" buried. SIGTERM returns what is in hand.
 //            Prints "took ID TRIES" and "answered ID"
@@ -88,6 +88,9 @@ int Submit(const AmqpSettings& settings, const Arguments& arguments) {
       if (desk.Submit(job)) return 3;
     } catch (const QueueIsFull&) {
       ++full;
+      if (arguments.Number("retry", 0) == 0) continue;
+      std::this_thread::sleep_for(milliseconds(100));
+      --i;
     }
   }
   Print("submitted " + std::to_string(submitted) + " full " + std::to_string(full));
