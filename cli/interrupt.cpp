@@ -2,40 +2,62 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstring>
+#include <iterator>
 
 namespace qx::cli {
 namespace {
 
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler writes it");
-struct sigaction next = {};  // what the second interrupt does; written before the handler is in place
+// What the second interrupt does; written before the handler is in place.
+struct Next {
+  int number;
+  struct sigaction action;
+};
+Next next[4] = {};
+const char* now = "";  // what it is to say
 
-void OnInterrupt(int number) {
+void LetNextThrough() {
+  for (const Next& one : next) {
+    if (one.number != 0) sigaction(one.number, &one.action, nullptr);
+  }
+}
+
+void OnInterrupt(int) {
   const int error = errno;
   interrupted = true;
-  sigaction(number, &next, nullptr);
-  constexpr char kMessage[] = "\nidphoto: finishing the photographs at work; interrupt again to stop at once\n";
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kMessage, sizeof kMessage - 1);
+  LetNextThrough();
+  for (const char* const part : {"\nidphoto: ", now, "; interrupt again to stop at once\n"}) {
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, part, std::strlen(part));
+  }
   errno = error;
 }
 
 }  // namespace
 
-InterruptWatch::InterruptWatch() {
+InterruptWatch::InterruptWatch(std::initializer_list<int> signals, const char* told) {
   interrupted = false;
-  sigaction(SIGINT, nullptr, &before_);
-  next = before_;
-  if (before_.sa_handler == SIG_IGN) return;  // nohup, a background job: it stays ignored
+  now = told;
+  std::fill(std::begin(next), std::end(next), Next{});
+  for (const int number : signals) {
+    Watched watched{number, {}};
+    sigaction(number, nullptr, &watched.before);
+    if (watched.before.sa_handler == SIG_IGN) continue;  // nohup, a background job: it stays ignored
+    next[watched_.size()] = {number, watched.before};
+    watched_.push_back(watched);
+  }
   struct sigaction action = {};
   action.sa_handler = OnInterrupt;
   action.sa_flags = SA_RESTART;
-  sigaction(SIGINT, &action, nullptr);
+  for (const Watched& watched : watched_) sigaction(watched.number, &action, nullptr);
 }
 
 InterruptWatch::~InterruptWatch() {
-  sigaction(SIGINT, &before_, nullptr);
+  for (const Watched& watched : watched_) sigaction(watched.number, &watched.before, nullptr);
 }
 
 bool InterruptWatch::Interrupted() const {

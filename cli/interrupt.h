@@ -4,13 +4,18 @@
 
 #include <signal.h>
 
+#include <initializer_list>
+#include <vector>
+
 namespace qx::cli {
 
-// While one exists, the first interrupt (SIGINT) is only noted, and the user told; the second one does what an
-// interrupt did before. One at a time.
+// While one exists, the first interrupt (SIGINT, or another one of the signals that it watches) is only noted, and the
+// user told; the second one does what it did before. One at a time.
 class InterruptWatch {
  public:
-  InterruptWatch();
+  static constexpr char kFinishing[] = "finishing the photographs at work";
+  // `told`: what the user is told to happen; lives as long as the program.
+  explicit InterruptWatch(std::initializer_list<int> signals = {SIGINT}, const char* told = kFinishing);
   ~InterruptWatch();
   InterruptWatch(const InterruptWatch&) = delete;
   InterruptWatch& operator=(const InterruptWatch&) = delete;
@@ -19,7 +24,11 @@ class InterruptWatch {
   bool Interrupted() const;
 
  private:
-  struct sigaction before_ = {};
+  struct Watched {
+    int number;
+    struct sigaction before;
+  };
+  std::vector<Watched> watched_;
 };
 
 }  // namespace qx::cli

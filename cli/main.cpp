@@ -12,6 +12,9 @@
 #include "codec/codec.h"
 #include "orders/order.h"
 #include "photo/base/text.h"
+#ifdef QX_WITH_QUEUES
+#include "cli/queue/commands.h"
+#endif
 #ifdef QX_WITH_SERVER
 #include "server/children/child.h"
 #include "server/children/photo_worker.h"
@@ -50,6 +53,11 @@ int Run(int argc, char** argv) {
   qx::cli::AddReportCommand(app, &status);
 #ifdef QX_WITH_SERVER
   qx::cli::AddServeCommand(app, &status);
+#endif
+#ifdef QX_WITH_QUEUES
+  qx::cli::AddWorkCommand(app, &status);
+  qx::cli::AddSubmitCommand(app, &status);
+  qx::cli::AddCollectCommand(app, &status);
 #endif
   try {
     app.parse(argc, argv);

@@ -3,6 +3,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace qx::cli {
 namespace {
 
@@ -40,6 +42,7 @@ void Progress::Wipe() {
 
 void Progress::Begin(size_t item, const std::string& name) {
   if (!bar_) return;
+  total_ = std::max(total_, item + 1);
   winsize size{};
   const size_t columns = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
   constexpr size_t kBarWidth = 24;

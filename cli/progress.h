@@ -19,6 +19,8 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
+  // There are more or fewer than was thought.
+  void SetTotal(size_t total) { total_ = total; }
   // Shows that work on the item (counted from 0) begins. The name must be printable.
   void Begin(size_t item, const std::string& name);
   // An outcome, to standard output; kept back when it would only scroll the terminal that shows the bar.

@@ -26,6 +26,16 @@ photo::FailureCode CodeOf(const std::exception& exception);
 // The same failure with what it is about (a file's printable name, say) in front of its text.
 photo::Failure About(const std::string& what, const std::exception& exception);
 
+// What `call` gives; its Failure is one of the arguments, of which nothing is tried: SetupFailure.
+template <typename Call>
+auto AsSetup(Call call) {
+  try {
+    return call();
+  } catch (const photo::Failure& failure) {
+    throw SetupFailure(Wording(failure));
+  }
+}
+
 }  // namespace qx::cli
 
 #endif  // QX_CLI_WORDING_H

@@ -6,6 +6,7 @@ _idphoto_options() {
   local adjust='--brightness --contrast --saturation --temperature --tint --white-balance --sharpness'
   local framing='--zoom --offset-x --offset-y --turn'
   local finish='--background --max-kb --min-kb --relax --no-straighten --keep-rim --child --strict --force --pair'
+  local queue='--queue --queue-password-file --queue-ca --queue-cert --queue-key'
   local common='-h --help'
   case $1 in
     '') echo "$common --version" ;;
@@ -35,6 +36,15 @@ _idphoto_options() {
       ;;
     report) echo "$common -o --output" ;;
     serve) echo "$common --listen --jobs --max-upload --token-file --host --cors --open" ;;
+    work)
+      echo "$common $queue --jobs --prefetch --timeout --max-file --max-megapixels --read-from --write-to --drain" \
+        "--metrics --config"
+      ;;
+    submit)
+      echo "$common $queue -o --output --list --jsonl $document $retouch $adjust $framing $finish --format" \
+        "--max-megapixels"
+      ;;
+    collect) echo "$common $queue --report --wait --expect" ;;
   esac
 }
 
@@ -66,21 +76,27 @@ _idphoto() {
     --points) _idphoto_words 'key landmarks dense' "$word" && return ;;
     --background) _idphoto_words 'white lightgrey lightblue blue red keep transparent gradient:' "$word" && return ;;
     -o | --output)
-      if [[ $command == crop || $command == batch ]]; then _idphoto_files -d "$word"; else _idphoto_files -f "$word"; fi
+      case $command in
+        crop | batch | submit) _idphoto_files -d "$word" ;;
+        *) _idphoto_files -f "$word" ;;
+      esac
       return
       ;;
-    --mask | --cutout | --draw | --html | --report | --token-file) _idphoto_files -f "$word" && return ;;
+    --mask | --cutout | --draw | --html | --report | --token-file | --list | --jsonl | --config | --queue-password-file | --queue-ca | \
+      --queue-cert | --queue-key) _idphoto_files -f "$word" && return ;;
+    --read-from | --write-to) _idphoto_files -d "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \
       --zoom | --offset-x | --offset-y | --turn | \
       --max-kb | --min-kb | --person | --copies | --margin | --gap | --jobs | --shard | --search | --country | \
-      --text | --opacity | --angle | --space | --listen | --host | --max-upload | --max-megapixels) return ;;
+      --text | --opacity | --angle | --space | --listen | --host | --max-upload | --max-megapixels | \
+      --queue | --prefetch | --timeout | --max-file | --metrics | --expect) return ;;
   esac
   if [[ $word == -* ]]; then
     _idphoto_words "$(_idphoto_options "$command")" "$word"
   elif [[ -z $command ]]; then
-    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress watermark batch report serve' \
+    _idphoto_words 'crop inspect make mask background retouch presets check sheet compress watermark batch report serve work submit collect' \
       "$word"
   elif [[ $command == presets ]]; then
     _idphoto_words "$(_idphoto_presets "$program")" "$word"

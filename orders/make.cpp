@@ -108,6 +108,25 @@ std::string MakeOrder::Report(const std::string& photograph, const std::string& 
   return report.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+MadeLine MakeOrder::LineOf(const MadeFile& file) const {
+  const photo::MadePhoto& made = file.made;
+  // What is true of every photograph comes first.
+  MadeLine line{keptRemark_, ReasonNames(made), {{"bytes", static_cast<double>(file.file.bytes.size())}}};
+  for (const std::string& remark : made.remarks) {
+    if (remark != keptRemark_) line.message += (line.message.empty() ? "" : "; ") + remark;
+  }
+  if (pair) return line;
+  const photo::Document& wanted = request_.document;
+  line.measures.insert(line.measures.end(), {{"head_mm", made.measures.Head(wanted.headTo) * wanted.heightMm},
+                                             {"head_to_crown_mm", made.measures.head * wanted.heightMm},
+                                             {"head_with_hair_mm", made.measures.headWithHair * wanted.heightMm},
+                                             {"top_mm", made.measures.top * wanted.heightMm},
+                                             {"eyes_mm", made.measures.eyes * wanted.heightMm},
+                                             {"straightened_degrees", made.straightened},
+                                             {"face_width_mm", made.measures.faceWidth * wanted.widthMm}});
+  return line;
+}
+
 Answer MakeOrder::AnswerOf(const std::string& photoName, const MadeFile& file) const {
   const codec::PrintFormat kind = PrintFormatOf(Format());
   const std::string stem = StemOf(photoName);

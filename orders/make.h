@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "codec/codec.h"
@@ -18,6 +19,14 @@ struct MadeFile {
   photo::MadePhoto made;  // with all remarks, those on the file too
   codec::EncodedDocument file;
   std::vector<uint8_t> comparison;  // a file of the same format; empty when not asked for
+};
+
+// What a report on many photographs says of one.
+struct MadeLine {
+  std::string message;               // its remarks, "; " between
+  std::vector<std::string> reasons;  // the measures that failed, by their identifiers
+  // By name: "bytes" of the file and, where there is one person, millimetres and degrees, not rounded.
+  std::vector<std::pair<std::string, double>> measures;
 };
 
 class MakeOrder final : public Order {
@@ -37,6 +46,7 @@ class MakeOrder final : public Order {
   MadeFile Finish(photo::MadePhoto made) const;
   // JSON; `output`: the finished file's name.
   std::string Report(const std::string& photograph, const std::string& output, const MadeFile& file) const;
+  MadeLine LineOf(const MadeFile& file) const;
   Answer AnswerOf(const std::string& photoName, const MadeFile& file) const;
   // The picture alone, to be looked at while its options change: a JPEG whatever the limits of size ask, a PNG where
   // the background is transparent. Throws Failure.

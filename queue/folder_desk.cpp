@@ -1,6 +1,10 @@
 #include "queue/folder_desk.h"
 
 #include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "photo/base/text.h"
 
 namespace qx::queue {
 
@@ -20,23 +24,34 @@ bool FolderDesk::Submit(const Job& job) {
   return true;
 }
 
-size_t FolderDesk::Collect(const AnswerTakers& takers) {
-  size_t count = 0;
-  for (const char* folder : {QueueFolder::kAnswers, QueueFolder::kDead}) {
-    const bool isAnswer = folder == QueueFolder::kAnswers;
-    for (const std::string& name : folder_.Names(folder)) {
-      const auto text = folder_.Read(folder, name, kMostAnswerBytes);
-      if (!text) continue;  // another one was quicker
-      if (isAnswer) {
-        takers.answer(ParseAnswer(*text));
-      } else {
-        takers.dead(ParseDead(*text));
-      }
-      folder_.Remove(folder, name);
-      ++count;
+template <typename Message>
+size_t FolderDesk::CollectFrom(const char* folder, Message (*parse)(std::string_view),
+                               const std::function<void(const Message&)>& take, const AnswerTakers& takers) const {
+  const auto read = [&](const std::string& name, const std::string& text) -> std::optional<Message> {
+    try {
+      return parse(text);
+    } catch (const BadMessage& bad) {
+      const std::string file = photo::Printable(folder_.At(folder, name).native());
+      if (takers.unreadable) takers.unreadable(file + ": is no message: " + bad.what());
+      return std::nullopt;
     }
+  };
+  size_t count = 0;
+  for (const std::string& name : folder_.Names(folder)) {
+    const auto text = folder_.Read(folder, name, kMostAnswerBytes);
+    if (!text) continue;  // another one was quicker
+    const auto message = read(name, *text);
+    if (!message) continue;
+    take(*message);
+    folder_.Remove(folder, name);
+    ++count;
   }
   return count;
+}
+
+size_t FolderDesk::Collect(const AnswerTakers& takers) {
+  return CollectFrom<Answer>(QueueFolder::kAnswers, ParseAnswer, takers.answer, takers) +
+         CollectFrom<Dead>(QueueFolder::kDead, ParseDead, takers.dead, takers);
 }
 
 SourceCounts FolderDesk::Count() {

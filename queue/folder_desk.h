@@ -3,8 +3,10 @@
 #define QX_QUEUE_FOLDER_DESK_H
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "queue/job_desk.h"
 #include "queue/queue_folder.h"
@@ -21,6 +23,10 @@ class FolderDesk final : public JobDesk {
   SourceCounts Count() override;
 
  private:
+  template <typename Message>
+  size_t CollectFrom(const char* folder, Message (*parse)(std::string_view),
+                     const std::function<void(const Message&)>& take, const AnswerTakers& takers) const;
+
   const Owner self_;
   const QueueFolder folder_;
   std::set<std::string> known_;  // ids, from the first Submit on

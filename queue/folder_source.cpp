@@ -163,15 +163,35 @@ std::optional<Claim> FolderSource::Hold(const char* from, const std::string& nam
     const std::lock_guard<std::mutex> lock(mutex_);
     inHand_.insert(tag);
   }
-  if (!folder_.Move(from, name, QueueFolder::kClaims, tag)) {
+  bool isMine = false;
+  try {
+    isMine = folder_.Move(from, name, QueueFolder::kClaims, tag);
+  } catch (...) {
     LetGo(tag);
-    return std::nullopt;
+    throw;
   }
-  folder_.Touch(QueueFolder::kClaims, tag);
-  auto claim = Open(mine);
-  if (!claim || tries <= kMostTries) return claim;
-  BuryText(mine, {claim->job}, "its worker ended in the middle of it");
+  if (isMine) return Held(mine, tries);
+  LetGo(tag);
   return std::nullopt;
+}
+
+std::optional<Claim> FolderSource::Held(const JobName& name, int tries) {
+  try {
+    folder_.Touch(QueueFolder::kClaims, name.Text());
+    auto claim = Open(name);
+    if (!claim || tries <= kMostTries) return claim;
+    BuryText(name, {claim->job}, "its worker ended in the middle of it");
+    return std::nullopt;
+  } catch (const SourceFailure& failure) {
+    // A file that cannot be read must not stay in hand for as long as this worker lives.
+    if (tries >= kMostTries) {
+      BuryText(name, {}, failure.what());
+    } else {
+      folder_.Move(QueueFolder::kClaims, name.Text(), QueueFolder::kJobs, JobName{name.id, name.tries, {}, 0}.Text());
+      LetGo(name.Text());
+    }
+    throw;
+  }
 }
 
 std::optional<Claim> FolderSource::Open(const JobName& name) {

@@ -57,6 +57,7 @@ class FolderSource final : public JobSource {
   std::optional<Claim> TakeWaiting();
   std::optional<Claim> TakeOrphan();
   std::optional<Claim> Hold(const char* from, const std::string& name, int tries);
+  std::optional<Claim> Held(const JobName& name, int tries);
   std::optional<Claim> Open(const JobName& name);
   std::deque<std::string> Orphans();
   bool IsGone(const char* folder, const std::string& name, const Owner& owner, std::map<std::string, Sign>* signs);

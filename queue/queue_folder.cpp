@@ -123,7 +123,9 @@ std::vector<std::string> QueueFolder::Names(const char* folder) const {
   fs::directory_iterator entry(path_ / folder, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     std::string name = entry->path().filename().native();
-    if (name[0] != '.') names.push_back(std::move(name));
+    std::error_code gone;
+    const bool isFile = fs::is_regular_file(entry->symlink_status(gone));
+    if (isFile && name[0] != '.') names.push_back(std::move(name));
   }
   if (error) Fail("read", path_ / folder, error.value());
   std::sort(names.begin(), names.end());

@@ -44,7 +44,7 @@ class QueueFolder {
   explicit QueueFolder(std::filesystem::path path, std::function<void()> step = {});
 
   std::filesystem::path At(const char* folder, const std::string& name) const { return path_ / folder / name; }
-  // The files of that folder, sorted; hidden ones left out.
+  // The files of that folder, sorted; left out are hidden ones and what is no file: folders, links, pipes.
   std::vector<std::string> Names(const char* folder) const;
   bool Has(const char* folder, const std::string& name) const;
 

@@ -45,7 +45,7 @@ for from in "${rooms[@]}"; do
     ((count == 0)) && continue
     mark=""
     # The program's commands and what serves them are one floor.
-    if ((floor[$to] < floor[$from])) && [[ $from$to != clicli/commands ]]; then mark=" UP" status=1; fi
+    if ((floor[$to] < floor[$from])) && [[ $from$to != clicli/commands && $from$to != clicli/queue ]]; then mark=" UP" status=1; fi
     line+="  -> $to $count$mark"
   done
   echo "$line"

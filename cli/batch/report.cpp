@@ -125,7 +125,7 @@ void BatchReport::Forget(const std::vector<BatchItem>& items) {
   Open(false);
 }
 
-void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
+std::string ReportLineText(const BatchItem& item, const BatchOutcome& outcome, const std::string& options) {
   Json measures = Json::object();
   for (const auto& [name, value] : outcome.measures) measures[name] = Number(value);
   const Json line = {{"input", NameOf(item.input)},
@@ -135,8 +135,12 @@ void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
                      {"reasons", outcome.reasons},
                      {"measures", measures},
                      {"seconds", Number(outcome.seconds)},
-                     {"options", options_}};
-  const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+                     {"options", options}};
+  return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
+  const std::string text = ReportLineText(item, outcome, options_);
   for (size_t from = 0; from < text.size();) {
     const ssize_t written = write(descriptor_, text.data() + from, text.size() - from);
     if (written < 0 && errno != EINTR) Fail(file_, "write", errno);

@@ -36,6 +36,9 @@ struct ReportLine {
 // down, is left out. Throws SetupFailure when the file cannot be read or is no report.
 std::vector<ReportLine> ReadReport(const std::filesystem::path& file);
 
+// The line about one photograph, with its end.
+std::string ReportLineText(const BatchItem& item, const BatchOutcome& outcome, const std::string& options);
+
 // Each line is one object: "input", "output", "status" ("done" or "failed"), "message", "reasons" (an array of
 // names: codes of failures or identifiers of measures that failed), "measures" (an object of numbers), "seconds" and
 // "options", the text that says with which options the run was made. A line is written at once and whole, so that an

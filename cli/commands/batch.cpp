@@ -1,20 +1,22 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "cli/batch/batch.h"
+#include "cli/batch/options_text.h"
 #include "cli/batch/output_names.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
+#include "orders/make.h"
 #include "orders/options/common_options.h"
 #include "orders/options/document_options.h"
 #include "orders/order.h"
@@ -32,11 +34,10 @@ struct BatchOptions {
   std::vector<std::string> photographs;
   std::string folder, report;
   std::string shard = "1/1";
-  orders::DocumentOptions document;
+  orders::MakeOrder order;
   codec::ImageFormat format = codec::ImageFormat::kJpeg;
-  bool pair = false, resume = false;
+  bool resume = false;
   size_t jobs = std::clamp<size_t>(std::thread::hardware_concurrency(), 1, kMaxJobs);
-  int64_t maxPixels = codec::kDefaultMaxPixels;
 };
 
 // The whole list is planned even where a shard takes a part of it: the outputs' names must not hang on who makes them.
@@ -63,76 +64,38 @@ fs::path ReportName(const BatchOptions& options, const Shard& shard) {
   return fs::path(options.folder) / (shard.count == 1 ? "report.jsonl" : "report-" + share + ".jsonl");
 }
 
-// What decides how the outputs look: the program and the options given.
-std::string OptionsText(const CLI::App& command) {
-  static const std::set<std::string> others = {"--help",   "PHOTO",  "--output", "--report",
-                                               "--resume", "--jobs", "--shard"};
-  std::string text = "idphoto " + orders::ProgramVersion();
-  for (const CLI::Option* option : command.get_options()) {
-    if (option->count() == 0 || others.count(option->get_name()) != 0) continue;
-    text += " " + option->get_name();
-    for (const std::string& value : option->results()) text += "=" + value;
-  }
-  return text;
-}
-
 // The worker of one thread.
 class Worker {
  public:
-  Worker(const BatchOptions& options, const photo::MakeRequest& request, const std::string& remark)
-      : options_(options), request_(request), remark_(remark) {}
+  explicit Worker(const orders::MakeOrder& order) : order_(order) {}
 
   void Make(const BatchItem& item, BatchOutcome* outcome) {
-    codec::FileSource source(item.input, {options_.maxPixels});
-    const photo::MadePhoto made = studio_.Make(source, {std::nullopt, options_.pair}, request_);
-    const photo::Document& document = request_.document;
-    const codec::EncodedDocument file =
-        codec::EncodeDocument(made.image, options_.format, document.dpi, document.minKb, document.maxKb, made.alpha);
-    OutputFile output(item.output);
-    output.Write(file.bytes.data(), file.bytes.size());
-    output.Commit();
-
-    AddRemark(remark_, outcome);
-    for (const std::string& remark : made.remarks) AddRemark(remark, outcome);
-    AddRemark(file.Remark(), outcome);
-    outcome->reasons = orders::ReasonNames(made);
-    outcome->measures = {{"bytes", static_cast<double>(file.bytes.size())}};
-    if (options_.pair) return;
-    outcome->measures.insert(outcome->measures.end(),
-                             {{"head_mm", made.measures.Head(document.headTo) * document.heightMm},
-                              {"head_to_crown_mm", made.measures.head * document.heightMm},
-                              {"head_with_hair_mm", made.measures.headWithHair * document.heightMm},
-                              {"top_mm", made.measures.top * document.heightMm},
-                              {"eyes_mm", made.measures.eyes * document.heightMm},
-                              {"straightened_degrees", made.straightened},
-                              {"face_width_mm", made.measures.faceWidth * document.widthMm}});
+    codec::FileSource source(item.input, order_.limits);
+    const orders::MadeFile file = order_.Finish(studio_.Make(source, order_.Faces(), order_.Request()));
+    WriteFile(item.output, file.file.bytes);
+    orders::MadeLine line = order_.LineOf(file);
+    outcome->message = std::move(line.message);
+    outcome->reasons = std::move(line.reasons);
+    outcome->measures = std::move(line.measures);
   }
 
  private:
-  static void AddRemark(const std::string& remark, BatchOutcome* outcome) {
-    if (!remark.empty()) outcome->message += (outcome->message.empty() ? "" : "; ") + remark;
-  }
-
-  const BatchOptions& options_;
-  const photo::MakeRequest& request_;
-  const std::string& remark_;  // on all photographs
+  const orders::MakeOrder& order_;
   photo::Studio studio_;
 };
 
-int RunBatchCommand(const BatchOptions& options, const std::string& text) {
-  const photo::Preset preset = AsSetup([&] { return orders::PresetOf(options.document); });
-  if (preset.persons == 2 && !options.pair) throw SetupFailure(preset.name + " shows two persons; add --pair");
-  const photo::MakeRequest request = AsSetup([&] { return orders::RequestOf(options.document); });
-  AsSetup([&] { orders::CheckTransparency(request.background, options.format, "add --format png"); });
-  const bool forbidden = request.background.IsKeep() && !options.document.background;
-  const std::string remark = forbidden ? "background kept: " + preset.authority + " takes no changed one" : "";
+int RunBatchCommand(BatchOptions& options, const std::string& text) {
+  orders::MakeOrder& order = options.order;
+  AsSetup([&] { order.Settle(); });
+  AsSetup([&] { orders::CheckTransparency(order.Request().background, options.format, "add --format png"); });
+  order.format = options.format;
   const Shard shard = ParseShard(options.shard);
   PrepareOutputFolder(options.folder);
   const fs::path report = ReportName(options, shard);
   const std::vector<BatchItem> items = PlanBatch(options, shard, report);
 
   const auto makeWorker = [&]() -> BatchWorker {
-    const auto worker = std::make_shared<Worker>(options, request, remark);
+    const auto worker = std::make_shared<Worker>(options.order);
     return [worker](const BatchItem& item, BatchOutcome* outcome) { worker->Make(item, outcome); };
   };
   const BatchSummary summary = RunBatch(items, makeWorker, {options.jobs, report, options.resume, text});
@@ -156,8 +119,9 @@ void AddBatchCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->folder, "Folder for the finished photographs; created if missing")
       ->type_name("DIR")
       ->required();
-  orders::AddMakeOptions(*command, &options->document);
-  command->add_flag("--pair", options->pair, "Two persons in each photograph; of the bounds only the size counts");
+  orders::AddMakeOptions(*command, &options->order.document);
+  command->add_flag("--pair", options->order.pair,
+                    "Two persons in each photograph; of the bounds only the size counts");
   orders::AddFormatOption(*command, &options->format, "jpg (default) or png");
   command->add_option("--jobs", options->jobs, "Photographs at once; default: one for each processor")
       ->type_name("N")
@@ -168,7 +132,7 @@ void AddBatchCommand(CLI::App& app, int* status) {
   command
       ->add_option("--shard", options->shard, "Of N runs that share the work this is the I-th; each reports of its own")
       ->type_name("I/N");
-  orders::AddMaxMegapixels(*command, &options->maxPixels);
+  orders::AddMaxMegapixels(*command, &options->order.limits.pixels);
   command->footer(
       "The finished photographs are DIR/NAME.jpg; existing files of these names are replaced, the photographs never.\n"
       "Photographs of the same name from different folders become NAME, NAME-2, NAME-3. One that fails does not stop\n"
@@ -188,7 +152,10 @@ void AddBatchCommand(CLI::App& app, int* status) {
       "  idphoto batch 'scans/*.tiff' -o badges --size 300x400px --head 55-65% --jobs 4\n"
       "  idphoto batch class-3b/ -o passports --preset de-passport --resume\n"
       "  idphoto batch students/ -o cards --preset de-passport --shard 3/10");
-  command->callback([options, command, status] { *status = RunBatchCommand(*options, OptionsText(*command)); });
+  command->callback([options, command, status] {
+    const std::set<std::string> others = {"--help", "PHOTO", "--output", "--report", "--resume", "--jobs", "--shard"};
+    *status = RunBatchCommand(*options, OptionsText(GivenOptions(*command, others)));
+  });
 }
 
 }  // namespace qx::cli

@@ -9,19 +9,13 @@
 #include <string>
 #include <vector>
 
+#include "cli/exit_status.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/order.h"
 #include "photo/base/failure.h"
 
 namespace qx::cli {
-
-// How the program ends.
-enum ExitStatus : int {
-  kDone = 0,        // every photograph was worked on
-  kSomeFailed = 1,  // at least one was not, for the reason on standard error
-  kNotStarted = 2,  // wrong arguments, or an output that cannot be written: nothing was tried
-};
 
 // Each adds a subcommand whose callback does the work and stores how it went in *status.
 void AddBackgroundCommand(CLI::App& app, int* status);
@@ -52,16 +46,6 @@ codec::ImageFormat CheckPictureName(const std::string& output, std::initializer_
 // Does the work on one photograph; when that fails, says why on standard error and stores kSomeFailed in *status. A
 // SetupFailure goes on to the caller.
 void RunOnPhotograph(const std::string& photograph, int* status, const std::function<void()>& work);
-
-// What `call` gives; its Failure is one of the arguments, of which nothing is tried: SetupFailure.
-template <typename Call>
-auto AsSetup(Call call) {
-  try {
-    return call();
-  } catch (const photo::Failure& failure) {
-    throw SetupFailure(Wording(failure));
-  }
-}
 
 // Of a command that makes one picture file of another.
 struct PictureFiles {

@@ -19,7 +19,7 @@ AmqpDesk::AmqpDesk(AmqpSettings settings) : settings_(std::move(settings)), publ
 
 bool AmqpDesk::Submit(const Job& job) {
   if (submitted_.count(job.id) > 0) return false;
-  if (!publisher_.Send({kJobsQueue, ToText(job), job.id})) throw QueueIsFull("the queue is full");
+  if (!publisher_.Send({kJobsQueue, ToText(job), job.id})) throw QueueFull("the queue is full");
   submitted_.insert(job.id);
   return true;
 }

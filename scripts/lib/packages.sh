@@ -7,6 +7,7 @@ build_packages=(
   libvips-dev libcli11-dev nlohmann-json3-dev                               # photo, codec, cli
   libboost-dev zlib1g-dev                                                   # server
   libseccomp-dev                                                            # server/children
+  libcurl4-openssl-dev libssl-dev                                           # worker
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)

@@ -37,6 +37,9 @@ inline constexpr char kKeep[] = "keep", kDrop[] = "drop";
 // As make, of the kept photograph: the file itself, a picture to look at, and the check and its drawing of the file.
 inline constexpr char kRender[] = "render", kPreview[] = "preview", kMeasure[] = "measure", kDraw[] = "draw";
 
+// As make, but the report is what one of many photographs has, see orders::MadeLine: message, reasons and measures.
+inline constexpr char kMakeOne[] = "make-one";
+
 // What the time between a request and its reply goes into.
 enum class Stage { kWaiting, kAnalysis, kRendering, kEncoding, kChecking, kOther };
 inline constexpr size_t kStages = 6;

@@ -98,6 +98,7 @@ class PhotoWorker final : public ChildWorker {
   ChildReply Work(ChildRequest request) {
     if (request.command == kKeep) return Keep(std::move(request));
     if (!request.keptId.empty()) return WorkOnKept(request);
+    if (request.command == kMakeOne) return MakeOne(std::move(request));
     const auto order = orders::ParseOrder(request.command, OptionsOf(request, request.command), limits_);
     return ReplyOf(order->Fill({std::move(request.photo), std::move(request.mask), kPhotoName,
                                 std::move(request.morePhotos), std::move(request.copies)},
@@ -151,6 +152,19 @@ class PhotoWorker final : public ChildWorker {
       answer = make.AnswerOf(kPhotoName, Finished(make, options, photo));
     }
     answer.steps = steps_;
+    return ReplyOf(std::move(answer));
+  }
+
+  ChildReply MakeOne(ChildRequest request) {
+    const auto order = orders::ParseOrder(kMake, OptionsOf(request, kMake), limits_);
+    const auto& make = dynamic_cast<const orders::MakeOrder&>(*order);
+    codec::FileSource source(std::move(request.photo), make.limits);
+    const orders::MadeFile file = make.Finish(studio_.Make(source, make.Faces(), make.Request()));
+    orders::Answer answer = make.AnswerOf(kPhotoName, file);
+    const orders::MadeLine line = make.LineOf(file);
+    Json measures = Json::object();
+    for (const auto& [name, value] : line.measures) measures[name] = value;
+    answer.report = Json{{"message", line.message}, {"reasons", line.reasons}, {"measures", measures}}.dump();
     return ReplyOf(std::move(answer));
   }
 

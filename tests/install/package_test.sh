@@ -89,7 +89,7 @@ cmp "$work/served.jpg" "$work/served_expected.jpg"
 for file in bin/idphoto lib/libqx_idp.so include/qx_idp.h include/qx_photo/photo/studio.h lib/libqx_photo.a \
   lib/libqx_codec.a lib/libqx_jobs.a lib/cmake/qx_idp/qx_idp-photo-targets.cmake lib/pkgconfig/qx_codec.pc \
   share/man/man1/idphoto-make.1.gz share/bash-completion/completions/idphoto share/zsh/vendor-completions/_idphoto \
-  share/idphoto/schema/check.schema.json lib/systemd/system/idphoto.service share/doc/idphoto/deploy.md share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
+  share/idphoto/schema/check.schema.json share/idphoto/schema/queue.schema.json lib/systemd/system/idphoto.service share/doc/idphoto/deploy.md share/doc/qx_idp/LICENSE share/doc/idphoto/copyright; do
   [[ -s $work/root/usr/$file ]] || { echo "missing: /usr/$file" && exit 1; }
 done
 

@@ -149,17 +149,31 @@ TEST_F(FolderSourceTest, WhatIsNoJobIsBuriedAndOtherFilesAreLeftAlone) {
   put("other-name.0.json", text);
   put("tired.3.json", text);
   ASSERT_EQ(0, mkfifo((path_ / "jobs/pipe.0.json").c_str(), 0600));
+  fs::create_directory(path_ / "jobs/folder.0.json");
+  fs::create_symlink(path_ / "idphoto-queue", path_ / "jobs/link.0.json");
   put("notes.txt", "mine");
   put("Capital.0.json", text);
   EXPECT_FALSE(source.Take(0ms));
-  EXPECT_EQ((Names{"Capital.0.json", "notes.txt"}), In("jobs"));
+  EXPECT_EQ((Names{"Capital.0.json", "folder.0.json", "link.0.json", "notes.txt", "pipe.0.json"}), In("jobs"));
   EXPECT_EQ(0u, source.Count().claimed + source.Count().waiting);
   std::multiset<std::string> answered;
   const auto dead = Fetch(&answered);
-  ASSERT_EQ(5u, dead.size());
+  ASSERT_EQ(4u, dead.size());
   EXPECT_EQ("is no job: no JSON", dead.at("garbage"));
   EXPECT_EQ("is no job: longer than 4096 bytes", dead.at("endless"));
   EXPECT_EQ("is a job of another name", dead.at("other-name"));
+
+  // What is no answer neither stops the others nor is lost.
+  std::ofstream(path_ / "answers/odd.json") << "{}";
+  std::ofstream(path_ / "answers/right.json") << ToText(AnswerTo(SampleJob("right")));
+  std::string why;
+  const size_t count =
+      FolderDesk(path_).Collect({[&](const Answer& answer) { answered.insert(answer.id); },
+                                 [](const Dead&) { ADD_FAILURE(); }, [&](const std::string& line) { why = line; }});
+  EXPECT_EQ(1u, count);
+  EXPECT_EQ((std::multiset<std::string>{"right"}), answered);
+  EXPECT_NE(std::string::npos, why.find("odd.json")) << why;
+  EXPECT_EQ(Names{"odd.json"}, In("answers"));
 
   std::ofstream(path_ / "idphoto-queue") << "2\n";
   EXPECT_THROW(FolderSource{Settings()}, SourceFailure);

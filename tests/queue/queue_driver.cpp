@@ -10,6 +10,7 @@
 //   collect  expect, wait (ms at most); prints a line of JSON for each
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <iostream>
@@ -29,7 +30,7 @@ using namespace qx::queue;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-volatile std::sig_atomic_t ended = 0;
+std::atomic<bool> ended{false};
 std::mutex outputs;
 
 void Print(const std::string& line) {
@@ -86,7 +87,7 @@ int Submit(const AmqpSettings& settings, const Arguments& arguments) {
     try {
       submitted += desk.Submit(job);
       if (desk.Submit(job)) return 3;
-    } catch (const QueueIsFull&) {
+    } catch (const QueueFull&) {
       ++full;
       if (arguments.Number("retry", 0) == 0) continue;
       std::this_thread::sleep_for(milliseconds(100));
@@ -178,7 +179,7 @@ int Collect(const AmqpSettings& settings, const Arguments& arguments) {
 int main(int count, char** words) {
   if (count < 3) return 2;
   const std::string what = words[1];
-  std::signal(SIGTERM, [](int) { ended = 1; });
+  std::signal(SIGTERM, [](int) { ended = true; });
   try {
     const Arguments arguments(count, words);
     const AmqpSettings settings = SettingsOf(words[2], arguments);
