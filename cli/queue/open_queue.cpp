@@ -85,6 +85,12 @@ bool IsFolderQueue(const QueueOptions& options) {
   return Begins(options.address, kFolder);
 }
 
+void CheckQueueAddress(const QueueOptions& options) {
+  if (options.address.empty()) throw SetupFailure("--queue is required");
+  if (IsServerQueue(options)) RefusePassword(options.address);
+  if (!IsServerQueue(options) && !IsFolderQueue(options)) RefuseAddress(options);
+}
+
 std::unique_ptr<queue::JobSource> OpenSource(const QueueOptions& options, size_t /*jobs*/, const QueueLog& /*log*/) {
   if (options.address.empty()) throw SetupFailure("--queue is required");
   if (!IsFolderQueue(options)) RefuseAddress(options);

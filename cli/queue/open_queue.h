@@ -30,6 +30,9 @@ void AddQueueOptions(CLI::App& command, QueueOptions* options);
 // Whether the queue is a folder: only who can write there hands jobs in, and could write elsewhere as well.
 bool IsFolderQueue(const QueueOptions& options);
 
+// Throws SetupFailure for an address that is none; does not look whether the queue is there.
+void CheckQueueAddress(const QueueOptions& options);
+
 // Throw SetupFailure: the address is none, or the queue cannot be reached. No text has a password in it.
 // `jobs`: how many the caller works on at once. `log` may be empty.
 std::unique_ptr<queue::JobSource> OpenSource(const QueueOptions& options, size_t jobs, const QueueLog& log);

@@ -173,6 +173,7 @@ int Work(const WorkOptions& options) {
   // A write beyond a limit of the system's, or to a reader that has gone, fails; it is no reason to end.
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
+  CheckQueueAddress(options.queue);
   const auto log = std::make_shared<LineLog>(STDERR_FILENO);
   worker::WorkerSettings settings = SettingsOf(options, log);
   QueueOptions queue = options.queue;
