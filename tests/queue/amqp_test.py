@@ -1,6 +1,9 @@
 """A queue on RabbitMQ, with servers of the test's own that are killed, frozen and cut off.
 
-usage: amqp_test.py QUEUE_DRIVER [TEST...]
+usage: amqp_test.py QUEUE_DRIVER [IDPHOTO PHOTOGRAPH] TEST...
+
+OneServer: a minute; Photographs: half a minute, with the real program; ThreeServers: three minutes, in network
+namespaces, for which one has to be root.
 """
 
 import collections
@@ -16,6 +19,9 @@ import threading
 import time
 import unittest
 
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "worker"))
+
+import queue_run
 import rabbitmq
 
 DRIVER = str(pathlib.Path(sys.argv[1]).resolve())
@@ -291,6 +297,74 @@ class OneServer(Queue):
                     [self.server.url("other"), PASSWORD])
 
 
+class Photographs(queue_run.QueueRun):
+    """The program itself: what workers make through the server is what one run of batch makes."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.program, cls.photograph = (pathlib.Path(argument).resolve() for argument in sys.argv[2:4])
+        cls.base = pathlib.Path(tempfile.mkdtemp(prefix="queue-"))
+        cls.addClassCleanup(shutil.rmtree, cls.base, True)
+        cls.server = rabbitmq.Server(cls.base / "q")
+        cls.addClassCleanup(cls.server.end)
+        cls.server.start()
+        (cls.base / "password").write_text(rabbitmq.PASSWORD + "\n")
+        (cls.base / "password").chmod(0o600)
+
+    @property
+    def queue(self):
+        return ["--queue", self.server.url(), "--queue-password-file", str(self.base / "password")]
+
+    def worker(self, *arguments, **options):
+        return super().worker("--read-from", self.folder / "in", "--write-to", self.folder / "out", *arguments,
+                              **options)
+
+    def test_same_lines_and_bytes_as_batch_while_workers_and_server_are_killed(self):
+        count = 24
+        self.photographs(count)
+        (self.folder / "in/broken.jpg").write_bytes(b"no picture")
+        self.assertIn(f"{count + 1} jobs handed in", self.submit("in", "-o", "out", *self.preset))
+        made = lambda: len(list((self.folder / "out").glob("*.jpg")))
+        victim, other = self.worker("--jobs", "1"), self.worker("--jobs", "1")
+        queue_run.wait_for(lambda: made() > 4)
+        victim.kill()
+        queue_run.wait_for(lambda: made() > 8)
+        self.server.kill()
+        self.server.start()
+        other.send_signal(signal.SIGTERM)
+        self.end(other)
+        self.drain("--jobs", "2")
+        lines = self.collect("--expect", count + 1, status=1)
+        self.assert_same_as_plain(lines)
+        self.assertEqual([path.name for path in (self.folder / "out").glob(".*")], [])
+        # Fetched answers are forgotten, and one that comes twice has one line.
+        self.assertEqual(len(self.collect(status=1)), count + 1)
+
+    def test_a_password_is_nowhere_to_be_seen(self):
+        address = ["--queue", self.server.url()]
+        environment = {**os.environ, "IDPHOTO_QUEUE_PASSWORD": rabbitmq.PASSWORD}
+        worker = subprocess.Popen([self.program, "work", *address, "--read-from", "in", "--write-to", "out", "--jobs",
+                                   "1"], cwd=self.folder, stderr=subprocess.PIPE, text=True, env=environment)
+        self.workers.append(worker)
+        children = queue_run.wait_for(lambda: queue_run.children_of(worker.pid))
+        for process in (worker.pid, *children):
+            for name in ("cmdline", "environ"):
+                self.assertNotIn(rabbitmq.PASSWORD.encode(), pathlib.Path(f"/proc/{process}/{name}").read_bytes())
+        worker.send_signal(signal.SIGTERM)
+        self.assertNotIn("horse", self.end(worker))
+        wrong = self.server.url().replace("@", ":correct%20horse@")
+        for arguments, reason in ((["--queue", wrong], "has a password in it"), (["--queue", wrong[2:]], "is no queue"),
+                                  (address, "wants a password"),
+                                  ([*address, "--queue-password-file", "/dev/null"], "no password in its first line"),
+                                  ([*self.queue, "--queue-ca", "x"], "write amqps://"),
+                                  ([*self.queue, "--queue-key", "x"], "go together")):
+            said = self.run_program("collect", *arguments, "--report", "out/report.jsonl", status=2)
+            self.assertIn(reason, said)
+            self.assertNotIn("horse", said)
+        said = self.run_program("work", *self.queue, status=2)
+        self.assertIn("--read-from is required", said)
+
+
 class ThreeServers(Queue):
     """A cluster in which each node has a network namespace, joined by a bridge in another: one can be lost, and one cut
     off. Addresses are in these namespaces alone."""
@@ -462,7 +536,8 @@ def make_certificates(folder):
 
 
 def main():
-    names = sys.argv[2:] or ["OneServer"]
+    names = [name for name in sys.argv[2:] if name in globals() or name.split(".")[0] in globals()]
+    assert names, __doc__
     reason = rabbitmq.why_not() or (Network.why_not() if any("Three" in name for name in names) else "")
     if reason:
         print(f"skipped: {reason}")
