@@ -41,7 +41,11 @@ class Collector {
         progress_(options.expect > 0 ? options.expect : 2),
         watch_({SIGINT, SIGTERM}, "keeping the answer at hand"),
         patience_(&watch_, [this](const std::string& line) { progress_.Error(line); }),
-        desk_(OpenDesk(options.queue, [this](const std::string& line) { progress_.Error(line); })) {}
+        desk_(OpenDesk(options.queue, [this](const std::string& line) { progress_.Error(line); })) {
+    if (options.wait && !patience_.Try([&] { return desk_->Count(); }).value_or(queue::SourceCounts()).knowsOthers) {
+      throw SetupFailure("--wait: this queue does not tell what workers have in hand; say how many with --expect");
+    }
+  }
 
   // Whether all that was waited for has come.
   bool Run() {
@@ -148,7 +152,7 @@ void AddCollectCommand(CLI::App& app, int* status) {
                    "File of JSON lines, as batch writes it; goes on with one that is there")
       ->type_name("FILE")
       ->required();
-  CLI::Option* wait = command->add_flag("--wait", options->wait, "Wait until the queue has nothing left");
+  CLI::Option* wait = command->add_flag("--wait", options->wait, "Wait until the queue has nothing left; a folder alone");
   command->add_option("--expect", options->expect, "Wait until the report tells of so many photographs")
       ->type_name("N")
       ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}).description(""))

@@ -8,6 +8,7 @@ build_packages=(
   libboost-dev zlib1g-dev                                                   # server
   libseccomp-dev                                                            # server/children
   libcurl4-openssl-dev libssl-dev                                           # worker
+  librabbitmq-dev                                                           # queue/amqp
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
@@ -25,6 +26,8 @@ test_packages=(
   curl                        # the calls of docs/http.md, as they stand there
   debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program
+  rabbitmq-server openssl     # queues on servers that are killed and frozen, with certificates of their own
+  iproute2                    # and cut off from each other, in network namespaces
   systemd                     # weighs the restrictions of the unit; need not run
   "${bench_packages[@]}"
   "${browser_packages[@]}"

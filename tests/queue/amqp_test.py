@@ -2,7 +2,7 @@
 
 usage: amqp_test.py QUEUE_DRIVER [IDPHOTO PHOTOGRAPH] TEST...
 
-OneServer: a minute; Photographs: half a minute, with the real program; ThreeServers: three minutes, in network
+OneServer and Photographs, with the real program, take a minute and a half; ThreeServers three minutes, in network
 namespaces, for which one has to be root.
 """
 
@@ -101,17 +101,35 @@ class Queue(unittest.TestCase):
         raise AssertionError("not drained")
 
 
-class OneServer(Queue):
+class Shared:
+    """The server of all tests that need only one, since it takes long to start."""
+
+    folder = server = None
+
     @classmethod
-    def setUpClass(cls):
+    def start(cls):
+        if cls.server:
+            return
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="queue-"))
-        cls.addClassCleanup(shutil.rmtree, cls.folder, True)
         make_certificates(cls.folder)
         cls.server = rabbitmq.Server(cls.folder / "q", tls={
             "cacertfile": cls.folder / "ca.pem", "certfile": cls.folder / "server.pem",
             "keyfile": cls.folder / "server.key", "verify": "verify_peer", "fail_if_no_peer_cert": "true"})
-        cls.addClassCleanup(cls.server.end)
         cls.server.start()
+
+    @classmethod
+    def end(cls):
+        if cls.server:
+            cls.server.end()
+        if cls.folder:
+            shutil.rmtree(cls.folder, True)
+
+
+class OneServer(Queue):
+    @classmethod
+    def setUpClass(cls):
+        Shared.start()
+        cls.folder, cls.server = Shared.folder, Shared.server
 
     def test_many_jobs_while_workers_and_server_are_killed(self):
         url, plain = self.server.url(), 500
@@ -239,7 +257,7 @@ class OneServer(Queue):
     def test_a_frozen_server_is_noticed_and_comes_back(self):
         url = self.server.url("tall")
         self.run_driver("submit", url, "count=3")
-        worker = self.driver("work", url, "ms=1500", "heartbeat=1", "idle=8000", "prefetch=1")
+        worker = self.driver("work", url, "ms=1500", "heartbeat=1", "idle=4000", "prefetch=1")
         worker.wait_for("took")
         self.server.signal(signal.SIGSTOP)
         try:
@@ -303,17 +321,14 @@ class Photographs(queue_run.QueueRun):
     @classmethod
     def setUpClass(cls):
         cls.program, cls.photograph = (pathlib.Path(argument).resolve() for argument in sys.argv[2:4])
-        cls.base = pathlib.Path(tempfile.mkdtemp(prefix="queue-"))
-        cls.addClassCleanup(shutil.rmtree, cls.base, True)
-        cls.server = rabbitmq.Server(cls.base / "q")
-        cls.addClassCleanup(cls.server.end)
-        cls.server.start()
-        (cls.base / "password").write_text(rabbitmq.PASSWORD + "\n")
-        (cls.base / "password").chmod(0o600)
+        Shared.start()
+        cls.server, cls.password = Shared.server, Shared.folder / "password"
+        cls.password.write_text(rabbitmq.PASSWORD + "\n")
+        cls.password.chmod(0o600)
 
     @property
     def queue(self):
-        return ["--queue", self.server.url(), "--queue-password-file", str(self.base / "password")]
+        return ["--queue", self.server.url("studio"), "--queue-password-file", str(self.password)]
 
     def worker(self, *arguments, **options):
         return super().worker("--read-from", self.folder / "in", "--write-to", self.folder / "out", *arguments,
@@ -324,7 +339,10 @@ class Photographs(queue_run.QueueRun):
         self.photographs(count)
         (self.folder / "in/broken.jpg").write_bytes(b"no picture")
         self.assertIn(f"{count + 1} jobs handed in", self.submit("in", "-o", "out", *self.preset))
-        made = lambda: len(list((self.folder / "out").glob("*.jpg")))
+
+        def made():
+            return len(list((self.folder / "out").glob("*.jpg")))
+
         victim, other = self.worker("--jobs", "1"), self.worker("--jobs", "1")
         queue_run.wait_for(lambda: made() > 4)
         victim.kill()
@@ -341,7 +359,7 @@ class Photographs(queue_run.QueueRun):
         self.assertEqual(len(self.collect(status=1)), count + 1)
 
     def test_a_password_is_nowhere_to_be_seen(self):
-        address = ["--queue", self.server.url()]
+        address = ["--queue", self.server.url("studio")]
         environment = {**os.environ, "IDPHOTO_QUEUE_PASSWORD": rabbitmq.PASSWORD}
         worker = subprocess.Popen([self.program, "work", *address, "--read-from", "in", "--write-to", "out", "--jobs",
                                    "1"], cwd=self.folder, stderr=subprocess.PIPE, text=True, env=environment)
@@ -352,7 +370,7 @@ class Photographs(queue_run.QueueRun):
                 self.assertNotIn(rabbitmq.PASSWORD.encode(), pathlib.Path(f"/proc/{process}/{name}").read_bytes())
         worker.send_signal(signal.SIGTERM)
         self.assertNotIn("horse", self.end(worker))
-        wrong = self.server.url().replace("@", ":correct%20horse@")
+        wrong = self.server.url("studio").replace("@", ":correct%20horse@")
         for arguments, reason in ((["--queue", wrong], "has a password in it"), (["--queue", wrong[2:]], "is no queue"),
                                   (address, "wants a password"),
                                   ([*address, "--queue-password-file", "/dev/null"], "no password in its first line"),
@@ -361,6 +379,8 @@ class Photographs(queue_run.QueueRun):
             said = self.run_program("collect", *arguments, "--report", "out/report.jsonl", status=2)
             self.assertIn(reason, said)
             self.assertNotIn("horse", said)
+        said = self.run_program("collect", *self.queue, "--report", "out/report.jsonl", "--wait", status=2)
+        self.assertIn("--expect", said)
         said = self.run_program("work", *self.queue, status=2)
         self.assertIn("--read-from is required", said)
 
@@ -543,7 +563,10 @@ def main():
         print(f"skipped: {reason}")
         return 77
     suite = unittest.defaultTestLoader.loadTestsFromNames(names, sys.modules[__name__])
-    return not unittest.TextTestRunner(verbosity=2).run(suite).wasSuccessful()
+    try:
+        return not unittest.TextTestRunner(verbosity=2).run(suite).wasSuccessful()
+    finally:
+        Shared.end()
 
 
 if __name__ == "__main__":

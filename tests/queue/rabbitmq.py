@@ -14,7 +14,7 @@ import time
 
 LAUNCHER = pathlib.Path("/usr/lib/rabbitmq/bin/rabbitmq-server")  # without the wrapper, which switches users
 USER, PASSWORD = "ann", "correct horse"
-VHOSTS = ("bureau", "tight", "tall", "other")
+VHOSTS = ("bureau", "tight", "tall", "other", "studio")
 
 
 def why_not():
