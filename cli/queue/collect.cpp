@@ -37,11 +37,11 @@ class Collector {
  public:
   explicit Collector(const CollectOptions& options)
       : options_(options),
-        report_(options.report),
         progress_(options.expect > 0 ? options.expect : 2),
         watch_({SIGINT, SIGTERM}, "keeping the answer at hand"),
         patience_(&watch_, [this](const std::string& line) { progress_.Error(line); }),
-        desk_(OpenDesk(options.queue, [this](const std::string& line) { progress_.Error(line); })) {}
+        desk_(OpenDesk(options.queue, [this](const std::string& line) { progress_.Error(line); })),
+        report_(options.report) {}
 
   // Whether all that was waited for has come.
   bool Run() {
@@ -121,11 +121,11 @@ class Collector {
   static constexpr int kQuietLooks = 2;
 
   const CollectOptions& options_;
-  CollectedReport report_;
   Progress progress_;
   const InterruptWatch watch_;
   Patience patience_;
   const std::unique_ptr<queue::JobDesk> desk_;
+  CollectedReport report_;
   std::set<std::string> told_;
   int quiet_ = 0;
 };

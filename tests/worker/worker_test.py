@@ -280,14 +280,14 @@ class Addresses(QueueRun):
     def test_addresses(self):
         digest = hashlib.sha256(self.photograph.read_bytes()).hexdigest()
         expected = {"in/good.png?key=1": "", "in/away.png": "not_served", "in/gone.png": "not_served",
-                    "in/large.png": "file_too_large", "in/busy.png": "gave_up", "in/slow.png": "gave_up",
+                    "in/large.png": "file_too_large", "in/busy.png": "gave_up",
                     "in/other.png": "changed_photograph", "secret.png": "not_allowed", "int/secret.png": "not_allowed"}
         self.submit_lines(*[{"photograph": f"{self.address}/{name}", "sha256": digest} for name in expected])
         said = self.submit("--jsonl", "-", "-o", "out", *self.preset, status=2,
                            input=json.dumps({"photograph": f"{self.address}/in/../secret.png", "sha256": digest}))
         self.assertIn("is no address", said)
         environment = {**os.environ, "http_proxy": "http://127.0.0.1:9", "HTTP_PROXY": "http://127.0.0.1:9"}
-        self.drain("--read-from", f"{self.address}/in", "--timeout", "1", "--max-file", "1", env=environment)
+        self.drain("--read-from", f"{self.address}/in", "--max-file", "1", env=environment)
         lines = {line["input"].removeprefix(self.address + "/"): line for line in self.collect(status=1)}
         self.assertEqual({name: "".join(line["reasons"][:1]) for name, line in lines.items()
                           if line["status"] == "failed"}, {name: why for name, why in expected.items() if why})
@@ -295,8 +295,14 @@ class Addresses(QueueRun):
         self.assertEqual([path for path in self.asked if "secret" in path], [])
         self.assertEqual(self.asked.count("/in/good.png"), 0, "the redirect was followed")
         self.assertEqual(self.asked.count("/in/busy.png"), 3)
-        subprocess.run([self.program, "make", self.photograph, "-o", "plain.jpg", *self.preset], cwd=self.folder)
+        self.run_program("make", self.photograph, "-o", "plain.jpg", *self.preset)
         self.assertEqual((self.folder / "out/good.jpg").read_bytes(), (self.folder / "plain.jpg").read_bytes())
+
+    def test_a_server_that_takes_too_long(self):
+        self.submit_lines({"photograph": f"{self.address}/in/slow.png", "sha256": "0" * 64})
+        line = self.outcome("--read-from", f"{self.address}/in", "--timeout", "1")
+        self.assertEqual(line["reasons"], ["gave_up"])
+        self.assertIn("cannot be fetched", line["message"])
 
 
 class Desk(QueueRun):
