@@ -3,6 +3,7 @@
 usage: worker_test.py IDPHOTO PHOTOGRAPH
 """
 
+import fcntl
 import hashlib
 import http.server
 import json
@@ -334,6 +335,28 @@ class Desk(QueueRun):
         self.assertEqual(sorted(report.read_bytes().splitlines()), sorted(text.splitlines()))
         self.assert_queue_is_empty()
 
+    def test_collect_is_killed_among_many_answers(self):
+        self.collect()
+        count = 1000
+        for i in range(count):
+            answer = {"version": 1, "kind": "answer", "id": f"a{i}", "photograph": f"/in/{i}.jpg",
+                      "output": f"/out/{i}.jpg", "status": "done", "message": "", "reasons": [], "measures": {"bytes": i},
+                      "seconds": 0.5, "options": "o"}
+            (self.folder / f"queue/answers/a{i}.json").write_text(json.dumps(answer))
+        report = self.folder / "out/report.jsonl"
+        # Two at one report would tear each other's lines.
+        with open(report) as held:
+            fcntl.flock(held, fcntl.LOCK_EX)
+            self.assertIn("another program", self.run_program("collect", *self.queue, "--report", report, status=2))
+        for lines in (1, 100):
+            command = [self.program, "collect", *self.queue, "--report", report, "--expect", str(count)]
+            with subprocess.Popen(command, stdout=subprocess.DEVNULL) as collect:
+                wait_for(lambda: report.read_bytes().count(b"\n") >= lines, step=0.001)
+                collect.kill()
+        lines = self.collect("--expect", count)
+        self.assertEqual(sorted(line["measures"]["bytes"] for line in lines), list(range(count)))
+        self.assert_queue_is_empty()
+
     def test_lists_and_json_lines(self):
         first, second, third = self.photographs(3)
         said = self.submit("--list", "-", "-o", "out", *self.preset, input=f"{first}\n\n{second}\n")
@@ -399,5 +422,5 @@ class Desk(QueueRun):
 
 
 if __name__ == "__main__":
-    QueueRun.program, QueueRun.photograph = map(pathlib.Path, sys.argv[1:3])
+    QueueRun.program, QueueRun.photograph = (pathlib.Path(name).resolve() for name in sys.argv[1:3])
     unittest.main(argv=sys.argv[:1] + sys.argv[3:])
