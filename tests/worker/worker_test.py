@@ -114,6 +114,18 @@ class Work(QueueRun):
         self.drain()
         self.assert_same_as_plain(self.collect("--wait"))
 
+    def test_a_second_signal_ends_it_at_once(self):
+        self.photographs(2)
+        self.submit("in", "-o", "out", *self.preset)
+        worker, metrics = self.worker_with_metrics("--jobs", "1")
+        os.kill(self.busy_child(worker, metrics), signal.SIGSTOP)
+        worker.send_signal(signal.SIGTERM)
+        self.assertIn("finishing", wait_for(worker.stderr.readline) + worker.stderr.readline())
+        worker.send_signal(signal.SIGTERM)
+        self.end(worker, status=-signal.SIGTERM)
+        self.drain()
+        self.assert_same_as_plain(self.collect("--wait"))
+
     def test_metrics(self):
         self.photographs(2)
         (self.folder / "in/broken.jpg").write_bytes(b"no picture")
