@@ -136,7 +136,7 @@ class OneServer(Queue):
         self.run_driver("submit", url, f"count={plain}")
         for kind in ("poison", "fails", "bury"):
             self.run_driver("submit", url, "count=2", f"options={kind}")
-        workers = [self.driver("work", url, "ms=4", "idle=15000", "prefetch=3") for _ in range(2)]
+        workers = [self.driver("work", url, "ms=8", "idle=15000", "threads=2", "prefetch=3") for _ in range(2)]
         taken = list(workers)
         killed = restarted = None
         limit = time.monotonic() + 60
@@ -151,7 +151,7 @@ class OneServer(Queue):
                 restarted = time.monotonic()
             for i, worker in enumerate(workers):
                 if worker.process.poll() is not None:
-                    workers[i] = self.driver("work", url, "ms=4", "idle=15000", "prefetch=3")
+                    workers[i] = self.driver("work", url, "ms=8", "idle=15000", "threads=2", "prefetch=3")
                     taken.append(workers[i])
             if done >= plain and restarted:
                 break
