@@ -222,6 +222,13 @@ class OneServer(Queue):
                 ([f"amqp://ann@127.0.0.1:{rabbitmq.free_ports(1)[0]}/bureau", PASSWORD], "cannot connect")):
             self.refuse(reason, arguments)
 
+    def test_who_may_use_queues_and_not_make_them(self):
+        self.refuse("NOT_FOUND", [self.server.url("empty", user=rabbitmq.CLERK), PASSWORD])
+        self.run_driver("submit", self.server.url("empty"), "count=1")
+        clerk = self.server.url("empty", user=rabbitmq.CLERK)
+        self.work_until_drained(clerk)
+        self.assertEqual(len(self.collect(clerk, 1)[0]), 1)
+
     def refuse(self, reason, arguments):
         program = Program(self.processes, [DRIVER, "submit", *arguments])
         self.assertEqual(program.end(), 1)
@@ -393,20 +400,13 @@ class ThreeServers(Queue):
     def setUpClass(cls):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="queue-"))
         cls.addClassCleanup(shutil.rmtree, cls.folder, True)
-        cls.network = Network(3)
+        cls.network = rabbitmq.Network(3)
         cls.addClassCleanup(cls.network.end)
         cls.within = cls.network.within(0)
-        addresses = [cls.network.address(i) for i in (1, 2, 3)]
-        cls.servers = []
-        for i, address in enumerate(addresses, 1):
-            server = rabbitmq.Server(cls.folder / f"q{i}", address=address, within=cls.network.within(i),
-                                     peers=[f"q@{each}" for each in addresses])
-            cls.addClassCleanup(server.end)
-            cls.servers.append(server)
-            server.start(wait=0)
+        cls.servers = rabbitmq.cluster(cls.folder, cls.network)
         for server in cls.servers:
-            server.wait(120)
-        cls.url = f"amqp://{rabbitmq.USER}@{','.join(addresses)}/bureau"
+            cls.addClassCleanup(server.end)
+        cls.url = f"amqp://{rabbitmq.USER}@{','.join(server.address for server in cls.servers)}/bureau"
 
     def submit(self, count, start=0):
         return self.run_driver("submit", self.url, f"count={count}", f"from={start}", "retry=1", "confirm=3000",
@@ -481,64 +481,6 @@ class ThreeServers(Queue):
         self.assertLessEqual(set(dead), set(answers))
 
 
-class Network:
-    """Namespaces 0 (the clients') to `nodes`, and one with the bridge between them."""
-
-    def __init__(self, nodes):
-        self.name, self.count = f"qx{os.getpid()}", nodes + 1
-        self.names = []
-        try:
-            self.make(f"{self.name}hub")
-            self.ip("hub", "link", "add", "bridge", "type", "bridge")
-            self.ip("hub", "link", "set", "bridge", "up")
-            for i in range(self.count):
-                self.join(i)
-        except BaseException:
-            self.end()
-            raise
-
-    def make(self, name):
-        subprocess.run(["ip", "netns", "add", name], check=True, capture_output=True)
-        self.names.append(name)
-        subprocess.run(["ip", "-n", name, "link", "set", "lo", "up"], check=True)
-
-    def join(self, i):
-        self.make(f"{self.name}n{i}")
-        self.ip("hub", "link", "add", f"v{i}", "type", "veth", "peer", "name", "eth", "netns", f"{self.name}n{i}")
-        self.ip("hub", "link", "set", f"v{i}", "master", "bridge", "up")
-        self.ip(f"n{i}", "address", "add", f"{self.address(i)}/24", "dev", "eth")
-        self.ip(f"n{i}", "link", "set", "eth", "up")
-
-    def ip(self, where, *words):
-        subprocess.run(["ip", "-n", self.name + where, *words], check=True)
-
-    @staticmethod
-    def address(i):
-        return f"10.213.77.{i + 1}"
-
-    def within(self, i):
-        return ["ip", "netns", "exec", f"{self.name}n{i}"]
-
-    def cut(self, i):
-        self.ip("hub", "link", "set", f"v{i}", "down")
-
-    def mend(self, i):
-        self.ip("hub", "link", "set", f"v{i}", "up")
-
-    def end(self):
-        for name in self.names:
-            subprocess.run(["ip", "netns", "delete", name], check=False, capture_output=True)
-
-    @staticmethod
-    def why_not():
-        if not shutil.which("ip"):
-            return "iproute2 is not installed"
-        name = f"qx{os.getpid()}try"
-        made = subprocess.run(["ip", "netns", "add", name], capture_output=True, text=True, check=False)
-        subprocess.run(["ip", "netns", "delete", name], capture_output=True, check=False)
-        return f"no network namespace can be made here ({made.stderr.strip()})" if made.returncode else ""
-
-
 def make_certificates(folder):
     """Of the server by its address alone, of a client, of one whose time is over, and of a stranger."""
     def run(*words):
@@ -558,7 +500,7 @@ def make_certificates(folder):
 def main():
     names = [name for name in sys.argv[2:] if name in globals() or name.split(".")[0] in globals()]
     assert names, __doc__
-    reason = rabbitmq.why_not() or (Network.why_not() if any("Three" in name for name in names) else "")
+    reason = rabbitmq.why_not() or (rabbitmq.Network.why_not() if any("Three" in name for name in names) else "")
     if reason:
         print(f"skipped: {reason}")
         return 77

@@ -13,8 +13,8 @@ import subprocess
 import time
 
 LAUNCHER = pathlib.Path("/usr/lib/rabbitmq/bin/rabbitmq-server")  # without the wrapper, which switches users
-USER, PASSWORD = "ann", "correct horse"
-VHOSTS = ("bureau", "tight", "tall", "other", "studio")
+USER, CLERK, PASSWORD = "ann", "clerk", "correct horse"
+VHOSTS = ("bureau", "tight", "tall", "other", "studio", "empty")
 
 
 def why_not():
@@ -42,13 +42,13 @@ def password_hash(password):
 
 
 def definitions():
-    """Users, virtual hosts, and "tight", whose queue of jobs takes five."""
+    """Users, of whom the clerk may make no queues, and virtual hosts, of which "tight" takes five jobs."""
     return {
-        "users": [{"name": USER, "password_hash": password_hash(PASSWORD), "tags": "administrator",
-                   "hashing_algorithm": "rabbit_password_hashing_sha256"}],
+        "users": [{"name": name, "password_hash": password_hash(PASSWORD), "tags": "",
+                   "hashing_algorithm": "rabbit_password_hashing_sha256"} for name in (USER, CLERK)],
         "vhosts": [{"name": name} for name in VHOSTS],
-        "permissions": [{"user": USER, "vhost": name, "configure": ".*", "write": ".*", "read": ".*"}
-                        for name in VHOSTS],
+        "permissions": [{"user": user, "vhost": name, "configure": configure, "write": ".*", "read": ".*"}
+                        for name in VHOSTS for user, configure in ((USER, ".*"), (CLERK, "^$"))],
         "policies": [{"vhost": "tight", "name": "few", "pattern": "jobs$", "apply-to": "queues", "priority": 1,
                       "definition": {"max-length": 5}}],
     }
@@ -77,6 +77,23 @@ class Processes:
             self.kill(process)
             process.wait(30)
         self.all.clear()
+
+
+def cluster(folder, network):
+    """Servers of one cluster, in the namespaces 1 to 3 of a network. Whoever gets them ends them."""
+    addresses = [network.address(i) for i in (1, 2, 3)]
+    servers = [Server(folder / f"q{i}", address=address, within=network.within(i), peers=[f"q@{each}" for each in addresses])
+               for i, address in enumerate(addresses, 1)]
+    try:
+        for server in servers:
+            server.start(wait=0)
+        for server in servers:
+            server.wait(120)
+    except BaseException:
+        for server in servers:
+            server.end()
+        raise
+    return servers
 
 
 class Server:
@@ -177,6 +194,64 @@ class Server:
 
     def end(self):
         self.processes.end()
+
+
+class Network:
+    """Namespaces 0 (the clients') to `nodes`, and one with the bridge between them."""
+
+    def __init__(self, nodes):
+        self.name, self.count = f"qx{os.getpid()}", nodes + 1
+        self.names = []
+        try:
+            self.make(f"{self.name}hub")
+            self.ip("hub", "link", "add", "bridge", "type", "bridge")
+            self.ip("hub", "link", "set", "bridge", "up")
+            for i in range(self.count):
+                self.join(i)
+        except BaseException:
+            self.end()
+            raise
+
+    def make(self, name):
+        subprocess.run(["ip", "netns", "add", name], check=True, capture_output=True)
+        self.names.append(name)
+        subprocess.run(["ip", "-n", name, "link", "set", "lo", "up"], check=True)
+
+    def join(self, i):
+        self.make(f"{self.name}n{i}")
+        self.ip("hub", "link", "add", f"v{i}", "type", "veth", "peer", "name", "eth", "netns", f"{self.name}n{i}")
+        self.ip("hub", "link", "set", f"v{i}", "master", "bridge", "up")
+        self.ip(f"n{i}", "address", "add", f"{self.address(i)}/24", "dev", "eth")
+        self.ip(f"n{i}", "link", "set", "eth", "up")
+
+    def ip(self, where, *words):
+        subprocess.run(["ip", "-n", self.name + where, *words], check=True)
+
+    @staticmethod
+    def address(i):
+        return f"10.213.77.{i + 1}"
+
+    def within(self, i):
+        return ["ip", "netns", "exec", f"{self.name}n{i}"]
+
+    def cut(self, i):
+        self.ip("hub", "link", "set", f"v{i}", "down")
+
+    def mend(self, i):
+        self.ip("hub", "link", "set", f"v{i}", "up")
+
+    def end(self):
+        for name in self.names:
+            subprocess.run(["ip", "netns", "delete", name], check=False, capture_output=True)
+
+    @staticmethod
+    def why_not():
+        if not shutil.which("ip"):
+            return "iproute2 is not installed"
+        name = f"qx{os.getpid()}try"
+        made = subprocess.run(["ip", "netns", "add", name], capture_output=True, text=True, check=False)
+        subprocess.run(["ip", "netns", "delete", name], capture_output=True, check=False)
+        return f"no network namespace can be made here ({made.stderr.strip()})" if made.returncode else ""
 
 
 def short_text(text):
