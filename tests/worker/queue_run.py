@@ -9,10 +9,10 @@ import time
 import unittest
 import urllib.request
 
-TIMEOUT = 120
+TIMEOUT = 300
 
 
-def wait_for(condition, seconds=60, step=0.02):
+def wait_for(condition, seconds=120, step=0.02):
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         if value := condition():
