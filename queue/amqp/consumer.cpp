@@ -9,6 +9,7 @@ namespace qx::queue {
 namespace {
 
 constexpr char kNoLeader[] = "the queue has no leader that can be reached";
+// For deliveries that the server had sent on their way before it said something else.
 constexpr std::chrono::milliseconds kUnderway{100};
 
 }  // namespace
@@ -62,11 +63,17 @@ void Consumer::Pause() {
     paused_ = true;
   }
   try {
-    thread_.Call([this](Link& link) {
-      if (std::exchange(consumes_, false)) {
+    const auto consumed = std::make_shared<bool>(false);
+    thread_.Call([this, consumed](Link& link) {
+      *consumed = std::exchange(consumes_, false);
+      if (*consumed) {
         for (const char* queue : queues_) link.Cancel(queue);
       }
+      Receive(link);
     });
+    if (!*consumed) return;
+    std::this_thread::sleep_for(kUnderway);
+    thread_.Call([this](Link& link) { Receive(link); });
   } catch (const SourceFailure&) {
     // Without a link nothing comes either.
   }
@@ -99,7 +106,7 @@ size_t Consumer::LookAndReceive() {
   thread_.Call([this, waiting](Link& link) {
     const QueueState state = Look(link);
     if (!consumes_ || state.consumers > 0) *waiting = state.waiting;
-    while (auto event = link.Next()) Handle(std::move(*event));
+    Receive(link);
   });
   if (!*waiting) throw SourceFailure(kNoLeader);
   return **waiting;
@@ -158,6 +165,10 @@ void Consumer::Handle(LinkEvent event) {
   const DeliveryName name{link_, event.delivery.number};
   items_.push_back({name, std::move(event.delivery)});
   came_.notify_one();
+}
+
+void Consumer::Receive(Link& link) {
+  while (auto event = link.Next()) Handle(std::move(*event));
 }
 
 void Consumer::Lose(const std::string&) {

@@ -40,7 +40,7 @@ class Consumer final : private LinkUser {
   void Acknowledge(const DeliveryName& name) { Settle(name, false); }
   void Requeue(const DeliveryName& name) { Settle(name, true); }
 
-  // No deliveries come until the next Take. Returns when that is so.
+  // No deliveries come until the next Take. Returns when that is so, and all that were on their way have come.
   void Pause();
   // Messages that wait in the queues. When it is none, what was on its way here has come. Throws SourceFailure.
   size_t Waiting();
@@ -60,6 +60,7 @@ class Consumer final : private LinkUser {
   size_t LookAndReceive();
   QueueState Look(Link& link);
   void LookNowAndThen(Link& link);
+  void Receive(Link& link);
 
   const AmqpSettings& settings_;
   const std::vector<const char*> queues_;
