@@ -53,8 +53,8 @@ class Bench:
             began = time.monotonic()
             self.collect(JOBS)
             collected = time.monotonic() - began
-            print(f"{count} worker{'s' * (count > 1)}: handed in {1000 * submitted / JOBS:.2f} ms a job, taken and answered "
-                  f"{1000 * worked / JOBS:.2f} ms a job ({JOBS / worked:.0f} jobs/s), collected "
+            print(f"{count} worker{'s' * (count > 1)}: handed in {1000 * submitted / JOBS:.2f} ms a job, taken and "
+                  f"answered {1000 * worked / JOBS:.2f} ms a job ({JOBS / worked:.0f} jobs/s), collected "
                   f"{1000 * collected / JOBS:.2f} ms a job", flush=True)
 
     def restart(self, server):
@@ -79,7 +79,8 @@ def main():
     reason = rabbitmq.why_not() or ("--three" in sys.argv and rabbitmq.Network.why_not())
     if reason or len(sys.argv) < 2:
         sys.exit(reason or __doc__)
-    folder, processes, servers, network = pathlib.Path(tempfile.mkdtemp(prefix="queue-")), rabbitmq.Processes(), [], None
+    folder, processes = pathlib.Path(tempfile.mkdtemp(prefix="queue-")), rabbitmq.Processes()
+    servers, network = [], None
     try:
         if "--three" in sys.argv:
             network = rabbitmq.Network(3)

@@ -294,8 +294,8 @@ class OneServer(Queue):
         publish(job.replace(b'"version": 1', b'"version": 2'), name="other-version")
         publish(b"{}", name="Not\nAn\x1bId")
         publish(b"x", rabbitmq.table(("n", b"F", rabbitmq.nested_table(18_000))))
-        publish(b"y", rabbitmq.table(("x-death", b"S", rabbitmq.long_text(b"\0")), ("x-first-death-reason", b"t", b"\1"),
-                                     (tries, b"S", rabbitmq.long_text(b"1"))))
+        publish(b"y", rabbitmq.table(("x-death", b"S", rabbitmq.long_text(b"\0")),
+                                     ("x-first-death-reason", b"t", b"\1"), (tries, b"S", rabbitmq.long_text(b"1"))))
         for i, (kind, value) in enumerate(((b"l", b"\xff" * 8), (b"l", b"\x7f" + b"\xff" * 7), (b"I", b"\0\0\0\1"),
                                            (b"d", b"\x3f\xf8" + b"\0" * 6), (b"V", b""))):
             publish(job.replace(b"right", b"right-%d" % i), rabbitmq.table((tries, kind, value)))
@@ -493,8 +493,8 @@ def make_certificates(folder):
         run("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", f"/CN={name}", "-keyout",
             f"{name}.key", "-out", f"{name}.csr")
         (folder / "names").write_text("subjectAltName=IP:127.0.0.1\n")
-        run("x509", "-req", "-in", f"{name}.csr", "-CA", "ca.pem", "-CAkey", "ca.key", "-days", days, "-extfile", "names",
-            "-out", f"{name}.pem")
+        run("x509", "-req", "-in", f"{name}.csr", "-CA", "ca.pem", "-CAkey", "ca.key", "-days", days, "-extfile",
+            "names", "-out", f"{name}.pem")
 
 
 def main():
@@ -505,6 +505,7 @@ def main():
         print(f"skipped: {reason}")
         return 77
     suite = unittest.defaultTestLoader.loadTestsFromNames(names, sys.modules[__name__])
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
     try:
         return not unittest.TextTestRunner(verbosity=2).run(suite).wasSuccessful()
     finally:

@@ -1,6 +1,7 @@
 """RabbitMQ servers of a test's own: in a folder of its own, on the loopback or in network namespaces of its own."""
 
 import base64
+import ctypes
 import hashlib
 import json
 import os
@@ -12,6 +13,7 @@ import struct
 import subprocess
 import time
 
+LIBRARY, PR_SET_PDEATHSIG = ctypes.CDLL(None), 1
 LAUNCHER = pathlib.Path("/usr/lib/rabbitmq/bin/rabbitmq-server")  # without the wrapper, which switches users
 USER, CLERK, PASSWORD = "ann", "clerk", "correct horse"
 VHOSTS = ("bureau", "tight", "tall", "other", "studio", "empty")
@@ -54,6 +56,11 @@ def definitions():
     }
 
 
+def end_with_parent():
+    """A test that is killed, as for taking too long, takes along what it started."""
+    LIBRARY.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
 class Processes:
     """Started in groups of their own, so that nothing of them is left."""
 
@@ -61,7 +68,8 @@ class Processes:
         self.all = []
 
     def start(self, command, **keywords):
-        process = subprocess.Popen(command, start_new_session=True, stdin=subprocess.DEVNULL, **keywords)
+        process = subprocess.Popen(command, start_new_session=True, stdin=subprocess.DEVNULL,
+                                   preexec_fn=end_with_parent, **keywords)
         self.all.append(process)
         return process
 
@@ -82,7 +90,8 @@ class Processes:
 def cluster(folder, network):
     """Servers of one cluster, in the namespaces 1 to 3 of a network. Whoever gets them ends them."""
     addresses = [network.address(i) for i in (1, 2, 3)]
-    servers = [Server(folder / f"q{i}", address=address, within=network.within(i), peers=[f"q@{each}" for each in addresses])
+    servers = [Server(folder / f"q{i}", address=address, within=network.within(i),
+                      peers=[f"q@{each}" for each in addresses])
                for i, address in enumerate(addresses, 1)]
     try:
         for server in servers:
@@ -128,12 +137,12 @@ class Server:
             "ERL_EPMD_PORT": str(self.epmd_port), "ERL_EPMD_ADDRESS": address,
         }
         self.epmd = self.processes.start([*self.within, "epmd", "-port", str(self.epmd_port), "-address", address],
-                                         env=self.environment)
+                                         env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.process = None
 
     def write_configuration(self, peers):
-        lines = [f"listeners.tcp.1 = {self.address}:{self.port}", "loopback_users = none", "vm_memory_high_watermark.absolute = 2GB",
-                 "disk_free_limit.absolute = 10MB", f"load_definitions = {self.folder}/definitions.json",
+        lines = [f"listeners.tcp.1 = {self.address}:{self.port}", "loopback_users = none",
+                 "vm_memory_high_watermark.absolute = 2GB", "disk_free_limit.absolute = 10MB", f"load_definitions = {self.folder}/definitions.json",
                  "log.file.level = warning", "log.console = false"]
         if self.tls:
             lines += [f"listeners.ssl.1 = {self.address}:{self.tls_port}"]
@@ -173,7 +182,8 @@ class Server:
                     return connection.recv(1) == b"\1"
             except OSError:
                 return False
-        return subprocess.run([*self.within, "python3", "-c", probe], stderr=subprocess.DEVNULL, check=False).returncode == 0
+        probed = subprocess.run([*self.within, "python3", "-c", probe], stderr=subprocess.DEVNULL, check=False)
+        return probed.returncode == 0
 
     def output(self):
         texts = [path.read_text(errors="replace")[-3000:]
