@@ -40,7 +40,13 @@ void Progress::Wipe() {
   std::fflush(stderr);
 }
 
+void Progress::SetTotal(size_t total) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  total_ = total;
+}
+
 void Progress::Begin(size_t item, const std::string& name) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (!bar_) return;
   total_ = std::max(total_, item + 1);
   winsize size{};
@@ -61,12 +67,14 @@ void Progress::Begin(size_t item, const std::string& name) {
 }
 
 void Progress::Outcome(const std::string& line) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (outcomesKeptBack_) return;
   std::printf("%s\n", line.c_str());
   std::fflush(stdout);
 }
 
 void Progress::Error(const std::string& line) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   Wipe();
   std::fprintf(stderr, "idphoto: %s\n", line.c_str());
   if (bar_) std::fputs(shown_.c_str(), stderr);
@@ -74,6 +82,7 @@ void Progress::Error(const std::string& line) {
 }
 
 void Progress::Summary(const std::string& line) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (!outcomesKeptBack_) return;
   Wipe();
   shown_.clear();
@@ -81,6 +90,7 @@ void Progress::Summary(const std::string& line) {
 }
 
 void Progress::Close(const std::string& lines) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   Wipe();
   shown_.clear();
   std::fputs(lines.c_str(), stdout);

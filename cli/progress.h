@@ -5,12 +5,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 namespace qx::cli {
 
 // With a terminal as standard error and more than one item: a bar there with the time left, redrawn in place. Otherwise
-// silent. Messages go out through this class, so that they and the bar do not overwrite each other.
+// silent. Messages go out through this class, so that they and the bar do not overwrite each other; from any thread.
 class Progress {
  public:
   // `keepsBack`: whether outcomes give way to the bar where both would go to a terminal; else there is no bar then.
@@ -20,7 +21,7 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   // There are more or fewer than was thought.
-  void SetTotal(size_t total) { total_ = total; }
+  void SetTotal(size_t total);
   // Shows that work on the item (counted from 0) begins. The name must be printable.
   void Begin(size_t item, const std::string& name);
   // An outcome, to standard output; kept back when it would only scroll the terminal that shows the bar.
@@ -35,6 +36,7 @@ class Progress {
  private:
   void Wipe();
 
+  std::mutex mutex_;  // of all below
   size_t total_;
   std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   bool bar_;

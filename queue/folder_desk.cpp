@@ -66,7 +66,7 @@ SourceCounts CountOf(const QueueFolder& folder) {
   };
   // What goes back from a claim between the two is missed; whoever gave it back still looks for jobs.
   const size_t waiting = count(QueueFolder::kJobs);
-  return {waiting, count(QueueFolder::kClaims)};
+  return {waiting, count(QueueFolder::kClaims), true};
 }
 
 }  // namespace qx::queue

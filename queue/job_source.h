@@ -38,7 +38,8 @@ struct Claim {
 };
 
 struct SourceCounts {
-  size_t waiting = 0, claimed = 0;  // claimed: by whatever worker
+  size_t waiting = 0, claimed = 0;
+  bool knowsOthers = true;  // whether `claimed` has what other workers have in hand; else it has what this one has
 };
 
 class JobSource {
@@ -61,7 +62,7 @@ class JobSource {
   // Nobody shall try it again.
   virtual void Bury(const Claim& claim, const std::string& reason) = 0;
 
-  // A source is drained when both are none.
+  // A source is drained when nothing waits or is claimed, as far as it knows.
   virtual SourceCounts Count() = 0;
 
  protected:

@@ -14,16 +14,20 @@ sanitized_page() {
   IDPHOTO=$root/build/asan+ubsan/bin/idphoto SAMPLE_PHOTO=$sample_photo node "$root/web/test/run.mjs" browser
 }
 # Only here: its daemons are many packages that nothing else needs.
-cluster() {
+slurm() {
   install_packages "${cluster_packages[@]}"
   "$root/tests/cluster/slurm_test.sh" "$root/build/release/bin/idphoto" "$sample_photo" "$root/docs/fleet.md" \
     "$root/build/slurm_test"
+}
+# Only here: three servers in networks of their own, of which one is killed and one cut off, some three minutes.
+cluster() {
+  python3 -B "$root/tests/queue/amqp_test.py" "$root/build/release/bin/queue_driver" ThreeServers
 }
 pictures() { "$root/scripts/docs.sh"; }
 
 logs=$root/build/logs passed=() failed=()
 mkdir -p "$logs"
-for step in all_tests cluster container sanitized_page pictures; do
+for step in all_tests slurm cluster container sanitized_page pictures; do
   start=$SECONDS
   if "$step" >"$logs/release_$step.log" 2>&1; then
     passed+=("$step") outcome=passed

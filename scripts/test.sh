@@ -47,13 +47,13 @@ debian_package() {
   "$root/tests/install/package_test.sh" "$root/build/release" "$sample_photo" "$root/build/package_test"
 }
 address_undefined() { configure asan+ubsan && build asan+ubsan && run_tests asan+ubsan; }
-# The tests that start threads say so in their names. Only what holds them is built.
+# The tests that start threads say so in their names, but for the connections to servers of queues. Only what holds them is built.
 threads() {
-  local targets=(nn_test engine_test codec_test jobs_test cli_test play_server)
+  local targets=(nn_test engine_test codec_test jobs_test cli_test play_server queue_driver)
   if grep -rlE '^TEST.*Thread' "$root/tests" | grep -vE '/tests/(nn|engine|codec|jobs|cli)/'; then
     echo "tests of threads in a folder that is not built here" && return 1
   fi
-  configure tsan && build tsan --target "${targets[@]}" && run_tests tsan -R '[Tt]hread'
+  configure tsan && build tsan --target "${targets[@]}" && run_tests tsan -R '[Tt]hread|rabbitmq'
 }
 
 # Compiled for its warnings only, so without the optimiser.

@@ -77,7 +77,8 @@ void Check(const server::ChildReply& reply, bool isStopped) {
 void AddReport(const std::string& report, queue::Answer* answer) {
   try {
     const Json json = Json::parse(report);
-    answer->message = json.at("message").get<std::string>();
+    // A hostile photograph may have taken the process over.
+    answer->message = photo::Printable(json.at("message").get<std::string>());
     answer->reasons = json.at("reasons").get<std::vector<std::string>>();
     for (const auto& item : json.at("measures").items()) {
       answer->measures.emplace_back(item.key(), item.value().get<double>());

@@ -37,15 +37,21 @@ class Collector {
  public:
   explicit Collector(const CollectOptions& options)
       : options_(options),
-        report_(options.report),
-        progress_(options.expect > 0 ? options.expect : 2),
+        progress_(options.wait ? 2 : options.expect),
         watch_({SIGINT, SIGTERM}, "keeping the answer at hand"),
         patience_(&watch_, [this](const std::string& line) { progress_.Error(line); }),
-        desk_(OpenDesk(options.queue, [this](const std::string& line) { progress_.Error(line); })) {}
+        desk_(OpenDesk(options.queue, [this](const std::string& line) { progress_.Error(line); })),
+        report_(options.report),
+        before_(report_.Photographs()) {
+    if (options.wait && !patience_.Try([&] { return desk_->Count(); }).value_or(queue::SourceCounts()).knowsOthers) {
+      throw SetupFailure("--wait: this queue does not tell what workers have in hand; say how many with --expect");
+    }
+  }
 
   // Whether all that was waited for has come.
   bool Run() {
     bool isAll = false;
+    if (options_.expect > before_) progress_.SetTotal(options_.expect - before_);
     try {
       while (!watch_.Interrupted() && !isAll) {
         const size_t count = Gather();
@@ -86,7 +92,7 @@ class Collector {
     if (!options_.wait) return count == 0;
     const auto left = patience_.Try([&] { return desk_->Count(); });
     if (!left) return false;
-    progress_.SetTotal(std::max<size_t>(report_.Photographs() + left->waiting + left->claimed, 2));
+    progress_.SetTotal(report_.Photographs() - before_ + left->waiting + left->claimed);
     // What is answered between two looks is in neither.
     const bool isQuiet = count == 0 && left->waiting + left->claimed == 0;
     quiet_ = isQuiet ? quiet_ + 1 : 0;
@@ -112,7 +118,7 @@ class Collector {
     if (watch_.Interrupted()) throw Interruption();
     const std::string name = photo::Printable(item.input.native());
     if (!report_.Add(item, outcome, options)) return;
-    progress_.Begin(report_.Photographs() - 1, name);
+    progress_.Begin(std::max(report_.Photographs() - before_, size_t{1}) - 1, name);
     if (!outcome.done) return progress_.Error(name + ": " + outcome.message);
     const std::string note = outcome.message.empty() ? "" : " (" + outcome.message + ")";
     progress_.Outcome(name + ": " + photo::Printable(item.output.native()) + note);
@@ -121,11 +127,12 @@ class Collector {
   static constexpr int kQuietLooks = 2;
 
   const CollectOptions& options_;
-  CollectedReport report_;
   Progress progress_;
   const InterruptWatch watch_;
   Patience patience_;
   const std::unique_ptr<queue::JobDesk> desk_;
+  CollectedReport report_;
+  const size_t before_;  // of how many photographs earlier runs told
   std::set<std::string> told_;
   int quiet_ = 0;
 };
@@ -148,7 +155,8 @@ void AddCollectCommand(CLI::App& app, int* status) {
                    "File of JSON lines, as batch writes it; goes on with one that is there")
       ->type_name("FILE")
       ->required();
-  CLI::Option* wait = command->add_flag("--wait", options->wait, "Wait until the queue has nothing left");
+  CLI::Option* wait =
+      command->add_flag("--wait", options->wait, "Wait until the queue has nothing left; a folder alone");
   command->add_option("--expect", options->expect, "Wait until the report tells of so many photographs")
       ->type_name("N")
       ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}).description(""))

@@ -9,6 +9,9 @@
 #include "photo/base/text.h"
 #include "queue/folder_desk.h"
 #include "queue/folder_source.h"
+#ifdef QX_WITH_AMQP
+#include "cli/queue/open_amqp.h"
+#endif
 
 namespace qx::cli {
 namespace fs = std::filesystem;
@@ -45,13 +48,10 @@ fs::path FolderOf(const QueueOptions& options) {
   return fs::absolute(path);
 }
 
-[[noreturn]] void RefuseAddress(const QueueOptions& options) {
-  if (IsServerQueue(options)) {
-    RefusePassword(options.address);
-    throw SetupFailure("--queue: this program was built without RabbitMQ; take a folder, as in folder:/srv/photos");
-  }
-  throw SetupFailure("--queue: \"" + photo::Printable(options.address) +
-                     "\" is no queue; one is folder:PATH or amqps://USER@HOST/VHOST");
+// One with a user's name in it may have a password in it too.
+[[noreturn]] void RefuseAddress(const std::string& address) {
+  const std::string named = address.find('@') == std::string::npos ? "\"" + photo::Printable(address) + "\"" : "this";
+  throw SetupFailure("--queue: " + named + " is no queue; one is folder:PATH or amqps://USER@HOST/VHOST");
 }
 
 // Failures at the start: nothing was tried yet.
@@ -87,25 +87,35 @@ bool IsFolderQueue(const QueueOptions& options) {
 
 void CheckQueueAddress(const QueueOptions& options) {
   if (options.address.empty()) throw SetupFailure("--queue is required");
-  if (IsServerQueue(options)) RefusePassword(options.address);
-  if (!IsServerQueue(options) && !IsFolderQueue(options)) RefuseAddress(options);
+  if (IsFolderQueue(options)) return;
+  if (!IsServerQueue(options)) RefuseAddress(options.address);
+  RefusePassword(options.address);
+#ifndef QX_WITH_AMQP
+  throw SetupFailure("--queue: this program was built without RabbitMQ; take a folder, as in folder:/srv/photos");
+#endif
 }
 
-std::unique_ptr<queue::JobSource> OpenSource(const QueueOptions& options, size_t /*jobs*/, const QueueLog& /*log*/) {
-  if (options.address.empty()) throw SetupFailure("--queue is required");
-  if (!IsFolderQueue(options)) RefuseAddress(options);
+std::unique_ptr<queue::JobSource> OpenSource(const QueueOptions& options, [[maybe_unused]] size_t jobs,
+                                             [[maybe_unused]] const QueueLog& log) {
+  CheckQueueAddress(options);
   return Opened([&]() -> std::unique_ptr<queue::JobSource> {
+#ifdef QX_WITH_AMQP
+    if (IsServerQueue(options)) return OpenAmqpSource(options, jobs, log);
+#endif
     queue::FolderSettings settings;
     settings.path = FolderOf(options);
     return std::make_unique<queue::FolderSource>(std::move(settings));
   });
 }
 
-std::unique_ptr<queue::JobDesk> OpenDesk(const QueueOptions& options, const QueueLog& /*log*/) {
-  if (options.address.empty()) throw SetupFailure("--queue is required");
-  if (!IsFolderQueue(options)) RefuseAddress(options);
-  return Opened(
-      [&]() -> std::unique_ptr<queue::JobDesk> { return std::make_unique<queue::FolderDesk>(FolderOf(options)); });
+std::unique_ptr<queue::JobDesk> OpenDesk(const QueueOptions& options, [[maybe_unused]] const QueueLog& log) {
+  CheckQueueAddress(options);
+  return Opened([&]() -> std::unique_ptr<queue::JobDesk> {
+#ifdef QX_WITH_AMQP
+    if (IsServerQueue(options)) return OpenAmqpDesk(options, log);
+#endif
+    return std::make_unique<queue::FolderDesk>(FolderOf(options));
+  });
 }
 
 }  // namespace qx::cli

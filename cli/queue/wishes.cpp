@@ -32,7 +32,9 @@ bool HasOption(const OptionPairs& options, const std::string& name) {
 }
 
 std::string EndingOf(const OptionPairs& options) {
-  const auto isPng = [](const auto& option) { return option.first == "format" && option.second == "png"; };
+  const auto isPng = [](const auto& option) {
+    return option.first == "format" && (option.second == "png" || option.second == "PNG");
+  };
   return std::any_of(options.begin(), options.end(), isPng) ? ".png" : ".jpg";
 }
 

@@ -9,6 +9,7 @@ build_packages=(
   libseccomp-dev                                                            # server/children
   libcurl4-openssl-dev libssl-dev                                           # worker
   pybind11-dev python3-dev                                                  # python
+  librabbitmq-dev                                                           # queue/amqp
 )
 
 bench_packages=(libbenchmark-dev libopencv-dev)
@@ -29,6 +30,8 @@ test_packages=(
   curl                        # the calls of docs/http.md, as they stand there
   debootstrap dpkg-dev file   # make Debian packages, and a bare Debian to install them in
   libvips-tools               # converts photographs for the example program
+  rabbitmq-server openssl     # queues on servers that are killed and frozen, with certificates of their own
+  iproute2                    # and cut off from each other, in network namespaces
   systemd                     # weighs the restrictions of the unit; need not run
   "${bench_packages[@]}"
   "${browser_packages[@]}"

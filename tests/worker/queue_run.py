@@ -9,15 +9,15 @@ import time
 import unittest
 import urllib.request
 
-TIMEOUT = 120
+TIMEOUT = 300
 
 
-def wait_for(condition, seconds=60):
+def wait_for(condition, seconds=120, step=0.02):
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         if value := condition():
             return value
-        time.sleep(0.02)
+        time.sleep(step)
     raise AssertionError("it did not come about in time")
 
 
