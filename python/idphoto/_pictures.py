@@ -112,6 +112,13 @@ class Picture:
         With ``compare=True`` the comparison stands beside it, as ``NAME-compare.ENDING``. Raises BadOption for another
         ending and for one that cannot hold the picture, FileSize where a limit of size cannot be met in that format,
         OSError where the file cannot be written.
+
+        >>> import idphoto, os, tempfile
+        >>> picture = idphoto.make(sample, preset="schengen-visa")
+        >>> with tempfile.TemporaryDirectory() as folder:
+        ...     picture.save(os.path.join(folder, "visa.png"))
+        ...     bool((idphoto.read(os.path.join(folder, "visa.png")) == picture.image).all())
+        True
         """
         data, comparison, _ = self._file(format_of_name(path))
         write_whole(path, data)

@@ -200,9 +200,9 @@ class Studio:
     def check(self, photograph: Photograph, *, order: Optional[str] = None, **options: Any) -> Dict[str, Any]:
         """Measures a finished photograph, taken as the whole document.
 
-        Returns what ``idphoto check --json`` prints: ``passed``, ``measures`` with their values, units and limits. Of
-        an array the file is not measured: no resolution, no size. Raises UnknownPreset, BadOption, and what ``read``
-        does; a photograph without a face has not passed.
+        Returns what ``idphoto check --json`` prints: ``passed``, and as ``checks`` of the document and ``measures`` of
+        the face each value with its unit and limits. Of an array the file is not measured: no resolution, no size.
+        Raises UnknownPreset, BadOption, and what ``read`` does; a photograph without a face has not passed.
 
         >>> import idphoto
         >>> made = idphoto.make(sample, preset="schengen-visa")

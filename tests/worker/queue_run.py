@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import re
 import subprocess
 import tempfile
 import time
@@ -141,15 +142,21 @@ class QueueRun(unittest.TestCase):
 
         return worker, metrics
 
-    def busy_child(self, worker, metrics):
-        """The process that computes for a worker of one photograph at once; none when the worker has ended."""
+    def busy_child(self, worker, metrics, started=1):
+        """The process that computes for a worker of one photograph at once; none when the worker has ended.
+
+        `started`: how many processes the worker has begun by then, with this one, at least: just after one was killed
+        the counts are still those of before."""
         def busy():
             if worker.poll() is not None:
                 return "none"
             try:
                 before = children_of(worker.pid)
                 # The one that is busy, not one that has taken the place of one that was.
-                return "\nidphoto_children_busy 1\n" in metrics() and before == children_of(worker.pid) and before
+                counts = metrics()
+                begun = int(re.search(r"^idphoto_children_started_total (\d+)$", counts, re.M)[1])
+                is_busy = begun >= started and "\nidphoto_children_busy 1\n" in counts
+                return is_busy and before == children_of(worker.pid) and before
             except OSError:
                 return None
 

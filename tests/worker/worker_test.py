@@ -67,7 +67,8 @@ class Work(QueueRun):
         worker, metrics = self.worker_with_metrics("--jobs", "1", "--drain")
         killed = []
         for number in (signal.SIGKILL, signal.SIGSEGV, signal.SIGKILL):
-            child = wait_for(lambda: (one := self.busy_child(worker, metrics)) not in killed and one)
+            child = self.busy_child(worker, metrics, started=len(killed) + 1)
+            self.assertNotIn(child, killed)
             os.kill(child, number)
             killed.append(child)
         said = self.end(worker)
