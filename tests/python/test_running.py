@@ -101,7 +101,7 @@ def test_ctrl_c_during_a_call_comes_back(sample):
         "large = idphoto.read(sys.argv[1]).repeat(8, 0).repeat(8, 1)\n"
         "print('begun', flush=True)\n"
         "while True:\n"
-        "    idphoto.make(large, order='rgb', preset='schengen-visa', beauty='strong')\n"
+        "    idphoto.make(large, order='rgb', size='35x45mm', head='32-36mm', beauty='strong')\n"
     )
     running = subprocess.Popen([sys.executable, "-c", program, sample], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     try:

@@ -87,11 +87,9 @@ class Work(QueueRun):
         self.submit("in", "-o", "out", *self.preset)
         worker, metrics = self.worker_with_metrics("--jobs", "1", "--drain", "--timeout", "1")
         stopped = []
-        while (child := self.busy_child(worker, metrics)) is not None:
-            if child not in stopped:
-                os.kill(child, signal.SIGSTOP)
-                stopped.append(child)
-            time.sleep(0.05)
+        while (child := self.busy_child(worker, metrics, started=len(stopped) + 1)) is not None:
+            os.kill(child, signal.SIGSTOP)
+            stopped.append(child)
         self.end(worker)
         self.assertEqual(len(stopped), 3)
         line, = self.collect(status=1)
