@@ -234,7 +234,8 @@ void AddWorkCommand(CLI::App& app, int* status) {
   AddQueueOptions(*command, &options->queue);
   AddLimits(*command, options.get());
   AddPlaces(*command, options.get());
-  command->add_flag("--drain", options->drain, "End when nothing waits and, in a folder, nothing is in anybody's hands");
+  command->add_flag("--drain", options->drain,
+                    "End when nothing waits and, in a folder, nothing is in anybody's hands");
   command->add_option("--metrics", options->metrics, "Show counts for Prometheus there, at /metrics")
       ->type_name("ADDRESS:PORT");
   command->add_option("--config", options->config, "File with more of these options, a line for each: jobs = 4")
