@@ -79,20 +79,26 @@ def test_memory_stays_flat(sample):
     assert resident() - before < 8 << 20 and sys.getrefcount(array) == references
 
 
+def first_line_before_ctrl_c(program, sample):
+    """What a program says first; it must end by the interrupt that it gets then."""
+    running = subprocess.Popen([sys.executable, "-c", program, sample], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    try:
+        line = running.stdout.readline()
+        running.send_signal(signal.SIGINT)
+        _, errors = running.communicate(timeout=120)
+    finally:
+        running.kill()
+    assert b"KeyboardInterrupt" in errors and running.returncode in (-signal.SIGINT, 130)
+    return line
+
+
 def test_ctrl_c_ends_a_batch(sample):
     program = (
         "import idphoto, itertools, sys\n"
         "for _, made in idphoto.batch(itertools.repeat(sys.argv[1]), jobs=2, preset='schengen-visa'):\n"
         "    print(len(made.data), flush=True)\n"
     )
-    running = subprocess.Popen([sys.executable, "-c", program, sample], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-    try:
-        assert int(running.stdout.readline()) > 0
-        running.send_signal(signal.SIGINT)
-        _, errors = running.communicate(timeout=120)
-    finally:
-        running.kill()
-    assert b"KeyboardInterrupt" in errors and running.returncode in (-signal.SIGINT, 130)
+    assert int(first_line_before_ctrl_c(program, sample)) > 0
 
 
 def test_ctrl_c_during_a_call_comes_back(sample):
@@ -103,14 +109,7 @@ def test_ctrl_c_during_a_call_comes_back(sample):
         "while True:\n"
         "    idphoto.make(large, order='rgb', size='35x45mm', head='32-36mm', beauty='strong')\n"
     )
-    running = subprocess.Popen([sys.executable, "-c", program, sample], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-    try:
-        assert running.stdout.readline() == b"begun\n"
-        running.send_signal(signal.SIGINT)
-        _, errors = running.communicate(timeout=120)
-    finally:
-        running.kill()
-    assert b"KeyboardInterrupt" in errors and running.returncode in (-signal.SIGINT, 130)
+    assert first_line_before_ctrl_c(program, sample) == b"begun\n"
 
 
 def worked_in_a_fork(sample):
