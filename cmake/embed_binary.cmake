@@ -8,17 +8,23 @@ function(embed_binary target symbol file)
   endif()
   set(assembly ${CMAKE_CURRENT_BINARY_DIR}/${symbol}.S)
   file(CONFIGURE OUTPUT ${assembly} @ONLY CONTENT [[
+#if defined(_WIN32)
+  .section .rdata,"dr"
+#else
   .section .rodata
+  .hidden @symbol@
+  .hidden @symbol@_end
+#endif
   .balign 64
   .global @symbol@
-  .hidden @symbol@
 @symbol@:
   .incbin "@file@"@range@
   .global @symbol@_end
-  .hidden @symbol@_end
 @symbol@_end:
   .byte 0
+#if !defined(_WIN32)
   .section .note.GNU-stack,"",@progbits
+#endif
 ]])
   set_source_files_properties(${assembly} PROPERTIES OBJECT_DEPENDS ${file})
   target_sources(${target} PRIVATE ${assembly})
