@@ -10,6 +10,13 @@ function(embed_binary target symbol file)
   file(CONFIGURE OUTPUT ${assembly} @ONLY CONTENT [[
 #if defined(_WIN32)
   .section .rdata,"dr"
+#elif defined(__wasm__)
+  .section .rodata.@symbol@,"",@
+  .hidden @symbol@
+  .hidden @symbol@_end
+  .type @symbol@,@object
+  .type @symbol@_end,@object
+  .size @symbol@_end, 1
 #else
   .section .rodata
   .hidden @symbol@
@@ -19,10 +26,13 @@ function(embed_binary target symbol file)
   .global @symbol@
 @symbol@:
   .incbin "@file@"@range@
+#if defined(__wasm__)
+  .size @symbol@, .-@symbol@
+#endif
   .global @symbol@_end
 @symbol@_end:
   .byte 0
-#if !defined(_WIN32)
+#if !defined(_WIN32) && !defined(__wasm__)
   .section .note.GNU-stack,"",@progbits
 #endif
 ]])
