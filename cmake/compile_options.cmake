@@ -17,6 +17,17 @@ endif()
 # Results are defined to the bit: no product may be fused into a sum, whatever the processor offers.
 add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-ffp-contract=off>)
 
+# keep_unfused(TARGET): for what decides bytes. GCC 12 fuses alternating sums and differences in spite of the option above
+# once it may use such instructions, which AVX-512 brings too. A target's own options come after CMAKE_CXX_FLAGS, so no
+# -march there brings them back.
+function(keep_unfused target)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64|i.86)$")
+    foreach(option -mno-fma -mno-fma4 -mno-avx512f)
+      target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:${option}>)
+    endforeach()
+  endif()
+endfunction()
+
 add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-Wall> $<$<COMPILE_LANGUAGE:C,CXX>:-Wextra>
                     $<$<COMPILE_LANGUAGE:C,CXX>:-Wpedantic> $<$<COMPILE_LANGUAGE:C,CXX>:-Wconversion>)
 if(QX_WERROR)

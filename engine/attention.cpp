@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/exact_math.h"
+
 namespace qx::face {
 namespace {
 
@@ -24,7 +26,7 @@ const MeshSubset kRightEye = {kRightEyeSubset.data(), kRightEyeSubset.size(), 36
 Affine PatchTransform(const MeshPoints& mesh, const MeshSubset& subset) {
   const auto at = [&mesh](int index) { return mesh[static_cast<size_t>(index)]; };
   const Point direction = at(subset.right) - at(subset.left);
-  const double angle = std::atan2(direction.y, direction.x), c = std::cos(angle), s = std::sin(angle);
+  const double angle = exact::Atan2(direction.y, direction.x), c = exact::Cos(angle), s = exact::Sin(angle);
   Box box{1e30, 1e30, -1e30, -1e30};
   for (size_t i = 0; i < subset.count; ++i) {
     const Point p = kMapScale * at(subset.indices[i]);

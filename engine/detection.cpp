@@ -6,19 +6,20 @@
 #include <limits>
 #include <tuple>
 
+#include "base/exact_math.h"
 #include "engine/windows.h"
 
 namespace qx::face {
 namespace {
 
 double Sigmoid(double logit) {
-  return 1 / (1 + std::exp(-std::clamp(logit, -100.0, 100.0)));
+  return 1 / (1 + exact::Exp(-std::clamp(logit, -100.0, 100.0)));
 }
 
 // A logit safely below that of any score of `threshold` or more.
 double LogitBelow(double threshold) {
   if (!(threshold > 0)) return -std::numeric_limits<double>::infinity();
-  return threshold < 1 ? std::log(threshold / (1 - threshold)) - 0.001 : 10;
+  return threshold < 1 ? exact::Log(threshold / (1 - threshold)) - 0.001 : 10;
 }
 
 Detection DecodeAnchor(const float* raw, Point anchor, double score) {

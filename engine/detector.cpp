@@ -5,6 +5,8 @@
 #include <iterator>
 #include <utility>
 
+#include "base/exact_math.h"
+
 namespace qx::face {
 namespace {
 
@@ -36,7 +38,7 @@ Point CentreOf(const Detection& d) {
 
 double AngleOf(const Detection& d) {
   const Point along = d.rightEye - d.leftEye;
-  return std::atan2(along.y, along.x);
+  return exact::Atan2(along.y, along.x);
 }
 
 double Size(const Detection& d) {

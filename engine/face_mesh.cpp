@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "base/exact_math.h"
+
 namespace qx::face {
 namespace {
 
@@ -38,11 +40,11 @@ Region RegionOfBox(Point centre, double side, double angle) {
 
 double EyeAngle(const MeshPoints& points) {
   const Point along = points[kRightEyeCorner] - points[kLeftEyeCorner];
-  return std::atan2(along.y, along.x);
+  return exact::Atan2(along.y, along.x);
 }
 
 Region RegionOfMesh(const MeshPoints& points) {
-  const double angle = EyeAngle(points), c = std::cos(angle), s = std::sin(angle);
+  const double angle = EyeAngle(points), c = exact::Cos(angle), s = exact::Sin(angle);
   Box box{1e30, 1e30, -1e30, -1e30};
   for (const Point& p : points) {
     const double u = p.x * c + p.y * s, v = p.y * c - p.x * s;
@@ -56,7 +58,7 @@ FaceSquare SquareOfMesh(const MeshPoints& points) {
   constexpr double kSide = 1.8, kAboveEyes = 0.55;
   const Point eyes = Mean(points[kLeftEyeCorner], points[kRightEyeCorner]);
   const double angle = EyeAngle(points);
-  const Point down{-std::sin(angle), std::cos(angle)};
+  const Point down{-exact::Sin(angle), exact::Cos(angle)};
   const Point toChin = points[kChin] - eyes;
   const double chin = toChin.x * down.x + toChin.y * down.y;
   const double unit = std::max(Distance(points[kLeftEyeCorner], points[kRightEyeCorner]), chin / (kSide - kAboveEyes));
@@ -76,7 +78,7 @@ bool FaceMeshNetwork::Find(const GreyView& image, const Region& region, bool ref
     mesh->points[i] = {raw[3 * i], raw[3 * i + 1]};
     mesh->depth[i] = raw[3 * i + 2] * region.side / kImageSide;
   }
-  mesh->presence = 1 / (1 + std::exp(-static_cast<double>(base->network->Output(2)[0])));
+  mesh->presence = 1 / (1 + exact::Exp(-static_cast<double>(base->network->Output(2)[0])));
   if (refine) {
     const auto parts = refining_->Borrow();
     const MeshPoints points = mesh->points;

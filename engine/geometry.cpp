@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/exact_math.h"
+
 namespace qx::face {
 namespace {
 
@@ -37,7 +39,7 @@ int TurnOfCorners(const int32_t corners[8]) {
   const Point down = (at(2) - at(0)) + (at(3) - at(1));
   // The down axis turned back by a quarter agrees with the right axis; together they survive a box cut to a line.
   const Point axis = right + Point{down.y, -down.x};
-  return NearestTurn(std::atan2(axis.y, axis.x));
+  return NearestTurn(exact::Atan2(axis.y, axis.x));
 }
 
 }  // namespace
@@ -55,7 +57,8 @@ Point Mean(Point a, Point b) {
   return 0.5 * (a + b);
 }
 double Distance(Point a, Point b) {
-  return std::hypot(a.x - b.x, a.y - b.y);
+  const double x = a.x - b.x, y = a.y - b.y;
+  return std::sqrt(x * x + y * y);
 }
 
 double Area(const Box& box) {
@@ -79,7 +82,7 @@ double IntersectionOverSmaller(const Box& a, const Box& b) {
 }
 
 Point FromRegion(const Region& region, double u, double v) {
-  const double c = std::cos(region.angle), s = std::sin(region.angle);
+  const double c = exact::Cos(region.angle), s = exact::Sin(region.angle);
   const double x = (u - 0.5) * region.side, y = (v - 0.5) * region.side;
   return {region.centre.x + x * c - y * s, region.centre.y + x * s + y * c};
 }

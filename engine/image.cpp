@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/exact_math.h"
+
 namespace qx::face {
 namespace {
 
@@ -78,7 +80,7 @@ void ClipAxis(double low, double high, int extent, int* first, int* count) {
 }
 
 PixelRect RectAround(const Region& region, const GreyView& image) {
-  const double reach = region.side / 2 * (std::abs(std::cos(region.angle)) + std::abs(std::sin(region.angle)));
+  const double reach = region.side / 2 * (std::abs(exact::Cos(region.angle)) + std::abs(exact::Sin(region.angle)));
   PixelRect rect;
   ClipAxis(region.centre.x - reach, region.centre.x + reach, image.width, &rect.left, &rect.width);
   ClipAxis(region.centre.y - reach, region.centre.y + reach, image.height, &rect.top, &rect.height);
@@ -128,7 +130,7 @@ void SampleRegion(const GreyView& image, const Region& region, int size, float* 
   const GreyImage source = ShrinkArea(image, rect, Reduced(rect.width, ratio), Reduced(rect.height, ratio));
   const double scaleX = static_cast<double>(source.width) / rect.width;
   const double scaleY = static_cast<double>(source.height) / rect.height;
-  const double c = std::cos(region.angle) * ratio, s = std::sin(region.angle) * ratio;
+  const double c = exact::Cos(region.angle) * ratio, s = exact::Sin(region.angle) * ratio;
   for (int v = 0; v < size; ++v) {
     for (int u = 0; u < size; ++u) {
       const double dx = u + 0.5 - 0.5 * size, dy = v + 0.5 - 0.5 * size;

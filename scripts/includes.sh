@@ -9,7 +9,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 rooms=(python cli/commands cli/queue cli/batch cli web server/adapter server server/description worker server/children server/http queue/amqp queue orders orders/options codec jobs
   photo photo/drawing photo/check photo/sheet photo/render photo/place photo/foreground photo/person photo/face photo/document photo/base
   src/api src/quality src/beauty src/beauty/skin src/beauty/spots src/beauty/shape src/beauty/detail
-  src/mask src/crop src/face src/kernels src/base include engine nn)
+  src/mask src/crop src/face src/kernels include engine nn src/base)
 
 # room_of PATH: the innermost room that holds a file, as its includes name it.
 room_of() {

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "base/exact_math.h"
+
 namespace qx::photo {
 
 double Distance(PlacePoint a, PlacePoint b) {
@@ -14,8 +16,8 @@ PlacePoint Middle(PlacePoint a, PlacePoint b) {
 }
 
 Turn::Turn(double degrees, PlacePoint centre)
-    : cos_(std::cos(degrees * (3.14159265358979323846 / 180))),
-      sin_(std::sin(degrees * (3.14159265358979323846 / 180))),
+    : cos_(exact::Cos(degrees * (3.14159265358979323846 / 180))),
+      sin_(exact::Sin(degrees * (3.14159265358979323846 / 180))),
       centre_(centre) {}
 
 PlacePoint Turn::operator()(PlacePoint p) const {

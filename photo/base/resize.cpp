@@ -5,6 +5,8 @@
 #include <limits>
 #include <vector>
 
+#include "base/exact_math.h"
+
 namespace qx::photo {
 namespace {
 
@@ -14,7 +16,7 @@ constexpr double kPi = 3.14159265358979323846;
 double Lanczos(double x) {
   if (x == 0) return 1;
   if (std::abs(x) >= kLobes) return 0;
-  return kLobes * std::sin(kPi * x) * std::sin(kPi * x / kLobes) / (kPi * kPi * x * x);
+  return kLobes * exact::QuickSin(kPi * x) * exact::QuickSin(kPi * x / kLobes) / (kPi * kPi * x * x);
 }
 
 constexpr int32_t kTapsAtOnce = 4;  // so that the processor's registers are full

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "base/exact_math.h"
+
 namespace qx::photo {
 namespace {
 
@@ -18,7 +20,7 @@ const std::array<double, 256>& LinearTable() {
 // The cube root, continued by a straight line towards black (CIE 15).
 double Lightness(double share) {
   constexpr double kDark = 216.0 / 24389, kSlope = 24389.0 / 27;
-  return share > kDark ? std::cbrt(share) : (kSlope * share + 16) / 116;
+  return share > kDark ? exact::Cbrt(share) : (kSlope * share + 16) / 116;
 }
 
 // Of linear light.
@@ -39,7 +41,7 @@ double Distance(const Lab& from, const Lab& to) {
 
 double LinearLight(double value) {
   const double c = value / 255;
-  return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+  return c <= 0.04045 ? c / 12.92 : exact::Pow((c + 0.055) / 1.055, 2.4);
 }
 
 uint8_t Luminance(const uint8_t* bgr) {

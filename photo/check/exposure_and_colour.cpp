@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/exact_math.h"
 #include "photo/check/colour.h"
 #include "photo/check/face_view.h"
 
@@ -39,7 +40,7 @@ double Share(const Histogram& histogram, int from, int to) {
 }
 
 double Logistic(double x, double x0, double w) {
-  return 1 / (1 + std::exp((x0 - x) / w));
+  return 1 / (1 + exact::Exp((x0 - x) / w));
 }
 
 // The squares below the eyes, inward of them, the left one first.
@@ -54,18 +55,19 @@ std::array<PixelBox, 2> Zones(const AlignedFace& face) {
 }
 
 void MeasureLuminance(const Histogram& all, MeasureList* list) {
+  constexpr double kLog2 = 0.693147180559945309;
   double mean = 0, square = 0, entropy = 0;
   for (size_t i = 0; i < all.size(); ++i) {
     const double y = static_cast<double>(i) / 255;
     mean += all[i] * y;
     square += all[i] * y * y;
-    if (all[i] > 0) entropy -= all[i] * std::log2(all[i]);
+    if (all[i] > 0) entropy -= all[i] * (exact::Log(all[i]) / kLog2);
   }
   const double variance = std::max(0.0, square - mean * mean);
   list->Judge(MeasureId::kLuminanceMean, mean).score =
       RoundScore(100 * Logistic(mean, 0.2, 0.05) * (1 - Logistic(mean, 0.8, 0.05)));
   list->Judge(MeasureId::kLuminanceVariance, variance).score =
-      RoundScore(100 * std::sin(kPi * 60 * variance / (60 * variance + 1)));
+      RoundScore(100 * exact::Sin(kPi * 60 * variance / (60 * variance + 1)));
   list->Judge(MeasureId::kDynamicRange, entropy, "the face has hardly any contrast: use more light").score =
       RoundScore(12.5 * entropy);
 }
@@ -108,7 +110,7 @@ void MeasureUniformity(const AlignedFace& face, const std::array<PixelBox, 2>& z
   }
   double common = 0;
   for (size_t i = 0; i < left.size(); ++i) common += std::min(left[i], right[i]);
-  list->Judge(MeasureId::kIlluminationUniformity, common).score = RoundScore(100 * std::pow(common, 0.3));
+  list->Judge(MeasureId::kIlluminationUniformity, common).score = RoundScore(100 * exact::Pow(common, 0.3));
 }
 
 void MeasureNaturalColour(const AlignedFace& face, const std::array<PixelBox, 2>& zones, MeasureList* list) {

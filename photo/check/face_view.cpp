@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "base/exact_math.h"
+
 namespace qx::photo {
 
 double Percentile(std::vector<double> values, double share) {
@@ -71,9 +73,9 @@ Floats Blur(const Floats& plane, int32_t width, int32_t height, double sigma) {
   const auto reach = static_cast<int32_t>(std::ceil(4 * sigma));
   std::vector<float> weights;
   double sum = 0;
-  for (int32_t i = -reach; i <= reach; ++i) sum += std::exp(-0.5 * i * i / (sigma * sigma));
+  for (int32_t i = -reach; i <= reach; ++i) sum += exact::Exp(-0.5 * i * i / (sigma * sigma));
   for (int32_t i = -reach; i <= reach; ++i) {
-    weights.push_back(static_cast<float>(std::exp(-0.5 * i * i / (sigma * sigma)) / sum));
+    weights.push_back(static_cast<float>(exact::Exp(-0.5 * i * i / (sigma * sigma)) / sum));
   }
   const auto row = [width](auto& p, int32_t y) {
     return p.data() + static_cast<size_t>(y) * static_cast<size_t>(width);

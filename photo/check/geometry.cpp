@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/exact_math.h"
 #include "photo/check/face_view.h"
 
 namespace qx::photo {
@@ -32,7 +33,7 @@ void MeasureGeometry(const FaceView& view, MeasureList* list) {
   const double between = Distance(eyes[0], eyes[1]), toChin = Distance(middle, view.mesh[152]);
   constexpr double kDegrees = 180 / 3.14159265358979323846;
   // Without a pose as if the head were not turned: never too large.
-  const double cosine = view.pose ? std::cos(view.pose->yaw / kDegrees) : 1;
+  const double cosine = view.pose ? exact::Cos(view.pose->yaw / kDegrees) : 1;
   list->Judge(MeasureId::kInterEyeDistance, cosine > 1e-3 ? between / cosine : std::nan(""),
               "the face has too few pixels: come closer or use a better camera");
   const double size = toChin / height;

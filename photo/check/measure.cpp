@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "base/exact_math.h"
+
 namespace qx::photo {
 namespace {
 
@@ -105,7 +107,7 @@ double RoundScore(double score) {
 }
 
 double Sigmoid::operator()(double x) const {
-  return RoundScore(h * (a + s / (1 + std::exp((x0 - x) / w))));
+  return RoundScore(h * (a + s / (1 + exact::Exp((x0 - x) / w))));
 }
 
 const MeasureRow& RowOf(MeasureId id) {

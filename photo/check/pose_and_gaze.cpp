@@ -2,6 +2,7 @@
 #include <cmath>
 #include <string>
 
+#include "base/exact_math.h"
 #include "photo/check/face_view.h"
 
 namespace qx::photo {
@@ -14,7 +15,7 @@ std::string Whole(double degrees) {
 }
 
 void JudgeAngle(MeasureId id, double degrees, const std::string& advice, MeasureList* list) {
-  const double cosine = std::max(0.0, std::cos(degrees / kDegrees));
+  const double cosine = std::max(0.0, exact::Cos(degrees / kDegrees));
   list->Judge(id, degrees, advice).score = RoundScore(100 * cosine * cosine);
 }
 
@@ -43,8 +44,8 @@ double Gaze(const FaceMesh& mesh, double yaw) {
     const double along = ((iris.x - middle.x) * (right.x - left.x) + (iris.y - middle.y) * (right.y - left.y)) / width;
     sum += along / (width / 2);
   }
-  const double aside = (sum / 2 + kBehindIris * std::sin(yaw / kDegrees)) / kEyeRadius;
-  return std::asin(std::clamp(aside, -1.0, 1.0)) * kDegrees;
+  const double aside = (sum / 2 + kBehindIris * exact::Sin(yaw / kDegrees)) / kEyeRadius;
+  return exact::Asin(std::clamp(aside, -1.0, 1.0)) * kDegrees;
 }
 
 void MeasureGaze(const FaceView& view, MeasureList* list) {

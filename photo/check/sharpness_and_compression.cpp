@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/exact_math.h"
 #include "photo/check/colour.h"
 #include "photo/check/face_view.h"
 
@@ -80,7 +81,7 @@ Floats BlurAlong(const Part& part, int32_t aside, int32_t down, double sigma) {
   }
   std::vector<float> weights;
   double sum = 0;
-  const auto bell = [&](int32_t i) { return std::exp(-0.5 * Square(i * step / sigma)); };
+  const auto bell = [&](int32_t i) { return exact::Exp(-0.5 * Square(i * step / sigma)); };
   for (int32_t i = -reach; i <= reach; ++i) sum += bell(i);
   for (int32_t i = -reach; i <= reach; ++i) weights.push_back(static_cast<float>(bell(i) / sum));
   Floats blurred(part.luma.size());

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/exact_math.h"
 #include "face/face_engine.h"
 #include "face/face_record.h"
 #include "face/grey_convert.h"
@@ -72,7 +73,7 @@ ProbedFace Describe(FaceEngine* engine, const ImageView& grey, FaceEntry entry) 
 double ProbedFace::Roll() const {
   const double dx = static_cast<double>(keyPoints[1].x) - keyPoints[0].x;
   const double dy = static_cast<double>(keyPoints[1].y) - keyPoints[0].y;
-  const double degrees = std::atan2(dy, dx) * (180 / 3.14159265358979323846), fine = fineRoll / 100.0;
+  const double degrees = exact::Atan2(dy, dx) * (180 / 3.14159265358979323846), fine = fineRoll / 100.0;
   const double roll = fine + 90 * static_cast<double>(std::lround((degrees - fine) / 90));
   return roll > 180 ? roll - 360 : roll <= -180 ? roll + 360 : roll;
 }

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "base/exact_math.h"
+
 namespace qx::photo {
 namespace {
 
@@ -168,9 +170,9 @@ std::optional<HeadPose> FindHeadPose(const FaceMesh& mesh) {
   if (!(scale > 1e-9)) return std::nullopt;
   constexpr double kDegrees = 180 / 3.14159265358979323846;
   HeadPose pose;
-  pose.yaw = std::atan2(r[0][2], r[2][2]) * kDegrees;
-  pose.pitch = std::asin(std::clamp(-r[1][2], -1.0, 1.0)) * kDegrees;
-  pose.roll = std::atan2(r[1][0], r[1][1]) * kDegrees;
+  pose.yaw = exact::Atan2(r[0][2], r[2][2]) * kDegrees;
+  pose.pitch = exact::Asin(std::clamp(-r[1][2], -1.0, 1.0)) * kDegrees;
+  pose.roll = exact::Atan2(r[1][0], r[1][1]) * kDegrees;
   for (size_t i = 0; i < pose.mouth.size(); ++i) {
     const auto d = Values(SeenPoint(mesh, kFittedPoints + i) - sums.seen);
     const auto back = [&](size_t axis) { return (r[0][axis] * d[0] + r[1][axis] * d[1] + r[2][axis] * d[2]) / scale; };

@@ -235,7 +235,8 @@ class LongGroups {
 
 double EyeDistance(const ProbedFace& face) {
   const Point &a = face.keyPoints[0], &b = face.keyPoints[1];
-  return std::hypot(static_cast<double>(b.x) - a.x, static_cast<double>(b.y) - a.y);
+  const double x = static_cast<double>(b.x) - a.x, y = static_cast<double>(b.y) - a.y;
+  return std::sqrt(x * x + y * y);
 }
 
 // The mean over the square of three cells a side around each cell, as far as it lies in the grid.

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/exact_math.h"
 #include "photo/render/extend_colours.h"
 
 namespace qx::photo {
@@ -22,7 +23,7 @@ using Pixel = float __attribute__((vector_size(16)));
 double Lanczos(double x) {
   if (x == 0) return 1;
   if (std::abs(x) >= kLobes) return 0;
-  return kLobes * std::sin(kPi * x) * std::sin(kPi * x / kLobes) / (kPi * kPi * x * x);
+  return kLobes * exact::QuickSin(kPi * x) * exact::QuickSin(kPi * x / kLobes) / (kPi * kPi * x * x);
 }
 
 // The kernel's weights at every phase, stretched when the picture shrinks.

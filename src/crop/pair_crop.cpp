@@ -6,6 +6,7 @@
 #include <limits>
 #include <utility>
 
+#include "base/exact_math.h"
 #include "crop/crop_geometry.h"
 #include "crop/resample.h"
 
@@ -39,7 +40,7 @@ void FrameFace(const CropSettings& settings, FaceRecord* face) {
   face->scale = bounded ? static_cast<double>(face->naturalWidth) / settings.lrBound : 1.0;
 
   const QuarterTurn turn = NearestQuarterTurn(
-      std::atan2(static_cast<double>(WrapSub(right.y, left.y)), static_cast<double>(WrapSub(right.x, left.x))));
+      exact::Atan2(static_cast<double>(WrapSub(right.y, left.y)), static_cast<double>(WrapSub(right.x, left.x))));
   face->rotCos = turn.cos;
   face->rotSin = turn.sin;
 }

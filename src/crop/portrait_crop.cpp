@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/exact_math.h"
 #include "crop/crop_geometry.h"
 #include "crop/resample.h"
 
@@ -47,7 +48,7 @@ Frame ChooseSize(const CropSettings& settings, FaceRecord* face) {
 void ChooseTurn(FaceRecord* face) {
   const Point left = face->source.keyPoints[kLeftEyeCentre], right = face->source.keyPoints[kRightEyeCentre];
   const QuarterTurn turn = NearestQuarterTurn(
-      -std::atan2(static_cast<double>(WrapSub(right.y, left.y)), static_cast<double>(WrapSub(right.x, left.x))));
+      -exact::Atan2(static_cast<double>(WrapSub(right.y, left.y)), static_cast<double>(WrapSub(right.x, left.x))));
   face->rotCos = turn.cos;
   face->rotSin = turn.sin;
 }

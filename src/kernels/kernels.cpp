@@ -4,7 +4,8 @@
 
 #if defined(QX_KERNELS_AVX2)
 #include <cpuid.h>
-
+#endif
+#if defined(QX_KERNELS_AVX2) || defined(QX_KERNELS_NEON)
 #include <atomic>
 #endif
 
@@ -64,6 +65,28 @@ void UsePlainKernels(bool plain) {
 
 const BeautyKernels& ActiveBeautyKernels() {
   return &ActiveKernels() == &avx2::kKernels ? avx2::kBeautyKernels : generic::kBeautyKernels;
+}
+
+#elif defined(QX_KERNELS_NEON)
+
+namespace neon {
+extern const Kernels kKernels;
+}  // namespace neon
+
+namespace {
+
+std::atomic<const Kernels*> active{&neon::kKernels};
+
+}  // namespace
+
+const Kernels& ActiveKernels() {
+  return *active.load(std::memory_order_relaxed);
+}
+void UsePlainKernels(bool plain) {
+  active.store(plain ? &generic::kKernels : &neon::kKernels, std::memory_order_relaxed);
+}
+const BeautyKernels& ActiveBeautyKernels() {
+  return generic::kBeautyKernels;
 }
 
 #else

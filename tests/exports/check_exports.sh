@@ -30,6 +30,15 @@ expect "exports of the engine" "$engine_api" "$(defined "$engine")"
 # Another engine can stand in front only when the library leaves every one of these to the dynamic linker.
 expect "engine functions that the library wants" "$engine_api" "$(comm -12 <(echo "$engine_api") <(wanted "$library"))"
 
+# Of the C library's mathematics, what IEEE 754 defines to the bit; the last bits of all else are the machine's.
+exact=$'ceil\nceilf\nfloor\nfloorf\nlround\nlroundf\nround\nsqrt\nsqrtf\ntrunc'
+mathematics=$(nm -D --undefined-only "$library" | awk '{ print $NF }' | grep -E "^a?(exp|log|pow|cbrt|sin|cos|tan|hypot|fma|ceil|floor|l?round|sqrt|trunc)[a-z0-9]*@" | sed 's/@.*//' | sort || true)
+expect "mathematics of the C library" "" "$(comm -13 <(echo "$exact") <(echo "$mathematics"))"
+
+# No product fused into a sum, on x86 nor on arm64, whatever processor the compiler was told to build for.
+fused=$(objdump -d --no-show-raw-insn "$library" | grep -E '\s(vf(n)?m(add|sub)|fn?m(add|sub)\s|fml[as]\s)' | awk '{ print $2 }' | sort | uniq -c || true)
+expect "fused multiply-add in the library" "" "$fused"
+
 expect "soname of the library" libqx_idp.so.0 "$(dynamic "$library" SONAME)"
 expect "soname of the engine" libQX_FaceSDK.so.0 "$(dynamic "$engine" SONAME)"
 allowed=$'libQX_FaceSDK.so.0\nlibc.so.6\nlibgcc_s.so.1\nlibm.so.6\nlibstdc++.so.6'

@@ -58,6 +58,14 @@ std::vector<double> BoxSum(std::vector<double> values, int32_t width, int32_t he
   return values;
 }
 
+// Functions in single precision: the double ones, rounded once.
+template <double (*kFunction)(double)>
+float Single(float x) {
+  return static_cast<float>(kFunction(static_cast<double>(x)));
+}
+constexpr auto Exp = Single<::exp>, Log = Single<::log>, Sin = Single<::sin>, Tan = Single<::tan>,
+               Asin = Single<::asin>, Atan = Single<::atan>;
+
 }  // namespace
 
 void PlainTone(const uint8_t* image, size_t pixels, int32_t strength, uint8_t* out) {
@@ -81,7 +89,7 @@ void PlainTone(const uint8_t* image, size_t pixels, int32_t strength, uint8_t* o
 
 void PlainLensWarp(const uint8_t* image, int32_t width, int32_t height, const PlainLens& lens, uint8_t* out) {
   std::copy_n(image, At(0, height, width, 3), out);
-  const float spread = -(lens.radius * lens.radius / std::log(0.03f));
+  const float spread = -(lens.radius * lens.radius / Log(0.03f));
   const auto cx = static_cast<float>(lens.centreX), cy = static_cast<float>(lens.centreY);
   const auto reach = static_cast<int32_t>(lens.radius) + 1;
   for (int32_t y = std::max(lens.centreY - reach, 0); y < std::min(lens.centreY + reach + 1, height); ++y) {
@@ -89,13 +97,13 @@ void PlainLensWarp(const uint8_t* image, int32_t width, int32_t height, const Pl
       const float dx = static_cast<float>(x) - cx, dy = static_cast<float>(y) - cy;
       const float r = std::sqrt(dx * dx + dy * dy);
       if (r > lens.radius) continue;
-      const float e = std::exp(r * r / spread);
+      const float e = Exp(r * r / spread);
       const float slope = e * (spread / lens.amount * 0.5f / r);
-      const auto theta = static_cast<float>(1.570796326795 - static_cast<double>(std::atan(slope)));
-      const auto refracted = static_cast<float>(static_cast<double>(std::sin(theta)) / 1.3333333333333333);
-      const float delta = std::tan(theta - std::asin(refracted));
+      const auto theta = static_cast<float>(1.570796326795 - static_cast<double>(Atan(slope)));
+      const auto refracted = static_cast<float>(static_cast<double>(Sin(theta)) / 1.3333333333333333);
+      const float delta = Tan(theta - Asin(refracted));
       if (!(static_cast<double>(std::fabs(delta)) >= 1e-6)) continue;
-      const float shift = (std::exp(-(r * r) / spread) * lens.amount + lens.radius) * delta;
+      const float shift = (Exp(-(r * r) / spread) * lens.amount + lens.radius) * delta;
       const float s = lens.magnify ? r - shift : r + shift;
       const float sx = s * dx / r + cx, sy = s * dy / r + cy;
       uint8_t* to = out + At(x, y, width, 3);

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "base/buffer.h"
+#include "base/exact_math.h"
 #include "base/number.h"
 #include "kernels/beauty_kernels.h"
 
@@ -36,7 +37,7 @@ double EyeAmount(double width, double height, double strength) {
   if (amount >= 5.0) amount = 5.0;
   // Fades in between 15 and 25 pixels of width.
   if (15.0 <= width && width <= 25.0) {
-    amount = amount * std::sin((180 - (width - 15) * 9) * kPi / 180);
+    amount = amount * exact::Sin((180 - (width - 15) * 9) * kPi / 180);
   } else if (width < 15.0) {
     amount = 0;
   }
@@ -59,20 +60,20 @@ LensParams MakeLens(FaceRegion region, const Point* points, double strength) {
     lens.radius = static_cast<float>(3.0 * half);
   }
   lens.amount = static_cast<float>(amount);
-  lens.spread = -(lens.radius * lens.radius / std::log(0.03f));
+  lens.spread = -(lens.radius * lens.radius / exact::Log(0.03f));
   return lens;
 }
 
 // The radius at which a pixel at radius r, at most the lens', takes its colour, or kStays. Everything but the two named
 // steps is computed in single precision.
 float SourceRadius(const LensParams& lens, float r, bool magnify) {
-  const float profile = std::exp(r * r / lens.spread);
+  const float profile = exact::Exp(r * r / lens.spread);
   const float slope = profile * (lens.spread / lens.amount * 0.5f / r);
-  const auto incidence = static_cast<float>(1.570796326795 - static_cast<double>(std::atan(slope)));
-  const auto refracted = static_cast<float>(static_cast<double>(std::sin(incidence)) / 1.3333333333333333);
-  const float deviation = std::tan(incidence - std::asin(refracted));
+  const auto incidence = static_cast<float>(1.570796326795 - static_cast<double>(exact::Atan(slope)));
+  const auto refracted = static_cast<float>(static_cast<double>(exact::Sin(incidence)) / 1.3333333333333333);
+  const float deviation = exact::Tan(incidence - exact::Asin(refracted));
   if (!(static_cast<double>(std::fabs(deviation)) >= 1e-6)) return kStays;
-  const float height = std::exp(-(r * r) / lens.spread);
+  const float height = exact::Exp(-(r * r) / lens.spread);
   const float shift = (height * lens.amount + lens.radius) * deviation;
   return magnify ? r - shift : r + shift;
 }

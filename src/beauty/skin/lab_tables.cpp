@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/exact_math.h"
 #include "base/number.h"
 
 namespace qx {
@@ -14,7 +15,7 @@ constexpr int kLevels = 256;
 double Root(int i) {
   constexpr double kLinearBelow = 0.008856;
   const double t = i / 255.0;
-  return t > kLinearBelow ? std::pow(t, 1.0 / 3.0) : i * 7.787 / 255 + 0.13793103448275862;
+  return t > kLinearBelow ? exact::Pow(t, 1.0 / 3.0) : i * 7.787 / 255 + 0.13793103448275862;
 }
 
 uint8_t Opponent(int centre, double difference) {

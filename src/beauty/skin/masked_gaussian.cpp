@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/buffer.h"
+#include "base/exact_math.h"
 #include "kernels/beauty_kernels.h"
 
 namespace qx {
@@ -19,7 +20,7 @@ bool BuildProducts(double sigma, int32_t reach, const double* levels, Buffer<dou
   double sum = 0;
   for (size_t t = 0; t < taps; ++t) {
     const double i = static_cast<double>(t) - reach;
-    kernel[t] = std::exp(i * i * -0.5 / (sigma * sigma)) / (std::sqrt(6.28318530718) * sigma);
+    kernel[t] = exact::Exp(i * i * -0.5 / (sigma * sigma)) / (std::sqrt(6.28318530718) * sigma);
     sum += kernel[t];
   }
   for (size_t t = 0; t < taps; ++t) {

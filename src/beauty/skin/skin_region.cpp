@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "base/buffer.h"
+#include "base/exact_math.h"
 
 namespace qx {
 namespace {
@@ -12,7 +13,7 @@ struct Turn {
   int32_t sine, cosine;
 
   explicit Turn(double angle)
-      : sine(TruncToInt32(256 * std::sin(angle))), cosine(TruncToInt32(256 * std::cos(angle))) {}
+      : sine(TruncToInt32(256 * exact::Sin(angle))), cosine(TruncToInt32(256 * exact::Cos(angle))) {}
 };
 
 // a * b >> 8, where the product wraps.
@@ -99,7 +100,7 @@ class Ellipse {
 SkinTaper::SkinTaper() {
   for (int i = 0; i <= 100; ++i) {
     const double r = std::sqrt(i / 100.0);
-    values_[i] = r <= 0.5 ? 255 : static_cast<uint8_t>(TruncToInt32((1 - std::cos(r * 6.28318530718)) * 0.5 * 255));
+    values_[i] = r <= 0.5 ? 255 : static_cast<uint8_t>(TruncToInt32((1 - exact::Cos(r * 6.28318530718)) * 0.5 * 255));
   }
 }
 
@@ -107,7 +108,7 @@ void BuildSkinRegion(Point eye0, Point eye1, const SkinTaper& taper, const Mutab
   const int32_t width = region.width, height = region.height;
   const double dx = WrapSub(eye1.x, eye0.x), dy = WrapSub(eye1.y, eye0.y);
   const double d = std::sqrt(dx * dx + dy * dy);
-  const double angle = std::atan2(dy, dx);
+  const double angle = exact::Atan2(dy, dx);
   const double tall = 2.625 * d, wide = 3.5 * d, narrow = 1.75 * d;
   const Turn turn(angle);
   const Point upper = {WrapAdd(eye0.x, eye1.x) / 2, WrapAdd(eye0.y, eye1.y) / 2};

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/buffer.h"
+#include "base/exact_math.h"
 
 namespace qx {
 namespace {
@@ -11,7 +12,7 @@ namespace {
 constexpr double kExponent = -0.3333333333333333;
 
 uint8_t Score(double squares) {
-  return static_cast<uint8_t>(TruncToInt32(std::min(std::exp(squares * kExponent) * 255, 255.0)));
+  return static_cast<uint8_t>(TruncToInt32(std::min(exact::Exp(squares * kExponent) * 255, 255.0)));
 }
 
 // The score by the sum of the squared deviations, without the exponential: it falls by one at each of 255 thresholds,
@@ -19,7 +20,7 @@ uint8_t Score(double squares) {
 class ScoreTable {
  public:
   ScoreTable() {
-    for (int v = 0; v < 256; ++v) thresholds_[v] = v == 0 ? HUGE_VAL : std::log(v / 255.0) / kExponent;
+    for (int v = 0; v < 256; ++v) thresholds_[v] = v == 0 ? HUGE_VAL : exact::Log(v / 255.0) / kExponent;
     int v = 255;
     for (int cell = 0; cell < kCells; ++cell) {
       while (cell / kCellsPerUnit > thresholds_[v] + kHair) --v;

@@ -6,7 +6,7 @@
 #include "api/result.h"
 #include "crop/cut_crops.h"
 #include "crop/portrait_crop.h"
-#include "src/scripted_engine.h"
+#include "src/crop_fixture.h"
 
 namespace qx::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "src/scripted_engine.h"
+#include "src/crop_fixture.h"
 
 namespace qx::test {
 namespace {

@@ -13,7 +13,7 @@
 #include "beauty/shape/contour_warp.h"
 #include "beauty/shape/lens_warp.h"
 #include "beauty/skin_tone.h"
-#include "src/scripted_engine.h"
+#include "src/crop_fixture.h"
 
 namespace qx::test {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "api/result.h"
-#include "src/scripted_engine.h"
+#include "src/crop_fixture.h"
 
 namespace qx::test {
 namespace {
