@@ -35,7 +35,7 @@ Decoder::Decoder(photo::Bytes bytes, const Limits& limits) try {
     file_ = std::move(bytes);
     if (!IsJpeg(file_) && !IsPng(file_)) {
       throw photo::Failure(photo::FailureCode::kNotAPicture,
-                           "is not a photograph in a known format; hand over its pixels, or a JPEG or PNG file");
+                           "is not a photograph in a format that is known here; save it as JPEG or PNG");
     }
     pixels_ = IsPng(file_) ? ReadPng(file_, limits.pixels) : ReadJpeg(file_, limits.pixels);
   }

@@ -58,7 +58,7 @@ photo::Failure Damaged(const std::string& format) {
 
 photo::Failure ForTheBrowser(const std::string& format) {
   return {photo::FailureCode::kNotAPicture,
-          "is a " + format + " file of a kind that is left to the browser; hand over its pixels"};
+          "is a " + format + " file that only a browser's decoder reads, and none has; save it anew as a plain one"};
 }
 
 }  // namespace qx::codec

@@ -32,7 +32,10 @@ export class Core {
     return new Core(wasm);
   }
 
-  /** What is asked for, with the files that the request names. A failure is a reply too; nothing is thrown. */
+  /**
+   * What is asked for, with the files that the request names. A failure is a reply too; what is thrown comes from the
+   * virtual machine, and this core is done for.
+   */
   ask(request: Request, files: readonly Material[]): Reply {
     const asked = new TextEncoder().encode(JSON.stringify({ ...request, files: files.map(({ kind }) => kind) }));
     if (![...files.map(({ pieces }) => pieces), [asked]].every((pieces) => this.put(pieces))) {
