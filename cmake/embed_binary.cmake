@@ -7,28 +7,32 @@ function(embed_binary target symbol file)
     set(range ", ${ARGV3}, ${ARGV4}")
   endif()
   set(assembly ${CMAKE_CURRENT_BINARY_DIR}/${symbol}.S)
-  # Assemblers of ELF files want to be told that no stack holds code, WebAssembly's what each symbol is and how large.
   file(CONFIGURE OUTPUT ${assembly} @ONLY CONTENT [[
-#ifdef __wasm__
+#if defined(_WIN32)
+  .section .rdata,"dr"
+#elif defined(__wasm__)
   .section .rodata.@symbol@,"",@
+  .hidden @symbol@
+  .hidden @symbol@_end
   .type @symbol@,@object
   .type @symbol@_end,@object
+  .size @symbol@_end, 1
 #else
   .section .rodata
+  .hidden @symbol@
+  .hidden @symbol@_end
 #endif
   .balign 64
   .global @symbol@
-  .hidden @symbol@
 @symbol@:
   .incbin "@file@"@range@
+#if defined(__wasm__)
+  .size @symbol@, .-@symbol@
+#endif
   .global @symbol@_end
-  .hidden @symbol@_end
 @symbol@_end:
   .byte 0
-#ifdef __wasm__
-  .size @symbol@, @symbol@_end - @symbol@
-  .size @symbol@_end, 1
-#else
+#if !defined(_WIN32) && !defined(__wasm__)
   .section .note.GNU-stack,"",@progbits
 #endif
 ]])
