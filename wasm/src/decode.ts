@@ -1,9 +1,10 @@
 import type { Material } from "./core";
+import { Failure } from "./failure";
 import type { Given, Photo, Pixels } from "./messages";
 
 /** As the studio wants its pixels: see wasm/codec/decoder.h. */
 function handedOver({ width, height, data, file }: Pixels): Uint8Array[] {
-  if (data.length !== width * height * 4) throw new RangeError("pixels take four bytes each");
+  if (data.length !== width * height * 4) throw new Failure("not_a_picture", "is not as large as it says; pixels take four bytes each");
   const head = new Uint8Array(16);
   head.set(new TextEncoder().encode("QXPIXELS"));
   const numbers = new DataView(head.buffer);

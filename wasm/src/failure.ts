@@ -1,4 +1,4 @@
-import type { FailureField } from "./messages";
+import type { Failed, FailureField } from "./messages";
 
 /** Why something was not done: what the photograph, the options or this machine do not allow. */
 export class Failure extends Error {
@@ -13,4 +13,11 @@ export class Failure extends Error {
     super(text);
     this.name = "Failure";
   }
+}
+
+/** A failure as it is sent; what is none comes from the virtual machine or the network. */
+export function failedOf(reason: unknown): Failed {
+  if (!(reason instanceof Failure)) return { failure: { code: "engine", text: String(reason), fields: [] } };
+  const { code, message, fields } = reason;
+  return { failure: { code, text: message, fields: [...fields] } };
 }

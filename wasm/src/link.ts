@@ -1,8 +1,9 @@
 import type { Core } from "./core";
 import { materialsOf } from "./decode";
+import { failedOf, Failure } from "./failure";
 import type { Asked, Reply } from "./messages";
 
-/** Whoever answers requests, one at a time and in turn. */
+/** Whoever answers requests, one at a time and in turn. Where asking is rejected, there will be no more answers. */
 export interface Link {
   ask(asked: Asked): Promise<Reply>;
   close(): void;
@@ -14,7 +15,7 @@ export class WorkerLink implements Link {
 
   constructor(private readonly worker: Worker) {
     worker.onmessage = ({ data }: MessageEvent<Reply>) => this.take()?.resolve(data);
-    worker.onerror = (event) => this.take()?.reject(new Error(event.message || "the studio's worker cannot be loaded"));
+    worker.onerror = (event) => this.take()?.reject(new Failure("engine", event.message || "the studio's worker cannot be loaded"));
   }
 
   ask(asked: Asked): Promise<Reply> {
@@ -26,7 +27,7 @@ export class WorkerLink implements Link {
 
   close(): void {
     this.worker.terminate();
-    this.take()?.reject(new Error("the studio is closed"));
+    this.take()?.reject(new Failure("closed", "the studio was closed"));
   }
 
   private take() {
@@ -41,7 +42,11 @@ export class CoreLink implements Link {
   constructor(private readonly core: Core) {}
 
   async ask({ request, files }: Asked): Promise<Reply> {
-    return this.core.ask(request, await materialsOf(files));
+    try {
+      return this.core.ask(request, await materialsOf(files));
+    } catch (reason) {
+      return failedOf(reason);
+    }
   }
 
   close(): void {

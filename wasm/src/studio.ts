@@ -51,7 +51,8 @@ function pairsOf(options: object): Pairs {
 
 /**
  * Everything that is made of photographs, in the browser: options, pictures and reports are those of the command line.
- * Calls are answered in turn, by a worker that starts with the first. Every call rejects with a Failure.
+ * Calls are answered in turn, by a worker that starts with the first. Every call rejects with a Failure, or with the
+ * reason of the signal that has ended it.
  */
 export class Studio {
   private link: Link | undefined;
@@ -156,7 +157,10 @@ export class Studio {
   private ask(asked: Asked, { signal }: CallOptions = {}): Promise<Answer> {
     const answer = this.last.then(() => {
       signal?.throwIfAborted();
-      return (this.link ??= this.start()).ask(asked);
+      return (this.link ??= this.start()).ask(asked).catch((reason: unknown) => {
+        this.close(); // for a new worker with the next call
+        throw reason;
+      });
     });
     this.last = answer.catch(() => undefined);
     const told = answer.then((reply) => {

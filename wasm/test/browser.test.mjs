@@ -45,7 +45,7 @@ before(async () => {
   });
   page = await browser.newPage();
   page.setDefaultTimeout(300_000);
-  page.on("console", (message) => faults.push(message.text()));
+  page.on("console", (message) => { if (!message.location().url.endsWith("/nowhere.js")) faults.push(message.text()); });
   page.on("pageerror", (error) => faults.push(String(error)));
   await page.goto(address);
   await page.evaluate(async () => {
@@ -119,6 +119,15 @@ test("a JPEG file is turned by what its EXIF says", async () => {
   assert.deepEqual(sizes, [[413, 531], [413, 531]]);
   const inspected = await page.evaluate(async () => (await studio.inspect(await photoAt("/turned.jpg"))).report);
   assert.deepEqual([inspected.width, inspected.height], [531, 413]);
+});
+
+test("a worker that cannot be loaded is a failure, each time", async () => {
+  const codes = await page.evaluate(async () => {
+    const { Studio } = await import("/index.js");
+    const lost = new Studio({ worker: () => new Worker("/nowhere.js", { type: "module" }) });
+    return Promise.all([lost.presets(), lost.presets()].map((call) => call.then(() => "", ({ code }) => code)));
+  });
+  assert.deepEqual(codes, ["engine", "engine"]);
 });
 
 test("what is no photograph is told by code, and the worker goes on", async () => {

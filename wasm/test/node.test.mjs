@@ -147,6 +147,7 @@ test("what cannot be done is said, and the next photograph is served", async () 
     ["forbidden_edit", photo, { preset: "schengen-visa", beauty: "light" }],
     ["file_size", photo, { preset: "schengen-visa", format: "png", maxKb: 5 }],
     ["not_a_picture", new Uint8Array(0), { preset: "schengen-visa" }],
+    ["not_a_picture", { ...grey, width: 301 }, { preset: "schengen-visa" }],
     ["not_a_picture", new TextEncoder().encode("QXPIXELS and no more than words"), { preset: "schengen-visa" }],
     ["damaged_file", new Uint8Array(finished.subarray(0, finished.length - 4000)), { preset: "schengen-visa" }],
     ["too_large", grey, { preset: "schengen-visa", maxMegapixels: 1 }],
