@@ -162,7 +162,7 @@ export class Studio {
         throw reason;
       });
     });
-    this.last = answer.catch(() => undefined);
+    this.last = answer.then(() => undefined, () => undefined);
     const told = answer.then((reply) => {
       signal?.throwIfAborted();
       if ("failure" in reply) throw new Failure(reply.failure.code, reply.failure.text, reply.failure.fields);
