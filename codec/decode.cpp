@@ -216,7 +216,7 @@ Decoder::Decoder(photo::Bytes file, const Limits& limits) : file_(std::move(file
         stored_ = {image.width(), image.height()};
         CheckSize(stored_, limits.pixels);
         turn_ = TurnOf(vips_image_get_orientation(image.get_image()));
-        resolution_ = ResolutionOf(image);
+        resolution_ = ResolutionOf(image.xres(), image.yres(), vips_image_get_orientation(image.get_image()));
         hasOpacity_ = image.has_alpha();
         memory_ = MemoryFor(*loader_, image);
       },

@@ -1,13 +1,13 @@
+#include "codec/document.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <limits>
+#include <string>
 #include <utility>
 
-#include "codec/codec.h"
-#include "codec/encode.h"
 #include "codec/jpeg_parts.h"
-#include "codec/library.h"
 #include "photo/base/failure.h"
 #include "photo/document/presets.h"
 
@@ -19,7 +19,7 @@ constexpr int kGoodQuality = 80;
 // A JPEG file with its resolution in pixels an inch.
 class DocumentJpeg {
  public:
-  DocumentJpeg(const photo::Image& image, int32_t dpi) : encoder_(image, {}, dpi), jfif_(JfifSegment(dpi)) {}
+  DocumentJpeg(const PictureEncoder& encoder, int32_t dpi) : encoder_(encoder), jfif_(JfifSegment(dpi)) {}
 
   std::vector<uint8_t> Encode(int quality, bool isFullColour) const {
     std::vector<uint8_t> file = encoder_.Jpeg(quality, isFullColour, true);
@@ -28,7 +28,7 @@ class DocumentJpeg {
   }
 
  private:
-  Encoder encoder_;
+  const PictureEncoder& encoder_;
   // Which the encoder leaves out with the metadata.
   std::vector<uint8_t> jfif_;
 };
@@ -90,16 +90,15 @@ EncodedDocument EncodeJpeg(const DocumentJpeg& encoder, int64_t floor, int64_t c
   return document;
 }
 
-EncodedDocument EncodePng(const photo::Image& image, const photo::Mask& opacity, int32_t dpi, int64_t floor,
-                          int64_t ceiling) {
+EncodedDocument EncodePng(const PictureEncoder& encoder, bool isTransparent, int64_t floor, int64_t ceiling) {
   EncodedDocument document;
-  document.bytes = Encoder(image, opacity, dpi).Png();
+  document.bytes = encoder.Png();
   const auto size = static_cast<int64_t>(document.bytes.size());
   if (size > ceiling || size < floor) {
     throw photo::Failure(photo::FailureCode::kFileSize,
                          "the PNG file takes " + Kilobytes(size) + " and cannot be made " +
                              (size > ceiling ? "smaller" : "larger") + "; write a .jpg file" +
-                             (opacity.values.empty() ? "" : ", before a colour"));
+                             (isTransparent ? ", before a colour" : ""));
   }
   return document;
 }
@@ -131,19 +130,27 @@ std::string EncodedDocument::Remark() const {
   return remark;
 }
 
-EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, int32_t dpi, std::optional<int32_t> minKb,
-                               std::optional<int32_t> maxKb, const photo::Mask& opacity) {
-  CheckOpacity(image, opacity, format);
+SizeLimits LimitsOf(std::optional<int32_t> minKb, std::optional<int32_t> maxKb) {
   const int64_t floor = minKb ? *minKb * photo::kFloorKilobyte : 0;
   const int64_t ceiling = maxKb ? *maxKb * photo::kCeilingKilobyte : std::numeric_limits<int64_t>::max();
   if (floor > ceiling)
     throw photo::Failure(photo::FailureCode::kBadOption, "the least size is above the largest; turn them round");
-  return UseLibrary(
-      [&] {
-        return format == ImageFormat::kJpeg ? EncodeJpeg(DocumentJpeg(image, dpi), floor, ceiling)
-                                            : EncodePng(image, opacity, dpi, floor, ceiling);
-      },
-      EncodingFailure);
+  return {floor, ceiling};
+}
+
+EncodedDocument FitDocument(const PictureEncoder& encoder, ImageFormat format, int32_t dpi, const SizeLimits& limits,
+                            bool isTransparent) {
+  return format == ImageFormat::kJpeg ? EncodeJpeg(DocumentJpeg(encoder, dpi), limits.floor, limits.ceiling)
+                                      : EncodePng(encoder, isTransparent, limits.floor, limits.ceiling);
+}
+
+void CheckOpacity(const photo::Image& image, const photo::Mask& opacity, ImageFormat format) {
+  if (opacity.values.empty()) return;
+  if (!opacity.IsOf(image)) {
+    throw photo::Failure(photo::FailureCode::kBadMask, "the opacity is not of the picture's size");
+  }
+  if (format == ImageFormat::kPng) return;
+  throw photo::Failure(photo::FailureCode::kBadOption, "a JPEG file cannot be transparent; write a .png file");
 }
 
 }  // namespace qx::codec

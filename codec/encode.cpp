@@ -100,15 +100,6 @@ std::optional<PrintFormat> PrintFormatOfName(const fs::path& path) {
   return *format == ImageFormat::kJpeg ? PrintFormat::kJpeg : PrintFormat::kPng;
 }
 
-void CheckOpacity(const photo::Image& image, const photo::Mask& opacity, ImageFormat format) {
-  if (opacity.values.empty()) return;
-  if (!opacity.IsOf(image)) {
-    throw photo::Failure(photo::FailureCode::kBadMask, "the opacity is not of the picture's size");
-  }
-  if (format == ImageFormat::kPng) return;
-  throw photo::Failure(photo::FailureCode::kBadOption, "a JPEG file cannot be transparent; write a .png file");
-}
-
 std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format, const photo::Mask& opacity) {
   CheckOpacity(image, opacity, format);
   return UseLibrary(
@@ -130,6 +121,15 @@ std::vector<uint8_t> EncodeMask(const photo::Mask& mask) {
                                 .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
         return TakeBytes(grey.pngsave_buffer(VImage::option()->set("strip", true)));
       },
+      EncodingFailure);
+}
+
+EncodedDocument EncodeDocument(const photo::Image& image, ImageFormat format, int32_t dpi, std::optional<int32_t> minKb,
+                               std::optional<int32_t> maxKb, const photo::Mask& opacity) {
+  CheckOpacity(image, opacity, format);
+  const SizeLimits limits = LimitsOf(minKb, maxKb);
+  return UseLibrary(
+      [&] { return FitDocument(Encoder(image, opacity, dpi), format, dpi, limits, !opacity.values.empty()); },
       EncodingFailure);
 }
 

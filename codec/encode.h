@@ -9,31 +9,28 @@
 #include <vips/vips8>
 
 #include "codec/codec.h"
+#include "codec/document.h"
 #include "photo/base/failure.h"
 #include "photo/base/image.h"
 
 namespace qx::codec {
 
-// A picture that is encoded, perhaps more than once. Its calls throw vips::VError.
-class Encoder {
+// Its calls throw vips::VError.
+class Encoder final : public PictureEncoder {
  public:
   // With an opacity of the image's size it is one for PNG alone, and both outlive the encoder.
   Encoder(const photo::Image& image, const photo::Mask& opacity, std::optional<int32_t> dpi);
   Encoder(const Encoder&) = delete;
   Encoder& operator=(const Encoder&) = delete;
 
-  std::vector<uint8_t> Png() const;
-  // `quality` 1 to 100; colour at its full or half resolution.
-  std::vector<uint8_t> Jpeg(int quality, bool isFullColour, bool isOptimised) const;
+  std::vector<uint8_t> Png() const override;
+  std::vector<uint8_t> Jpeg(int quality, bool isFullColour, bool isOptimised) const override;
   std::vector<uint8_t> Tiff() const;
 
  private:
   photo::Bytes samples_;  // red, green, blue; of a transparent picture none
   vips::VImage rgb_;      // with the opacity, if there is one
 };
-
-// Throws Failure when the opacity (empty: none) is not of the image's size, or the format has none.
-void CheckOpacity(const photo::Image& image, const photo::Mask& opacity, ImageFormat format);
 
 photo::Failure EncodingFailure(const std::string& message);
 

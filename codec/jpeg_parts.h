@@ -5,7 +5,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
+
+#include "codec/codec.h"
+#include "photo/base/image.h"
 
 namespace qx::codec {
 
@@ -24,6 +28,10 @@ inline size_t PaddingFor(int64_t missing) {
 // Adds comment segments (ITU-T T.81, B.2.4.5: marker, then a length that counts itself) of blanks right after the
 // file's first segment, the JFIF header. `bytes` is at least 4.
 void PadJpeg(std::vector<uint8_t>* file, size_t bytes);
+
+// As FileSource::Repacked, of a file that need not be turned.
+std::optional<EncodedDocument> RepackedJpeg(const photo::Bytes& file, int32_t dpi, std::optional<int32_t> minKb,
+                                            std::optional<int32_t> maxKb);
 
 }  // namespace qx::codec
 

@@ -1,21 +1,12 @@
+#include "codec/mask.h"
+
 #include <algorithm>
 #include <string>
-#include <utility>
 
-#include "codec/codec.h"
-#include "codec/decode.h"
 #include "photo/base/failure.h"
 
 namespace qx::codec {
 namespace {
-
-void CheckMaskSize(const Extent& mask, int32_t width, int32_t height) {
-  if (mask.width == width && mask.height == height) return;
-  auto size = [](int32_t w, int32_t h) { return std::to_string(w) + " x " + std::to_string(h) + " pixels"; };
-  throw photo::Failure(photo::FailureCode::kBadMask, "the mask is " + size(mask.width, mask.height) +
-                                                         ", the upright photograph " + size(width, height) +
-                                                         "; both must be of one size");
-}
 
 void SetToGrey(const photo::Image& image, photo::Mask* mask) {
   for (size_t i = 0; i < mask->values.size(); ++i) {
@@ -30,21 +21,21 @@ bool IsAll(const photo::Mask& mask, uint8_t wanted) {
 
 }  // namespace
 
-photo::Mask ReadMask(photo::Bytes file, int32_t width, int32_t height, const Limits& limits) {
-  const Decoder decoder(std::move(file), limits);
-  CheckMaskSize(decoder.Upright(), width, height);
-  photo::Mask mask;
-  const photo::Image image = decoder.DecodeWhole(1, &mask);
-  if (IsAll(mask, 255)) SetToGrey(image, &mask);
-  if (IsAll(mask, 0)) {
+void CheckMaskSize(int32_t maskWidth, int32_t maskHeight, int32_t width, int32_t height) {
+  if (maskWidth == width && maskHeight == height) return;
+  auto size = [](int32_t w, int32_t h) { return std::to_string(w) + " x " + std::to_string(h) + " pixels"; };
+  throw photo::Failure(photo::FailureCode::kBadMask, "the mask is " + size(maskWidth, maskHeight) +
+                                                         ", the upright photograph " + size(width, height) +
+                                                         "; both must be of one size");
+}
+
+photo::Mask MaskOf(const photo::Image& image, photo::Mask opacity) {
+  if (IsAll(opacity, 255)) SetToGrey(image, &opacity);
+  if (IsAll(opacity, 0)) {
     throw photo::Failure(photo::FailureCode::kBadMask,
                          "the mask is black throughout; the person must be white or opaque");
   }
-  return mask;
-}
-
-photo::Mask ReadMask(const std::filesystem::path& path, int32_t width, int32_t height, const Limits& limits) {
-  return ReadMask(ReadFileBytes(path, limits), width, height, limits);
+  return opacity;
 }
 
 }  // namespace qx::codec

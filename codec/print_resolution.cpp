@@ -16,15 +16,15 @@ double PerInch(double perMillimetre) {
 
 }  // namespace
 
-std::optional<photo::PrintResolution> ResolutionOf(const vips::VImage& image) {
+std::optional<photo::PrintResolution> ResolutionOf(double across, double down, int orientation) {
   constexpr double kUnknown = 72;
-  if (image.xres() == 1 && image.yres() == 1) return std::nullopt;
-  photo::PrintResolution resolution{PerInch(image.xres()), PerInch(image.yres())};
+  if (across == 1 && down == 1) return std::nullopt;
+  photo::PrintResolution resolution{PerInch(across), PerInch(down)};
   const bool possible =
       std::isfinite(resolution.x) && std::isfinite(resolution.y) && resolution.x > 0 && resolution.y > 0;
   if (!possible || (resolution.x == kUnknown && resolution.y == kUnknown)) return std::nullopt;
   // Orientations 5 to 8 lie on their side in the file.
-  if (vips_image_get_orientation(image.get_image()) >= 5) std::swap(resolution.x, resolution.y);
+  if (orientation >= 5) std::swap(resolution.x, resolution.y);
   return resolution;
 }
 

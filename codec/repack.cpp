@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "codec/codec.h"
-#include "codec/decode.h"
 #include "codec/jpeg_parts.h"
+#include "codec/jpeg_quality.h"
 #include "photo/document/presets.h"
 
 namespace qx::codec {
@@ -114,15 +114,13 @@ class Repacking {
 
 }  // namespace
 
-std::optional<EncodedDocument> FileSource::Repacked(int32_t dpi, std::optional<int32_t> minKb,
-                                                    std::optional<int32_t> maxKb) const {
-  const Turn& turn = decoder_->Orientation();
-  if (turn.isTransposed || turn.isMirrored || turn.isUpsideDown) return std::nullopt;
-  Repacking repacking(decoder_->File());
+std::optional<EncodedDocument> RepackedJpeg(const photo::Bytes& file, int32_t dpi, std::optional<int32_t> minKb,
+                                            std::optional<int32_t> maxKb) {
+  Repacking repacking(file);
   if (!repacking.Run(dpi)) return std::nullopt;
   EncodedDocument document;
   document.bytes = std::move(repacking.Packed());
-  const auto quality = Quality();
+  const auto quality = QualityOf(file);
   document.quality = quality ? quality->quality : 0;
   const int64_t floor = minKb ? *minKb * photo::kFloorKilobyte : 0;
   const int64_t ceiling = maxKb ? *maxKb * photo::kCeilingKilobyte : std::numeric_limits<int64_t>::max();

@@ -13,8 +13,10 @@
 
 #include "codec/codec.h"
 #include "codec/decode.h"
+#include "codec/jpeg_parts.h"
 #include "codec/jpeg_quality.h"
 #include "codec/library.h"
+#include "codec/mask.h"
 #include "photo/base/failure.h"
 #include "photo/base/resize.h"
 
@@ -217,12 +219,32 @@ size_t FileSource::FileSize() const {
   return decoder_->File().size();
 }
 
+std::optional<EncodedDocument> FileSource::Repacked(int32_t dpi, std::optional<int32_t> minKb,
+                                                    std::optional<int32_t> maxKb) const {
+  const Turn& turn = decoder_->Orientation();
+  if (turn.isTransposed || turn.isMirrored || turn.isUpsideDown) return std::nullopt;
+  return RepackedJpeg(decoder_->File(), dpi, minKb, maxKb);
+}
+
 photo::Image ReadImage(const fs::path& path, const Limits& limits) {
   return FileSource(path, limits).Whole();
 }
 
 photo::Image ReadImage(photo::Bytes file, const Limits& limits) {
   return FileSource(std::move(file), limits).Whole();
+}
+
+photo::Mask ReadMask(photo::Bytes file, int32_t width, int32_t height, const Limits& limits) {
+  const Decoder decoder(std::move(file), limits);
+  const Extent size = decoder.Upright();
+  CheckMaskSize(size.width, size.height, width, height);
+  photo::Mask opacity;
+  const photo::Image image = decoder.DecodeWhole(1, &opacity);
+  return MaskOf(image, std::move(opacity));
+}
+
+photo::Mask ReadMask(const fs::path& path, int32_t width, int32_t height, const Limits& limits) {
+  return ReadMask(ReadFileBytes(path, limits), width, height, limits);
 }
 
 std::optional<photo::PrintResolution> ReadPrintResolution(const fs::path& path, const Limits& limits) {

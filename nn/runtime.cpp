@@ -15,6 +15,14 @@
 namespace qx::nn {
 namespace {
 
+// XNNPACK of 2024 leaves out the rows and columns of a pooled picture unless it is told to keep them; before, it knew
+// no other way.
+#ifdef XNN_FLAG_KEEP_DIMS
+constexpr uint32_t kPoolFlags = XNN_FLAG_KEEP_DIMS;
+#else
+constexpr uint32_t kPoolFlags = 0;
+#endif
+
 static_assert(kMaxRank <= XNN_MAX_TENSOR_DIMS, "XNNPACK must take every tensor that the loader takes");
 
 // Why a runtime cannot be made; leaves this file only as the text of Create's error.
@@ -135,7 +143,7 @@ class Builder {
                     uint32_t flags);
   uint32_t Id(int tensor);
   uint32_t PackedId(int tensor);
-  uint32_t PackedId(int tensor, const std::vector<int>& shape);
+  uint32_t SlopesId(int tensor);
   std::vector<size_t> Shape(int tensor) const;
   const Tensor& At(int tensor) const { return model_.Tensors()[static_cast<size_t>(tensor)]; }
 
@@ -254,15 +262,18 @@ uint32_t Builder::Id(int tensor) {
   return id;
 }
 
-// Filters, biases and slopes: XNNPACK brings them into its own order when it makes the runtime and reads only that
-// afterwards. A value of its own, since another operator may read the same tensor in every run.
+// Filters and biases: XNNPACK brings them into its own order when it makes the runtime and reads only that afterwards.
+// A value of its own, since another operator may read the same tensor in every run.
 uint32_t Builder::PackedId(int tensor) {
-  return PackedId(tensor, At(tensor).shape);
+  packed_.push_back(MakeBuffer(At(tensor).constant));
+  return AddValue(tensor, At(tensor).shape, packed_.back().values.get(), XNN_INVALID_VALUE_ID, 0);
 }
 
-uint32_t Builder::PackedId(int tensor, const std::vector<int>& shape) {
-  packed_.push_back(MakeBuffer(At(tensor).constant));
-  return AddValue(tensor, shape, packed_.back().values.get(), XNN_INVALID_VALUE_ID, 0);
+// Slopes as [C], the file has [1,1,C]. XNNPACK of 2022 packs them as it does filters, that of 2024 reads them in every
+// run.
+uint32_t Builder::SlopesId(int tensor) {
+  built_->constants.push_back(MakeBuffer(At(tensor).constant));
+  return AddValue(tensor, {At(tensor).shape.back()}, built_->constants.back().values.get(), XNN_INVALID_VALUE_ID, 0);
 }
 
 xnn_status Builder::Define(const Operator& op) {
@@ -278,12 +289,10 @@ xnn_status Builder::Define(const Operator& op) {
     case OperatorKind::kDepthwiseConvolution: return DefineConvolution(op);
     case OperatorKind::kTransposedConvolution: return DefineTransposedConvolution(op);
     case OperatorKind::kMaxPool: return DefineMaxPool(op);
-    case OperatorKind::kGlobalAveragePool: return xnn_define_global_average_pooling_2d(graph, low, high, in, out, 0);
+    case OperatorKind::kGlobalAveragePool:
+      return xnn_define_global_average_pooling_2d(graph, low, high, in, out, kPoolFlags);
     case OperatorKind::kClamp: return xnn_define_clamp(graph, low, high, in, out, 0);
-    case OperatorKind::kPrelu: {  // the slopes as [C], the file has [1,1,C]
-      const uint32_t slopes = PackedId(op.inputs[1], {At(op.inputs[1]).shape.back()});
-      return xnn_define_prelu(graph, in, slopes, out, 0);
-    }
+    case OperatorKind::kPrelu: return xnn_define_prelu(graph, in, SlopesId(op.inputs[1]), out, 0);
     case OperatorKind::kSigmoid: return xnn_define_sigmoid(graph, in, out, 0);
     case OperatorKind::kHardSwish: return xnn_define_hardswish(graph, in, out, 0);
     case OperatorKind::kPad: return DefinePad(op);

@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-rooms=(python cli/commands cli/queue cli/batch cli web server/adapter server server/description worker server/children server/http queue/amqp queue orders orders/options codec jobs
+rooms=(python wasm wasm/codec cli/commands cli/queue cli/batch cli web server/adapter server server/description worker server/children server/http queue/amqp queue orders orders/options codec jobs
   photo photo/drawing photo/check photo/sheet photo/render photo/place photo/foreground photo/person photo/face photo/document photo/base
   src/api src/quality src/beauty src/beauty/skin src/beauty/spots src/beauty/shape src/beauty/detail
   src/mask src/crop src/face src/kernels include engine nn src/base)
@@ -17,7 +17,7 @@ room_of() {
   case $path in
     qx_idp.h) echo include && return ;;
     qx_face_sdk.h | engine/*) echo engine && return ;;
-    python/* | cli/* | web/* | server/* | worker/* | queue/* | orders/* | codec/* | jobs/* | photo/* | nn/* | src/*) ;;
+    python/* | wasm/* | cli/* | web/* | server/* | worker/* | queue/* | orders/* | codec/* | jobs/* | photo/* | nn/* | src/*) ;;
     */*) path=src/$path ;;
     *) return 1 ;;
   esac
@@ -35,7 +35,7 @@ while IFS= read -r file; do
     to=$(room_of "$included") || continue
     [[ $from == "$to" ]] || arrows["$from $to"]=$((${arrows["$from $to"]:-0} + 1))
   done < <(sed -nE 's/^ *# *include "([^"]+)".*/\1/p' "$file")
-done < <(find python cli web server worker queue orders codec jobs photo src engine nn -name node_modules -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
+done < <(find python wasm cli web server worker queue orders codec jobs photo src engine nn -name node_modules -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
 
 for from in "${rooms[@]}"; do
   line=$(printf '%-17s %2d sources' "$from" "${sources[$from]:-0}")

@@ -1,19 +1,17 @@
 #include "orders/options/retouch_options.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 
 #include "orders/options/checks.h"
 #include "photo/base/failure.h"
+#include "photo/base/number.h"
 #include "photo/document/units.h"
 
 namespace qx::orders {
 
 bool ReadStrength(const std::string& text, double min, double max, std::optional<double>* strength) {
-  double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
-  // Written so that "nan" fails too.
-  if (error != std::errc() || end != text.data() + text.size() || !(value >= min && value <= max)) return false;
+  const std::optional<double> value = photo::ReadNumber(text);
+  if (!value || *value < min || *value > max) return false;
   *strength = value;
   return true;
 }

@@ -1,11 +1,11 @@
 #include "photo/document/units.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <optional>
 
 #include "photo/base/failure.h"
+#include "photo/base/number.h"
 #include "photo/base/text.h"
 
 namespace qx::photo {
@@ -26,11 +26,8 @@ constexpr UnitName kUnitNames[] = {{"mm", Unit::kMillimetre, 1},
 
 // Plain decimal notation only: no sign, exponent, infinity or leading blank.
 std::optional<double> ParseNumber(std::string_view text) {
-  double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
-  const bool plain = !text.empty() && text[0] >= '0' && text[0] <= '9';
-  if (!plain || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return value;
+  const bool isPlain = !text.empty() && text[0] >= '0' && text[0] <= '9';
+  return isPlain ? ReadNumber(text) : std::nullopt;
 }
 
 // "35x45mm", "32-36mm" or "34mm": one or two numbers and what they are measured in.

@@ -17,6 +17,13 @@ container_packages=(buildah mmdebstrap dpkg-dev file curl) # packaging/container
 cluster_packages=(slurmctld slurmd slurm-client munge) # tests/cluster
 training_packages=(python3-torch python3-numpy) # the weights of the network of hair
 
+# The build for the browser; the page's own tools besides. What it links comes from sources, see
+# scripts/targets/wasm_deps.sh.
+wasm_packages=(
+  emscripten cmake ninja-build dpkg-dev
+  flatbuffers-compiler libflatbuffers-dev libfxdiv-dev libcli11-dev nlohmann-json3-dev # headers alone
+)
+
 browser_packages=(chromium) # shows the page to its tests, and for its picture
 
 # The benchmarks are compiled, not run, with the tests.

@@ -10,8 +10,13 @@ namespace {
 
 // What the program has taken and not given back: what an analysis holds on to is not told otherwise.
 size_t BytesInUse() {
+#ifdef __EMSCRIPTEN__
+  const struct mallinfo info = mallinfo();
+  return static_cast<size_t>(info.uordblks) + static_cast<size_t>(info.hblkhd);
+#else
   const struct mallinfo2 info = mallinfo2();
   return info.uordblks + info.hblkhd;
+#endif
 }
 
 }  // namespace

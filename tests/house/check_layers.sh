@@ -98,6 +98,17 @@ while read -r file included; do
   count=$((count + 1))
   [[ $included == web/* || $included == page_table.inc ]] || refuse "$file" "$included" "web/ is the page, which knows the service by its addresses alone"
 done < <(includes web)
+# The browser has what the server's children have, with a codec of its own.
+while read -r file included; do
+  count=$((count + 1))
+  case $included in
+    wasm/codec/* | codec/* | photo/base/* | photo/document/*) ;;
+    orders/describe.h | server/children/message.h | server/children/photo_worker.h)
+      [[ $file != wasm/codec/* ]] || refuse "$file" "$included" "wasm/codec/ may use codec, photo/base and photo/document only"
+      ;;
+    *) refuse "$file" "$included" "wasm/ may use codec, orders/describe and the work of server/children only" ;;
+  esac
+done < <(includes wasm)
 # Each file that includes it takes half a minute to compile.
 if grep -rlE '#include <boost/beast' server | grep -v '^server/http/connection.cpp$'; then
   echo "Beast is for server/http/connection.cpp alone" && failed=1

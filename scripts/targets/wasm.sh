@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# usage: scripts/targets/wasm.sh [--test]
+# Builds the package @qx/idphoto into build/wasm/package; with --test also runs its tests, in Node and in Chromium, which
+# hold it against the program in build/release.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
+(($# == 0)) || [[ $* == --test ]] || fail "usage: $0 [--test]"
+folder=$root/build/wasm
+jobs=${QX_JOBS:-$(nproc)}
+
+"$root/scripts/targets/wasm_deps.sh" "$folder/deps"
+fetch_npm_packages models "the networks"
+fetch_npm_packages web "what the package is built with"
+say "Building the package"
+quietly "$folder/logs/configure.log" "configuring" emcmake cmake -S "$root" -B "$folder/build" -G Ninja \
+  -DCMAKE_BUILD_TYPE=Release -DQX_WASM_ROOT="$folder/deps/root"
+quietly "$folder/logs/build.log" "building" cmake --build "$folder/build" -j "$jobs" --target qx_studio
+version=$(sed -nE 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$folder/build/CMakeCache.txt")
+quietly "$folder/logs/package.log" "packing" node "$root/wasm/build.mjs" "$folder/build/bin/studio.wasm" "$folder/package" "$version"
+say "The package is in $folder/package"
+[[ $* != --test ]] || node "$root/wasm/test/run.mjs"
