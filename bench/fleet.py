@@ -3,10 +3,10 @@
 
 usage: bench/fleet.py IDPHOTO QUEUE PHOTOGRAPH...
 
-QUEUE is "folder" for a queue that is a folder, or the address of a RabbitMQ server as `idphoto work` takes it; nobody else
-may use its queues meanwhile. Prints a table: what a job costs besides its photograph (one worker of one job at a time
-beside a batch of one thread), what handing in and collecting cost, and photographs a second of 1, 2 and 4 workers, each a
-process with one job at a time. COUNT=N: photographs of a run (48); ROUNDS=N: runs (3), of which medians are shown. The
+QUEUE is "folder" for a queue that is a folder, "rabbitmq" for a server of its own on the loopback, or the address of
+one as `idphoto work` takes it; nobody else may use its queues meanwhile. Prints a table: what a job costs besides its
+photograph (one worker of one job at a time beside a batch of one thread), what handing in and collecting cost, and
+photographs a second of 1, 2 and 4 workers, each a process with one job at a time. COUNT=N: photographs of a run (48); ROUNDS=N: runs (3), of which medians are shown. The
 workers' pictures must be the batch's, byte for byte.
 """
 
@@ -73,6 +73,21 @@ def one_round(workers):
         return (batch, *times)
 
 
+@contextlib.contextmanager
+def server_of_its_own():
+    """The address of one, while it runs."""
+    sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "tests/queue"))
+    import rabbitmq
+    with tempfile.TemporaryDirectory() as folder:
+        server = rabbitmq.Server(pathlib.Path(folder) / "q")
+        try:
+            server.start()
+            os.environ["IDPHOTO_QUEUE_PASSWORD"] = rabbitmq.PASSWORD
+            yield server.url()
+        finally:
+            server.end()
+
+
 def main():
     print(f"Load: {' '.join(pathlib.Path('/proc/loadavg').read_text().split()[:3])}; {os.cpu_count()} processors.\n")
     print(f"| {COUNT} photographs | batch, a second | workers, a second | ratio | a job more than in a batch | "
@@ -87,4 +102,8 @@ def main():
               f"{1000 * submit / COUNT:.1f} ms | {1000 * collect / COUNT:.1f} ms |")
 
 
-main()
+if QUEUE == "rabbitmq":
+    with server_of_its_own() as QUEUE:
+        main()
+else:
+    main()

@@ -1,4 +1,4 @@
-// Counts for /metrics, in the text format of Prometheus (version 0.0.4).
+// What a worker counts for /metrics.
 #ifndef QX_WORKER_COUNTS_H
 #define QX_WORKER_COUNTS_H
 
@@ -9,6 +9,7 @@
 #include <string>
 
 #include "server/children/children.h"
+#include "server/http/exposition.h"
 
 namespace qx::worker {
 
@@ -25,13 +26,12 @@ class Counts {
   std::string Text(const server::ChildrenState& children, bool reaches) const;
 
  private:
-  static constexpr std::array<double, 9> kLimits = {0.1, 0.25, 0.5, 1, 2.5, 5, 10, 30, 60};
+  static constexpr server::Histogram::Limits kLimits = {0.1, 0.25, 0.5, 1, 2.5, 5, 10, 30, 60};
 
   mutable std::mutex mutex_;
   uint64_t taken_ = 0;
   std::array<uint64_t, kEndings> ended_{};
-  std::array<uint64_t, kLimits.size()> within_{};  // answered within that many seconds
-  double seconds_ = 0;
+  server::Histogram times_{kLimits};  // of what was answered
 };
 
 }  // namespace qx::worker

@@ -10,7 +10,7 @@
 namespace qx::cli {
 
 void JoinedReport::Add(ReportLine line) {
-  const auto [place, isNew] = lines_.try_emplace({line.input, line.output});
+  const auto [place, isNew] = lines_.try_emplace({std::move(line.input), std::move(line.output)});
   if (!isNew) ++repeats_;
   if (isNew || line.done || !place->second.done) place->second = std::move(line);
 }
@@ -44,9 +44,18 @@ std::string JoinedReport::Summary() const {
 JoinedReport JoinReports(const std::vector<std::filesystem::path>& files) {
   JoinedReport joined;
   for (const std::filesystem::path& file : files) {
-    for (ReportLine& line : ReadReport(file)) joined.Add(std::move(line));
+    ReadReport(file, [&joined](ReportLine line) { joined.Add(std::move(line)); });
   }
   return joined;
+}
+
+JoinedReport CountReport(const std::filesystem::path& file) {
+  JoinedReport counted;
+  ReadReport(file, [&counted](ReportLine line) {
+    std::string().swap(line.text);  // an assignment would keep the memory
+    counted.Add(std::move(line));
+  });
+  return counted;
 }
 
 }  // namespace qx::cli

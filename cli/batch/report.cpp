@@ -56,20 +56,18 @@ ReportLine Parsed(const std::string& text) {
 
 }  // namespace
 
-std::vector<ReportLine> ReadReport(const fs::path& name) {
+void ReadReport(const fs::path& name, const std::function<void(ReportLine)>& take) {
   std::ifstream file(name, std::ios::binary);
   if (!file) Fail(name, "read", errno);
-  std::vector<ReportLine> lines;
   for (std::string text; std::getline(file, text);) {
     if (file.eof()) break;
     try {
-      lines.push_back(Parsed(text));
+      take(Parsed(text));
     } catch (const Json::exception&) {
       throw SetupFailure(photo::Printable(name.native()) + ": is not a report of an earlier run; name another file");
     }
   }
   if (file.bad()) Fail(name, "read", EIO);
-  return lines;
 }
 
 BatchReport::BatchReport(fs::path file, std::string options, bool resume)
@@ -85,11 +83,11 @@ BatchReport::~BatchReport() {
 void BatchReport::Read() {
   std::error_code error;
   if (!fs::exists(file_, error)) return;
-  for (ReportLine& line : ReadReport(file_)) {
+  ReadReport(file_, [this](ReportLine line) {
     line.done = line.done && line.options == options_;
     const Key key{line.input, line.output};
     lines_[key] = std::move(line);
-  }
+  });
 }
 
 void BatchReport::Open(bool truncate) {

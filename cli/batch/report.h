@@ -3,6 +3,7 @@
 #define QX_CLI_BATCH_REPORT_H
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -32,9 +33,10 @@ struct ReportLine {
   std::string options;
 };
 
-// The lines of a report, in the file's order; an unfinished last one, which was being written when the machine went
-// down, is left out. Throws SetupFailure when the file cannot be read or is no report.
-std::vector<ReportLine> ReadReport(const std::filesystem::path& file);
+// Hands over the lines of a report one by one, in the file's order, for there may be millions; an unfinished last one,
+// which was being written when the machine went down, is left out. Throws SetupFailure when the file cannot be read or
+// is no report.
+void ReadReport(const std::filesystem::path& file, const std::function<void(ReportLine)>& take);
 
 // The line about one photograph, with its end.
 std::string ReportLineText(const BatchItem& item, const BatchOutcome& outcome, const std::string& options);

@@ -67,7 +67,7 @@ class Collector {
 
   // Says what the report says; how many of its photographs failed.
   size_t Close() {
-    const JoinedReport report = JoinReports({options_.report});
+    const JoinedReport report = CountReport(options_.report);
     progress_.Close(report.Summary());
     return report.Failed();
   }

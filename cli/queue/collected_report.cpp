@@ -72,7 +72,7 @@ CollectedReport::~CollectedReport() {
 }
 
 void CollectedReport::ReadLines() {
-  for (const ReportLine& line : ReadReport(file_)) Note(line.text);
+  ReadReport(file_, [this](const ReportLine& line) { Note(line.text); });
 }
 
 // False when it is nothing new.

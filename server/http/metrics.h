@@ -1,8 +1,7 @@
-// Counts for /metrics, in the text format of Prometheus (version 0.0.4).
+// What the server counts for /metrics.
 #ifndef QX_SERVER_HTTP_METRICS_H
 #define QX_SERVER_HTTP_METRICS_H
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +9,8 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "server/http/exposition.h"
 
 namespace qx::server {
 
@@ -29,13 +30,10 @@ class Metrics {
   std::string Text(const Now& now) const;
 
  private:
-  static constexpr std::array<double, 9> kSeconds = {0.01, 0.03, 0.1, 0.3, 1, 3, 10, 30, 100};
-  struct Times {
-    std::array<uint64_t, kSeconds.size() + 1> counts{};
-    double sum = 0;
-  };
+  static constexpr Histogram::Limits kLimits = {0.01, 0.03, 0.1, 0.3, 1, 3, 10, 30, 100};
+
   std::map<std::pair<std::string, unsigned>, uint64_t> answers_;
-  std::map<std::string, Times, std::less<>> times_;
+  std::map<std::string, Histogram, std::less<>> times_;
   uint64_t accepted_ = 0, timedOut_ = 0, received_ = 0, sent_ = 0;
 };
 

@@ -18,7 +18,7 @@ import threading
 import time
 import unittest
 
-from queue_run import QueueRun, wait_for
+from queue_run import TIMEOUT, QueueRun, wait_for
 
 
 class Work(QueueRun):
@@ -368,6 +368,29 @@ class Desk(QueueRun):
         lines = self.collect("--expect", count)
         self.assertEqual(sorted(line["measures"]["bytes"] for line in lines), list(range(count)))
         self.assert_queue_is_empty()
+
+    def test_submit_is_interrupted_and_killed(self):
+        names = [self.folder / "in" / f"{i}.png" for i in range(600)]
+        for name in names:
+            name.write_text(name.name)  # it is the workers who see whether these are photographs
+        jobs = self.folder / "queue/jobs"
+        for number, status in ((signal.SIGINT, 1), (signal.SIGKILL, -signal.SIGKILL)):
+            before = len(list(jobs.glob("*"))) if jobs.exists() else 0
+            process = subprocess.Popen([self.program, "submit", *self.queue, "in", "-o", "out", *self.preset],
+                                       cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+            wait_for(lambda: jobs.exists() and len(list(jobs.glob("*"))) > before + 20)
+            process.send_signal(number)
+            said = process.communicate(timeout=TIMEOUT)[0]
+            self.assertEqual(process.returncode, status, said)
+            there = len(list(jobs.glob("*")))
+            self.assertLess(there, len(names))
+            if number == signal.SIGINT:
+                self.assertIn(f"{there} jobs handed in, {len(names) - there} not handed in\n", said)
+            for job in jobs.glob("*"):
+                json.loads(job.read_text())
+        said = self.submit("in", "-o", "out", *self.preset)
+        self.assertIn(f"{len(names) - there} jobs handed in, {there} already there\n", said)
+        self.assertEqual(len(list(jobs.glob("*"))), len(names))
 
     def test_lists_and_json_lines(self):
         first, second, third = self.photographs(3)
