@@ -22,6 +22,6 @@ await build({
 execFileSync(process.execPath, [require.resolve("typescript/bin/tsc"), "-p", here, "--outDir", out], { stdio: "inherit" });
 const description = JSON.parse(readFileSync(join(here, "package.json"), "utf8"));
 writeFileSync(join(out, "package.json"), `${JSON.stringify({ ...description, version }, null, 2)}\n`);
-cpSync(wasm, join(out, "studio.wasm"));
+writeFileSync(join(out, "studio.wasm"), readFileSync(wasm)); // which is no program, so not its mode
 cpSync(join(here, "README.md"), join(out, "README.md"));
 for (const paper of ["LICENSE", "NOTICE", "THIRD_PARTY.md"]) cpSync(join(here, "..", paper), join(out, paper));

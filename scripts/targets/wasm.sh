@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # usage: scripts/targets/wasm.sh [--test]
-# Builds the package @qx/idphoto into build/wasm/package; with --test also runs its tests, in Node and in Chromium, which
-# hold it against the program in build/release.
+# Builds the package @qx/idphoto into build/wasm/package, and into build/wasm/page the studio's page as a folder that any
+# web server can hand out. With --test also runs the tests of both, in Node and in Chromium, which hold them against the
+# program in build/release.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
 (($# == 0)) || [[ $* == --test ]] || fail "usage: $0 [--test]"
@@ -17,5 +18,6 @@ quietly "$folder/logs/configure.log" "configuring" emcmake cmake -S "$root" -B "
 quietly "$folder/logs/build.log" "building" cmake --build "$folder/build" -j "$jobs" --target qx_studio
 version=$(sed -nE 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$folder/build/CMakeCache.txt")
 quietly "$folder/logs/package.log" "packing" node "$root/wasm/build.mjs" "$folder/build/bin/studio.wasm" "$folder/package" "$version"
-say "The package is in $folder/package"
-[[ $* != --test ]] || node "$root/wasm/test/run.mjs"
+quietly "$folder/logs/page.log" "building the page" node "$root/web/build.mjs" "$folder/page" "$folder/package"
+say "The package is in $folder/package, the page in $folder/page"
+[[ $* != --test ]] || { node "$root/wasm/test/run.mjs" && node "$root/web/test/run.mjs" alone; }

@@ -3,7 +3,7 @@ import type { Failed, FailureField } from "./messages";
 /** Why something was not done: what the photograph, the options or this machine do not allow. */
 export class Failure extends Error {
   constructor(
-    /** A stable name, such as `no_face` or `bad_option`. */
+    /** A stable name, such as `no_face` or `bad_option`; `not_loaded` where the studio itself could not be fetched. */
     readonly code: string,
     /** One line for people, in English. */
     text: string,

@@ -4,3 +4,4 @@ export type * from "./options";
 export type * from "./reports";
 export { KeptPhoto, Studio } from "./studio";
 export type { CallOptions, Made, Pictures, SheetItem, StudioOptions } from "./studio";
+export { isSupported } from "./support";

@@ -15,7 +15,9 @@ export class WorkerLink implements Link {
 
   constructor(private readonly worker: Worker) {
     worker.onmessage = ({ data }: MessageEvent<Reply>) => this.take()?.resolve(data);
-    worker.onerror = (event) => this.take()?.reject(new Failure("engine", event.message || "the studio's worker cannot be loaded"));
+    // Only an error of its script comes with words.
+    worker.onerror = ({ message }) => this.take()?.reject(
+      message ? new Failure("engine", message) : new Failure("not_loaded", "the studio's worker cannot be loaded"));
   }
 
   ask(asked: Asked): Promise<Reply> {

@@ -1,13 +1,25 @@
 /** The studio's worker: loads the core once, then answers one request at a time. */
 import { Core } from "./core";
 import { materialsOf } from "./decode";
-import { failedOf } from "./failure";
+import { failedOf, Failure } from "./failure";
 import type { Asked, Reply } from "./messages";
 
 let core: Core | undefined;
 
+async function compiled(): Promise<WebAssembly.Module> {
+  const answer = await fetch(new URL("./studio.wasm", import.meta.url));
+  if (!answer.ok) throw new Error(`studio.wasm: ${answer.status} ${answer.statusText}`);
+  // Compiled on the way only where the server knows its type, which not every one does.
+  const isTyped = /^application\/wasm\b/.test(answer.headers.get("Content-Type") ?? "");
+  return isTyped ? WebAssembly.compileStreaming(answer) : WebAssembly.compile(await answer.arrayBuffer());
+}
+
 async function load(): Promise<Core> {
-  return Core.load(await WebAssembly.compileStreaming(fetch(new URL("./studio.wasm", import.meta.url))));
+  try {
+    return await Core.load(await compiled());
+  } catch (reason) {
+    throw new Failure("not_loaded", String(reason));
+  }
 }
 
 async function answer({ request, files }: Asked): Promise<Reply> {

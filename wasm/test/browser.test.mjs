@@ -127,7 +127,7 @@ test("a worker that cannot be loaded is a failure, each time", async () => {
     const lost = new Studio({ worker: () => new Worker("/nowhere.js", { type: "module" }) });
     return Promise.all([lost.presets(), lost.presets()].map((call) => call.then(() => "", ({ code }) => code)));
   });
-  assert.deepEqual(codes, ["engine", "engine"]);
+  assert.deepEqual(codes, ["not_loaded", "not_loaded"]);
 });
 
 test("what is no photograph is told by code, and the worker goes on", async () => {

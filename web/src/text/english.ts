@@ -5,6 +5,8 @@ export const english = {
   "app.undo": "Undo",
   "app.redo": "Redo",
   "app.offline": "The program does not answer. Is it still running? The page tries again by itself.",
+  "app.notLoaded": "The studio could not be loaded. Is there a network? The page tries again by itself.",
+  "app.tooOld": "This browser is too old for the studio, which runs in it. Chromium from 95, Firefox from 114 and Safari from 16.4 can.",
 
   "start.title": "A photograph for your document",
   "start.lead": "Drop a photograph here. Position, size and background are set to what the authority asks for.",
@@ -183,6 +185,7 @@ export const english = {
   "problem.sheet_full": "The photographs do not fit on this paper.",
   "problem.file_size": "No file lies within the limits of size.",
   "problem.not_a_picture": "This file is no photograph. JPEG, PNG, WebP, HEIF and TIFF can be read.",
+  "problem.not_shown": "This file is no photograph that this browser can read. JPEG, PNG and WebP always work.",
   "problem.damaged_file": "The file is damaged or ends too early.",
   "problem.too_large": "This photograph is too large.",
   "problem.out_of_memory": "There is not enough memory for this photograph.",

@@ -6,6 +6,8 @@ export const german: Record<Key, string> = {
   "app.undo": "Rückgängig",
   "app.redo": "Wiederholen",
   "app.offline": "Das Programm antwortet nicht. Läuft es noch? Die Seite versucht es von selbst wieder.",
+  "app.notLoaded": "Das Studio konnte nicht geladen werden. Gibt es eine Netzverbindung? Die Seite versucht es von selbst wieder.",
+  "app.tooOld": "Dieser Browser ist zu alt für das Studio, das in ihm läuft. Chromium ab 95, Firefox ab 114 und Safari ab 16.4 können es.",
 
   "start.title": "Ein Foto für Ihr Dokument",
   "start.lead": "Legen Sie ein Foto hier ab. Ausschnitt, Größe und Hintergrund werden so, wie die Behörde es verlangt.",
@@ -184,6 +186,7 @@ export const german: Record<Key, string> = {
   "problem.sheet_full": "Die Fotos passen nicht auf dieses Papier.",
   "problem.file_size": "Keine Datei liegt in den Grenzen der Größe.",
   "problem.not_a_picture": "Diese Datei ist kein Foto. JPEG, PNG, WebP, HEIF und TIFF können gelesen werden.",
+  "problem.not_shown": "Diese Datei ist kein Foto, das dieser Browser lesen kann. JPEG, PNG und WebP gehen immer.",
   "problem.damaged_file": "Die Datei ist beschädigt oder endet zu früh.",
   "problem.too_large": "Dieses Foto ist zu groß.",
   "problem.out_of_memory": "Der Speicher reicht für dieses Foto nicht.",

@@ -1,5 +1,5 @@
 import { useEffect, useMemo, useReducer, useState } from "preact/hooks";
-import { Client } from "../api/client";
+import type { Client } from "../api/client";
 import type { Preset } from "../api/types";
 import { likelyDocument } from "../state/documents";
 import { currentPhoto, currentSettings, empty, reduce } from "../state/reducer";
@@ -100,12 +100,11 @@ function useUndoKeys(dispatch: Studio["dispatch"]): void {
   }, []);
 }
 
-export function App() {
+export function App({ client }: { client: Client }) {
   const [state, dispatch] = useReducer(reduce, empty);
   const [presets, setPresets] = useState<readonly Preset[]>([]);
   const [language, setLanguage] = useState(() => preferredLanguage(navigator.languages));
   const [camera, setCamera] = useState(false);
-  const client = useMemo(() => new Client(), []);
   const text = useMemo(() => new Text(language), [language]);
   useEffect(() => { document.documentElement.lang = language; }, [language]);
   useEffect(() => {
@@ -121,7 +120,7 @@ export function App() {
   return (
     <StudioContext.Provider value={{ state, dispatch, client, presets, text }}>
       <Header language={language} onLanguage={setLanguage} onCamera={() => setCamera(true)} />
-      {!state.online && <p class="offline" role="alert">{text.say("app.offline")}</p>}
+      {!state.online && <p class="offline" role="alert">{text.say(client.silence)}</p>}
       {state.photos.length === 0 ? <main class="empty"><Start onCamera={() => setCamera(true)} /></main> : <Workplace />}
       {camera && <Camera onClose={() => setCamera(false)} />}
       <DropAnywhere />

@@ -7,10 +7,14 @@ import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { fileURLToPath } from "node:url";
 import { chromium } from "playwright-core";
+import { startFolder } from "./folder.mjs";
 import { startProgram } from "./service.mjs";
 
 const web = fileURLToPath(new URL("../../", import.meta.url));
 const program = process.env.IDPHOTO;
+/** The folder of the page that needs no program, where that is the one to be tested. */
+const folder = process.env.PAGE_FOLDER;
+export const isAlone = !!folder;
 const axeSource = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 export const scratch = mkdtempSync(join(tmpdir(), "page-browser-"));
 export const astronaut = process.env.SAMPLE_PHOTO ?? join(web, "../build/sample/astronaut.png");
@@ -24,6 +28,9 @@ export function command(...args) {
 
 /** `idphoto serve` on a free port, or on one that was used before. `more` are its options. */
 export const startService = (port = 0, ...more) => startProgram(program, port, ...more);
+
+/** Whatever hands out the page: `idphoto serve`, or a server of files. */
+export const startStudio = () => (isAlone ? startFolder(folder) : startService());
 
 export function startBrowser() {
   return chromium.launch({
@@ -39,6 +46,7 @@ export async function openPage(browser, address, { expected = [], ...options } =
   const context = await browser.newContext({ viewport: { width: 1280, height: 860 }, locale: "de-DE", acceptDownloads: true, ...options });
   // Long enough for a machine that does much else; what passes takes a tenth of a second.
   context.setDefaultTimeout(120_000);
+  if (isAlone) await context.addInitScript(noteQuestions);
   const page = await context.newPage();
   const faults = [], sizes = [];
   page.on("requestfinished", (request) => sizes.push(request.sizes()));
@@ -55,6 +63,33 @@ export async function openPage(browser, address, { expected = [], ...options } =
   /** Bytes of bodies that came over the line so far, packed as they came. */
   const received = async () => (await Promise.all(sizes)).reduce((sum, { responseBodySize }) => sum + responseBodySize, 0);
   return { page, close, received };
+}
+
+/** Runs in the page: notes what its worker is asked. */
+function noteQuestions() {
+  const { postMessage } = Worker.prototype;
+  globalThis.questions = [];
+  Worker.prototype.postMessage = function note(message, ...more) {
+    globalThis.questions.push(message.request);
+    return postMessage.call(this, message, ...more);
+  };
+}
+
+/** Listens to what the page asks of its studio; the function that it gives ends that and lists the pictures asked for. */
+export async function listen(page) {
+  if (isAlone) {
+    await page.evaluate(() => { globalThis.questions.length = 0; });
+    const kinds = { render: "result", preview: "preview" };
+    return async () => (await page.evaluate(() => globalThis.questions)).filter(({ command }) => command in kinds)
+      .map(({ command, options }) => ({ ...Object.fromEntries(options), kind: kinds[command] }));
+  }
+  const asked = [];
+  const note = (request) => asked.push(new URL(request.url()));
+  page.on("request", note);
+  return async () => {
+    page.off("request", note);
+    return asked.filter((url) => /result|preview/.test(url.pathname)).map((url) => ({ ...Object.fromEntries(url.searchParams), kind: url.pathname.split("/").pop() }));
+  };
 }
 
 export async function addPhotos(page, ...files) {

@@ -3,16 +3,16 @@ import assert from "node:assert/strict";
 import { readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
-import { addPhotos, assertAccessible, astronaut, chooseDocument, command, downloaded, finished, openFolds, openPage, scratch, startBrowser, startService } from "./studio.mjs";
+import { addPhotos, assertAccessible, astronaut, chooseDocument, command, downloaded, finished, isAlone, listen, openFolds, openPage, scratch, startBrowser, startService, startStudio } from "./studio.mjs";
 
-let service, browser;
+let studio, browser;
 before(async () => {
-  service = await startService();
+  studio = await startStudio();
   browser = await startBrowser();
 });
 after(async () => {
   await browser?.close();
-  assert.equal(await service?.stop(), 0);
+  assert.equal(await studio?.stop(), 0);
 });
 
 function made(name, ...options) {
@@ -25,21 +25,18 @@ async function source(page) {
   return page.locator(".frame > img").first().getAttribute("src");
 }
 
-/** Does something that changes the picture, and gives the addresses that were asked for it. */
+/** Does something that changes the picture, and gives what was asked for it. */
 async function asksFor(page, act) {
-  const asked = [];
-  const listen = (request) => asked.push(new URL(request.url()));
-  page.on("request", listen);
+  const asked = await listen(page);
   const old = await source(page);
   await act();
   await page.waitForFunction((before) => document.querySelector(".frame > img").getAttribute("src") !== before, old);
   await finished(page);
-  page.off("request", listen);
-  return asked.filter((url) => /result|preview/.test(url.pathname)).map((url) => ({ ...Object.fromEntries(url.searchParams), kind: url.pathname.split("/").pop() }));
+  return asked();
 }
 
 test("a dropped photograph becomes the document's picture; the download is the command's file, in both formats", async () => {
-  const { page, close } = await openPage(browser, service.address);
+  const { page, close } = await openPage(browser, studio.address);
   const bytes = [...readFileSync(astronaut)];
   const data = await page.evaluateHandle((content) => {
     const transfer = new DataTransfer();
@@ -63,7 +60,7 @@ test("a dropped photograph becomes the document's picture; the download is the c
 });
 
 test("every slider asks for its option while it moves and once it rests, and one step takes it back", async () => {
-  const { page, close } = await openPage(browser, service.address);
+  const { page, close } = await openPage(browser, studio.address);
   await addPhotos(page, astronaut);
   await finished(page);
   await chooseDocument(page, "two inch");
@@ -87,7 +84,7 @@ test("every slider asks for its option while it moves and once it rests, and one
 });
 
 test("a slider that is dragged shows previews on the way, and the finished picture at the end", async () => {
-  const { page, close } = await openPage(browser, service.address);
+  const { page, close } = await openPage(browser, studio.address);
   await addPhotos(page, astronaut);
   await finished(page);
   const slider = page.getByRole("slider", { name: "Links und rechts" });
@@ -110,7 +107,7 @@ test("a slider that is dragged shows previews on the way, and the finished pictu
 });
 
 test("dragging, the wheel and the arrow keys place the person; the bounds are drawn, and beyond them there is a way back", async () => {
-  const { page, close } = await openPage(browser, service.address, { expected: [/status of 422/] });
+  const { page, close } = await openPage(browser, studio.address, { expected: [/status of 422/] });
   await addPhotos(page, astronaut);
   await finished(page);
   const frame = page.locator(".frame");
@@ -139,7 +136,7 @@ test("dragging, the wheel and the arrow keys place the person; the bounds are dr
 });
 
 test("backgrounds are offered as the document allows them; what an authority forbids is gone, with the reason", async () => {
-  const { page, close } = await openPage(browser, service.address);
+  const { page, close } = await openPage(browser, studio.address);
   await addPhotos(page, astronaut);
   await finished(page);
   const ground = (name) => page.getByRole("radio", { name });
@@ -159,7 +156,7 @@ test("backgrounds are offered as the document allows them; what an authority for
 });
 
 test("by the keyboard alone: pick, document, slider, compare, download", async () => {
-  const { page, close } = await openPage(browser, service.address);
+  const { page, close } = await openPage(browser, studio.address);
   const focused = () => page.evaluate(() => {
     const element = document.activeElement;
     return element.getAttribute("aria-label") ?? element.closest("label")?.textContent ?? (element === document.body ? "" : element.textContent);
@@ -200,7 +197,7 @@ test("by the keyboard alone: pick, document, slider, compare, download", async (
 });
 
 test("a print sheet of one kind and of several, as picture and PDF", async () => {
-  const { page, close } = await openPage(browser, service.address);
+  const { page, close } = await openPage(browser, studio.address);
   const second = join(scratch, "second.png");
   writeFileSync(second, readFileSync(astronaut));
   await addPhotos(page, astronaut, second);
@@ -235,7 +232,7 @@ test("a print sheet of one kind and of several, as picture and PDF", async () =>
 });
 
 test("several photographs become a list with states and one ZIP file; what is none is told and left out", async () => {
-  const { page, close } = await openPage(browser, service.address, { expected: [/status of 4(15|22)/] });
+  const { page, close } = await openPage(browser, studio.address, { expected: [/status of 4(15|22)/] });
   const text = join(scratch, "text.jpg"), blank = join(scratch, "zblank.png");
   writeFileSync(text, "no picture");
   writeFileSync(blank, Buffer.from("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGP4//8/AAX+Av4N70a4AAAAAElFTkSuQmCC", "base64"));
@@ -256,7 +253,8 @@ test("several photographs become a list with states and one ZIP file; what is no
   await close();
 });
 
-test("too large, and no server: told in words; when it is back all goes on with a photograph handed over anew", async () => {
+const served = { skip: isAlone && "there is no server" };
+test("too large, and no server: told in words; when it is back all goes on with a photograph handed over anew", served, async () => {
   const own = await startService(0, "--max-upload", "2");
   const { page, close } = await openPage(browser, own.address, { expected: [/status of 4(04|13)/, /ERR_CONNECTION_REFUSED|ERR_CONNECTION_RESET|ERR_EMPTY/] });
   const large = join(scratch, "large.jpg");
@@ -281,7 +279,7 @@ test("too large, and no server: told in words; when it is back all goes on with 
 });
 
 test("the camera's picture joins the list; paste adds another", async () => {
-  const { page, close } = await openPage(browser, service.address, { expected: [/status of 422/], permissions: ["camera"] });
+  const { page, close } = await openPage(browser, studio.address, { expected: [/status of 422/], permissions: ["camera"] });
   await page.getByRole("button", { name: "Kamera benutzen" }).click();
   await page.getByRole("button", { name: "Foto aufnehmen" }).click();
   await page.locator(".problem").waitFor();

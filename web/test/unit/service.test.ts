@@ -1,7 +1,7 @@
 import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
 import { test } from "node:test";
-import { Client } from "../../src/api/client";
+import { HttpClient } from "../../src/api/http";
 import { isAbort, Problem } from "../../src/api/problem";
 import { Text, preferredLanguage } from "../../src/text/text";
 import { english } from "../../src/text/english";
@@ -9,8 +9,8 @@ import { german } from "../../src/text/german";
 import { germanMeasures } from "../../src/text/measures";
 import { Latest } from "../../src/work/latest";
 
-const answering = (status: number, body: string, type = "application/problem+json"): Client =>
-  new Client(async () => new Response(body, { status, headers: { "Content-Type": type } }));
+const answering = (status: number, body: string, type = "application/problem+json"): HttpClient =>
+  new HttpClient(async () => new Response(body, { status, headers: { "Content-Type": type } }));
 
 async function problem(of: Promise<unknown>): Promise<Problem> {
   const reason = await of.then(() => assert.fail("no problem"), (caught: unknown) => caught);
@@ -30,13 +30,13 @@ test("a refusal carries the service's code and words, whatever is sent in its pl
 });
 
 test("no answer, and one that breaks off, are told apart from a cancelled request", async () => {
-  const gone = new Client(() => Promise.reject(new TypeError("fetch failed")));
+  const gone = new HttpClient(() => Promise.reject(new TypeError("fetch failed")));
   assert.equal((await problem(gone.presets())).unreachable, true);
-  const broken = new Client(async () => new Response(new ReadableStream({ start: (body) => body.error(new TypeError("network error")) })));
+  const broken = new HttpClient(async () => new Response(new ReadableStream({ start: (body) => body.error(new TypeError("network error")) })));
   assert.equal((await problem(broken.preview("x", []))).unreachable, true);
   assert.equal(await gone.alive(), false);
   const controller = new AbortController();
-  const slow = new Client((_, init) => new Promise((_done, fail) =>
+  const slow = new HttpClient((_, init) => new Promise((_done, fail) =>
     init!.signal!.addEventListener("abort", () => fail(new DOMException("", "AbortError")))));
   const asked = slow.preview("x", [], controller.signal);
   controller.abort();
@@ -45,7 +45,7 @@ test("no answer, and one that breaks off, are told apart from a cancelled reques
 
 test("options travel percent-coded; the kind of picture is asked for by Accept", async () => {
   const seen: [string, RequestInit][] = [];
-  const client = new Client(async (input, init) => {
+  const client = new HttpClient(async (input, init) => {
     seen.push([String(input), init!]);
     return new Response("{}");
   });

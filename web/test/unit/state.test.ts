@@ -1,6 +1,6 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import { Client } from "../../src/api/client";
+import { HttpClient } from "../../src/api/http";
 import { Problem } from "../../src/api/problem";
 import type { Check, Kept, Preset } from "../../src/api/types";
 import { likelyDocument, search } from "../../src/state/documents";
@@ -99,7 +99,7 @@ test("photographs go to the service one by one, the one looked at first; a verdi
 
 test("what the service let go is handed over once more, and no oftener", async () => {
   const asked: string[] = [];
-  const client = new Client(async (input, init) => {
+  const client = new HttpClient(async (input, init) => {
     asked.push(`${init?.method ?? "GET"} ${String(input)}`);
     return init?.method === "POST" ? new Response('{"id":"new","faces":[]}', { status: 201 }) : new Response("{}", { status: 404 });
   });

@@ -1,4 +1,0 @@
-import { render } from "preact";
-import { App } from "./view/app";
-
-render(<App />, document.getElementById("page")!);
