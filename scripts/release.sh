@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
 # usage: scripts/release.sh
 # What a release has to pass beyond scripts/test.sh, which comes first: what takes too long for every change, or needs a
-# Debian of its own. As root; an hour on two cores. Its last line says which steps passed; logs are in build/logs.
+# Debian of its own. As root; two hours on two cores. Its last line says which steps passed; logs are in build/logs.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
+source "$root/scripts/lib/steps.sh"
 ((EUID == 0)) || fail "root rights are needed, to make the container's Debian"
 
 all_tests() { FUZZ_SECONDS=${FUZZ_SECONDS:-300} "$root/scripts/test.sh"; }
+# Only here: whole programs for other machines, an hour.
+other_targets() { "$root/scripts/targets.sh"; }
 # Only here: it makes a Debian and builds an image, some five minutes.
 container() { "$root/packaging/container.sh" --try; }
 # Only here: under sanitizers each picture takes ten times as long.
@@ -25,17 +28,11 @@ cluster() {
 }
 pictures() { "$root/scripts/docs.sh"; }
 
-logs=$root/build/logs passed=() failed=()
-mkdir -p "$logs"
-for step in all_tests slurm cluster container sanitized_page pictures; do
-  start=$SECONDS
-  if "$step" >"$logs/release_$step.log" 2>&1; then
-    passed+=("$step") outcome=passed
-  else
-    failed+=("$step") outcome=FAILED
-    tail -n 40 "$logs/release_$step.log"
-  fi
-  printf '%-24s %s  %3d s\n' "$step" "$outcome" $((SECONDS - start))
-done
-echo "passed: ${passed[*]:-none}; failed: ${failed[*]:-none}"
-((${#failed[@]} == 0))
+step "tests" all_tests release_all_tests
+step "other targets" other_targets release_targets
+step "Slurm" slurm release_slurm
+step "cluster of queues" cluster release_cluster
+step "container" container release_container
+step "page, sanitized" sanitized_page release_sanitized_page
+step "pictures" pictures release_pictures
+verdict

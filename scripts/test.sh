@@ -4,27 +4,9 @@
 # Logs of the steps: build/logs.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
+source "$root/scripts/lib/steps.sh"
 
 fuzz_seconds=${FUZZ_SECONDS:-25} # for each target; FUZZ_SEED chooses another sequence of inputs
-logs=$root/build/logs
-passed=() failed=() skipped=()
-
-# step TITLE FUNCTION: runs the function, notes whether it passed, and shows the end of its log when it did not. Status
-# 77 says that the step is not possible on this machine.
-step() {
-  local log=$logs/$2.log start=$SECONDS outcome=passed status=0
-  "$2" >"$log" 2>&1 || status=$?
-  case $status in
-    0) passed+=("$1") ;;
-    77) skipped+=("$1") outcome=$(tail -n 1 "$log") ;;
-    *) failed+=("$1") outcome=FAILED ;;
-  esac
-  printf '%-24s %s  %3d s\n' "$1" "$outcome" $((SECONDS - start))
-  if [[ $outcome == FAILED ]]; then
-    # Without the lines of the tests that passed.
-    sed -E '/^ +Start |   Passed /d; s/^/    /' "$log" | tail -n 60
-  fi
-}
 
 # run_tests PRESET [OPTION...]: fails also when no test answers the description.
 run_tests() {
@@ -84,7 +66,6 @@ fuzzing() {
 
 prepare "${build_packages[@]}" "${test_packages[@]}"
 fetch_sample
-mkdir -p "$logs"
 say "Testing"
 step "GCC build" gcc_build
 step "unit tests" unit_tests
@@ -96,11 +77,4 @@ step "address and UB" address_undefined
 step "threads" threads
 step "Clang build" clang_build
 step "fuzzing" fuzzing
-
-list() { (($#)) && printf '%s, ' "$@" | sed 's/, $//' || printf none; }
-verdict=PASSED
-((${#failed[@]} == 0)) || verdict=FAILED
-last_line="$verdict in $SECONDS s; passed: $(list "${passed[@]}"); failed: $(list "${failed[@]}")"
-((${#skipped[@]} == 0)) || last_line+="; skipped: $(list "${skipped[@]}")"
-echo "$last_line"
-[[ $verdict == PASSED ]]
+verdict

@@ -24,6 +24,22 @@ wasm_packages=(
   flatbuffers-compiler libflatbuffers-dev libfxdiv-dev libcli11-dev nlohmann-json3-dev # headers alone
 )
 
+# The library on other targets, and what runs it there.
+target_packages=(
+  build-essential cmake ninja-build
+  g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user-static libgtest-dev # 64-bit ARM; the tests' library by its source
+  g++-mingw-w64-x86-64-posix wine64                                         # Windows
+  emscripten                                                                # browsers
+)
+
+# The program for 64-bit ARM, and the libraries of that processor, which are unpacked into a folder.
+arm64_packages=(g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user-static mmdebstrap)
+arm64_libraries=(
+  libc6-dev libstdc++-12-dev
+  libxnnpack-dev libpthreadpool-dev libflatbuffers-dev libvips-dev libcli11-dev nlohmann-json3-dev
+  libboost-dev zlib1g-dev libseccomp-dev libcurl4-openssl-dev libssl-dev librabbitmq-dev
+)
+
 browser_packages=(chromium) # shows the page to its tests, and for its picture
 
 # The benchmarks are compiled, not run, with the tests.

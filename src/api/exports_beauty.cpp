@@ -1,8 +1,8 @@
 // Exports: retouching.
-#include <cstring>
 
 #include "api/pair_beauty.h"
 #include "api/result.h"
+#include "base/buffer.h"
 #include "beauty/pipeline.h"
 #include "mask/mask_transfer.h"
 
@@ -42,7 +42,7 @@ bool HasForeground(const FaceRecord& face) {
 
 // A face's colour image, which is there, into buffers of the crop's size; the mask goes in as the face's own.
 void BeautifyCrop(const FaceRecord& face, const BeautyParams& params, uint8_t* mask, uint8_t* image) {
-  std::memcpy(mask, face.fgMask.data(), ImageBytes(face.cropWidth, face.cropHeight, 1));
+  CopyBytes(mask, face.fgMask.data(), ImageBytes(face.cropWidth, face.cropHeight, 1));
   RunBeautyPipeline({face.fgColour.data(), face.cropWidth, face.cropHeight, 3}, BuildLandmarkSetCrop(face), params,
                     mask, image);
 }

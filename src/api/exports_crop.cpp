@@ -1,8 +1,8 @@
 // Exports: the crop run and what is read from its crops.
-#include <cstring>
 
 #include "api/handle.h"
 #include "api/result.h"
+#include "base/buffer.h"
 #include "crop/cut_crops.h"
 #include "crop/fine_crop.h"
 #include "face/find_faces.h"
@@ -78,8 +78,8 @@ int32_t QX_IDP_GetRCImage(IDPResult* result, int32_t index, uint8_t* image, uint
   if (index >= result->faceCount || image == nullptr || mask == nullptr) return IDP_ERR_PARAM;
   const qx::CropView crop = qx::ViewCrop(*result, index);
   if (crop.image == nullptr || crop.mask == nullptr) return IDP_ERR_PARAM;
-  std::memcpy(image, crop.image, qx::ImageBytes(crop.width, crop.height, 3));
-  std::memcpy(mask, crop.mask, qx::ImageBytes(crop.width, crop.height, 1));
+  qx::CopyBytes(image, crop.image, qx::ImageBytes(crop.width, crop.height, 3));
+  qx::CopyBytes(mask, crop.mask, qx::ImageBytes(crop.width, crop.height, 1));
   return IDP_OK;
 }
 

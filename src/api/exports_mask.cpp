@@ -1,7 +1,7 @@
 // Exports: exchange of the person mask.
-#include <cstring>
 
 #include "api/result.h"
+#include "base/buffer.h"
 #include "mask/mask_transfer.h"
 
 extern "C" {
@@ -19,8 +19,8 @@ int32_t QX_IDP_GetRCMaskFg(IDPResult* result, int32_t index, uint8_t* mask, uint
   if (!result->HasModeCrop(index)) return IDP_ERR_PARAM;
   const qx::CropView crop = qx::ViewCrop(*result, index);
   if (crop.fgMask == nullptr) return IDP_ERR_NO_MASK;
-  if (mask != nullptr) std::memcpy(mask, crop.fgMask, qx::ImageBytes(crop.width, crop.height, 1));
-  if (colour != nullptr) std::memcpy(colour, crop.fgColour, qx::ImageBytes(crop.width, crop.height, 3));
+  if (mask != nullptr) qx::CopyBytes(mask, crop.fgMask, qx::ImageBytes(crop.width, crop.height, 1));
+  if (colour != nullptr) qx::CopyBytes(colour, crop.fgColour, qx::ImageBytes(crop.width, crop.height, 3));
   return IDP_OK;
 }
 

@@ -53,7 +53,7 @@ int MaskAt(const Placed& p, int64_t x, int64_t y) {
 // Face 1 covers face 0 where they meet, but where face 0's mask is the stronger one.
 void Compose(const IDPResult& result, const uint8_t* crop0, const uint8_t* crop1, size_t bytes, uint8_t* canvas) {
   const PairCrop& pair = *result.pairCrop;
-  std::memset(canvas, 0, ImageBytes(pair.cropWidth, pair.cropHeight, static_cast<int32_t>(bytes)));
+  FillBytes(canvas, 0, ImageBytes(pair.cropWidth, pair.cropHeight, static_cast<int32_t>(bytes)));
   const Placed p0 = Place(result, 0), p1 = Place(result, 1);
   const Area a0 = Visible(p0, pair), a1 = Visible(p1, pair);
   const auto always = [](int64_t, int64_t) { return true; };

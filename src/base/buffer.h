@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 #include <utility>
@@ -16,6 +17,14 @@ namespace qx {
 inline uint64_t ImageBytes(int32_t width, int32_t height, int32_t channels) {
   if (width <= 0 || height <= 0) return 0;
   return static_cast<uint64_t>(width) * static_cast<uint64_t>(height) * static_cast<uint64_t>(channels);
+}
+
+// memcpy and memset for whole images: what lies in memory fits size_t, also where that has 32 bits.
+inline void CopyBytes(void* to, const void* from, uint64_t count) {
+  std::memcpy(to, from, static_cast<size_t>(count));
+}
+inline void FillBytes(void* bytes, uint8_t value, uint64_t count) {
+  std::memset(bytes, value, static_cast<size_t>(count));
 }
 
 // Moves, never copies. Present from a successful Allocate on, even with 0 elements: an empty crop is a crop.

@@ -1,7 +1,6 @@
 #include "beauty/pipeline.h"
 
 #include <cmath>
-#include <cstring>
 
 #include "base/buffer.h"
 #include "beauty/detail/enhance_region.h"
@@ -26,7 +25,7 @@ class BeautyRun {
   void EnhanceDetail() {
     ByteBuffer reference;
     if (!reference.Allocate(bytes_)) return;
-    std::memcpy(reference.data(), output_.pixels, bytes_);
+    CopyBytes(reference.data(), output_.pixels, bytes_);
     EnhanceRegion(reference.data(), output_, landmarks_.Region(FaceRegion::kLeftEye), kDetailFactor, work_.data());
     EnhanceRegion(reference.data(), View(work_.data()), landmarks_.Region(FaceRegion::kRightEye), kDetailFactor,
                   output_.pixels);
@@ -54,18 +53,18 @@ class BeautyRun {
     ByteBuffer maskCopy;
     if (mask != nullptr) {
       if (!maskCopy.Allocate(maskBytes)) return;
-      std::memcpy(maskCopy.data(), mask, maskBytes);
+      CopyBytes(maskCopy.data(), mask, maskBytes);
     }
     if (ContourWarp(View(work_.data()), maskCopy.data(), landmarks_.Attributes(), strength, output_.pixels, mask) !=
         Status::kOk) {
       Copy(work_.data(), output_.pixels);
-      if (mask != nullptr) std::memcpy(mask, maskCopy.data(), maskBytes);
+      if (mask != nullptr) CopyBytes(mask, maskCopy.data(), maskBytes);
     }
   }
 
  private:
   ImageView View(const uint8_t* pixels) const { return {pixels, output_.width, output_.height, 3}; }
-  void Copy(const uint8_t* from, uint8_t* to) const { std::memcpy(to, from, bytes_); }
+  void Copy(const uint8_t* from, uint8_t* to) const { CopyBytes(to, from, bytes_); }
 
   void WarpRegion(FaceRegion region, double strength, const uint8_t* from, uint8_t* to) const {
     const int32_t direction = 0 > strength ? 0 : 1;
@@ -85,7 +84,7 @@ class BeautyRun {
 
 void RunBeautyPipeline(const ImageView& source, const LandmarkSet& landmarks, const BeautyParams& params, uint8_t* mask,
                        uint8_t* output) {
-  if (source.pixels != output) std::memcpy(output, source.pixels, source.Bytes());
+  if (source.pixels != output) CopyBytes(output, source.pixels, source.Bytes());
   BeautyRun run({output, source.width, source.height, 3}, landmarks);
   if (!run.Prepare()) return;
   const double* p = params.p;

@@ -1,7 +1,6 @@
 #include "beauty/retouch_skin.h"
 
-#include <cstring>
-
+#include "base/buffer.h"
 #include "beauty/skin/lab_tables.h"
 #include "beauty/skin/skin_layer.h"
 #include "beauty/skin/smooth_skin.h"
@@ -18,7 +17,7 @@ void FillSpots(const ImageView& image, const LandmarkSet& landmarks, uint8_t* fi
   SpotMask spots;
   const bool built = BuildSpotMask(image, &landmarks, landmarks.Attributes(), &spots) == Status::kOk;
   if (MedianFillSpots(built ? &spots : nullptr, image, kMedianSquare, filled) != Status::kOk) {
-    std::memcpy(filled, image.pixels, image.Bytes());
+    CopyBytes(filled, image.pixels, image.Bytes());
   }
 }
 

@@ -1,7 +1,6 @@
 #include "beauty/skin_tone.h"
 
-#include <cstring>
-
+#include "base/buffer.h"
 #include "kernels/beauty_kernels.h"
 
 namespace qx {
@@ -11,11 +10,12 @@ Status ApplySkinToneLut(const ImageView& source, int32_t strength, uint8_t* dest
     return Status::kBadArgument;
   }
   if (strength == 0) {
-    std::memcpy(destination, source.pixels, source.Bytes());
+    CopyBytes(destination, source.pixels, source.Bytes());
     return Status::kOk;
   }
   const double s = strength / 10.0;
-  ActiveBeautyKernels().toneRow(SkinToneLut, source.pixels, source.Pixels(), 1.0 - s, s, destination);
+  ActiveBeautyKernels().toneRow(SkinToneLut, source.pixels, static_cast<size_t>(source.Pixels()), 1.0 - s, s,
+                                destination);
   return Status::kOk;
 }
 

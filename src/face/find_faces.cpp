@@ -1,6 +1,5 @@
 #include "face/find_faces.h"
 
-#include <cstring>
 #include <new>
 
 #include "base/buffer.h"
@@ -14,7 +13,7 @@ constexpr int32_t kPairFaces = 2;
 bool MakeGrey(const ImageView& photograph, ByteBuffer* grey) {
   if (!grey->Allocate(photograph.Pixels())) return false;
   if (photograph.channels == 1) {
-    std::memcpy(grey->data(), photograph.pixels, photograph.Pixels());
+    CopyBytes(grey->data(), photograph.pixels, photograph.Pixels());
   } else {
     GreyConvert(photograph, grey->data());
   }

@@ -15,7 +15,7 @@ inline uint8_t GreyOf(const uint8_t* bgr) {
 
 // The same for an image of three channels; grey takes one byte a pixel. Rows have no gap, so it is one run of pixels.
 inline void GreyConvert(const ImageView& image, uint8_t* grey) {
-  ActiveKernels().greyRow(image.pixels, image.Pixels(), grey);
+  ActiveKernels().greyRow(image.pixels, static_cast<size_t>(image.Pixels()), grey);
 }
 
 }  // namespace qx

@@ -71,6 +71,7 @@ const BeautyKernels& ActiveBeautyKernels() {
 
 namespace neon {
 extern const Kernels kKernels;
+extern const BeautyKernels kBeautyKernels;
 }  // namespace neon
 
 namespace {
@@ -86,7 +87,7 @@ void UsePlainKernels(bool plain) {
   active.store(plain ? &generic::kKernels : &neon::kKernels, std::memory_order_relaxed);
 }
 const BeautyKernels& ActiveBeautyKernels() {
-  return generic::kBeautyKernels;
+  return &ActiveKernels() == &neon::kKernels ? neon::kBeautyKernels : generic::kBeautyKernels;
 }
 
 #else

@@ -157,7 +157,7 @@ void BlendBox(const uint8_t* reference, const ImageView& input, const Box& box, 
 Status EnhanceRegion(uint8_t* reference, const ImageView& input, const Point* region, double factor, uint8_t* output) {
   const int32_t width = input.width, height = input.height;
   if (width < 0 || height < 0 || input.pixels == nullptr || !(factor >= 0 && factor <= 1)) return Status::kBadArgument;
-  std::memcpy(output, input.pixels, input.Bytes());
+  CopyBytes(output, input.pixels, input.Bytes());
   if (factor == 0) return Status::kOk;
   Ellipse ellipse;
   if (!MarkEllipse(region, width, height, &ellipse)) return Status::kMemoryShort;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
+#include "base/buffer.h"
 #include "beauty/shape/contour_mesh.h"
 #include "kernels/beauty_kernels.h"
 
@@ -143,8 +143,8 @@ void DrawTriangle(const Planes& planes, const TriangleMap& map) {
 Status ContourWarp(const ImageView& image, const uint8_t* mask, const Point* points, double strength, uint8_t* imageOut,
                    uint8_t* maskOut) {
   if (image.pixels == nullptr || imageOut == nullptr || image.Empty()) return Status::kBadArgument;
-  std::memcpy(imageOut, image.pixels, image.Bytes());
-  if (mask != nullptr) std::memcpy(maskOut, mask, image.Pixels());
+  CopyBytes(imageOut, image.pixels, image.Bytes());
+  if (mask != nullptr) CopyBytes(maskOut, mask, image.Pixels());
   // A strength that is no number gives no position, so no pixel moves either.
   if (strength == 0 || std::isnan(strength)) return Status::kOk;
   ContourMesh mesh;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include "base/buffer.h"
@@ -202,7 +201,7 @@ Status LensWarp(const ImageView& source, FaceRegion region, const Point* points,
   if (source.height < 0 || source.width < 0 || source.pixels == nullptr || destination == nullptr) {
     return Status::kBadArgument;
   }
-  std::memcpy(destination, source.pixels, source.Bytes());
+  CopyBytes(destination, source.pixels, source.Bytes());
   const LensParams lens = MakeLens(region, points, strength);
   if (region != FaceRegion::kMouth && regionValue < kClosed) return Status::kOk;
   if (lens.amount == 0) return Status::kOk;  // a flat lens turns no ray by as much as counts

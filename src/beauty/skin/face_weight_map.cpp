@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
+#include "base/buffer.h"
 #include "beauty/skin/resize_mask.h"
 #include "beauty/skin/skin_box.h"
 
@@ -136,13 +136,13 @@ Status BuildFaceWeightMap(const ImageView& image, const Point* corners, int32_t 
   };
   // Each step reads one buffer and writes the other, what it does not reach being filled beforehand.
   const auto stride = static_cast<size_t>(scaledWidth);
-  std::memset(a.data(), kFlat, bytes);
+  FillBytes(a.data(), kFlat, bytes);
   forEachBox([&](const SkinBox& box) { WeighEdges({b.data(), stride}, box, pose.turned, a.data()); });
-  std::memset(b.data(), 0, bytes);
+  FillBytes(b.data(), 0, bytes);
   forEachBox([&](const SkinBox& box) { Filter3x3({a.data(), stride}, box, 1, b.data(), Minimum); });
-  std::memset(a.data(), kFlat, bytes);
+  FillBytes(a.data(), kFlat, bytes);
   forEachBox([&](const SkinBox& box) { Filter3x3({b.data(), stride}, box, 2, a.data(), MeanAboveZero); });
-  std::memset(b.data(), kFlat, bytes);
+  FillBytes(b.data(), kFlat, bytes);
   forEachBox([&](const SkinBox& box) { Filter3x3({a.data(), stride}, box, 2, b.data(), MeanAboveZero); });
   *map = ResizeMask({b.data(), scaledWidth, scaledHeight, 1}, outWidth, outHeight);
   return *map ? Status::kOk : Status::kMemoryShort;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/buffer.h"
 #include "beauty/skin/robust_colour_stats.h"
 #include "beauty/skin/skin_region.h"
 #include "beauty/skin/skin_score.h"
@@ -57,13 +58,13 @@ Status BuildSkinColourMask(const LabTables& tables, const ImageView& image, cons
   if (!tables.HasColours() || !labBytes.Allocate(pixels * 3)) return Status::kMemoryShort;
   ConvertHalfLab(tables, image, labBytes.data());
   const ImageView lab = {labBytes.data(), width, height, 3};
-  std::memset(mask, 0, pixels);
+  FillBytes(mask, 0, pixels);
   if (!region.Allocate(pixels) || !score.Allocate(pixels)) return Status::kMemoryShort;
   const SkinTaper taper;
   const int32_t diagonal = TruncatedDistance({0, 0}, {width, height});
   for (int32_t f = 0; f < faceCount; ++f, corners += 4) {
-    std::memset(region.data(), 0, pixels);
-    std::memset(score.data(), 0, pixels);
+    FillBytes(region.data(), 0, pixels);
+    FillBytes(score.data(), 0, pixels);
     const auto halved = [](Point p) { return Point{p.x / 2, p.y / 2}; };
     BuildSkinRegion(halved(eye0[f]), halved(eye1[f]), taper, {region.data(), width, height, 1}, &boxes[f]);
     const SkinBox area = ClipBox(boxes[f], width, height);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/buffer.h"
 #include "base/number.h"
 
 namespace qx {
@@ -100,7 +101,7 @@ Status BlendSkinLayer(const SkinLayer* layer, const ImageView& source, double st
                        !(strength >= 0 && strength <= kStrongest) || source.width < 0 || source.height < 0;
   const uint64_t pixels = source.Pixels();
   if (refused || strength == 0) {
-    std::memcpy(destination, source.pixels, pixels * 3);
+    CopyBytes(destination, source.pixels, pixels * 3);
     return refused ? Status::kBadArgument : Status::kOk;
   }
   uint8_t weights[256];

@@ -54,14 +54,14 @@ class Quotients {
     const bool all = axis + 2 < static_cast<double>(entries);
     const auto count = all ? static_cast<uint64_t>(axis) + 2 : static_cast<uint64_t>(entries);
     if (!table_.Allocate(count)) return;
-    for (uint64_t i = 0; i < count; ++i) table_[i] = static_cast<double>(i * i) / divisor_;
+    for (uint64_t i = 0; i < count; ++i) table_[static_cast<size_t>(i)] = static_cast<double>(i * i) / divisor_;
     count_ = count;
     complete_ = all;
   }
 
   double At(int64_t i) const {
     const auto magnitude = static_cast<uint64_t>(std::abs(i));
-    if (magnitude < count_) return table_[magnitude];
+    if (magnitude < count_) return table_[static_cast<size_t>(magnitude)];
     if (complete_) return 2;
     const auto square = static_cast<double>(magnitude) * static_cast<double>(magnitude);
     return square / divisor_;

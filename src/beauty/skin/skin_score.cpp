@@ -1,7 +1,6 @@
 #include "beauty/skin/skin_score.h"
 
 #include <cmath>
-#include <cstring>
 
 #include "base/buffer.h"
 #include "base/exact_math.h"
@@ -78,7 +77,7 @@ void Average(const Rows& rows, int32_t begin, int32_t end, uint16_t* column, uin
 void ScoreSkinColour(const ImageView& lab, const ColourModel& model, const SkinBox& box, const uint8_t* region,
                      uint8_t* score) {
   if (!(model.spread[0] > 0 && model.spread[1] > 0 && model.spread[2] > 0)) {
-    std::memset(score, 0, lab.Pixels());
+    FillBytes(score, 0, lab.Pixels());
     return;
   }
   double squares[3][256];

@@ -1,8 +1,8 @@
 #include "beauty/spots/median_fill_spots.h"
 
 #include <algorithm>
-#include <cstring>
 
+#include "base/buffer.h"
 #include "base/number.h"
 
 namespace qx {
@@ -102,7 +102,7 @@ Status MedianFillSpots(const SpotMask* spots, const ImageView& source, double ke
   if (source.pixels == nullptr || source.width < 0 || source.height < 0 || spots == nullptr || !(kernelSize >= 0)) {
     return Status::kBadArgument;
   }
-  std::memcpy(destination, source.pixels, source.Bytes());
+  CopyBytes(destination, source.pixels, source.Bytes());
   const int64_t half = TruncToInt32(std::min(kernelSize, 2147483646.0)) / 2;
   MovingSquare square({destination, source.width, source.height, 3}, half);
   for (int64_t y = spots->top + half; y < spots->bottom - half; ++y) {
