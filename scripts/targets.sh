@@ -56,6 +56,8 @@ windows() {
 webassembly() {
   # With fetch there, Emscripten's loader takes the name of a file for an address.
   export NODE_OPTIONS=--no-experimental-fetch
+  # Where Debian has what its Emscripten needs of Node; a Node from elsewhere does not look there.
+  export NODE_PATH=/usr/share/nodejs
   core wasm --toolchain "$(em-config EMSCRIPTEN_ROOT)/cmake/Modules/Platform/Emscripten.cmake" \
     -DCMAKE_CXX_FLAGS=-msimd128 "-DCMAKE_EXE_LINKER_FLAGS=-sNODERAWFS=1 -sALLOW_MEMORY_GROWTH=1" -- library_golden &&
     check wasm golden
