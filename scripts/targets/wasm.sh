@@ -8,6 +8,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
 (($# == 0)) || [[ $* == --test ]] || fail "usage: $0 [--test]"
 folder=$root/build/wasm
 jobs=${QX_JOBS:-$(nproc)}
+# Where Debian has what its Emscripten needs of Node; a Node from elsewhere does not look there.
+export NODE_PATH=/usr/share/nodejs
 
 "$root/scripts/targets/wasm_deps.sh" "$folder/deps"
 fetch_npm_packages models "the networks"
