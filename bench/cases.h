@@ -11,6 +11,9 @@ namespace qx::bench {
 // Grey conversion and crop resampling beside OpenCV's and beside plain copies.
 void AddKernelCases(Table* table);
 
+// Each row loop as this processor runs it beside the plain one.
+void AddLoopCases(Table* table);
+
 // The elementary functions beside those of the C library, in ns a call.
 void AddMathCases(Table* table);
 

@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   cv::setNumThreads(1);
   qx::bench::Table table;
   qx::bench::AddKernelCases(&table);
+  qx::bench::AddLoopCases(&table);
   qx::bench::AddMathCases(&table);
   qx::bench::AddCropCases(&table);
   qx::bench::AddBeautyCases(&table);
