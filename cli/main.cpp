@@ -1,13 +1,15 @@
 // idphoto: the command line. Each subcommand lives in a file of its own under commands/.
-#include <malloc.h>
-
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/process.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/order.h"
@@ -22,7 +24,32 @@
 
 namespace {
 
-int Run(int argc, char** argv) {
+#ifdef QX_WITH_SERVER
+constexpr bool kHasServer = true;
+#else
+constexpr bool kHasServer = false;
+#endif
+#ifdef QX_WITH_QUEUES
+constexpr bool kHasQueues = true;
+#else
+constexpr bool kHasQueues = false;
+#endif
+
+// What the build was made without.
+std::string MissingCommands() {
+  if (!kHasServer)
+    return "\n\nThis build has no server and no queues: the commands serve, work, submit and collect are missing.";
+  return kHasQueues ? "" : "\n\nThis build has no queues: the commands work, submit and collect are missing.";
+}
+
+std::string UnknownCommand(const std::string& name) {
+  const bool isOfQueues = name == "work" || name == "submit" || name == "collect";
+  const bool isMissing = (!kHasServer && name == "serve") || (!kHasQueues && isOfQueues);
+  return (isMissing ? "this build has no command \"" : "there is no command \"") + name + "\"";
+}
+
+// `arguments`: the program's name first.
+int Run(std::vector<std::string> arguments) {
   int status = qx::cli::kDone;
   CLI::App app("Identification photographs from ordinary photographs.", "idphoto");
   app.set_version_flag("--version", "idphoto " + qx::orders::ProgramVersion(), "Print the version");
@@ -37,7 +64,8 @@ int Run(int argc, char** argv) {
       "  idphoto retouch holiday.jpg -o better.jpg --beauty light\n"
       "  idphoto check visa.jpg --preset schengen-visa\n"
       "  idphoto sheet passport.jpg -o sheet.png as many as fit on a sheet of photo paper, at true size\n"
-      "  idphoto batch class/ -o passports --preset de-passport");
+      "  idphoto batch class/ -o passports --preset de-passport" +
+      MissingCommands());
   qx::cli::AddCropCommand(app, &status);
   qx::cli::AddInspectCommand(app, &status);
   qx::cli::AddMakeCommand(app, &status);
@@ -59,27 +87,22 @@ int Run(int argc, char** argv) {
   qx::cli::AddSubmitCommand(app, &status);
   qx::cli::AddCollectCommand(app, &status);
 #endif
+  if (!arguments.empty()) arguments.erase(arguments.begin());
+  const std::string first = arguments.empty() ? "-" : arguments.front();
+  std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
-    app.parse(argc, argv);
+    app.parse(std::move(arguments));
   } catch (const CLI::Success& request) {
     app.exit(request);  // --help, --version
   } catch (const CLI::ParseError& error) {
     const auto commands = app.get_subcommands();
     const std::string command = commands.empty() ? "" : " " + commands.front()->get_name();
-    const bool unknown = commands.empty() && argc > 1 && argv[1][0] != '-';
-    const std::string reason = unknown ? "there is no command \"" + std::string(argv[1]) + "\"" : error.what();
+    const bool isUnknown = commands.empty() && first.substr(0, 1) != "-";
+    const std::string reason = isUnknown ? UnknownCommand(first) : error.what();
     std::fprintf(stderr, "idphoto: %s; see idphoto%s --help\n", qx::photo::Printable(reason).c_str(), command.c_str());
     return qx::cli::kNotStarted;
   }
   return status;
-}
-
-// Every step takes and gives back pictures of some megabytes: to use the same pages again is cheaper than to have the
-// system clear new ones.
-void KeepFreedMemory() {
-  constexpr int kMost = 256 << 20;
-  mallopt(M_MMAP_THRESHOLD, kMost);
-  mallopt(M_TRIM_THRESHOLD, kMost);
 }
 
 }  // namespace
@@ -89,10 +112,10 @@ int main(int argc, char** argv) {
 #ifdef QX_WITH_SERVER
     if (qx::server::IsChild(argc, argv)) return qx::server::RunChild(qx::server::MakePhotoWorker);
 #endif
-    KeepFreedMemory();
+    qx::cli::platform::StartProcess();
     qx::cli::RemoveTemporariesOnSignals();
     const qx::codec::ImageLibrary images;
-    int status = Run(argc, argv);
+    int status = Run(qx::cli::platform::Arguments(argc, argv));
     // A report that could not be written (a full disk, say) must not count as done.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
       std::fputs("idphoto: cannot write to standard output; check where it leads\n", stderr);

@@ -1,9 +1,8 @@
 #include "cli/progress.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
+
+#include "cli/platform/process.h"
 
 namespace qx::cli {
 namespace {
@@ -27,8 +26,8 @@ std::string TimeLeft(std::chrono::duration<double> elapsed, size_t done, size_t 
 
 Progress::Progress(size_t total, bool keepsBack)
     : total_(total),
-      bar_(total > 1 && isatty(STDERR_FILENO) == 1 && (keepsBack || isatty(STDOUT_FILENO) != 1)),
-      outcomesKeptBack_(bar_ && isatty(STDOUT_FILENO) == 1) {}
+      bar_(total > 1 && platform::IsTerminal(stderr) && (keepsBack || !platform::IsTerminal(stdout))),
+      outcomesKeptBack_(bar_ && platform::IsTerminal(stdout)) {}
 
 Progress::~Progress() {
   Wipe();
@@ -49,8 +48,7 @@ void Progress::Begin(size_t item, const std::string& name) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (!bar_) return;
   total_ = std::max(total_, item + 1);
-  winsize size{};
-  const size_t columns = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+  const size_t columns = platform::TerminalColumns();
   constexpr size_t kBarWidth = 24;
   const size_t done = kBarWidth * item / total_;
   shown_ = "[" + std::string(done, '#') + std::string(kBarWidth - done, '.') + "] " + std::to_string(item + 1) + "/" +

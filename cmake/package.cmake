@@ -1,7 +1,7 @@
 # Debian packages of what install.cmake lays down: `cpack -G DEB --config build/release/CPackConfig.cmake`. One package
 # for each component: libqx-idp0 (runtime), libqx-idp-dev (development), idphoto (program).
 find_program(QX_DPKG_SHLIBDEPS dpkg-shlibdeps DOC "Finds the packages that binaries need; in Debian's dpkg-dev")
-if(NOT QX_DPKG_SHLIBDEPS)
+if(NOT QX_DPKG_SHLIBDEPS OR WIN32)
   return()
 endif()
 

@@ -12,6 +12,7 @@
 
 #include "codec/colours.h"
 #include "codec/library.h"
+#include "codec/platform/platform.h"
 #include "codec/print_resolution.h"
 #include "photo/base/failure.h"
 
@@ -253,8 +254,11 @@ int32_t Decoder::NextReduction(int32_t reduction) const {
 
 VImage Decoder::Load(int32_t reduction) const {
   constexpr int64_t kMemoryForHeader = int64_t{16} << 20;
-  if (!HasMemory(kMemoryForHeader)) throw MemoryFailure();
-  if (std::string_view(loader_->name) == "HEIF") AddHeif();
+  if (!platform::HasMemory(kMemoryForHeader)) throw MemoryFailure();
+  if (std::string_view(loader_->name) == "HEIF" && !AddHeif()) {
+    throw photo::Failure(photo::FailureCode::kNotAPicture,
+                         "is a HEIF file, for which no reader is installed; save it as JPEG");
+  }
   auto* options = VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_TRUNCATED);
   if (reduction > 1 && loader_->reducing == Reducing::kHalving) options->set("shrink", reduction);
   if (reduction > 1 && loader_->reducing == Reducing::kAny) options->set("scale", 1.0 / reduction);
@@ -284,7 +288,7 @@ photo::Image Decoder::DecodeOnce(int32_t reduction, const photo::PixelBox& box, 
 photo::Image Decoder::Decode(int32_t reduction, const photo::PixelBox& box, bool isUpright,
                              photo::Mask* opacity) const {
   const int64_t result = int64_t{box.Width()} * box.Height() * (opacity ? 4 : 3);
-  if (!HasMemory(memory_ + result)) throw MemoryFailure();
+  if (!platform::HasMemory(memory_ + result)) throw MemoryFailure();
   return UseLibrary([&] { return DecodeOnce(reduction, box, isUpright ? turn_ : Turn(), opacity); },
                     [this](const std::string& message) { return FailureFor(message); });
 }
@@ -295,7 +299,7 @@ photo::Image Decoder::DecodeWhole(int32_t reduction, photo::Mask* opacity) const
 }
 
 photo::Failure Decoder::FailureFor(const std::string& message) const {
-  if (IsAboutMemory(message) || !HasMemory(memory_)) return MemoryFailure();
+  if (IsAboutMemory(message) || !platform::HasMemory(memory_)) return MemoryFailure();
   return {photo::FailureCode::kDamagedFile,
           std::string("is a damaged or truncated ") + loader_->name + " file (" + message +
               "); get it again from where it came",

@@ -38,7 +38,7 @@ std::vector<uint8_t> TakeBytes(VipsBlob* blob) {
 
 // In lower case.
 std::string EndingOf(const fs::path& path) {
-  std::string ending = path.extension().native();
+  std::string ending = path.extension().u8string();
   for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return ending;
 }

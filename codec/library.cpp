@@ -1,16 +1,11 @@
 #include "codec/library.h"
 
-#include <dlfcn.h>
-#include <gmodule.h>
-#include <sys/mman.h>
-
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
 #include <mutex>
 #include <string_view>
 
 #include "codec/codec.h"
+#include "codec/platform/platform.h"
 #include "photo/base/text.h"
 
 namespace qx::codec {
@@ -28,7 +23,7 @@ std::string TakeMessage() {
 }
 
 void Start() {
-  if (!HasMemory(kMemoryToStart)) throw MemoryFailure();
+  if (!platform::HasMemory(kMemoryToStart)) throw MemoryFailure();
   // Whatever matters comes back as an error; warnings on odd metadata are no concern of the user's.
   g_log_set_default_handler([](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
   if (vips_init("qx_codec") != 0) {
@@ -53,9 +48,7 @@ std::shared_mutex uses;
 }  // namespace
 
 ImageLibrary::ImageLibrary() {
-  // The library looks for extensions below this folder and loads all that it finds, which takes longer than all the
-  // rest. There are none in a place that is no folder; AddHeif finds the one that is needed.
-  setenv("VIPSHOME", "/dev/null", 1);
+  platform::LeaveOutExtensions();  // AddHeif finds the one that is needed
 }
 
 ImageLibrary::~ImageLibrary() {
@@ -72,28 +65,19 @@ void StartLibrary() {
   std::call_once(once, Start);
 }
 
-void AddHeif() {
+bool AddHeif() {
+  constexpr char kLoader[] = "heifload_buffer";
   static std::once_flag once;
-  std::call_once(once, [] {
-    if (vips_type_find("VipsForeignLoad", "heifload_buffer") == 0) {
-      if (!HasMemory(kMemoryForHeif)) throw MemoryFailure();  // and try again with the next file
-      Dl_info library{};
-      if (dladdr(reinterpret_cast<const void*>(&vips_init), &library) == 0) return;
+  std::call_once(once, [&] {
+    if (vips_type_find("VipsForeignLoad", kLoader) == 0) {
+      if (!platform::HasMemory(kMemoryForHeif)) throw MemoryFailure();  // and try again with the next file
       const std::string folder =
           "vips-modules-" + std::to_string(VIPS_MAJOR_VERSION) + "." + std::to_string(VIPS_MINOR_VERSION);
-      const auto name = std::filesystem::path(library.dli_fname).parent_path() / folder / "vips-heif.so";
-      g_module_open(name.c_str(), G_MODULE_BIND_LAZY);  // stays for good: the library holds on to its functions
+      platform::LoadExtension(reinterpret_cast<const void*>(&vips_init), folder.c_str(), "vips-heif");
     }
     vips_operation_block_set("VipsForeignLoadHeif", FALSE);
   });
-}
-
-bool HasMemory(int64_t bytes) {
-  void* const place =
-      mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (place == MAP_FAILED) return false;
-  munmap(place, static_cast<size_t>(bytes));
-  return true;
+  return vips_type_find("VipsForeignLoad", kLoader) != 0;
 }
 
 bool IsAboutMemory(const std::string& message) {

@@ -17,12 +17,8 @@ namespace qx::codec {
 // Starts the library unless it runs. Throws Failure.
 void StartLibrary();
 
-// Adds the reader of HEIF files unless it is there; where it is not installed such files fail as damaged. Throws
-// Failure.
-void AddHeif();
-
-// True when that much memory can be had now. Nothing stays taken.
-bool HasMemory(int64_t bytes);
+// Adds the reader of HEIF files unless it is there; false where it is not installed. Throws Failure.
+bool AddHeif();
 
 // True for what the library and its decoders say when they are refused memory or threads.
 bool IsAboutMemory(const std::string& message);

@@ -1,7 +1,3 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -17,6 +13,7 @@
 #include "codec/jpeg_quality.h"
 #include "codec/library.h"
 #include "codec/mask.h"
+#include "codec/platform/platform.h"
 #include "photo/base/failure.h"
 #include "photo/base/resize.h"
 
@@ -33,39 +30,25 @@ constexpr int64_t kSmallPixels = 4'000'000;
                        "cannot be opened (" + std::generic_category().message(error) + "); check its permissions");
 }
 
-class Descriptor {
- public:
-  // Without waiting: opening a pipe would wait for its writer.
-  explicit Descriptor(const fs::path& path) : number_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-  ~Descriptor() {
-    if (number_ >= 0) close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Number() const { return number_; }
-
- private:
-  int number_;
-};
-
 // The size of the regular file that is open. Throws Failure for everything else.
-uint64_t CheckKind(int descriptor) {
-  struct stat status = {};
-  if (fstat(descriptor, &status) != 0) FailToRead(errno);
-  if (S_ISDIR(status.st_mode))
+uint64_t CheckKind(platform::FileToRead* file) {
+  auto kind = platform::FileKind::kOther;
+  uint64_t size = 0;
+  if (!file->Look(&kind, &size)) FailToRead(file->Error());
+  if (kind == platform::FileKind::kFolder)
     throw photo::Failure(photo::FailureCode::kNoFile, "is a folder; name the photographs in it");
-  if (!S_ISREG(status.st_mode)) throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
-  return static_cast<uint64_t>(status.st_size);
+  if (kind != platform::FileKind::kRegular)
+    throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
+  return size;
 }
 
 // Reads `size` bytes, or up to the end of a file that has become shorter.
-photo::Bytes ReadAll(int descriptor, size_t size) {
+photo::Bytes ReadAll(platform::FileToRead* file, size_t size) {
   photo::Bytes bytes(size);
   size_t done = 0;
   while (done < size) {
-    const ssize_t count = read(descriptor, bytes.data() + done, size - done);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) FailToRead(errno);
+    const ptrdiff_t count = file->Read(bytes.data() + done, size - done);
+    if (count < 0) FailToRead(file->Error());
     if (count == 0) break;
     done += static_cast<size_t>(count);
   }
@@ -128,19 +111,19 @@ void CheckPart(const photo::PixelBox& box, int32_t width, int32_t height, const 
 photo::Bytes ReadFileBytes(const fs::path& path, const Limits& limits) {
   // Sixteen bytes a pixel are more than any of the formats takes for a picture; the rest is for what else files carry.
   constexpr uint64_t kPixelBytes = 16, kOtherBytes = uint64_t{64} << 20;
-  const Descriptor file(path);
-  if (file.Number() < 0) {
-    if (errno == ENOENT || errno == ENOTDIR)
+  platform::FileToRead file(path);
+  if (const int error = file.Error(); error != 0) {
+    if (error == ENOENT || error == ENOTDIR)
       throw photo::Failure(photo::FailureCode::kNoFile, "no such file; check the name");
-    if (errno == ENXIO) throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
-    FailToRead(errno);
+    if (error == ENXIO) throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
+    FailToRead(error);
   }
-  const uint64_t size = CheckKind(file.Number());
+  const uint64_t size = CheckKind(&file);
   if (size > static_cast<uint64_t>(limits.pixels) * kPixelBytes + kOtherBytes)
     throw photo::Failure(photo::FailureCode::kTooLarge,
                          "takes more bytes than any photograph within the limits; name a photograph");
   try {
-    return ReadAll(file.Number(), static_cast<size_t>(size));
+    return ReadAll(&file, static_cast<size_t>(size));
   } catch (const std::bad_alloc&) {
     throw MemoryFailure();
   }

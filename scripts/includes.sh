@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-rooms=(python wasm wasm/codec cli/commands cli/queue cli/batch cli web server/adapter server server/description worker server/children server/http queue/amqp queue orders orders/options codec jobs
+rooms=(python wasm wasm/codec cli/commands cli/queue cli/batch cli cli/platform web server/adapter server server/description worker server/children server/http queue/amqp queue orders orders/options codec codec/platform jobs
   photo photo/drawing photo/check photo/sheet photo/render photo/place photo/foreground photo/person photo/face photo/document photo/base
   src/api src/quality src/beauty src/beauty/skin src/beauty/spots src/beauty/shape src/beauty/detail
   src/mask src/crop src/face src/kernels include engine nn src/base)

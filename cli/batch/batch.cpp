@@ -9,7 +9,8 @@
 #include <mutex>
 
 #include "cli/batch/reasons.h"
-#include "cli/interrupt.h"
+#include "cli/platform/file_name.h"
+#include "cli/platform/interrupt.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "jobs/worker_pool.h"
@@ -55,7 +56,7 @@ class Batch {
   bool GoesOn() const { return !unreported_ && !watch_.Interrupted(); }
 
   void WorkOn(const BatchItem& item, const BatchWorker& worker) {
-    const std::string name = photo::Printable(item.input.native());
+    const std::string name = photo::Printable(NameOf(item.input));
     {
       const std::lock_guard<std::mutex> lock(mutex_);
       progress_.Begin(summary_.done + summary_.failed, name);
@@ -83,7 +84,7 @@ class Batch {
       progress_.Error(name + ": " + outcome.message);
     } else {
       const std::string note = outcome.message.empty() ? "" : " (" + outcome.message + ")";
-      progress_.Outcome(name + ": " + photo::Printable(item.output.native()) + note);
+      progress_.Outcome(name + ": " + photo::Printable(NameOf(item.output)) + note);
     }
   }
 

@@ -1,7 +1,5 @@
 #include "cli/batch/output_names.h"
 
-#include <glob.h>
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -10,6 +8,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "cli/platform/file_name.h"
+#include "cli/platform/files.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
@@ -21,7 +21,7 @@ namespace {
 bool HasPhotographEnding(const fs::path& path) {
   static const std::set<std::string> endings = {".jpg",  ".jpeg", ".png", ".webp", ".heic",
                                                 ".heif", ".avif", ".tif", ".tiff"};
-  std::string ending = path.extension().native();
+  std::string ending = NameOf(path.extension());
   for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return endings.count(ending) != 0;
 }
@@ -29,9 +29,9 @@ bool HasPhotographEnding(const fs::path& path) {
 std::vector<std::string> PhotographsIn(const std::string& folder) {
   std::vector<std::string> names;
   std::error_code error;
-  for (fs::directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
-    const bool hidden = i->path().filename().native()[0] == '.';
-    if (!hidden && HasPhotographEnding(i->path()) && !fs::is_directory(i->path())) names.push_back(i->path().native());
+  for (fs::directory_iterator i(PathOf(folder), error), end; !error && i != end; i.increment(error)) {
+    const bool hidden = NameOf(i->path().filename())[0] == '.';
+    if (!hidden && HasPhotographEnding(i->path()) && !fs::is_directory(i->path())) names.push_back(NameOf(i->path()));
   }
   if (error)
     throw SetupFailure(photo::Printable(folder) + ": cannot be read (" + error.message() + "); check its permissions");
@@ -44,15 +44,12 @@ std::vector<std::string> PhotographsIn(const std::string& folder) {
 }
 
 std::vector<std::string> FilesMatching(const std::string& pattern) {
-  glob_t found{};
-  const int error = glob(pattern.c_str(), 0, nullptr, &found);
-  std::vector<std::string> names(found.gl_pathv, found.gl_pathv + found.gl_pathc);
-  globfree(&found);
-  if (error != 0 && error != GLOB_NOMATCH)
+  std::vector<std::string> names;
+  if (!platform::Matches(pattern, &names))
     throw SetupFailure(photo::Printable(pattern) + ": the folder cannot be read");
-  names.erase(
-      std::remove_if(names.begin(), names.end(), [](const std::string& name) { return fs::is_directory(name); }),
-      names.end());
+  names.erase(std::remove_if(names.begin(), names.end(),
+                             [](const std::string& name) { return fs::is_directory(PathOf(name)); }),
+              names.end());
   if (names.empty()) throw SetupFailure(photo::Printable(pattern) + ": no file matches; check the pattern");
   return names;
 }
@@ -68,10 +65,10 @@ fs::path Place(const fs::path& path) {
 
 std::vector<std::string> OutputStems(const std::vector<std::string>& photographs) {
   std::set<std::string> wanted, used;
-  for (const std::string& photograph : photographs) wanted.insert(fs::path(photograph).stem().native());
+  for (const std::string& photograph : photographs) wanted.insert(NameOf(PathOf(photograph).stem()));
   std::vector<std::string> stems;
   for (const std::string& photograph : photographs) {
-    const std::string plain = fs::path(photograph).stem().native();
+    const std::string plain = NameOf(PathOf(photograph).stem());
     std::string stem = plain;
     // A number that another photograph has by nature is left to that one.
     for (int i = 2; used.count(stem) != 0 || (stem != plain && wanted.count(stem) != 0); ++i) {
@@ -89,13 +86,13 @@ std::vector<std::string> ExpandPhotographs(const std::vector<std::string>& argum
   for (const std::string& argument : arguments) {
     std::vector<std::string> names{argument};
     std::error_code error;  // a name too long to exist is left to whoever reads the photograph
-    if (fs::is_directory(argument, error)) {
+    if (fs::is_directory(PathOf(argument), error)) {
       names = PhotographsIn(argument);
-    } else if (argument.find_first_of("*?[") != std::string::npos && !fs::exists(argument, error)) {
+    } else if (argument.find_first_of("*?[") != std::string::npos && !fs::exists(PathOf(argument), error)) {
       names = FilesMatching(argument);
     }
     for (std::string& name : names) {
-      if (seen.insert(fs::path(name).lexically_normal()).second) photographs.push_back(std::move(name));
+      if (seen.insert(PathOf(name).lexically_normal()).second) photographs.push_back(std::move(name));
     }
   }
   return photographs;
@@ -129,10 +126,10 @@ std::vector<size_t> ItemsOf(const Shard& shard, const std::vector<std::string>& 
 
 void RefuseToReplace(const std::vector<std::string>& photographs, const std::vector<fs::path>& outputs) {
   std::set<fs::path> places;
-  for (const std::string& photograph : photographs) places.insert(Place(photograph));
+  for (const std::string& photograph : photographs) places.insert(Place(PathOf(photograph)));
   for (const fs::path& output : outputs) {
     if (places.count(Place(output)) == 0) continue;
-    throw SetupFailure(photo::Printable(output.native()) +
+    throw SetupFailure(photo::Printable(NameOf(output)) +
                        ": would replace that photograph; choose another name or folder");
   }
 }

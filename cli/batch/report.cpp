@@ -1,8 +1,5 @@
 #include "cli/batch/report.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -11,6 +8,8 @@
 #include <system_error>
 
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
+#include "cli/platform/files.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
@@ -21,12 +20,13 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 // JSON is UTF-8. A name that is not stays recognisable, and differs from every other name of the run.
-std::string NameOf(const fs::path& path) {
+std::string JsonName(const fs::path& path) {
+  const std::string name = NameOf(path);
   try {
-    [[maybe_unused]] const std::string text = Json(path.native()).dump();
-    return path.native();
+    [[maybe_unused]] const std::string text = Json(name).dump();
+    return name;
   } catch (const Json::exception&) {
-    return photo::Printable(path.native());
+    return photo::Printable(name);
   }
 }
 
@@ -39,7 +39,7 @@ Json Number(double value) {
 }
 
 [[noreturn]] void Fail(const fs::path& file, const char* what, int error) {
-  throw SetupFailure(photo::Printable(file.native()) + ": cannot " + what + " the report (" +
+  throw SetupFailure(photo::Printable(NameOf(file)) + ": cannot " + what + " the report (" +
                      std::generic_category().message(error) + "); check the folder, its permissions and the disk");
 }
 
@@ -64,7 +64,7 @@ void ReadReport(const fs::path& name, const std::function<void(ReportLine)>& tak
     try {
       take(Parsed(text));
     } catch (const Json::exception&) {
-      throw SetupFailure(photo::Printable(name.native()) + ": is not a report of an earlier run; name another file");
+      throw SetupFailure(photo::Printable(NameOf(name)) + ": is not a report of an earlier run; name another file");
     }
   }
   if (file.bad()) Fail(name, "read", EIO);
@@ -77,7 +77,7 @@ BatchReport::BatchReport(fs::path file, std::string options, bool resume)
 }
 
 BatchReport::~BatchReport() {
-  if (descriptor_ >= 0) close(descriptor_);
+  if (descriptor_ >= 0) platform::CloseFile(descriptor_);
 }
 
 void BatchReport::Read() {
@@ -91,13 +91,14 @@ void BatchReport::Read() {
 }
 
 void BatchReport::Open(bool truncate) {
-  if (descriptor_ >= 0) close(descriptor_);
-  descriptor_ = open(file_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (truncate ? O_TRUNC : 0), 0666);
-  if (descriptor_ < 0) Fail(file_, "write", errno);
+  if (descriptor_ >= 0) platform::CloseFile(descriptor_);
+  int error = 0;
+  descriptor_ = platform::OpenToAppend(file_, truncate, &error);
+  if (descriptor_ < 0) Fail(file_, "write", error);
 }
 
 bool BatchReport::IsDone(const BatchItem& item) const {
-  const auto line = lines_.find({NameOf(item.input), NameOf(item.output)});
+  const auto line = lines_.find({JsonName(item.input), JsonName(item.output)});
   if (line == lines_.end() || !line->second.done) return false;
   std::error_code error;
   const auto made = fs::last_write_time(item.output, error);
@@ -107,12 +108,12 @@ bool BatchReport::IsDone(const BatchItem& item) const {
 }
 
 std::vector<std::string> BatchReport::ReasonsOf(const BatchItem& item) const {
-  const auto line = lines_.find({NameOf(item.input), NameOf(item.output)});
+  const auto line = lines_.find({JsonName(item.input), JsonName(item.output)});
   return line == lines_.end() ? std::vector<std::string>() : line->second.reasons;
 }
 
 void BatchReport::Forget(const std::vector<BatchItem>& items) {
-  for (const BatchItem& item : items) lines_.erase({NameOf(item.input), NameOf(item.output)});
+  for (const BatchItem& item : items) lines_.erase({JsonName(item.input), JsonName(item.output)});
   try {
     OutputFile file(file_);
     for (const auto& [key, line] : lines_) file.Write((line.text + "\n").data(), line.text.size() + 1);
@@ -126,8 +127,8 @@ void BatchReport::Forget(const std::vector<BatchItem>& items) {
 std::string ReportLineText(const BatchItem& item, const BatchOutcome& outcome, const std::string& options) {
   Json measures = Json::object();
   for (const auto& [name, value] : outcome.measures) measures[name] = Number(value);
-  const Json line = {{"input", NameOf(item.input)},
-                     {"output", NameOf(item.output)},
+  const Json line = {{"input", JsonName(item.input)},
+                     {"output", JsonName(item.output)},
                      {"status", outcome.done ? "done" : "failed"},
                      {"message", outcome.message},
                      {"reasons", outcome.reasons},
@@ -139,11 +140,8 @@ std::string ReportLineText(const BatchItem& item, const BatchOutcome& outcome, c
 
 void BatchReport::Append(const BatchItem& item, const BatchOutcome& outcome) {
   const std::string text = ReportLineText(item, outcome, options_);
-  for (size_t from = 0; from < text.size();) {
-    const ssize_t written = write(descriptor_, text.data() + from, text.size() - from);
-    if (written < 0 && errno != EINTR) Fail(file_, "write", errno);
-    if (written > 0) from += static_cast<size_t>(written);
-  }
+  const int error = platform::WriteAll(descriptor_, text.data(), text.size());
+  if (error != 0) Fail(file_, "write", error);
 }
 
 }  // namespace qx::cli

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/commands/commands.h"
+#include "cli/platform/file_name.h"
 #include "codec/codec.h"
 #include "orders/background.h"
 #include "orders/options/document_options.h"
@@ -22,7 +23,7 @@ void Run(BackgroundOptions& options) {
   const codec::ImageFormat format = CheckPictureName(options.files.output, {{"photograph", options.files.photograph}});
   AsSetup([&] { orders::CheckTransparency(order.Wanted(), format, "end the name in .png"); });
   order.format = format;
-  codec::FileSource source(options.files.photograph, order.limits);
+  codec::FileSource source(PathOf(options.files.photograph), order.limits);
   photo::Studio studio;
   const orders::BackgroundFile file = order.Change(source, studio);
   const std::string facts = std::to_string(file.width) + " x " + std::to_string(file.height) + " pixels";

@@ -14,6 +14,7 @@
 #include "cli/batch/output_names.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/make.h"
@@ -48,7 +49,7 @@ std::vector<BatchItem> PlanBatch(const BatchOptions& options, const Shard& shard
   std::vector<BatchItem> items;
   std::vector<fs::path> outputs{report};
   for (size_t i = 0; i < photographs.size(); ++i) {
-    items.push_back({photographs[i], fs::path(options.folder) / (stems[i] + ending)});
+    items.push_back({PathOf(photographs[i]), PathOf(options.folder) / PathOf(stems[i] + ending)});
     outputs.push_back(items.back().output);
   }
   RefuseToReplace(photographs, outputs);
@@ -59,9 +60,9 @@ std::vector<BatchItem> PlanBatch(const BatchOptions& options, const Shard& shard
 
 // Shards that run at once must not write into one file.
 fs::path ReportName(const BatchOptions& options, const Shard& shard) {
-  if (!options.report.empty()) return options.report;
+  if (!options.report.empty()) return PathOf(options.report);
   const std::string share = std::to_string(shard.number) + "-of-" + std::to_string(shard.count);
-  return fs::path(options.folder) / (shard.count == 1 ? "report.jsonl" : "report-" + share + ".jsonl");
+  return PathOf(options.folder) / (shard.count == 1 ? "report.jsonl" : "report-" + share + ".jsonl");
 }
 
 // The worker of one thread.
@@ -90,7 +91,7 @@ int RunBatchCommand(BatchOptions& options, const std::string& text) {
   AsSetup([&] { orders::CheckTransparency(order.Request().background, options.format, "add --format png"); });
   order.format = options.format;
   const Shard shard = ParseShard(options.shard);
-  PrepareOutputFolder(options.folder);
+  PrepareOutputFolder(PathOf(options.folder));
   const fs::path report = ReportName(options, shard);
   const std::vector<BatchItem> items = PlanBatch(options, shard, report);
 

@@ -9,6 +9,7 @@
 #include "cli/check_text.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
@@ -41,12 +42,12 @@ std::vector<fs::path> PlanDrawings(const CheckOptions& options, const std::vecto
   if (options.drawing.empty()) return {};
   if (IsOneFile(options, photographs)) {
     CheckPictureName(options.drawing, {{"photograph", photographs[0]}});
-    return {options.drawing};
+    return {PathOf(options.drawing)};
   }
-  PrepareOutputFolder(options.drawing);
+  PrepareOutputFolder(PathOf(options.drawing));
   std::vector<fs::path> drawings;
   for (const std::string& stem : OutputStems(photographs)) {
-    drawings.push_back(fs::path(options.drawing) / (stem + ".png"));
+    drawings.push_back(PathOf(options.drawing) / PathOf(stem + ".png"));
   }
   RefuseToReplace(photographs, drawings);
   return drawings;
@@ -54,7 +55,7 @@ std::vector<fs::path> PlanDrawings(const CheckOptions& options, const std::vecto
 
 void CheckPageName(const CheckOptions& options, const std::vector<std::string>& photographs) {
   if (options.page.empty()) return;
-  const fs::path page = options.page;
+  const fs::path page = PathOf(options.page);
   if (page.extension() != ".html" && page.extension() != ".htm") {
     throw SetupFailure(photo::Printable(options.page) + ": is to be a page; end the name in .html");
   }
@@ -101,7 +102,7 @@ class CheckRun {
   }
 
   photo::PhotoCheck Look(size_t number) {
-    codec::FileSource source(photographs_[number], options_.order.limits);
+    codec::FileSource source(PathOf(photographs_[number]), options_.order.limits);
     const photo::Image photograph = source.Whole();
     photo::PhotoCheck check = options_.order.Look(photograph, source, studio_);
     if (!drawings_.empty()) {
@@ -115,7 +116,7 @@ class CheckRun {
   void WritePage(Progress* progress) {
     try {
       const std::string html = page_.Html();
-      WriteFile(options_.page, {html.begin(), html.end()});
+      WriteFile(PathOf(options_.page), {html.begin(), html.end()});
     } catch (const photo::Failure& failure) {
       allPassed_ = false;
       progress->Error(Wording(failure));

@@ -5,6 +5,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/options/common_options.h"
@@ -16,14 +17,14 @@ namespace fs = std::filesystem;
 
 codec::ImageFormat CheckPictureName(const std::string& output, std::initializer_list<KeptFile> others) {
   const std::string name = photo::Printable(output);
-  const auto format = codec::FormatOfName(output);
+  const auto format = codec::FormatOfName(PathOf(output));
   if (!format) throw SetupFailure(name + ": unknown kind of picture; end the name in .png or .jpg");
   for (const KeptFile& other : others) {
-    if (!other.path.empty() && SameFile(output, other.path)) {
+    if (!other.path.empty() && SameFile(PathOf(output), PathOf(other.path))) {
       throw SetupFailure(name + ": would replace the " + other.what + "; choose another name");
     }
   }
-  const fs::path folder = fs::path(output).parent_path();
+  const fs::path folder = PathOf(output).parent_path();
   CheckOutputFolder(folder.empty() ? "." : folder);
   return *format;
 }
@@ -51,7 +52,7 @@ void AddPictureOptions(CLI::App& command, orders::Order* order, PictureFiles* fi
 
 void WritePicture(const PictureFiles& files, const std::vector<uint8_t>& bytes, const std::string& facts,
                   const std::vector<std::string>& remarks, const std::string& report) {
-  WriteFile(files.output, bytes);
+  WriteFile(PathOf(files.output), bytes);
   if (files.quiet) return;
   if (files.json) {
     std::printf("%s\n", report.c_str());
@@ -63,17 +64,17 @@ void WritePicture(const PictureFiles& files, const std::vector<uint8_t>& bytes, 
 }
 
 std::string CompareName(const std::string& output) {
-  fs::path name(output);
-  name.replace_filename(name.stem().native() + "-compare" + name.extension().native());
-  return name.native();
+  fs::path name = PathOf(output);
+  name.replace_filename(PathOf(NameOf(name.stem()) + "-compare" + NameOf(name.extension())));
+  return NameOf(name);
 }
 
 void WriteWithComparison(const std::string& output, const std::vector<uint8_t>& bytes,
                          const std::vector<uint8_t>& comparison) {
-  OutputFile file(output);
+  OutputFile file(PathOf(output));
   file.Write(bytes.data(), bytes.size());
   if (comparison.empty()) return file.Commit();
-  OutputFile other(CompareName(output));
+  OutputFile other(PathOf(CompareName(output)));
   other.Write(comparison.data(), comparison.size());
   OutputFile::CommitAll({&file, &other});
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/commands/commands.h"
+#include "cli/platform/file_name.h"
 #include "codec/codec.h"
 #include "orders/compress.h"
 #include "photo/document/presets.h"
@@ -20,7 +21,7 @@ void Run(CompressOptions& options) {
   orders::CompressOrder& order = options.order;
   AsSetup([&order] { order.Settle(); });
   order.format = CheckPictureName(options.files.output, {{"photograph", options.files.photograph}});
-  codec::FileSource source(options.files.photograph, order.limits);
+  codec::FileSource source(PathOf(options.files.photograph), order.limits);
   const orders::CompressedFile compressed = order.Compress(source);
   char facts[100];
   std::snprintf(facts, sizeof facts, "%d x %d pixels, %d dpi, %.1f kB", compressed.width, compressed.height,

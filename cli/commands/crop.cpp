@@ -7,6 +7,7 @@
 #include "cli/batch/output_names.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
@@ -33,15 +34,15 @@ class CropRun {
   // Returns the names of the files written.
   std::vector<fs::path> CropOne(const std::string& photograph, const std::string& stem) {
     const std::vector<photo::Image> crops =
-        studio_.Crop(codec::ReadImage(photograph, options_.order.limits), options_.order.settings);
+        studio_.Crop(codec::ReadImage(PathOf(photograph), options_.order.limits), options_.order.settings);
     std::vector<fs::path> written;
     for (size_t i = 0; i < crops.size(); ++i) {
-      const fs::path target = fs::path(options_.folder) / options_.order.FileName(stem, i + 1);
+      const fs::path target = PathOf(options_.folder) / PathOf(options_.order.FileName(stem, i + 1));
       for (const std::string& input : options_.photographs) {
-        if (SameFile(target, input)) {
+        if (SameFile(target, PathOf(input))) {
           throw photo::Failure(
               photo::FailureCode::kCannotWrite,
-              "its crop would replace the photograph " + photo::Printable(target.native()) + "; choose another folder");
+              "its crop would replace the photograph " + photo::Printable(NameOf(target)) + "; choose another folder");
         }
       }
       WriteFile(target, codec::EncodeImage(crops[i], options_.order.format));
@@ -56,7 +57,7 @@ class CropRun {
 };
 
 int RunCrop(const CropOptions& options) {
-  PrepareOutputFolder(options.folder);
+  PrepareOutputFolder(PathOf(options.folder));
   const std::vector<std::string> stems = OutputStems(options.photographs);
   CropRun run(options);
   Progress progress(options.photographs.size());
@@ -67,7 +68,7 @@ int RunCrop(const CropOptions& options) {
     try {
       const std::vector<fs::path> written = run.CropOne(options.photographs[i], stems[i]);
       std::string line = name + ": " + photo::Count(written.size(), "face") + ":";
-      for (const fs::path& file : written) line += " " + photo::Printable(file.native());
+      for (const fs::path& file : written) line += " " + photo::Printable(NameOf(file));
       progress.Outcome(line);
       crops += written.size();
     } catch (const std::exception& exception) {

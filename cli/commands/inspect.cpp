@@ -7,6 +7,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "codec/codec.h"
 #include "orders/inspect.h"
 #include "orders/options/common_options.h"
@@ -54,13 +55,13 @@ void Inspect(InspectOptions& options) {
   if (!options.drawing.empty()) {
     order.format = CheckPictureName(options.drawing, {{"photograph", options.photograph}});
   }
-  const photo::Image photograph = codec::ReadImage(options.photograph, order.limits);
+  const photo::Image photograph = codec::ReadImage(PathOf(options.photograph), order.limits);
   const std::vector<photo::ProbedFace> faces = photo::Studio().Inspect(photograph);
   const std::string report = options.json
                                  ? order.Report(options.photograph, photograph.width, photograph.height, faces) + "\n"
                                  : TableText(options, photograph, faces);
   std::fputs(report.c_str(), stdout);
-  if (!options.drawing.empty()) WriteFile(options.drawing, order.Draw(photograph, faces));
+  if (!options.drawing.empty()) WriteFile(PathOf(options.drawing), order.Draw(photograph, faces));
   if (faces.empty()) throw photo::NoFace();
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/platform/file_name.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/make.h"
@@ -63,11 +64,11 @@ void Make(MakeOptions& options) {
   if (order.compare) CheckPictureName(CompareName(options.output), {photographFile, maskFile});
   order.format = format;
 
-  codec::FileSource source(options.photograph, order.limits);
+  codec::FileSource source(PathOf(options.photograph), order.limits);
   photo::Mask mask;
   if (!options.mask.empty()) {
     try {
-      mask = codec::ReadMask(options.mask, source.Width(), source.Height(), order.limits);
+      mask = codec::ReadMask(PathOf(options.mask), source.Width(), source.Height(), order.limits);
     } catch (const photo::Failure& failure) {
       throw About("the mask " + photo::Printable(options.mask), failure);
     }

@@ -8,6 +8,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/mask.h"
@@ -27,14 +28,14 @@ struct MaskOptions {
 
 // Both would be one file, whether or not it exists yet.
 bool AreOne(const std::string& one, const std::string& other) {
-  const auto placeOf = [](const std::string& name) { return fs::weakly_canonical(fs::absolute(name)); };
-  return SameFile(one, other) || placeOf(one) == placeOf(other);
+  const auto placeOf = [](const std::string& name) { return fs::weakly_canonical(fs::absolute(PathOf(name))); };
+  return SameFile(PathOf(one), PathOf(other)) || placeOf(one) == placeOf(other);
 }
 
 void CheckOutput(const std::string& output, const char* what, const MaskOptions& options) {
   if (output.empty()) return;
   const std::string name = photo::Printable(output);
-  if (codec::FormatOfName(output) != codec::ImageFormat::kPng) {
+  if (codec::FormatOfName(PathOf(output)) != codec::ImageFormat::kPng) {
     throw SetupFailure(name + ": " + what + " is a PNG file, which loses nothing; end the name in .png");
   }
   CheckPictureName(output, {{"photograph", options.photograph}});
@@ -54,7 +55,7 @@ void CheckOutputs(const MaskOptions& options) {
 void WriteOutputs(const MaskOptions& options, const photo::CutOut& cutOut) {
   std::optional<OutputFile> mask, picture;
   const auto write = [](const std::string& name, const std::vector<uint8_t>& bytes, std::optional<OutputFile>* file) {
-    file->emplace(name);
+    file->emplace(PathOf(name));
     (*file)->Write(bytes.data(), bytes.size());
   };
   if (!options.mask.empty()) write(options.mask, codec::EncodeMask(cutOut.mask), &mask);
@@ -70,7 +71,7 @@ void Run(MaskOptions& options) {
   order.wantsCutOut = !options.cutOut.empty();
   AsSetup([&order] { order.Settle(); });
   CheckOutputs(options);
-  codec::FileSource source(options.photograph, order.limits);
+  codec::FileSource source(PathOf(options.photograph), order.limits);
   const photo::CutOut cutOut = photo::Studio().CutOut(source, order.Request());
   WriteOutputs(options, cutOut);
   if (options.quiet) return;

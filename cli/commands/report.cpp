@@ -8,6 +8,7 @@
 #include "cli/batch/joined_report.h"
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/wording.h"
 #include "photo/base/text.h"
 
@@ -22,14 +23,16 @@ struct ReportOptions {
 
 int RunReport(const ReportOptions& options) {
   for (const std::string& report : options.reports) {
-    if (!options.output.empty() && SameFile(options.output, report)) {
+    if (!options.output.empty() && SameFile(PathOf(options.output), PathOf(report))) {
       throw SetupFailure(photo::Printable(options.output) + ": would replace that report; choose another name");
     }
   }
-  const JoinedReport joined = JoinReports(std::vector<fs::path>(options.reports.begin(), options.reports.end()));
+  std::vector<fs::path> files;
+  for (const std::string& report : options.reports) files.push_back(PathOf(report));
+  const JoinedReport joined = JoinReports(files);
   if (!options.output.empty()) {
     const std::string text = joined.Text();
-    AsSetup([&] { WriteFile(options.output, {text.begin(), text.end()}); });
+    AsSetup([&] { WriteFile(PathOf(options.output), {text.begin(), text.end()}); });
   }
   std::fputs(joined.Summary().c_str(), stdout);
   return joined.Failed() == 0 ? kDone : kSomeFailed;

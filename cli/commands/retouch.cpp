@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/commands/commands.h"
+#include "cli/platform/file_name.h"
 #include "orders/options/common_options.h"
 #include "orders/retouch.h"
 #include "photo/base/text.h"
@@ -24,7 +25,7 @@ void Run(RetouchCommand& options) {
   const KeptFile photographFile{"photograph", options.photograph};
   order.format = CheckPictureName(options.output, {photographFile});
   if (order.compare) CheckPictureName(CompareName(options.output), {photographFile});
-  photo::Image photograph = codec::ReadImage(options.photograph, order.limits);
+  photo::Image photograph = codec::ReadImage(PathOf(options.photograph), order.limits);
   const photo::RetouchedPhoto retouched = photo::Studio().Retouch(std::move(photograph), order.Wanted(), order.person);
   const orders::RetouchedFile file = order.Finish(retouched);
   WriteWithComparison(options.output, file.bytes, file.comparison);

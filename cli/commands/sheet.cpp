@@ -12,6 +12,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/output_file.h"
+#include "cli/platform/file_name.h"
 #include "cli/wording.h"
 #include "codec/codec.h"
 #include "orders/options/common_options.h"
@@ -32,12 +33,12 @@ struct SheetOptions {
 
 // What the command line asks for, read before any photograph is.
 void PlanSheet(SheetOptions& options) {
-  const auto format = codec::PrintFormatOfName(options.output);
+  const auto format = codec::PrintFormatOfName(PathOf(options.output));
   if (!format) {
     throw SetupFailure(photo::Printable(options.output) +
                        ": unknown kind of picture; end the name in .png, .jpg or .tiff");
   }
-  const fs::path folder = fs::path(options.output).parent_path();
+  const fs::path folder = PathOf(options.output).parent_path();
   CheckOutputFolder(folder.empty() ? "." : folder);
   options.order.format = *format;
   AsSetup([&options] { options.order.Settle(); });
@@ -47,7 +48,7 @@ void PlanSheet(SheetOptions& options) {
 std::optional<int> TakeCount(std::string* name) {
   const size_t colon = name->rfind(':');
   std::error_code error;
-  if (colon == std::string::npos || colon == 0 || fs::exists(*name, error)) return std::nullopt;
+  if (colon == std::string::npos || colon == 0 || fs::exists(PathOf(*name), error)) return std::nullopt;
   int count = 0;
   const char* const end = name->data() + name->size();
   const auto [last, problem] = std::from_chars(name->data() + colon + 1, end, count);
@@ -63,11 +64,11 @@ std::optional<int> TakeCount(std::string* name) {
 photo::SheetPhotograph ReadPhotograph(const SheetOptions& options, std::string path) {
   const std::optional<int> copies = TakeCount(&path);
   const std::string name = photo::Printable(path);
-  if (SameFile(options.output, path)) {
+  if (SameFile(PathOf(options.output), PathOf(path))) {
     throw SetupFailure(photo::Printable(options.output) + ": would replace the photograph; choose another name");
   }
   try {
-    codec::FileSource source(path, options.order.limits);
+    codec::FileSource source(PathOf(path), options.order.limits);
     photo::SheetPhotograph photograph = options.order.Take(source, name);
     if (copies) photograph.copies = copies;
     return photograph;
@@ -110,7 +111,7 @@ void RunSheet(SheetOptions& options) {
   std::vector<photo::SheetPhotograph> photographs;
   for (const std::string& path : options.photographs) photographs.push_back(ReadPhotograph(options, path));
   const orders::SheetFile sheet = options.order.Draw(photographs);
-  WriteFile(options.output, sheet.bytes);
+  WriteFile(PathOf(options.output), sheet.bytes);
   PrintOutcome(options, photographs, sheet);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/commands/commands.h"
+#include "cli/platform/file_name.h"
 #include "codec/codec.h"
 #include "orders/watermark.h"
 
@@ -19,7 +20,7 @@ void Run(WatermarkOptions& options) {
   orders::WatermarkOrder& order = options.order;
   AsSetup([&order] { order.Settle(); });
   order.format = CheckPictureName(options.files.output, {{"photograph", options.files.photograph}});
-  codec::FileSource source(options.files.photograph, order.limits);
+  codec::FileSource source(PathOf(options.files.photograph), order.limits);
   const orders::WatermarkedFile marked = order.Mark(source);
   char facts[100];
   std::snprintf(facts, sizeof facts, "%d x %d pixels, %d dpi", marked.width, marked.height, marked.dpi);

@@ -11,7 +11,7 @@
 #include "cli/batch/joined_report.h"
 #include "cli/batch/options_text.h"
 #include "cli/exit_status.h"
-#include "cli/interrupt.h"
+#include "cli/platform/interrupt.h"
 #include "cli/progress.h"
 #include "cli/queue/collected_report.h"
 #include "cli/queue/commands.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "cli/interrupt.h"
+#include "cli/platform/interrupt.h"
 #include "queue/job_desk.h"
 #include "worker/waits.h"
 

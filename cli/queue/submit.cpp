@@ -11,8 +11,8 @@
 
 #include "cli/batch/options_text.h"
 #include "cli/exit_status.h"
-#include "cli/interrupt.h"
 #include "cli/output_file.h"
+#include "cli/platform/interrupt.h"
 #include "cli/progress.h"
 #include "cli/queue/commands.h"
 #include "cli/queue/open_queue.h"

@@ -40,6 +40,14 @@ arm64_libraries=(
   libboost-dev zlib1g-dev libseccomp-dev libcurl4-openssl-dev libssl-dev librabbitmq-dev
 )
 
+# The build for Windows and wine, which runs its tests. What it links comes from sources too, see
+# scripts/targets/windows_deps.sh.
+windows_packages=(
+  g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev wine64 cmake ninja-build meson pkgconf dpkg-dev patch zip unzip
+  nasm libglib2.0-dev-bin # tools for libjpeg-turbo and GLib
+  flatbuffers-compiler libflatbuffers-dev libfxdiv-dev libcli11-dev nlohmann-json3-dev # headers alone
+)
+
 browser_packages=(chromium) # shows the page to its tests, and for its picture
 
 # The benchmarks are compiled, not run, with the tests.

@@ -5,6 +5,7 @@
 # packages of wasm_packages in scripts/lib/packages.sh and apt's own mirror, and changes nothing outside FOLDER.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
+source "$root/scripts/lib/debian_sources.sh"
 (($# == 1)) || fail "usage: $0 FOLDER"
 mkdir -p "$1"
 folder=$(cd "$1" && pwd)
@@ -12,39 +13,6 @@ jobs=${QX_JOBS:-$(nproc)}
 # CMake runs small programs in Node to learn the sizes of types; with fetch there, Emscripten's loader takes the name of
 # a file for an address and they fail, which CMake takes for a size.
 export NODE_OPTIONS=--no-experimental-fetch
-
-# Debian 12 keeps no source of the XNNPACK that it ships; the release after it does. Its indexes go into lists of their
-# own, from the mirror that the machine uses.
-apt_with_sources() {
-  local apt=$folder/apt mirror
-  mkdir -p "$apt/lists/partial"
-  if [[ ! -e $apt/sources.list ]]; then
-    # shellcheck disable=SC2016 # apt's own variables
-    mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' 'Label: Debian' | head -n 1)
-    [[ $mirror ]] || fail "apt knows no mirror of Debian"
-    local signed='[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]'
-    printf "deb-src $signed %s %s main\n" "$mirror" bookworm "$mirror" trixie >"$apt/sources.list"
-  fi
-  # As root, apt's sandbox user might not be allowed to write here.
-  apt-get -o Dir::Etc::SourceList="$apt/sources.list" -o Dir::Etc::SourceParts=/dev/null \
-    -o Dir::State::Lists="$apt/lists" -o APT::Sandbox::User=root -qq "$@"
-}
-
-# fetch NAME PACKAGE RELEASE: the package's own source, as sources/NAME.
-fetch() {
-  local target=$folder/sources/$1
-  [[ -e $target ]] && return
-  say "Fetching the source of $2"
-  local download=$folder/download/$1
-  rm -rf "$download" "$target.part" && mkdir -p "$download" "$target.part"
-  [[ -e $folder/apt/updated ]] || { apt_with_sources update && touch "$folder/apt/updated"; }
-  (cd "$download" && apt_with_sources --tar-only source "$2/$3") || fail "the source of $2 could not be fetched"
-  tar -C "$target.part" -xf "$download"/*.orig.tar.*
-  # Some archives hold one folder, some the files themselves.
-  local inside=("$target.part"/*)
-  ((${#inside[@]} > 1)) || { mv "${inside[0]}" "$target.whole" && rm -rf "$target.part" && mv "$target.whole" "$target.part"; }
-  mv "$target.part" "$target"
-}
 
 # XNNPACK's own CMake files know the browser's kernels but not the browser.
 mend_xnnpack() {

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <new>
 
-#include "cli/interrupt.h"
+#include "cli/platform/interrupt.h"
 #include "cli/progress.h"
 #include "cli/wording.h"
 #include "support/test_files.h"

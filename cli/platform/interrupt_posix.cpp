@@ -1,5 +1,3 @@
-#include "cli/interrupt.h"
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +5,8 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+
+#include "cli/platform/interrupt.h"
 
 namespace qx::cli {
 namespace {
@@ -43,21 +43,20 @@ InterruptWatch::InterruptWatch(std::initializer_list<int> signals, const char* t
   interrupted = false;
   now = told;
   std::fill(std::begin(next), std::end(next), Next{});
+  Next* watched = next;
   for (const int number : signals) {
-    Watched watched{number, {}};
-    sigaction(number, nullptr, &watched.before);
-    if (watched.before.sa_handler == SIG_IGN) continue;  // nohup, a background job: it stays ignored
-    next[watched_.size()] = {number, watched.before};
-    watched_.push_back(watched);
+    struct sigaction before = {};
+    sigaction(number, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) *watched++ = {number, before};  // nohup, a background job: it stays ignored
   }
   struct sigaction action = {};
   action.sa_handler = OnInterrupt;
   action.sa_flags = SA_RESTART;
-  for (const Watched& watched : watched_) sigaction(watched.number, &action, nullptr);
+  for (const Next* one = next; one != watched; ++one) sigaction(one->number, &action, nullptr);
 }
 
 InterruptWatch::~InterruptWatch() {
-  for (const Watched& watched : watched_) sigaction(watched.number, &watched.before, nullptr);
+  LetNextThrough();
 }
 
 bool InterruptWatch::Interrupted() const {

@@ -1,11 +1,10 @@
 // Ending a long run in good order.
-#ifndef QX_CLI_INTERRUPT_H
-#define QX_CLI_INTERRUPT_H
+#ifndef QX_CLI_PLATFORM_INTERRUPT_H
+#define QX_CLI_PLATFORM_INTERRUPT_H
 
 #include <signal.h>
 
 #include <initializer_list>
-#include <vector>
 
 namespace qx::cli {
 
@@ -22,15 +21,8 @@ class InterruptWatch {
 
   // Whether there has been an interrupt. For any thread.
   bool Interrupted() const;
-
- private:
-  struct Watched {
-    int number;
-    struct sigaction before;
-  };
-  std::vector<Watched> watched_;
 };
 
 }  // namespace qx::cli
 
-#endif  // QX_CLI_INTERRUPT_H
+#endif  // QX_CLI_PLATFORM_INTERRUPT_H
