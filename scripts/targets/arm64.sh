@@ -21,6 +21,9 @@ fetch_libraries() {
   find "$libraries" -type l -lname '/*' -print0 | while IFS= read -r -d '' link; do
     ln -sfnr "$libraries$(readlink "$link")" "$link"
   done
+  # XNNPACK asks the system how many processors there are, and a bare chroot does not say.
+  mkdir -p "$libraries/sys/devices/system/cpu"
+  echo 0 | tee "$libraries/sys/devices/system/cpu/possible" >"$libraries/sys/devices/system/cpu/present"
   touch "$folder/fetched"
 }
 
