@@ -18,9 +18,14 @@ package=$trial/package
 cp "$sample_photo" "$trial/sample.png"
 failed=0
 
-# check WHAT COMMAND...: reports a command that fails.
+# check WHAT COMMAND...: reports a command that fails, at whichever of its steps: not as a condition, where steps that
+# fail would be passed over.
 check() {
-  if "${@:2}" >"$trial/log" 2>&1; then
+  set +e
+  (set -e && "${@:2}") >"$trial/log" 2>&1
+  local status=$?
+  set -e
+  if ((status == 0)); then
     echo "ok      $1"
   else
     echo "FAILED  $1" && cat "$trial/log" && failed=1
