@@ -35,7 +35,7 @@ _idphoto_options() {
         "--shard --max-megapixels"
       ;;
     report) echo "$common -o --output" ;;
-    serve) echo "$common --listen --jobs --max-upload --token-file --host --cors --open" ;;
+    serve) echo "$common --listen --jobs --max-upload --token-file --host --cors --page --open" ;;
     work)
       echo "$common $queue --jobs --prefetch --timeout --max-file --max-megapixels --read-from --write-to --drain" \
         "--metrics --config"
@@ -84,7 +84,7 @@ _idphoto() {
       ;;
     --mask | --cutout | --draw | --html | --report | --token-file | --list | --jsonl | --config | --queue-password-file | --queue-ca | \
       --queue-cert | --queue-key) _idphoto_files -f "$word" && return ;;
-    --read-from | --write-to) _idphoto_files -d "$word" && return ;;
+    --read-from | --write-to | --page) _idphoto_files -d "$word" && return ;;
     # A number, a length or words: nothing to offer.
     --ratio | --bound | --size | --dpi | --head | --top | --face-width | --eyes | --mouth | --tone | --skin | --face | \
       --brightness | --contrast | --saturation | --temperature | --tint | --sharpness | \

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "cli/browser.h"
 #include "cli/commands/commands.h"
 #include "cli/line_log.h"
+#include "cli/page_folder.h"
 #include "cli/wording.h"
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
@@ -37,6 +39,7 @@ struct ServeOptions {
   int maxUpload = 32;  // megabytes
   std::string tokenFile;
   std::vector<std::string> hosts, origins;
+  std::string page;  // a folder; empty: the program's own
   bool open = false;
 };
 
@@ -83,18 +86,28 @@ server::Settings SettingsOf(const ServeOptions& options, const std::shared_ptr<L
   settings.limits.slots = options.jobs + 2;
   settings.limits.bodyBytes = static_cast<uint64_t>(options.maxUpload) * kMegabyte;
   settings.log = [log](const std::string& line) { log->Say(line); };
+  return settings;
+}
+
+// Point into the folder, if there is one.
+std::vector<server::File> FilesOf(const std::optional<PageFolder>& folder) {
+  if (folder) return folder->Files();
+  std::vector<server::File> files;
 #ifdef QX_WITH_PAGE
   for (const web::PageFile& file : web::PageFiles()) {
-    settings.files.push_back({file.path, file.type, file.etag, file.bytes, file.hashed});
+    files.push_back({file.path, file.type, file.etag, file.bytes, file.hashed});
   }
 #endif
-  return settings;
+  return files;
 }
 
 void Serve(const ServeOptions& options) {
   server::GiveBackFreedMemory();
   const auto log = std::make_shared<LineLog>(STDERR_FILENO);
   server::Settings settings = SettingsOf(options, log);
+  std::optional<PageFolder> page;
+  if (!options.page.empty()) page.emplace(options.page);
+  settings.files = FilesOf(page);
   CheckConfinement(options.listen, settings.token.has_value(), log.get());
   server::ChildrenSettings children;
   children.count = options.jobs;
@@ -136,6 +149,8 @@ void AddServeCommand(CLI::App& app, int*) {
       ->type_name("ORIGIN")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  command->add_option("--page", options->page, "Hand out the page of this folder in place of the program's own")
+      ->type_name("DIR");
   command->add_flag("--open", options->open, "Show the page in the browser");
   command->footer(
       "The first line on standard output is the address; a line for each answer goes to standard error. Nothing is\n"
@@ -146,7 +161,8 @@ void AddServeCommand(CLI::App& app, int*) {
       "Examples:\n"
       "  idphoto serve --open\n"
       "  idphoto serve --listen 0.0.0.0:8080 --token-file token.txt\n"
-      "  idphoto serve --cors https://studio.example");
+      "  idphoto serve --cors https://studio.example\n"
+      "  idphoto serve --page build/wasm/page --open");
   command->callback([options] {
     try {
       Serve(*options);

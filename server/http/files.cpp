@@ -56,6 +56,7 @@ Response FileResponse(const File& file, std::string_view ifNoneMatch) {
   Response response;
   response.headers = {{"ETag", std::string(file.etag)},
                       {"Cache-Control", file.hashed ? "public, max-age=31536000, immutable" : "no-cache"}};
+  if (!file.policy.empty()) response.headers.emplace_back("Content-Security-Policy", std::string(file.policy));
   if (HasTag(ifNoneMatch, file.etag)) {
     response.status = 304;
     return response;

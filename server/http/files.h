@@ -1,4 +1,4 @@
-// Files of the page, which are part of the program, and how text travels.
+// Files of the page, and how text travels.
 #ifndef QX_SERVER_HTTP_FILES_H
 #define QX_SERVER_HTTP_FILES_H
 
@@ -9,11 +9,12 @@
 namespace qx::server {
 
 struct File {
-  std::string_view path;   // "/" or "/assets/main-5f2c.js"
-  std::string_view type;   // "text/html; charset=utf-8"
-  std::string_view etag;   // with its quotation marks
-  std::string_view bytes;  // as long as the program
-  bool hashed = false;     // the path changes with the bytes: a browser may keep it for good
+  std::string_view path;         // "/" or "/assets/main-5f2c.js"
+  std::string_view type;         // "text/html; charset=utf-8"
+  std::string_view etag;         // with its quotation marks
+  std::string_view bytes;        // as long as the program
+  bool hashed = false;           // the path changes with the bytes: a browser may keep it for good
+  std::string_view policy = {};  // what the page may do, in place of what is usual here (Content-Security-Policy)
 };
 
 // 200 with the file, or 304 when the client has it.

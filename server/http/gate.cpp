@@ -231,15 +231,16 @@ void AddStandardHeaders(Response* response) {
   };
   headers.erase(std::remove_if(headers.begin(), headers.end(), broken), headers.end());
   if (!HasHeader(headers, "Cache-Control")) headers.emplace_back("Cache-Control", "no-store");
-  headers.insert(headers.end(),
-                 {{"Content-Security-Policy",
-                   "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
-                   "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
-                  {"Cross-Origin-Opener-Policy", "same-origin"},
-                  {"Cross-Origin-Resource-Policy", "same-origin"},
-                  {"Referrer-Policy", "no-referrer"},
-                  {"X-Content-Type-Options", "nosniff"},
-                  {"X-Frame-Options", "DENY"}});
+  if (!HasHeader(headers, "Content-Security-Policy")) {
+    headers.emplace_back("Content-Security-Policy",
+                         "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' blob: data:; "
+                         "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+  }
+  headers.insert(headers.end(), {{"Cross-Origin-Opener-Policy", "same-origin"},
+                                 {"Cross-Origin-Resource-Policy", "same-origin"},
+                                 {"Referrer-Policy", "no-referrer"},
+                                 {"X-Content-Type-Options", "nosniff"},
+                                 {"X-Frame-Options", "DENY"}});
 }
 
 }  // namespace qx::server

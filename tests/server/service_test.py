@@ -323,5 +323,62 @@ class KeptPhotographs(ServiceTest):
         self.assertGreaterEqual(values["idphoto_photographs_kept"], 1)
 
 
+class PageTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.page = self.folder / "page"
+        (self.page / "studio").mkdir(parents=True)
+
+    def serve(self):
+        return subprocess.Popen([PROGRAM, "serve", "--listen", "127.0.0.1:0", "--jobs", "1", "--page", self.page],
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+    def refused(self):
+        with self.serve() as server:
+            said = server.communicate(timeout=PATIENCE)[1]
+        self.assertEqual(server.returncode, 2, said)
+        return said
+
+    def test_a_page_from_a_folder(self):
+        files = {"/": b"<!doctype html>own", "/studio/studio.wasm": b"\0asm" * 5000, "/LICENSE": b"words"}
+        types = ["text/html; charset=utf-8", "application/wasm", "text/plain; charset=utf-8"]
+        for path, content in files.items():
+            (self.page / (path[1:] or "index.html")).write_bytes(content)
+        (self.folder / "secret.txt").write_text("secret")
+        (self.page / "link.txt").symlink_to(self.folder / "secret.txt")
+        (self.page / "up").symlink_to(self.folder)
+        (self.page / ".hidden").write_text("secret")
+        server = self.serve()
+        host = server.stdout.readline().strip().removeprefix("http://").rstrip("/")
+        with contextlib.closing(http.client.HTTPConnection(host, timeout=PATIENCE)) as connection:
+            def ask(path, **headers):
+                connection.request("GET", path, headers=headers)
+                return Answer(connection.getresponse())
+
+            for (path, content), kind in zip(files.items(), types):
+                answer = ask(path)
+                self.assertEqual((answer.status, answer.body, answer.type), (200, content, kind))
+                self.assertEqual(answer.headers["content-security-policy"], "frame-ancestors 'none'")
+                self.assertEqual(ask(path, **{"If-None-Match": answer.headers["etag"]}).status, 304)
+            # What is changed later is not seen half written.
+            (self.page / "index.html").write_bytes(b"other")
+            self.assertEqual(ask("/").body, files["/"])
+            for path in ("/link.txt", "/up/secret.txt", "/.hidden", "/../secret.txt", "/%2e%2e/secret.txt", "/index.htm"):
+                self.assertIn(ask(path).status, (400, 404), path)
+            self.assertIn("default-src 'none'", ask("/v1/presets").headers["content-security-policy"])
+        server.terminate()
+        server.communicate(timeout=PATIENCE)
+        self.assertEqual(server.returncode, 0)
+
+    def test_folders_that_are_no_page(self):
+        self.assertIn("index.html", self.refused())
+        (self.page / "index.html").write_text("page")
+        with open(self.page / "large.bin", "wb") as large:
+            large.truncate(64_000_000)
+        self.assertIn("64 MB", self.refused())
+        self.page = self.folder / "none"
+        self.assertIn("none: cannot be read", self.refused())
+
+
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1], verbosity=2)
