@@ -63,6 +63,11 @@ mend_vips() {
   sed -i -E "/^subdir\('(man|po|tools|test|fuzz)'\)/d" "$folder/sources/vips/meson.build"
 }
 
+# Debian's changes to expat compare a definition with 1 that expat's CMake files leave empty.
+mend_expat() {
+  sed -i -E 's/^(#cmakedefine XML_(DTD|GE))$/\1 1/' "$folder/sources/expat/expat/expat_config.h.cmake"
+}
+
 write_cross_file() {
   cat >"$folder/cross.ini" <<EOF
 [binaries]
@@ -131,6 +136,7 @@ fetch_mended ffi libffi
 fetch_mended pcre2 pcre2
 fetch_mended glib glib2.0
 fetch_mended vips vips
+mend_expat
 mend_vips
 write_cross_file
 build_networks
