@@ -2,6 +2,13 @@
 #ifndef LIBINTL_H
 #define LIBINTL_H
 
+#include <locale.h>
+
+/* GLib asks about this category, which the system does not have. */
+#ifndef LC_MESSAGES
+#define LC_MESSAGES 1729
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
