@@ -2,42 +2,25 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "codec/profile.h"
 #include "photo/base/failure.h"
 
 namespace qx::codec {
 using vips::VImage;
 namespace {
 
-// True when the embedded profile is sRGB by its own description. Such pixels are taken as they are, which is exact and
-// quick; a conversion would go through another colour space and back.
-bool IsSrgbProfile(const VImage& image) {
+bool HasSrgbProfile(const VImage& image) {
   size_t size = 0;
   const auto* data = static_cast<const char*>(image.get_blob(VIPS_META_ICC_NAME, &size));
-  const std::string_view profile(data, size);
-  // ICC.1: 128 bytes of header (colour space at 16), the count of tags, 12 bytes a tag: signature, offset, length.
-  if (size < 132 || profile.substr(16, 4) != "RGB ") return false;
-  auto number = [&](size_t at) {
-    uint32_t value = 0;
-    for (size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<uint8_t>(profile[at + i]);
-    return size_t{value};
-  };
-  const size_t tags = number(128);
-  for (size_t i = 0, at = 132; i < tags && at + 12 <= size; ++i, at += 12) {
-    if (profile.substr(at, 4) != "desc") continue;
-    const size_t offset = number(at + 4);
-    // textDescriptionType: signature, four zero bytes, length, then ASCII.
-    return offset <= size - 12 && profile.substr(offset, 4) == "desc" && profile.substr(offset + 12, 4) == "sRGB";
-  }
-  return false;
+  return IsSrgbProfile({data, size});
 }
 
 VImage ToSrgb(const VImage& image) {
   const bool cmyk = image.interpretation() == VIPS_INTERPRETATION_CMYK;
   const bool profiled = image.get_typeof(VIPS_META_ICC_NAME) != 0;
-  if (cmyk || (profiled && !IsSrgbProfile(image))) {
+  if (cmyk || (profiled && !HasSrgbProfile(image))) {
     auto* options = VImage::option()
                         ->set("embedded", true)
                         ->set("intent", VIPS_INTENT_RELATIVE)

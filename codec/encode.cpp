@@ -1,6 +1,5 @@
 #include "codec/encode.h"
 
-#include <cctype>
 #include <cstddef>
 #include <memory>
 
@@ -8,7 +7,6 @@
 #include "photo/document/units.h"
 
 namespace qx::codec {
-namespace fs = std::filesystem;
 using vips::VImage;
 namespace {
 
@@ -34,13 +32,6 @@ std::vector<uint8_t> TakeBytes(VipsBlob* blob) {
   size_t size = 0;
   const auto* bytes = static_cast<const uint8_t*>(vips_blob_get(blob, &size));
   return {bytes, bytes + size};
-}
-
-// In lower case.
-std::string EndingOf(const fs::path& path) {
-  std::string ending = path.extension().u8string();
-  for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return ending;
 }
 
 }  // namespace
@@ -83,21 +74,6 @@ std::vector<uint8_t> Encoder::Tiff() const {
 photo::Failure EncodingFailure(const std::string& message) {
   if (IsAboutMemory(message)) return MemoryFailure();
   return {photo::FailureCode::kOutOfMemory, "the picture cannot be encoded (" + message + ")"};
-}
-
-std::optional<ImageFormat> FormatOfName(const fs::path& path) {
-  const std::string ending = EndingOf(path);
-  if (ending == ".png") return ImageFormat::kPng;
-  if (ending == ".jpg" || ending == ".jpeg") return ImageFormat::kJpeg;
-  return std::nullopt;
-}
-
-std::optional<PrintFormat> PrintFormatOfName(const fs::path& path) {
-  const std::string ending = EndingOf(path);
-  if (ending == ".tif" || ending == ".tiff") return PrintFormat::kTiff;
-  const auto format = FormatOfName(path);
-  if (!format) return std::nullopt;
-  return *format == ImageFormat::kJpeg ? PrintFormat::kJpeg : PrintFormat::kPng;
 }
 
 std::vector<uint8_t> EncodeImage(const photo::Image& image, ImageFormat format, const photo::Mask& opacity) {

@@ -1,10 +1,7 @@
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <new>
 #include <stdexcept>
-#include <string>
-#include <system_error>
 #include <utility>
 
 #include "codec/codec.h"
@@ -13,48 +10,15 @@
 #include "codec/jpeg_quality.h"
 #include "codec/library.h"
 #include "codec/mask.h"
-#include "codec/platform/platform.h"
 #include "photo/base/failure.h"
 #include "photo/base/resize.h"
 
 namespace qx::codec {
-namespace fs = std::filesystem;
 namespace {
 
 // Decoded pictures up to this size stay for Part, although their format could decode a part: they cost little memory
 // and a second decoding as much time as the first.
 constexpr int64_t kSmallPixels = 4'000'000;
-
-[[noreturn]] void FailToRead(int error) {
-  throw photo::Failure(photo::FailureCode::kCannotRead,
-                       "cannot be opened (" + std::generic_category().message(error) + "); check its permissions");
-}
-
-// The size of the regular file that is open. Throws Failure for everything else.
-uint64_t CheckKind(platform::FileToRead* file) {
-  auto kind = platform::FileKind::kOther;
-  uint64_t size = 0;
-  if (!file->Look(&kind, &size)) FailToRead(file->Error());
-  if (kind == platform::FileKind::kFolder)
-    throw photo::Failure(photo::FailureCode::kNoFile, "is a folder; name the photographs in it");
-  if (kind != platform::FileKind::kRegular)
-    throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
-  return size;
-}
-
-// Reads `size` bytes, or up to the end of a file that has become shorter.
-photo::Bytes ReadAll(platform::FileToRead* file, size_t size) {
-  photo::Bytes bytes(size);
-  size_t done = 0;
-  while (done < size) {
-    const ptrdiff_t count = file->Read(bytes.data() + done, size - done);
-    if (count < 0) FailToRead(file->Error());
-    if (count == 0) break;
-    done += static_cast<size_t>(count);
-  }
-  bytes.resize(done);
-  return bytes;
-}
 
 photo::PixelBox Covering(const photo::Rectangle& area, int32_t reach, const Extent& size) {
   auto clamped = [](double value, int32_t most) {
@@ -108,28 +72,6 @@ void CheckPart(const photo::PixelBox& box, int32_t width, int32_t height, const 
 
 }  // namespace
 
-photo::Bytes ReadFileBytes(const fs::path& path, const Limits& limits) {
-  // Sixteen bytes a pixel are more than any of the formats takes for a picture; the rest is for what else files carry.
-  constexpr uint64_t kPixelBytes = 16, kOtherBytes = uint64_t{64} << 20;
-  platform::FileToRead file(path);
-  if (const int error = file.Error(); error != 0) {
-    if (error == ENOENT || error == ENOTDIR)
-      throw photo::Failure(photo::FailureCode::kNoFile, "no such file; check the name");
-    if (error == ENXIO) throw photo::Failure(photo::FailureCode::kNoFile, "is not a file; name a photograph");
-    FailToRead(error);
-  }
-  const uint64_t size = CheckKind(&file);
-  if (size > static_cast<uint64_t>(limits.pixels) * kPixelBytes + kOtherBytes)
-    throw photo::Failure(photo::FailureCode::kTooLarge,
-                         "takes more bytes than any photograph within the limits; name a photograph");
-  try {
-    return ReadAll(&file, static_cast<size_t>(size));
-  } catch (const std::bad_alloc&) {
-    throw MemoryFailure();
-  }
-}
-
-FileSource::FileSource(const fs::path& path, const Limits& limits) : FileSource(ReadFileBytes(path, limits), limits) {}
 FileSource::FileSource(photo::Bytes file, const Limits& limits)
     : decoder_(std::make_unique<Decoder>(std::move(file), limits)) {}
 FileSource::~FileSource() = default;
@@ -209,10 +151,6 @@ std::optional<EncodedDocument> FileSource::Repacked(int32_t dpi, std::optional<i
   return RepackedJpeg(decoder_->File(), dpi, minKb, maxKb);
 }
 
-photo::Image ReadImage(const fs::path& path, const Limits& limits) {
-  return FileSource(path, limits).Whole();
-}
-
 photo::Image ReadImage(photo::Bytes file, const Limits& limits) {
   return FileSource(std::move(file), limits).Whole();
 }
@@ -224,14 +162,6 @@ photo::Mask ReadMask(photo::Bytes file, int32_t width, int32_t height, const Lim
   photo::Mask opacity;
   const photo::Image image = decoder.DecodeWhole(1, &opacity);
   return MaskOf(image, std::move(opacity));
-}
-
-photo::Mask ReadMask(const fs::path& path, int32_t width, int32_t height, const Limits& limits) {
-  return ReadMask(ReadFileBytes(path, limits), width, height, limits);
-}
-
-std::optional<photo::PrintResolution> ReadPrintResolution(const fs::path& path, const Limits& limits) {
-  return FileSource(path, limits).Resolution();
 }
 
 }  // namespace qx::codec

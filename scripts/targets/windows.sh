@@ -1,23 +1,33 @@
 #!/usr/bin/env bash
-# usage: scripts/targets/windows.sh [--test]
+# usage: scripts/targets/windows.sh [--libvips] [--test]
 # Builds the program and the libraries for 64-bit Windows, by mingw-w64, into one ZIP in build/windows; with --test also
-# runs what is in it under wine, where nothing else is, and holds it against the program in build/release.
+# runs what is in it under wine, where nothing else is, and holds it against the program in build/release. --libvips:
+# with libvips and GLib, for all formats but HEIF; without it the program knows plain JPEG and PNG files.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
-(($# == 0)) || [[ $* == --test ]] || fail "usage: $0 [--test]"
+libvips=() test=
+for option; do
+  case $option in
+    --libvips) libvips=(--libvips) ;;
+    --test) test=yes ;;
+    *) fail "usage: $0 [--libvips] [--test]" ;;
+  esac
+done
 folder=$root/build/windows
 deps=$folder/deps
 jobs=${QX_JOBS:-$(nproc)}
 tool=x86_64-w64-mingw32
 
-"$root/scripts/targets/windows_deps.sh" "$deps"
+"$root/scripts/targets/windows_deps.sh" "$deps" "${libvips[@]}"
 fetch_npm_packages models "the networks"
 export PKG_CONFIG_LIBDIR=$deps/root/lib/pkgconfig PKG_CONFIG_PATH=
 
+codec=(-DQX_WITH_LIBVIPS=OFF -UCMAKE_EXE_LINKER_FLAGS)
 # The program shares the C++ library with libvips, whose exceptions it catches; the two libraries bring their own inside.
+((${#libvips[@]} == 0)) || codec=(-DQX_WITH_LIBVIPS=ON -DCMAKE_EXE_LINKER_FLAGS=)
 say "Building the program"
 quietly "$folder/logs/configure.log" "configuring" cmake -S "$root" -B "$folder/build" -G Ninja \
-  --toolchain "$root/cmake/windows.cmake" -DCMAKE_BUILD_TYPE=Release -DCMAKE_EXE_LINKER_FLAGS= \
+  --toolchain "$root/cmake/windows.cmake" -DCMAKE_BUILD_TYPE=Release "${codec[@]}" \
   -DCMAKE_PREFIX_PATH="$deps/root" -DQX_BUILD_SERVER=OFF -DQX_BUILD_WORKER=OFF -DQX_BUILD_TESTS=OFF \
   -DQX_FLATBUFFERS_INCLUDE="$deps/root/include" -DQX_XNNPACK_INCLUDE="$deps/root/include" \
   -DQX_XNNPACK_LIBRARY="$deps/root/lib/libXNNPACK.a;$deps/root/lib/libmicrokernels-prod.a" \
@@ -49,14 +59,17 @@ cp "$folder"/build/lib/lib{qx_idp,QX_FaceSDK}.dll.a "$package/lib"
 cp "$root/include/qx_idp.h" "$root/engine/include/qx_face_sdk.h" "$package/include"
 cp "$root"/{LICENSE,NOTICE,THIRD_PARTY.md,CHANGELOG.md} "$package"
 cp "$root/packaging/windows.txt" "$package/README.txt"
-for source in "$deps"/sources/*/; do
+contained=(xnnpack pthreadpool zlib jpeg)
+((${#libvips[@]} == 0)) || contained+=(png webp tiff expat lcms2 exif ffi pcre2 glib vips)
+for name in "${contained[@]}"; do
+  source=$deps/sources/$name/
   texts=("$source"{debian/copyright,LICENSE,COPYING})
   for text in "${texts[@]}"; do
-    [[ ! -e $text ]] || { cp "$text" "$package/licences/$(basename "$source").txt" && break; }
+    [[ ! -e $text ]] || { cp "$text" "$package/licences/$name.txt" && break; }
   done
 done
 cp /usr/share/doc/gcc-mingw-w64-base/copyright "$package/licences/gcc.txt"
 cp /usr/share/doc/mingw-w64-common/copyright "$package/licences/mingw-w64.txt"
 (cd "$folder" && zip -qr "$package.zip" "$(basename "$package")")
 say "The package is $package.zip"
-[[ $* != --test ]] || "$root/scripts/targets/windows/test.sh" "$package.zip"
+[[ ! $test ]] || "$root/scripts/targets/windows/test.sh" "$package.zip"

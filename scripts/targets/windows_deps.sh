@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# usage: scripts/targets/windows_deps.sh FOLDER
-# Builds what the Windows build stands on, by mingw-w64, from Debian's sources: XNNPACK with pthreadpool, and libvips
-# with GLib and the libraries of image formats below it. FOLDER/root then holds DLLs, archives, headers and what
+# usage: scripts/targets/windows_deps.sh FOLDER [--libvips]
+# Builds what the Windows build stands on, by mingw-w64, from Debian's sources: XNNPACK with pthreadpool, zlib and
+# libjpeg-turbo, and with --libvips that and GLib too, and the libraries of image formats below it. FOLDER/root then holds DLLs, archives, headers and what
 # pkg-config reads; what is there already is kept. Needs the packages of windows_packages in scripts/lib/packages.sh and
 # apt's own mirror, and changes nothing outside FOLDER.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
 source "$root/scripts/lib/debian_sources.sh"
-(($# == 1)) || fail "usage: $0 FOLDER"
+(($# == 1)) || [[ $# == 2 && $2 == --libvips ]] || fail "usage: $0 FOLDER [--libvips]"
 mkdir -p "$1"
 folder=$(cd "$1" && pwd)
 prefix=$folder/root
@@ -63,6 +63,11 @@ mend_vips() {
   sed -i -E "/^subdir\('(man|po|tools|test|fuzz)'\)/d" "$folder/sources/vips/meson.build"
 }
 
+# Debian's changes to expat compare a definition with 1 that expat's CMake files leave empty.
+mend_expat() {
+  sed -i -E 's/^(#cmakedefine XML_(DTD|GE))$/\1 1/' "$folder/sources/expat/expat/expat_config.h.cmake"
+}
+
 write_cross_file() {
   cat >"$folder/cross.ini" <<EOF
 [binaries]
@@ -91,10 +96,13 @@ build_networks() {
   by_cmake networks "$root/scripts/targets/windows/networks" -DSOURCES="$folder/sources" -DFXDIV_INCLUDE="$folder/fxdiv"
 }
 
-# The libraries of formats, as far as photographs and finished files need them; they end up inside libvips' DLL.
-build_formats() {
+build_plain_formats() {
   by_cmake small "$root/scripts/targets/windows/small" -DSOURCES="$folder/sources"
   by_cmake jpeg "$folder/sources/jpeg" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF
+}
+
+# The other formats, as far as photographs and finished files need them; they end up inside libvips' DLL.
+build_formats() {
   by_cmake png "$folder/sources/png" -DPNG_SHARED=OFF -DPNG_TESTS=OFF
   by_cmake webp "$folder/sources/webp" -DWEBP_BUILD_{ANIM_UTILS,CWEBP,DWEBP,GIF2WEBP,IMG2WEBP,VWEBP,WEBPINFO,WEBPMUX,EXTRAS}=OFF
   by_cmake tiff "$folder/sources/tiff" -Dtiff-{tools,tests,contrib,docs}=OFF -D{lzma,zstd,lerc,jbig,libdeflate,webp}=OFF
@@ -121,18 +129,21 @@ fetch xnnpack xnnpack trixie
 fetch pthreadpool pthreadpool trixie
 fetch_mended zlib zlib
 fetch_mended jpeg libjpeg-turbo
+fetch_mended exif libexif
+build_networks
+build_plain_formats
+[[ ${2:-} == --libvips ]] || exit 0
 fetch_mended png libpng1.6
 fetch_mended webp libwebp
 fetch_mended tiff tiff
 fetch_mended expat expat
 fetch_mended lcms2 lcms2
-fetch_mended exif libexif
 fetch_mended ffi libffi
 fetch_mended pcre2 pcre2
 fetch_mended glib glib2.0
 fetch_mended vips vips
+mend_expat
 mend_vips
 write_cross_file
-build_networks
 build_formats
 build_vips

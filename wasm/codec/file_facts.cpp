@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "codec/print_resolution.h"
+#include "codec/profile.h"
 #include "wasm/codec/jpeg.h"
 #include "wasm/codec/png.h"
 
@@ -140,12 +142,15 @@ FileFacts FactsOf(const photo::Bytes& file) {
   return {told.orientation, ResolutionOf(told.across, told.down, told.orientation)};
 }
 
-bool HasProfile(const photo::Bytes& jpeg) {
-  bool has = false;
-  ForEachSegment(jpeg, [&has](uint8_t marker, std::string_view content) {
-    has = has || (marker == 0xE2 && content.substr(0, 12) == "ICC_PROFILE\0"sv);
+bool HasOtherProfile(const photo::Bytes& jpeg) {
+  // ICC.1, B.4: the name and two numbers, then a piece of the profile.
+  constexpr size_t kHead = 14;
+  std::string profile;
+  ForEachSegment(jpeg, [&profile](uint8_t marker, std::string_view content) {
+    const bool isPiece = marker == 0xE2 && content.size() > kHead && content.substr(0, 12) == "ICC_PROFILE\0"sv;
+    if (isPiece) profile += content.substr(kHead);
   });
-  return has;
+  return !profile.empty() && !IsSrgbProfile(profile);
 }
 
 }  // namespace qx::codec

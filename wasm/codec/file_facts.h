@@ -17,8 +17,8 @@ struct FileFacts {
 // Of JPEG (JFIF, EXIF) and PNG files. Of others, and of what is damaged, nothing.
 FileFacts FactsOf(const photo::Bytes& file);
 
-// Whether a JPEG file has a colour profile.
-bool HasProfile(const photo::Bytes& jpeg);
+// Whether a JPEG file has a colour profile that is not that of sRGB.
+bool HasOtherProfile(const photo::Bytes& jpeg);
 
 }  // namespace qx::codec
 

@@ -98,7 +98,7 @@ bool IsJpeg(const photo::Bytes& file) {
 }
 
 Pixels ReadJpeg(const photo::Bytes& file, int64_t mostPixels) {
-  if (FactsOf(file).orientation > 1 || HasProfile(file)) throw ForTheBrowser(kName);
+  if (FactsOf(file).orientation > 1 || HasOtherProfile(file)) throw ForTheBrowser(kName);
   Decompressor decompressor;
   jpeg_decompress_struct& library = decompressor.library;
   jpeg_mem_src(&library, file.data(), static_cast<unsigned long>(file.size()));

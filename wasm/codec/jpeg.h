@@ -18,7 +18,7 @@ std::vector<uint8_t> WriteJpeg(const photo::Bytes& samples, int32_t width, int32
 bool IsJpeg(const photo::Bytes& file);
 
 // Of grey, or luminance and colour differences, taken as sRGB and as it lies in the file. Throws Failure: kDamagedFile,
-// kTooLarge, and kNotAPicture for what is to be turned, has a colour profile or other colours.
+// kTooLarge, and kNotAPicture for what is to be turned, has other colours or a profile of other ones.
 Pixels ReadJpeg(const photo::Bytes& file, int64_t mostPixels);
 
 }  // namespace qx::codec

@@ -58,7 +58,7 @@ photo::Failure Damaged(const std::string& format) {
 
 photo::Failure ForTheBrowser(const std::string& format) {
   return {photo::FailureCode::kNotAPicture,
-          "is a " + format + " file that only a browser's decoder reads, and none has; save it anew as a plain one"};
+          "is a " + format + " file with colours or a turn that are not decoded here; save it anew as a plain one"};
 }
 
 }  // namespace qx::codec

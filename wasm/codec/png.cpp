@@ -10,8 +10,10 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <string>
 #include <string_view>
 
+#include "codec/profile.h"
 #include "photo/document/units.h"
 
 namespace qx::codec {
@@ -87,6 +89,25 @@ uint8_t Paeth(int left, int above, int corner) {
   const int toCorner = std::abs(left + above - 2 * corner);
   if (toLeft <= toAbove && toLeft <= toCorner) return static_cast<uint8_t>(left);
   return static_cast<uint8_t>(toAbove <= toCorner ? above : corner);
+}
+
+// The beginning of the profile in such a chunk, where it tells what it is; nothing of one that cannot be unpacked.
+std::string ProfileIn(const uint8_t* chunk, size_t size) {
+  constexpr uLong kMost = 1 << 16;
+  const uint8_t* const name = std::find(chunk, chunk + size, 0);
+  const size_t head = static_cast<size_t>(name - chunk) + 2;  // the name's end and the method
+  if (head >= size) return {};
+  std::string profile(kMost, '\0');
+  z_stream stream{};
+  stream.next_in = const_cast<uint8_t*>(chunk + head);
+  stream.avail_in = static_cast<uInt>(size - head);
+  stream.next_out = reinterpret_cast<uint8_t*>(profile.data());
+  stream.avail_out = static_cast<uInt>(kMost);
+  if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
+  inflate(&stream, Z_FINISH);
+  profile.resize(kMost - stream.avail_out);
+  inflateEnd(&stream);
+  return profile;
 }
 
 // Undoes the filter of one row in place. `above`: the row before it, of zeros for the first.
@@ -204,7 +225,7 @@ Pixels ReadPng(const photo::Bytes& file, int64_t mostPixels) {
       if (size != kHeaderSize) throw Damaged(kName);
       header = ReadHeader(chunk, mostPixels);
       rows.emplace(header);
-    } else if (kind == "iCCP"sv || kind == "gAMA"sv || kind == "tRNS"sv || kind == "cHRM"sv) {
+    } else if (kind == "tRNS"sv || (kind == "iCCP"sv && !IsSrgbProfile(ProfileIn(chunk, size)))) {
       throw ForTheBrowser(kName);
     } else if (kind == "IDAT"sv) {
       if (!rows) throw Damaged(kName);

@@ -20,8 +20,8 @@ std::vector<uint8_t> WritePng(const photo::Bytes& samples, int32_t width, int32_
 
 bool IsPng(const photo::Bytes& file);
 
-// Throws Failure: kDamagedFile, kTooLarge, and kNotAPicture for what WritePng does not write: palettes, other depths,
-// interlacing, colour profiles.
+// Throws Failure: kDamagedFile, kTooLarge, and kNotAPicture for palettes, other depths than 8 bits, interlacing, a
+// colour that is transparent, and profiles of other colours than sRGB. Bare numbers on its colours are not heeded.
 Pixels ReadPng(const photo::Bytes& file, int64_t mostPixels);
 
 }  // namespace qx::codec

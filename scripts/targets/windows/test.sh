@@ -15,6 +15,9 @@ rm -rf "$trial" && mkdir -p "$trial/there" "$trial/here"
 export WINEPREFIX=$trial/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 (cd "$trial" && unzip -q "$1" && mv idphoto-*-windows-x64 "package")
 package=$trial/package
+# Without libvips there are no TIFF files, and other words for files that cannot be decoded.
+print=tiff
+[[ -e $package/libvips-42.dll ]] || print=png
 cp "$sample_photo" "$trial/sample.png"
 failed=0
 
@@ -50,6 +53,13 @@ says() {
   [[ $status == "$1" && $status == "$expected" ]] && same out && same err && grep -qF "$2" "$trial"/there/{out,err}
 }
 
+# refuses STATUS WORDS ARGUMENT...: so does Windows' program, words among what it says.
+refuses() {
+  local status=0
+  there "${@:3}" >"$trial/there/out" 2>"$trial/there/err" || status=$?
+  [[ $status == "$1" ]] && grep -qF "$2" "$trial/there/err"
+}
+
 exports() {
   local declared found
   declared=$(sed -nE "s/^QX_IDP_API [^(]*[ *](\w+)\(.*/\1/p" "$root/include/qx_idp.h" | sort)
@@ -75,10 +85,10 @@ make_png() { both make ../sample.png -o made.png --preset de-passport && same ma
 make_jpeg() { both make ../sample.png -o made.jpg --preset de-passport --force --compare --beauty light && same made.jpg && same made-compare.jpg; }
 crop() { both crop ../sample.png -o . --format png && same sample_face1.png; }
 cut_out() { both mask ../sample.png -o mask.png --cutout person.png && same mask.png && same person.png; }
-sheet() { both sheet made.png -o sheet.tiff --paper a6 && same sheet.tiff; }
+sheet() { both sheet made.png -o sheet.$print --paper a6 && same sheet.$print; }
 # What is read is decoded to the same pixels.
 reads() {
-  for file in made.jpg sheet.tiff; do
+  for file in made.jpg sheet.$print; do
     both background "$file" -o "again-$file.png" --background blue && same "again-$file.png" || return 1
   done
 }
@@ -123,20 +133,21 @@ check "a document as JPEG" make_jpeg
 check "crops" crop
 check "mask and cut-out" cut_out
 check "a sheet" sheet
-check "JPEG and TIFF files read" reads
+check "its own files read" reads
 check "names in other letters" wide_names
 check "many photographs" batch
 check "progress and interrupts" interrupts
 check "a missing file" says 1 "no such file; check the name" inspect missing.jpg
 check "a folder" says 1 "is a folder" inspect .
 printf 'no picture' | tee "$trial/here/text.jpg" >"$trial/there/text.jpg"
-check "what is no picture" says 1 "is not a photograph in a known format" inspect text.jpg
+check "what is no picture" refuses 1 "is not a photograph in a" inspect text.jpg
 head -c 5000 "$trial/here/made.jpg" | tee "$trial/here/half.jpg" >"$trial/there/half.jpg"
-check "half a picture" says 1 "damaged or truncated JPEG" inspect half.jpg
+check "half a picture" refuses 1 "damaged or truncated JPEG" inspect half.jpg
 check "a wrong option" says 2 "there is no preset" make ../sample.png -o x.png --preset nowhere
 check "a missing folder" says 2 "no such folder" make ../sample.png -o missing/x.png --preset de-passport
-heif() { printf '\0\0\0\x18ftypheic\0\0\0\0heicmif1' >"$trial/there/a.heic" && ! there inspect a.heic 2>"$trial/err" && grep -qF "HEIF file, for which no reader" "$trial/err"; }
-check "HEIF" heif
-server() { ! there serve 2>"$trial/err" && grep -qF 'this build has no command "serve"' "$trial/err"; }
-check "commands left out" server
+printf '\0\0\0\x18ftypheic\0\0\0\0heicmif1' >"$trial/there/a.heic"
+words="HEIF file, for which no reader"
+[[ $print == tiff ]] || words="format that is known here"
+check "HEIF" refuses 1 "$words" inspect a.heic
+check "commands left out" refuses 2 'this build has no command "serve"' serve
 exit $failed
