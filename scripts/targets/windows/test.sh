@@ -104,9 +104,9 @@ wide_names() {
 batch() {
   mkdir -p "$trial/there/in" "$trial/here/in"
   for folder in here there; do cp "$trial/sample.png" "$trial/$folder/in/Ärger.png" && cp "$trial/sample.png" "$trial/$folder/in/b.png"; done
-  both batch 'in/*.png' -o out --preset de-passport --format png --jobs 1
-  same out/b.png && same out/Ärger.png
-  for folder in here there; do sed -E 's/"seconds":[0-9.]+//; s/\\\\/\//g' "$trial/$folder/out/report.jsonl" >"$trial/$folder/report"; done
+  both batch 'in/*.png' -o all --preset de-passport --format png --jobs 1
+  same all/b.png && same all/Ärger.png
+  for folder in here there; do sed -E 's/"seconds":[0-9.]+//; s/\\\\/\//g' "$trial/$folder/all/report.jsonl" >"$trial/$folder/report"; done
   same report
 }
 
