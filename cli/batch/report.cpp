@@ -77,7 +77,7 @@ BatchReport::BatchReport(fs::path file, std::string options, bool resume)
 }
 
 BatchReport::~BatchReport() {
-  if (descriptor_ >= 0) platform::CloseFile(descriptor_);
+  Close();
 }
 
 void BatchReport::Read() {
@@ -90,8 +90,12 @@ void BatchReport::Read() {
   });
 }
 
-void BatchReport::Open(bool truncate) {
+void BatchReport::Close() {
   if (descriptor_ >= 0) platform::CloseFile(descriptor_);
+  descriptor_ = -1;
+}
+
+void BatchReport::Open(bool truncate) {
   int error = 0;
   descriptor_ = platform::OpenToAppend(file_, truncate, &error);
   if (descriptor_ < 0) Fail(file_, "write", error);
@@ -114,6 +118,7 @@ std::vector<std::string> BatchReport::ReasonsOf(const BatchItem& item) const {
 
 void BatchReport::Forget(const std::vector<BatchItem>& items) {
   for (const BatchItem& item : items) lines_.erase({JsonName(item.input), JsonName(item.output)});
+  Close();  // not everywhere can a file that is open be replaced
   try {
     OutputFile file(file_);
     for (const auto& [key, line] : lines_) file.Write((line.text + "\n").data(), line.text.size() + 1);

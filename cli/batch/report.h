@@ -67,6 +67,7 @@ class BatchReport {
   using Key = std::pair<std::string, std::string>;  // input and output as in the file
 
   void Read();
+  void Close();
   void Open(bool truncate);
 
   std::filesystem::path file_;
