@@ -47,7 +47,7 @@ expect "fused multiply-add in the library" "" "$fused"
 # Nothing of the compiler's travels along.
 if [[ $library == *.dll ]]; then
   needed=$("$objdump" -p "$library" | sed -nE 's/^\s+DLL Name: (.*)/\1/p' | sort -f)
-  expect "libraries that it needs" $'KERNEL32.dll\nlibQX_FaceSDK.dll\nmsvcrt.dll' "$needed"
+  expect "libraries that it needs" $'KERNEL32.dll\nmsvcrt.dll\nQX_FaceSDK.dll' "$needed"
   exit $outcome
 fi
 
