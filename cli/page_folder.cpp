@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <string_view>
@@ -39,13 +38,8 @@ std::string_view TypeOf(const std::string& path) {
   return found == std::end(kTypes) ? "application/octet-stream" : found->second;
 }
 
-// Fowler, Noll and Vo's hash (FNV-1a), with the length.
 std::string TagOf(const std::string& bytes) {
-  uint64_t hash = 0xcbf29ce484222325u;
-  for (const char c : bytes) hash = (hash ^ static_cast<uint8_t>(c)) * 0x100000001b3u;
-  char text[48];
-  std::snprintf(text, sizeof text, "\"%016llx-%zx\"", static_cast<unsigned long long>(hash), bytes.size());
-  return text;
+  return '"' + photo::HashDigits(bytes) + "-" + std::to_string(bytes.size()) + '"';
 }
 
 [[noreturn]] void Fail(const fs::path& file, const std::string& why) {

@@ -8,17 +8,12 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "photo/base/text.h"
+
 namespace qx::queue {
 namespace {
 
 constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-";
-
-// FNV-1a, 64 bits.
-uint64_t Hash(const std::string& text) {
-  uint64_t hash = 14695981039346656037u;
-  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211u;
-  return hash;
-}
 
 std::string Place() {
   std::string boot;
@@ -31,9 +26,7 @@ std::string Place() {
   for (char& c : place) {
     if (kLetters.find(c) == std::string_view::npos) c = '-';
   }
-  std::array<char, 17> digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), Hash(boot + space.data()), 16);
-  return place + "-" + std::string(digits.data(), end.ptr);
+  return place + "-" + photo::HashDigits(boot + space.data());
 }
 
 struct ProcessState {

@@ -54,4 +54,12 @@ std::string Count(size_t number, std::string_view noun) {
   return std::to_string(number) + " " + std::string(noun) + (number == 1 ? "" : "s");
 }
 
+std::string HashDigits(std::string_view bytes) {
+  uint64_t hash = 14695981039346656037u;
+  for (const char c : bytes) hash = (hash ^ static_cast<uint8_t>(c)) * 1099511628211u;
+  char digits[17];
+  std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+  return digits;
+}
+
 }  // namespace qx::photo

@@ -1,4 +1,4 @@
-// Text for people: file names and numbers as they are printed.
+// Text for people: file names and numbers as they are printed; and the digits by which longer texts are told apart.
 #ifndef QX_PHOTO_BASE_TEXT_H
 #define QX_PHOTO_BASE_TEXT_H
 
@@ -18,6 +18,10 @@ size_t Utf8Length(std::string_view text);
 
 // "1 face", "3 faces".
 std::string Count(size_t number, std::string_view noun);
+
+// The 16 hexadecimal digits of Fowler, Noll and Vo's hash of the bytes (FNV-1a, 64 bits): tells apart what nobody
+// forges.
+std::string HashDigits(std::string_view bytes);
 
 }  // namespace qx::photo
 

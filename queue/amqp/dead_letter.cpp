@@ -1,21 +1,11 @@
 #include "queue/amqp/dead_letter.h"
 
-#include <array>
-#include <charconv>
-#include <cstdint>
 #include <optional>
+
+#include "photo/base/text.h"
 
 namespace qx::queue {
 namespace {
-
-// FNV-1a, 64 bits.
-std::string Digits(const std::string& text) {
-  uint64_t hash = 14695981039346656037u;
-  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211u;
-  std::array<char, 16> digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), hash, 16);
-  return std::string(digits.data(), end.ptr);
-}
 
 std::string ReasonOf(const std::string& deathReason) {
   if (deathReason == "delivery_limit") return kWorkerEnded;
@@ -25,7 +15,7 @@ std::string ReasonOf(const std::string& deathReason) {
 }  // namespace
 
 std::string IdOf(const Delivery& delivery) {
-  return IsJobId(delivery.id) ? delivery.id : "no-job-" + Digits(delivery.text);
+  return IsJobId(delivery.id) ? delivery.id : "no-job-" + photo::HashDigits(delivery.text);
 }
 
 Dead DeadOf(const Delivery& delivery) {
