@@ -15,8 +15,8 @@ export NODE_PATH=/usr/share/nodejs
 fetch_npm_packages models "the networks"
 fetch_npm_packages web "what the package is built with"
 say "Building the package"
-quietly "$folder/logs/configure.log" "configuring" emcmake cmake -S "$root" -B "$folder/build" -G Ninja \
-  -DCMAKE_BUILD_TYPE=Release -DQX_WASM_ROOT="$folder/deps/root"
+quietly "$folder/logs/configure.log" "configuring" cmake -S "$root" -B "$folder/build" -G Ninja \
+  --toolchain "$(em-config EMSCRIPTEN_ROOT)/cmake/Modules/Platform/Emscripten.cmake" -DCMAKE_BUILD_TYPE=Release -DQX_WASM_ROOT="$folder/deps/root"
 quietly "$folder/logs/build.log" "building" cmake --build "$folder/build" -j "$jobs" --target qx_studio
 version=$(sed -nE 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$folder/build/CMakeCache.txt")
 quietly "$folder/logs/package.log" "packing" node "$root/wasm/build.mjs" "$folder/build/bin/studio.wasm" "$folder/package" "$version"

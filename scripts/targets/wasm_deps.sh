@@ -28,8 +28,10 @@ mend_xnnpack() {
 compile() {
   local name=$1 source=$2 target=$3
   say "Building $name"
-  quietly "$folder/logs/$name.configure.log" "configuring $name" emcmake cmake -S "$source" -B "$folder/build/$name" -G Ninja \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$folder/root" -DEMSCRIPTEN_SYSTEM_PROCESSOR=wasm "${@:4}"
+  # Without emcmake, which hands Node an option that newer ones refuse, with the same outcome.
+  quietly "$folder/logs/$name.configure.log" "configuring $name" cmake -S "$source" -B "$folder/build/$name" -G Ninja \
+    --toolchain "$toolchain" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$folder/root" \
+    -DEMSCRIPTEN_SYSTEM_PROCESSOR=wasm "${@:4}"
   quietly "$folder/logs/$name.build.log" "building $name" cmake --build "$folder/build/$name" -j "$jobs" --target "$target"
 }
 
@@ -59,6 +61,7 @@ copy_headers() {
 }
 
 install_packages "${wasm_packages[@]}"
+toolchain=$(em-config EMSCRIPTEN_ROOT)/cmake/Modules/Platform/Emscripten.cmake
 copy_headers
 fetch xnnpack xnnpack trixie
 fetch pthreadpool pthreadpool trixie
