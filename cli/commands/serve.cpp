@@ -20,6 +20,7 @@
 #include "photo/base/text.h"
 #include "server/adapter/adapter.h"
 #include "server/children/confinement.h"
+#include "server/children/frame.h"
 #include "server/http/access.h"
 #include "server/http/listener.h"
 #include "server/service.h"
@@ -134,7 +135,7 @@ void AddServeCommand(CLI::App& app, int*) {
       ->check(CLI::Range(size_t{1}, kMaxJobs).description("1-64"));
   command->add_option("--max-upload", options->maxUpload, "Refuse larger files, in millions of bytes; default: 32")
       ->type_name("MB")
-      ->check(CLI::Range(1, 1000).description("1-1000"));
+      ->check(CLI::Range(1, server::kMostMegabytes).description("1-" + std::to_string(server::kMostMegabytes)));
   command->add_option("--token-file", options->tokenFile, "File whose first line every request must bring")
       ->type_name("FILE");
   command

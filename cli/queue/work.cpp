@@ -25,6 +25,7 @@
 #include "photo/base/failure.h"
 #include "photo/base/text.h"
 #include "server/children/confinement.h"
+#include "server/children/frame.h"
 #include "server/http/listener.h"
 #include "worker/worker.h"
 
@@ -205,7 +206,7 @@ void AddLimits(CLI::App& command, WorkOptions* options) {
       ->check(CLI::Range(1, 3600).description("1-3600"));
   command.add_option("--max-file", options->maxFile, "Refuse larger files, in millions of bytes; default: 32")
       ->type_name("MB")
-      ->check(CLI::Range(1, 1000).description("1-1000"));
+      ->check(CLI::Range(1, server::kMostMegabytes).description("1-" + std::to_string(server::kMostMegabytes)));
   command
       .add_option("--max-megapixels", options->maxMegapixels,
                   "Refuse larger photographs before decoding them; default: 50")

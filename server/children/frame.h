@@ -28,12 +28,16 @@ struct Frame {
   std::vector<photo::Bytes> blobs;
 };
 
+// The most that a request to a child may bring along, in millions of bytes: a frame holds it.
+constexpr int kMostMegabytes = 250;
+
 // The most that a frame may hold.
 struct FrameLimits {
   size_t headingBytes = size_t{16} << 20;
   size_t blobs = 256;
   size_t blobBytes = size_t{256} << 20;  // of all together
 };
+static_assert(FrameLimits().blobBytes >= size_t{kMostMegabytes} * 1'000'000);
 
 // Takes a frame out of a stream that comes in pieces of any size.
 class FrameReader {
