@@ -169,11 +169,13 @@ export class Studio {
       return reply;
     });
     if (!signal) return told;
-    const aborted = new Promise<never>((_, reject) => {
-      if (signal.aborted) reject(signal.reason as Error);
-      signal.addEventListener("abort", () => reject(signal.reason as Error), { once: true });
+    return new Promise((resolve, reject) => {
+      const abort = () => reject(signal.reason as Error);
+      if (signal.aborted) abort();
+      signal.addEventListener("abort", abort);
+      // The signal may outlive many calls.
+      void told.then(resolve, reject).finally(() => signal.removeEventListener("abort", abort));
     });
-    return Promise.race([told, aborted]);
   }
 
   private start(): Link {
