@@ -33,7 +33,7 @@ target_packages=(
 )
 
 # The program for 64-bit ARM, and the libraries of that processor, which are unpacked into a folder.
-arm64_packages=(g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user-static mmdebstrap)
+arm64_packages=(g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user-static mmdebstrap curl)
 arm64_libraries=(
   libc6-dev libstdc++-12-dev
   libxnnpack-dev libpthreadpool-dev libflatbuffers-dev libvips-dev libcli11-dev nlohmann-json3-dev

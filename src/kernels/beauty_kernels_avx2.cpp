@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "kernels/beauty_kernels.h"
+#include "kernels/variants.h"
 
 namespace qx::avx2 {
 namespace {
@@ -24,18 +25,6 @@ inline int32_t Load4(const uint8_t* p) {
 
 // ---- Colour table
 
-// An axis of the table for one byte: the lower of two neighbouring grid points and the upper one's weight in eighths.
-// The last grid point is the upper neighbour of the last but one at full weight, so there is always a neighbour.
-struct Grid {
-  size_t lower;
-  int32_t upperWeight;
-};
-
-inline Grid Split(uint8_t value) {
-  if (value >= 248) return {30, 8};
-  return {static_cast<size_t>(value >> 3), value & 7};
-}
-
 // Two entries that are neighbours along blue: the first four bytes of six, then the last four.
 inline __m128i LoadNeighbours(const uint8_t* entry, __m128i low) {
   return _mm_insert_epi32(_mm_insert_epi32(low, Load4(entry), 2), Load4(entry + 2), 3);
@@ -46,9 +35,8 @@ inline __m128i LoadNeighbours(const uint8_t* entry) {
 
 // Blue, green and red of one pixel, looked up; the fourth is 0. Lanes are the lower and the upper grid point of red.
 inline __m128i LookUp(const uint8_t* table, const uint8_t* bgr) {
-  constexpr size_t kGreenStep = 32 * 3, kRedStep = 32 * kGreenStep;
   const Grid blue = Split(bgr[0]), green = Split(bgr[1]), red = Split(bgr[2]);
-  const uint8_t* entry = table + red.lower * kRedStep + green.lower * kGreenStep + blue.lower * 3;
+  const uint8_t* entry = EntryOf(table, blue, green, red);
   const __m256i corners =
       _mm256_inserti128_si256(_mm256_castsi128_si256(LoadNeighbours(entry + kGreenStep, LoadNeighbours(entry))),
                               LoadNeighbours(entry + kRedStep + kGreenStep, LoadNeighbours(entry + kRedStep)), 1);

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "kernels/beauty_kernels.h"
+#include "kernels/variants.h"
 
 namespace qx::generic {
 namespace {

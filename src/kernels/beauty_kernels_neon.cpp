@@ -6,6 +6,7 @@
 
 #include "kernels/beauty_kernels.h"
 #include "kernels/neon_pixels.h"
+#include "kernels/variants.h"
 
 namespace qx::neon {
 namespace {
@@ -15,18 +16,6 @@ bool All(uint32x4_t mask) {
 }
 
 // ---- Colour table
-
-// An axis of the table for one byte: the lower of two neighbouring grid points and the upper one's weight in eighths.
-// The last grid point is the upper neighbour of the last but one at full weight, so there is always a neighbour.
-struct Grid {
-  size_t lower;
-  uint8_t upperWeight;
-};
-
-inline Grid Split(uint8_t value) {
-  if (value >= 248) return {30, 8};
-  return {static_cast<size_t>(value >> 3), static_cast<uint8_t>(value & 7)};
-}
 
 // Two entries that are neighbours along blue: the first four bytes of six, then the last four.
 inline uint64_t LoadNeighbours(const uint8_t* entry) {
@@ -38,9 +27,8 @@ inline uint64_t LoadNeighbours(const uint8_t* entry) {
 
 // Blue, green and red of one pixel, looked up; the fourth is 0.
 inline uint32x4_t LookUp(const uint8_t* table, const uint8_t* bgr) {
-  constexpr size_t kGreenStep = 32 * 3, kRedStep = 32 * kGreenStep;
   const Grid blue = Split(bgr[0]), green = Split(bgr[1]), red = Split(bgr[2]);
-  const uint8_t* entry = table + red.lower * kRedStep + green.lower * kGreenStep + blue.lower * 3;
+  const uint8_t* entry = EntryOf(table, blue, green, red);
   const uint64x2_t low = {LoadNeighbours(entry), LoadNeighbours(entry + kGreenStep)};
   const uint64x2_t high = {LoadNeighbours(entry + kRedStep), LoadNeighbours(entry + kRedStep + kGreenStep)};
   const uint8x16x2_t corners = {{vreinterpretq_u8_u64(low), vreinterpretq_u8_u64(high)}};
@@ -48,16 +36,18 @@ inline uint32x4_t LookUp(const uint8_t* table, const uint8_t* bgr) {
   const uint8x16_t toLower = {2, 1, 0, 255, 10, 9, 8, 255, 18, 17, 16, 255, 26, 25, 24, 255};
   const uint8x16_t toUpper = {7, 6, 3, 255, 15, 14, 11, 255, 23, 22, 19, 255, 31, 30, 27, 255};
   const uint8x16_t lower = vqtbl2q_u8(corners, toLower), upper = vqtbl2q_u8(corners, toUpper);
-  const uint8x16_t over = vdupq_n_u8(blue.upperWeight), under = vsubq_u8(vdupq_n_u8(8), over);
+  const uint8x16_t over = vdupq_n_u8(static_cast<uint8_t>(blue.upperWeight)), under = vsubq_u8(vdupq_n_u8(8), over);
+  const auto upperWeight = [](const Grid& axis) { return static_cast<uint16_t>(axis.upperWeight); };
+  const auto lowerWeight = [](const Grid& axis) { return static_cast<uint16_t>(8 - axis.upperWeight); };
   const auto alongGreen = [&](uint16x8_t alongBlue) {
-    return vmla_n_u16(vmul_n_u16(vget_low_u16(alongBlue), static_cast<uint16_t>(8 - green.upperWeight)),
-                      vget_high_u16(alongBlue), green.upperWeight);
+    return vmla_n_u16(vmul_n_u16(vget_low_u16(alongBlue), lowerWeight(green)), vget_high_u16(alongBlue),
+                      upperWeight(green));
   };
   const uint16x8_t first =
       vmlal_u8(vmull_u8(vget_low_u8(lower), vget_low_u8(under)), vget_low_u8(upper), vget_low_u8(over));
   const uint16x8_t last = vmlal_high_u8(vmull_high_u8(lower, under), upper, over);
-  const uint32x4_t sum = vmlal_n_u16(vmull_n_u16(alongGreen(first), static_cast<uint16_t>(8 - red.upperWeight)),
-                                     alongGreen(last), red.upperWeight);
+  const uint32x4_t sum =
+      vmlal_n_u16(vmull_n_u16(alongGreen(first), lowerWeight(red)), alongGreen(last), upperWeight(red));
   return vshrq_n_u32(sum, 9);
 }
 
@@ -91,6 +81,7 @@ size_t ToneBlocks(const uint8_t* table, const uint8_t* bgr, size_t count, double
 
 // ---- Lens
 
+// The radii lie scattered in their table, and nothing gathers them: the plain loop does as well.
 size_t LensPositionBlocks(const float*, int32_t, int32_t, float, float, size_t, float*, float*) {
   return 0;
 }

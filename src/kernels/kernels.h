@@ -47,6 +47,8 @@ struct Kernels {
   double (*addDistances)(const uint8_t* bgr, size_t count, const double colour[3]);
 };
 
+// Floats keep to it: rounding a channel of the colour and taking it off errs by 2^-17 each, so all three by less than
+// sqrt(3) 2^-16; squares, sums and root err by 2.5 units of 2^-24 of at most 442.
 inline constexpr double kDistanceError = 0x1p-13;
 
 // Plain C++ for every processor.

@@ -6,13 +6,10 @@
 #include <cstring>
 
 #include "kernels/kernels.h"
+#include "kernels/variants.h"
 
 namespace qx::avx2 {
 namespace {
-
-struct Extent {
-  size_t width, height;
-};
 
 __m128i Load16(const uint8_t* p) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
@@ -43,11 +40,10 @@ inline __m256i LumaEighths(const uint8_t* low, const uint8_t* high) {
   return _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(blueGreen, red), _mm256_set1_epi32(500)), 3);
 }
 
-// Sixteen sums divided by 1000. With e = s >> 3, s / 1000 = e / 125; and since 33555 * 125 = 2^22 + 71, the product
-// e * 33555 >> 22 is e / 125 as long as e * 71 < 2^22, e < 59,075; here e is at most 255,500 / 8.
+// Sixteen sums divided by 1000.
 __m256i LumaOfEighths(__m256i a, __m256i b) {
   const __m256i eighths = _mm256_packus_epi32(a, b);
-  return _mm256_srli_epi16(_mm256_mulhi_epu16(eighths, _mm256_set1_epi16(static_cast<int16_t>(33555))), 6);
+  return _mm256_srli_epi16(_mm256_mulhi_epu16(eighths, _mm256_set1_epi16(static_cast<int16_t>(kOver125))), 6);
 }
 
 size_t GreyBlocks(const uint8_t* bgr, size_t count, uint8_t* grey) {
@@ -299,8 +295,7 @@ size_t ChannelBlocks(const uint8_t* bgr, size_t count, uint64_t* sums) {
   return k;
 }
 
-// In floats: rounding a channel of the colour and taking it off errs by 2^-17 each, so all three by less than
-// sqrt(3) 2^-16; squares, sums and root err by 2.5 units of 2^-24 of at most 442. Together that is below 2^-13.
+// In floats.
 size_t DistanceBlocks(const uint8_t* bgr, size_t count, const double* colour, double* sum) {
   const __m256 blue = _mm256_set1_ps(static_cast<float>(colour[0]));
   const __m256 green = _mm256_set1_ps(static_cast<float>(colour[1]));

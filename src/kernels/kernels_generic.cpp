@@ -2,13 +2,10 @@
 #include <cmath>
 
 #include "kernels/kernels.h"
+#include "kernels/variants.h"
 
 namespace qx::generic {
 namespace {
-
-struct Extent {
-  size_t width, height;
-};
 
 size_t GreyBlocks(const uint8_t*, size_t, uint8_t*) {
   return 0;

@@ -7,20 +7,16 @@
 
 #include "kernels/kernels.h"
 #include "kernels/neon_pixels.h"
+#include "kernels/variants.h"
 
 namespace qx::neon {
 namespace {
 
-struct Extent {
-  size_t width, height;
-};
-
-// Four sums divided by 1000. With e = s >> 3, s / 1000 = e / 125; and since 33555 * 125 = 2^22 + 71, the product
-// e * 33555 >> 22 is e / 125 as long as e * 71 < 2^22, e < 59,075; here e is at most 255,500 / 8.
+// (299 R + 587 G + 114 B + 500) / 1000 of four pixels.
 uint16x4_t Luma(uint16x4_t blue, uint16x4_t green, uint16x4_t red) {
   uint32x4_t sum = vaddq_u32(vmull_n_u16(red, 299), vmull_n_u16(green, 587));
   sum = vaddq_u32(vaddq_u32(sum, vmull_n_u16(blue, 114)), vdupq_n_u32(500));
-  return vmovn_u32(vshrq_n_u32(vmull_n_u16(vmovn_u32(vshrq_n_u32(sum, 3)), 33555), 22));
+  return vmovn_u32(vshrq_n_u32(vmull_n_u16(vmovn_u32(vshrq_n_u32(sum, 3)), kOver125), 22));
 }
 
 size_t GreyBlocks(const uint8_t* bgr, size_t count, uint8_t* grey) {
@@ -122,9 +118,7 @@ size_t ChannelBlocks(const uint8_t* bgr, size_t count, uint64_t* sums) {
   return k;
 }
 
-// The distances of four pixels. In floats: rounding a channel of the colour and taking it off errs by 2^-17 each, so
-// all three by less than sqrt(3) 2^-16; squares, sums and root err by 2.5 units of 2^-24 of at most 442. Together that
-// is below 2^-13.
+// The distances of four pixels, in floats.
 float32x4_t Distances(uint16x4_t blue, uint16x4_t green, uint16x4_t red, const float32x4_t colour[3]) {
   const auto square = [](uint16x4_t bytes, float32x4_t from) {
     const float32x4_t difference = vsubq_f32(vcvtq_f32_u32(vmovl_u16(bytes)), from);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "kernels/beauty_kernels.h"
 #include "src/kernels/loop_test.h"
 
 namespace qx::test {
@@ -16,6 +17,19 @@ class RowLoops : public LoopTest {
  protected:
   const Kernels* const variants_[2] = {&GenericKernels(), &ActiveKernels()};
 };
+
+// Else the tests of the variants would hold the plain one against itself.
+TEST_F(RowLoops, TheProcessorsOwnVariantIsActive) {
+#if defined(__aarch64__)
+  const char* const wanted = "neon";
+#elif defined(__x86_64__)
+  const char* const wanted = __builtin_cpu_supports("avx2") ? "avx2" : "generic";
+#else
+  const char* const wanted = "generic";
+#endif
+  EXPECT_STREQ(ActiveKernels().name, wanted);
+  EXPECT_EQ(&ActiveBeautyKernels() == &GenericBeautyKernels(), &ActiveKernels() == &GenericKernels());
+}
 
 uint8_t Luma(uint32_t blue, uint32_t green, uint32_t red) {
   return static_cast<uint8_t>((299 * red + 587 * green + 114 * blue + 500) / 1000);
