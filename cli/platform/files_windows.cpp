@@ -48,25 +48,47 @@ int Open(const fs::path& path, DWORD access, DWORD how, int flags, int* error) {
   return descriptor;
 }
 
-// Whether the text is one that the pattern means (POSIX.1-2017, XCU 2.13), letters in any case as the system has it.
-bool Fits(std::string_view pattern, std::string_view text) {
+// The length of what stands for one letter at the start of the pattern, if that letter fits; else 0. Letters in any
+// case, as the system has it.
+size_t FitsOne(std::string_view pattern, char letter) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  if (pattern.empty()) return text.empty();
-  if (pattern[0] == '*') return Fits(pattern.substr(1), text) || (!text.empty() && Fits(pattern, text.substr(1)));
-  if (text.empty()) return false;
-  const size_t close = pattern[0] == '[' ? pattern.find(']', 2) : std::string_view::npos;
-  if (close == std::string_view::npos) {
-    return (pattern[0] == '?' || lower(pattern[0]) == lower(text[0])) && Fits(pattern.substr(1), text.substr(1));
-  }
-  const bool isNegated = pattern[1] == '!';
+  const char wanted = lower(letter);
+  const size_t first = pattern.size() > 1 && pattern[1] == '!' ? 2 : 1;
+  // A bracket right at the start of a list is one of its letters.
+  const size_t close = pattern[0] == '[' ? pattern.find(']', first + 1) : std::string_view::npos;
+  if (close == std::string_view::npos) return pattern[0] == '?' || lower(pattern[0]) == wanted ? 1 : 0;
   bool isIn = false;
-  for (size_t i = isNegated ? 2 : 1; i < close; ++i) {
+  for (size_t i = first; i < close; ++i) {
     const bool isRange = i + 2 < close && pattern[i + 1] == '-';
-    const char first = lower(pattern[i]), last = lower(pattern[isRange ? i + 2 : i]), c = lower(text[0]);
-    isIn = isIn || (first <= c && c <= last);
+    isIn = isIn || (lower(pattern[i]) <= wanted && wanted <= lower(pattern[isRange ? i + 2 : i]));
     if (isRange) i += 2;
   }
-  return isIn != isNegated && Fits(pattern.substr(close + 1), text.substr(1));
+  return isIn == (first == 1) ? close + 1 : 0;
+}
+
+// Whether the text is one that the pattern means (POSIX.1-2017, XCU 2.13).
+bool Fits(std::string_view pattern, std::string_view text) {
+  constexpr size_t kNone = std::string_view::npos;
+  // Behind the last star, and where what follows it was last tried: an earlier star need never take more.
+  size_t star = kNone, tried = 0;
+  for (size_t p = 0, t = 0;;) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      star = ++p;
+      tried = t;
+      continue;
+    }
+    if (p == pattern.size() && t == text.size()) return true;
+    const size_t length = p < pattern.size() && t < text.size() ? FitsOne(pattern.substr(p), text[t]) : 0;
+    if (length > 0) {
+      p += length;
+      ++t;
+    } else if (star != kNone && tried < text.size()) {
+      p = star;
+      t = ++tried;
+    } else {
+      return false;
+    }
+  }
 }
 
 // Everything in the folder whose name the pattern means.
