@@ -108,6 +108,7 @@ write_photos() (
   vips jpegsave ../side.v ../side.jpg --Q 95 --strip
   { head -c 2 ../side.jpg && printf '\xff\xe1\0\x22%b' "$exif" && tail -c +3 ../side.jpg; } >turned.jpg
   vips jpegsave ../sample.png progressive.jpg --interlace
+  vips resize ../sample.png large.jpg 6 # of which fewer pixels are decoded
   vips icc_transform ../sample.png display_p3.jpg p3
   vips icc_transform ../sample.png cmyk.jpg cmyk
   vips colourspace ../sample.png grey.jpg b-w
@@ -121,6 +122,9 @@ reads() {
   both make "../photos/$1" -o "$1.png" --preset de-passport --force
   same "$1.png"
 }
+
+# A name that begins with a slash is no option.
+rooted_name() { both inspect "$trial/sample.png" && same out; }
 
 wide_names() {
   local name="Пример ü 写真"
@@ -172,6 +176,7 @@ check "a sheet" sheet
 check "its own files read" own_files
 write_photos
 for photo in "$trial"/photos/*; do check "${photo##*/} read" reads "${photo##*/}"; done
+check "a name from the root" rooted_name
 check "names in other letters" wide_names
 check "many photographs" batch
 check "progress and interrupts" interrupts
