@@ -54,6 +54,7 @@ int Run(std::vector<std::string> arguments) {
   CLI::App app("Identification photographs from ordinary photographs.", "idphoto");
   app.set_version_flag("--version", "idphoto " + qx::orders::ProgramVersion(), "Print the version");
   app.require_subcommand(1);
+  app.allow_windows_style_options(false);  // there too options begin with hyphens, and names of files may with a slash
   app.footer(
       "Run idphoto COMMAND --help for a command's options.\n\n"
       "Examples:\n"

@@ -68,7 +68,7 @@ webassembly() {
 # The programs are held against this machine's.
 release_build() { configure release && build release --target idphoto; }
 arm64_program() { "$root/scripts/targets/arm64.sh"; }
-windows_program() { "$root/scripts/targets/windows.sh"; }
+windows_program() { "$root/scripts/targets/windows.sh" --test; }
 webassembly_package() { "$root/scripts/targets/wasm.sh" --test; }
 
 install_packages "${target_packages[@]}"

@@ -30,7 +30,7 @@ fetch() {
   local target=$folder/sources/$1
   [[ -e $target ]] && return
   say "Fetching the source of $2"
-  rm -rf "$target.part" && mkdir -p "$target.part"
+  rm -rf "$target.part" "$target.whole" && mkdir -p "$target.part"
   download "$1" "$2/$3" --tar-only
   tar -C "$target.part" -xf "$folder/download/$1"/*.orig.tar.*
   # Some archives hold one folder, some the files themselves.

@@ -45,6 +45,7 @@ arm64_libraries=(
 windows_packages=(
   g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev wine64 cmake ninja-build meson pkgconf dpkg-dev patch zip unzip
   nasm libglib2.0-dev-bin # tools for libjpeg-turbo and GLib
+  libvips-tools           # the tests' photographs in other formats
   flatbuffers-compiler libflatbuffers-dev libfxdiv-dev libcli11-dev nlohmann-json3-dev # headers alone
 )
 

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# usage: scripts/targets/windows_deps.sh FOLDER [--libvips]
-# Builds what the Windows build stands on, by mingw-w64, from Debian's sources: XNNPACK with pthreadpool, zlib and
-# libjpeg-turbo, and with --libvips that and GLib too, and the libraries of image formats below it. FOLDER/root then holds DLLs, archives, headers and what
-# pkg-config reads; what is there already is kept. Needs the packages of windows_packages in scripts/lib/packages.sh and
-# apt's own mirror, and changes nothing outside FOLDER.
+# usage: scripts/targets/windows_deps.sh FOLDER
+# Builds what the Windows build stands on, by mingw-w64, from Debian's sources: XNNPACK with pthreadpool, and libvips
+# with GLib and the libraries of image formats below it. FOLDER/root then holds DLLs, archives, headers and what
+# pkg-config reads; what is in FOLDER/done already is not built again. Installs the packages that it needs, takes the
+# sources from apt's own mirror, and otherwise changes nothing outside FOLDER.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../lib/setup.sh"
 source "$root/scripts/lib/debian_sources.sh"
-(($# == 1)) || [[ $# == 2 && $2 == --libvips ]] || fail "usage: $0 FOLDER [--libvips]"
+(($# == 1)) || fail "usage: $0 FOLDER"
 mkdir -p "$1"
 folder=$(cd "$1" && pwd)
 prefix=$folder/root
@@ -25,9 +25,9 @@ by_cmake() {
   [[ -e $folder/done/$name ]] && return
   say "Building $name"
   run "$name" configuring cmake -S "$2" -B "$build" -G Ninja --toolchain "$root/cmake/windows.cmake" \
-    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
-    -DCMAKE_FIND_ROOT_PATH_MODE_LIBRARY=ONLY -DCMAKE_FIND_ROOT_PATH_MODE_INCLUDE=ONLY -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=ONLY \
-    -DCMAKE_INSTALL_LIBDIR:STRING=lib -DBUILD_SHARED_LIBS=OFF "${@:3}"
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR:STRING=lib \
+    -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_FIND_ROOT_PATH="$prefix" \
+    -DCMAKE_FIND_ROOT_PATH_MODE_{LIBRARY,INCLUDE,PACKAGE}=ONLY -DBUILD_SHARED_LIBS=OFF "${@:3}"
   run "$name" building cmake --build "$build" -j "$jobs"
   run "$name" installing cmake --install "$build"
   touch "$folder/done/$name"
@@ -40,7 +40,7 @@ by_configure() {
   say "Building $name"
   mkdir -p "$build"
   (cd "$build" && run "$name" configuring "$folder/sources/$name/configure" --host=$tool --prefix="$prefix" \
-    --enable-static --disable-shared --disable-docs "${@:2}")
+    --enable-static --disable-shared "${@:2}")
   run "$name" building make -C "$build" -j "$jobs"
   run "$name" installing make -C "$build" install
   touch "$folder/done/$name"
@@ -51,21 +51,12 @@ by_meson() {
   local name=$1 build=$folder/build/$1
   [[ -e $folder/done/$name ]] && return
   say "Building $name"
-  run "$name" configuring meson setup "$build" "$folder/sources/$name" --cross-file "$folder/cross.ini" --prefix "$prefix" \
-    --libdir lib --buildtype release --default-library shared --wrap-mode nodownload "${@:2}"
+  rm -rf "$build" # meson does not take other options for what was left half built
+  run "$name" configuring meson setup "$build" "$folder/sources/$name" --cross-file "$folder/cross.ini" \
+    --prefix "$prefix" --libdir lib --buildtype release --default-library shared --wrap-mode nodownload "${@:2}"
   run "$name" building ninja -C "$build" -j "$jobs"
   run "$name" installing ninja -C "$build" install
   touch "$folder/done/$name"
-}
-
-# Its libraries alone: the programs beside them, their papers and tests would take longer than all the rest.
-mend_vips() {
-  sed -i -E "/^subdir\('(man|po|tools|test|fuzz)'\)/d" "$folder/sources/vips/meson.build"
-}
-
-# Debian's changes to expat compare a definition with 1 that expat's CMake files leave empty.
-mend_expat() {
-  sed -i -E 's/^(#cmakedefine XML_(DTD|GE))$/\1 1/' "$folder/sources/expat/expat/expat_config.h.cmake"
 }
 
 write_cross_file() {
@@ -96,26 +87,28 @@ build_networks() {
   by_cmake networks "$root/scripts/targets/windows/networks" -DSOURCES="$folder/sources" -DFXDIV_INCLUDE="$folder/fxdiv"
 }
 
-build_plain_formats() {
+# What photographs and finished files need; it ends up inside libvips' DLL.
+build_formats() {
   by_cmake small "$root/scripts/targets/windows/small" -DSOURCES="$folder/sources"
   by_cmake jpeg "$folder/sources/jpeg" -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF
-}
-
-# The other formats, as far as photographs and finished files need them; they end up inside libvips' DLL.
-build_formats() {
   by_cmake png "$folder/sources/png" -DPNG_SHARED=OFF -DPNG_TESTS=OFF
-  by_cmake webp "$folder/sources/webp" -DWEBP_BUILD_{ANIM_UTILS,CWEBP,DWEBP,GIF2WEBP,IMG2WEBP,VWEBP,WEBPINFO,WEBPMUX,EXTRAS}=OFF
+  by_cmake webp "$folder/sources/webp" \
+    -DWEBP_BUILD_{ANIM_UTILS,CWEBP,DWEBP,GIF2WEBP,IMG2WEBP,VWEBP,WEBPINFO,WEBPMUX,EXTRAS}=OFF
   by_cmake tiff "$folder/sources/tiff" -Dtiff-{tools,tests,contrib,docs}=OFF -D{lzma,zstd,lerc,jbig,libdeflate,webp}=OFF
+  # Debian's changes compare a definition with 1 that the CMake files leave empty.
+  sed -i -E 's/^(#cmakedefine XML_(DTD|GE))$/\1 1/' "$folder/sources/expat/expat/expat_config.h.cmake"
   by_cmake expat "$folder/sources/expat/expat" -DEXPAT_BUILD_{TOOLS,EXAMPLES,TESTS,DOCS}=OFF -DEXPAT_SHARED_LIBS=OFF
   by_configure lcms2 --without-jpeg --without-tiff
 }
 
 build_vips() {
-  by_configure ffi
+  by_configure ffi --disable-docs
   by_cmake pcre2 "$folder/sources/pcre2" -DPCRE2_BUILD_{PCRE2GREP,TESTS}=OFF
   by_meson glib -Dtests=false -Dnls=disabled -Dglib_assert=false -Dxattr=false
+  # The libraries alone: the programs beside them, their papers and tests would take longer than all the rest.
+  sed -i -E "/^subdir\('(man|po|tools|test|fuzz)'\)/d" "$folder/sources/vips/meson.build"
   by_meson vips -Dintrospection=false -Dexamples=false -Dmodules=disabled -Ddeprecated=false -Dauto_features=disabled \
-    -D{jpeg,png,webp,tiff,lcms,exif}=enabled -Dzlib=enabled -D{nsgif,ppm,analyze,radiance}=false
+    -D{jpeg,png,webp,tiff,lcms,exif,zlib}=enabled -D{nsgif,ppm,analyze,radiance}=false
 }
 
 install_packages "${windows_packages[@]}"
@@ -127,23 +120,11 @@ cp -rp /usr/share/cmake/{nlohmann_json,CLI11} "$prefix/share/cmake"
 cp -p /usr/include/fxdiv.h "$folder/fxdiv"
 fetch xnnpack xnnpack trixie
 fetch pthreadpool pthreadpool trixie
-fetch_mended zlib zlib
-fetch_mended jpeg libjpeg-turbo
-fetch_mended exif libexif
-build_networks
-build_plain_formats
-[[ ${2:-} == --libvips ]] || exit 0
-fetch_mended png libpng1.6
-fetch_mended webp libwebp
-fetch_mended tiff tiff
-fetch_mended expat expat
-fetch_mended lcms2 lcms2
-fetch_mended ffi libffi
-fetch_mended pcre2 pcre2
-fetch_mended glib glib2.0
-fetch_mended vips vips
-mend_expat
-mend_vips
+for name in zlib jpeg:libjpeg-turbo exif:libexif png:libpng1.6 webp:libwebp tiff expat lcms2 ffi:libffi pcre2 \
+  glib:glib2.0 vips; do
+  fetch_mended "${name%:*}" "${name#*:}"
+done
 write_cross_file
+build_networks
 build_formats
 build_vips
