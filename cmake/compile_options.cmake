@@ -38,6 +38,7 @@ if(QX_SANITIZE)
   add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=${QX_SANITIZE}>
                       $<$<COMPILE_LANGUAGE:C,CXX>:-fno-omit-frame-pointer>)
   add_link_options(-fsanitize=${QX_SANITIZE})
+  add_compile_definitions(QX_SANITIZED) # for tests of what sanitizers change; each compiler says it otherwise
   if(QX_SANITIZE MATCHES undefined)
     add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fno-sanitize-recover=undefined>)
   endif()

@@ -6,14 +6,14 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 source "$root/scripts/lib/steps.sh"
 
-fuzz_seconds=${FUZZ_SECONDS:-25} # for each target; FUZZ_SEED chooses another sequence of inputs
+fuzz_seconds=${FUZZ_SECONDS:-15} # for each target; FUZZ_SEED chooses another sequence of inputs
 
-# run_tests PRESET [OPTION...]: fails also when no test answers the description.
+# run_tests PRESET [OPTION...]: fails also when no test answers the description. Some tests wait more than they compute.
 run_tests() {
   local launcher=()
   # Sanitizers need their fixed address ranges free, which strong address randomisation does not grant.
   [[ $1 == *san* ]] && setarch -R true 2>/dev/null && launcher=(setarch -R)
-  "${launcher[@]}" ctest --test-dir "$root/build/$1" --output-on-failure --no-tests=error -j "$(nproc)" "${@:2}"
+  "${launcher[@]}" ctest --test-dir "$root/build/$1" --output-on-failure --no-tests=error -j $(($(nproc) + 1)) "${@:2}"
 }
 
 gcc_build() { configure release -DQX_BUILD_TESTS=ON -DQX_BUILD_BENCH=ON && build release; }
@@ -28,7 +28,9 @@ installed() { run_tests release -L install; }
 debian_package() {
   "$root/tests/install/package_test.sh" "$root/build/release" "$sample_photo" "$root/build/package_test"
 }
-address_undefined() { configure asan+ubsan && build asan+ubsan && run_tests asan+ubsan; }
+# By Clang, the other compiler, with everything in it: its warnings are looked at here too.
+clang_build() { configure asan+ubsan -DQX_BUILD_BENCH=ON && build asan+ubsan; }
+address_undefined() { run_tests asan+ubsan; }
 # The tests that start threads say so in their names, but for the connections to servers of queues. Only what holds them is built.
 threads() {
   local targets=(nn_test engine_test codec_test jobs_test cli_test play_server queue_driver)
@@ -36,12 +38,6 @@ threads() {
     echo "tests of threads in a folder that is not built here" && return 1
   fi
   configure tsan && build tsan --target "${targets[@]}" && run_tests tsan -R '[Tt]hread|rabbitmq'
-}
-
-# Compiled for its warnings only, so without the optimiser.
-clang_build() {
-  configure release -B "$root/build/clang" -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
-    -DCMAKE_BUILD_TYPE=None -DQX_BUILD_BENCH=ON && build clang
 }
 
 # run_fuzzer TARGET: lets it run for a while from its seeds and from what earlier runs found; its log and findings
@@ -57,8 +53,7 @@ run_fuzzer() {
 }
 
 fuzzing() {
-  configure fuzz && build fuzz || return
-  export fuzz_dir=$root/build/fuzz fuzz_seconds logs
+  export fuzz_dir=$root/build/asan+ubsan fuzz_seconds logs
   export -f run_fuzzer
   local targets=("$fuzz_dir"/bin/*_fuzz)
   [[ -x ${targets[0]} ]] && printf '%s\0' "${targets[@]}" | xargs -0 -P "$(nproc)" -I{} bash -c 'run_fuzzer "$1"' - {}
@@ -73,8 +68,8 @@ step "page" page
 step "exports" exports
 step "installed package" installed
 step "Debian package" debian_package
-step "address and UB" address_undefined
-step "threads" threads
 step "Clang build" clang_build
+step "address and UB" address_undefined
 step "fuzzing" fuzzing
+step "threads" threads
 verdict

@@ -25,7 +25,7 @@ std::pair<int, std::string> AnswerWith(int megabytes, const std::filesystem::pat
 }
 
 TEST(CodecMemory, ShortMemoryIsNeverTakenForDamage) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QX_SANITIZED
   GTEST_SKIP() << "sanitizers take address space of their own";
 #endif
   const TestFolder folder;

@@ -216,7 +216,7 @@ int ThreadsWhenFewAreGranted() {
 }
 
 TEST(WorkerPool, WorksWithFewerWhenTheSystemRefusesSome) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QX_SANITIZED
   GTEST_SKIP() << "sanitizers need the address space";
 #endif
   const pid_t child = fork();

@@ -20,7 +20,7 @@ namespace {
 
 using Kind = ChildReply::Kind;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef QX_SANITIZED
 constexpr bool kIsConfined = false;  // see Confine
 #else
 constexpr bool kIsConfined = true;
