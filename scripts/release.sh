@@ -7,7 +7,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 source "$root/scripts/lib/steps.sh"
 ((EUID == 0)) || fail "root rights are needed, to make the container's Debian"
 
-all_tests() { FUZZ_SECONDS=${FUZZ_SECONDS:-300} "$root/scripts/test.sh"; }
+all_tests() { QX_EVERYTHING=1 FUZZ_SECONDS=${FUZZ_SECONDS:-300} "$root/scripts/test.sh"; }
 # Only here: whole programs for other machines, an hour.
 other_targets() { "$root/scripts/targets.sh"; }
 # Only here: it makes a Debian and builds an image, some five minutes.

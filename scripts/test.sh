@@ -7,6 +7,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib/setup.sh"
 source "$root/scripts/lib/steps.sh"
 
 fuzz_seconds=${FUZZ_SECONDS:-15} # for each target; FUZZ_SEED chooses another sequence of inputs
+# For releases: under the sanitizers too all tests, with those that take long there and go ways that others go.
+everything=${QX_EVERYTHING:-}
 
 # run_tests PRESET [OPTION...]: fails also when no test answers the description. Some tests wait more than they compute.
 run_tests() {
@@ -30,10 +32,15 @@ debian_package() {
 }
 # By Clang, the other compiler, with everything in it: its warnings are looked at here too.
 clang_build() { configure asan+ubsan -DQX_BUILD_BENCH=ON && build asan+ubsan; }
-address_undefined() { run_tests asan+ubsan; }
-# The tests that start threads say so in their names, but for the connections to servers of queues. Only what holds them is built.
+address_undefined() {
+  local long='^(bench|cli\.Sample|photo\.Straighten|queue\.rabbitmq|worker\.(work|desk)$)'
+  if [[ $everything ]]; then run_tests asan+ubsan; else run_tests asan+ubsan -E "$long"; fi
+}
+# The tests that start threads say so in their names, but for the connections to servers of queues. Only what holds them
+# is built; the program, whose pool of threads is that of jobs_test, takes as long as all the rest.
 threads() {
-  local targets=(nn_test engine_test codec_test jobs_test cli_test play_server queue_driver)
+  local targets=(nn_test engine_test codec_test jobs_test play_server queue_driver)
+  [[ ! $everything ]] || targets+=(cli_test)
   if grep -rlE '^TEST.*Thread' "$root/tests" | grep -vE '/tests/(nn|engine|codec|jobs|cli)/'; then
     echo "tests of threads in a folder that is not built here" && return 1
   fi
