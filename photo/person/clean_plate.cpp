@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "photo/person/colour_fit.h"
+
 namespace qx::photo {
 namespace {
 
@@ -25,11 +27,6 @@ using Whole = int32_t __attribute__((vector_size(16)));
 
 Pixel Load(const uint8_t* bgr) {
   return __builtin_convertvector((Whole{bgr[0], bgr[1], bgr[2], 1}), Pixel);
-}
-
-float MeanSquare(Pixel p) {
-  const Pixel q = p * p;
-  return (q[0] + q[1] + q[2]) * (1.0f / 3);
 }
 
 // The colours of a region's pixels at half size, as the region changes.

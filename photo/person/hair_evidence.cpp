@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "photo/person/colour_fit.h"
 #include "photo/person/hair.h"
 
 namespace qx::photo {
@@ -26,7 +27,6 @@ constexpr float kEdge = 0.025f;                          // deeper, only what lo
 constexpr int kGapRim = 2;                               // pixels
 constexpr float kPure = 0.015f;                          // deeper, colours are the person's own
 constexpr float kRivalsFrom = 0.02f, kRivalsTo = 0.1f;
-constexpr size_t kRivals = 4;
 constexpr float kLevel = 1.0f / 255;
 constexpr uint8_t kNothing = 13, kOfPlate = 26;  // of 255: pixels outside with less than that are background
 constexpr std::pair<int, int> kAround[] = {{-1, -1}, {0, -1}, {1, -1}, {-1, 0}, {1, 0}, {-1, 1}, {0, 1}, {1, 1}};
@@ -36,59 +36,9 @@ float Falloff(float x) {
   return 1 / (1 + x * (1 + x * (0.5f + x * (1.0f / 6 + x * (1.0f / 24)))));
 }
 
-float MeanSquare(Pixel p) {
-  const Pixel q = p * p;
-  return (q[0] + q[1] + q[2]) * (1.0f / 3);
-}
-
-float Dot(Pixel a, Pixel b) {
-  const Pixel q = a * b;
-  return (q[0] + q[1] + q[2]) * (1.0f / 3);
-}
-
 Pixel Load(const uint8_t* bgr) {
   using Whole = int32_t __attribute__((vector_size(16)));
   return __builtin_convertvector((Whole{bgr[0], bgr[1], bgr[2], 0}), Pixel) * kLevel;
-}
-
-struct Fit {
-  float alpha, residual, contrast;
-};
-
-Fit FitBetween(Pixel from, Pixel difference) {
-  Fit fit;
-  fit.contrast = MeanSquare(difference);
-  fit.alpha = std::clamp(Dot(from, difference) / (fit.contrast + 1e-6f), 0.0f, 1.0f);
-  fit.residual = MeanSquare(from - fit.alpha * difference);
-  return fit;
-}
-
-// One value for each rival.
-using Rivals = Pixel;
-static_assert(kRivals == sizeof(Rivals) / sizeof(float));
-
-struct Fits {
-  Rivals alpha, residual, contrast;
-};
-
-std::array<Rivals, 3> Differences(const std::array<Rivals, 3>& rivals, Pixel from) {
-  return {rivals[0] - from[0], rivals[1] - from[1], rivals[2] - from[2]};
-}
-
-Rivals MeanSquares(const std::array<Rivals, 3>& p) {
-  return (p[0] * p[0] + p[1] * p[1] + p[2] * p[2]) * (1.0f / 3);
-}
-
-Fits FitBetween(Pixel from, const std::array<Rivals, 3>& rivals, Pixel behind) {
-  const std::array<Rivals, 3> to = Differences(rivals, behind);
-  Fits fits;
-  fits.contrast = MeanSquares(to);
-  const Rivals dot = (from[0] * to[0] + from[1] * to[1] + from[2] * to[2]) * (1.0f / 3);
-  const Rivals alpha = dot / (fits.contrast + 1e-6f), none{}, all = none + 1;
-  fits.alpha = alpha < none ? none : alpha > all ? all : alpha;
-  fits.residual =
-      MeanSquares({from[0] - fits.alpha * to[0], from[1] - fits.alpha * to[1], from[2] - fits.alpha * to[2]});
-  return fits;
 }
 
 // Each of a region's bytes by `byte`.
